@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "vexa/guid.h"
+#include "vexa/results.h"
+
+namespace vexa {
+
+// {00000000-0000-0000-C000-000000000046}
+inline constexpr Guid IID_IUnknown{
+    0x00000000, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+
+// The base of every object that crosses the border. Interfaces have no data, no virtual destructor
+// and no overloaded virtual functions, so that every compiler lays out the same table.
+//
+// Reference counts are interlocked; everything else follows the thread rule of the class.
+class IUnknown {
+ public:
+  // Slot 0. Stores an interface of this object with one reference for the caller and returns kOk,
+  // or stores null and returns kNoInterface. `out` must not be null.
+  virtual int32_t QueryInterface(const Guid* id, void** out) = 0;
+  // Slot 1. One more reference; returns the new count.
+  virtual uint32_t AddRef() = 0;
+  // Slot 2. One reference less; returns the new count. At 0 the object is gone.
+  virtual uint32_t Release() = 0;
+
+ protected:
+  ~IUnknown() = default;  // not virtual: adds no slot, forbids `delete`
+};
+static_assert(sizeof(IUnknown) == sizeof(void*));
+
+}  // namespace vexa
