@@ -1,0 +1,42 @@
+# vexa_warnings: the warnings that every source file of ours is compiled with.
+add_library(vexa_warnings INTERFACE)
+target_compile_options(vexa_warnings INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
+
+# ccache leaves the link alone and makes a second build of the same sources nearly free.
+find_program(CCACHE ccache)
+if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+# vexa_include_root(NAME OUT): makes build/<preset>/roots/NAME, a folder that holds a link NAME to
+# the source folder NAME and nothing else, and stores its path in OUT. A target that has this root
+# among its include folders can write #include "NAME/file.h"; a target that has not, can not. That is
+# how a wrong include fails to build.
+function(vexa_include_root name out)
+  set(root ${CMAKE_BINARY_DIR}/roots/${name})
+  file(MAKE_DIRECTORY ${root})
+  if(NOT IS_SYMLINK ${root}/${name})
+    file(CREATE_LINK ${CMAKE_SOURCE_DIR}/${name} ${root}/${name} SYMBOLIC)
+  endif()
+  set(${out} ${root} PARENT_SCOPE)
+endfunction()
+
+# vexa_folder(NAME SOURCES a.cpp ... DEPENDS vexa_base ...): the static library vexa_NAME of one
+# source folder. What it depends on is visible to those who use it.
+function(vexa_folder name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS")
+  if(arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "vexa_folder(${name}): unknown ${arg_UNPARSED_ARGUMENTS}")
+  endif()
+  vexa_include_root(${name} root)
+  if(arg_SOURCES)
+    add_library(vexa_${name} STATIC ${arg_SOURCES})
+    target_include_directories(vexa_${name} PUBLIC ${root})
+    target_link_libraries(vexa_${name} PUBLIC ${arg_DEPENDS} PRIVATE vexa_warnings)
+  else()
+    add_library(vexa_${name} INTERFACE)
+    target_include_directories(vexa_${name} INTERFACE ${root})
+    target_link_libraries(vexa_${name} INTERFACE ${arg_DEPENDS})
+  endif()
+endfunction()
