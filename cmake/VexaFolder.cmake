@@ -1,6 +1,7 @@
 # vexa_warnings: the warnings that every source file of ours is compiled with.
 add_library(vexa_warnings INTERFACE)
-target_compile_options(vexa_warnings INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
+target_compile_options(
+  vexa_warnings INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-Wall;-Wextra;-Wconversion;-Wshadow;-Werror>)
 
 # ccache leaves the link alone and makes a second build of the same sources nearly free.
 find_program(CCACHE ccache)
