@@ -1,0 +1,87 @@
+#include "base/buffer.h"
+
+#include <cstring>
+
+#include "base/heap.h"
+
+namespace vexa::base {
+
+void TerminateBuffer(runtime::ByteBuffer* buffer) {
+  if (buffer == nullptr || buffer->data == nullptr) {
+    return;
+  }
+  if (buffer->length != 0 && buffer->data[buffer->length - 1] == 0) {
+    return;
+  }
+  auto* grown = static_cast<uint8_t*>(reallocate(buffer->data, buffer->length + 1));
+  if (grown == nullptr) {
+    return;
+  }
+  buffer->data = grown;
+  grown[buffer->length] = 0;
+}
+
+int32_t AllocBuffer(uint64_t size, runtime::ByteBuffer** out) {
+  if (out == nullptr) {
+    return kBufferFail;
+  }
+  *out = nullptr;
+  auto* record = static_cast<runtime::ByteBuffer*>(allocate(sizeof(runtime::ByteBuffer)));
+  if (record == nullptr) {
+    return kBufferFail;
+  }
+  *record = {size, static_cast<uint8_t*>(allocate(size))};
+  if (record->data == nullptr) {
+    releaseBuffer(record);
+    return kBufferFail;
+  }
+  *out = record;
+  return kOk;
+}
+
+int32_t BufferFromBytes(const void* data, uint64_t length, runtime::ByteBuffer** out) {
+  if (length == UINT64_MAX) {
+    if (out != nullptr) {
+      *out = nullptr;
+    }
+    return kBufferFail;
+  }
+  const int32_t result = AllocBuffer(length + 1, out);
+  if (failed(result)) {
+    return result;
+  }
+  if (length != 0) {
+    std::memcpy((*out)->data, data, length);
+  }
+  (*out)->data[length] = 0;
+  (*out)->length = length;
+  return kOk;
+}
+
+int32_t BufferFromRange(const void* start, const void* end, runtime::ByteBuffer** out) {
+  if (out != nullptr) {
+    *out = nullptr;
+  }
+  const auto first = reinterpret_cast<uintptr_t>(start);
+  const auto last = reinterpret_cast<uintptr_t>(end);
+  return first > last ? kBufferFail : BufferFromBytes(start, last - first, out);
+}
+
+int32_t ensureBuffer(runtime::ByteBuffer** out) {
+  if (*out == nullptr) {
+    *out = static_cast<runtime::ByteBuffer*>(allocate(sizeof(runtime::ByteBuffer)));
+    if (*out == nullptr) {
+      return kOutOfMemory;
+    }
+    **out = {};
+  }
+  return kOk;
+}
+
+void releaseBuffer(runtime::ByteBuffer* buffer) {
+  if (buffer != nullptr && bound.commonTypes) {
+    bound.commonTypes->BufferRelease(buffer);
+  }
+}
+
+}  // namespace vexa::base

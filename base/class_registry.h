@@ -1,0 +1,118 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/unload_registry.h"
+#include "vexa/class_factory.h"
+
+// What the module offers by name: function lists and creatable classes, each described by one
+// static record; and the way to the classes of other components.
+namespace vexa::base {
+
+// One offered function list. Records are static; the chain never changes after static
+// initialisation and is searched from the record constructed last.
+class CVEXA_API {
+ public:
+  // The component name is accepted and not stored. The texts and the list must live for ever.
+  CVEXA_API(const char* component, const char* name, const void* functionList);
+
+  // Slot 0. A negative result hides the list.
+  virtual int32_t Check() const { return kOk; }
+
+  const char* name() const { return name_; }
+  const void* functionList() const { return functionList_; }
+  const CVEXA_API* next() const { return next_; }
+
+ protected:
+  ~CVEXA_API() = default;
+
+ private:
+  const char* name_;
+  const void* functionList_;
+  const CVEXA_API* next_;
+};
+
+class ListRecord final : public CVEXA_API {
+ public:
+  using CVEXA_API::CVEXA_API;
+};
+
+// One creatable class, or (without a class name) a creator asked for every name.
+class FactoryRecord {
+ public:
+  using Creator = int32_t (*)(const Guid* id, void** object);
+  using CatchAllCreator = int32_t (*)(const char* className, const Guid* id, void** object);
+
+  FactoryRecord(const char* component, const char* className, Creator create);
+  FactoryRecord(const char* component, CatchAllCreator create);
+  FactoryRecord(const FactoryRecord&) = delete;
+  FactoryRecord& operator=(const FactoryRecord&) = delete;
+
+  // Searches the chain from the record constructed last; see ClassFactoryList::CreateInstance. A
+  // catch-all creator ends the search with kOk or kNoInterface only. `component` null: any.
+  static int32_t Create(const char* component, const char* className, const Guid* id,
+                        void** object);
+
+ private:
+  const char* component_;
+  const char* className_;  // null: catch-all
+  union {
+    Creator create_;
+    CatchAllCreator createAny_;
+  };
+  const FactoryRecord* next_;
+};
+
+// The "ClassFactory.1" lists of other components, by component name, kept until the last
+// module_final. One lock guards all of it.
+class ClassFactories : public ISingleton {
+ public:
+  int32_t Load() override { return kOk; }
+  // Releases every kept list, last one first.
+  int32_t Unload(uint32_t pass) override;
+  // The component's list, or null. With `keep` it is kept, and creations that the component routes
+  // back are served; without, the caller releases it through ReleaseInterface.
+  virtual const ClassFactoryList* GetFactory(const char* component, bool keep);
+
+  // True when the list is one of those kept.
+  bool isKept(const ClassFactoryList* list);
+  uint64_t count() const { return count_; }
+
+ private:
+  const ClassFactoryList* findKept(const char* component) const;
+  bool keepFactory(const char* component, const ClassFactoryList* list);
+
+  uint64_t count_ = 0;
+  char** names_ = nullptr;                        // copies made by the common types
+  const ClassFactoryList** factories_ = nullptr;  // parallel to names_
+};
+
+ClassFactories& classFactories();
+
+// Slot 1 and 2 of "ClassFactory.1", and the search with a component named.
+int32_t CreateInstance(const char* className, const Guid* id, void** object);
+int32_t SetCreateHook(CreateHookFunction hook);
+int32_t CreateComponentInstance(const char* component, const char* className, const Guid* id,
+                                void** object);
+// Routes a creation that names a component: to this module's own classes first, unless it names
+// the host under which this module is registered, then to the component's list.
+int32_t RouteCreateInstance(const char* component, const char* className, const Guid* id,
+                            void** object);
+
+// The lookup that module_init hands out; vexa/module.h has the contract.
+int32_t GetModuleInterface(const char* hostName, const char* listName, const void** list);
+
+// The host name registered by the first call that named one; empty until then.
+const char* registeredHostName();
+
+// What slot 0 of every list does, given the list's name.
+int32_t fillModuleInfo(const char* listName, const char** name, const char** host,
+                       const char** extra);
+
+// A list's slot 0: GetModuleInfo<kCoreListName>.
+template <const char* kListName>
+int32_t GetModuleInfo(const char** name, const char** host, const char** extra) {
+  return fillModuleInfo(kListName, name, host, extra);
+}
+
+}  // namespace vexa::base

@@ -1,0 +1,304 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <utility>
+
+#include "base/heap.h"
+#include "base/lock.h"
+#include "base/unload_registry.h"
+#include "vexa/container.h"
+#include "vexa/unknown.h"
+
+// The object model: reference counting and interface lookup (CComObject), creators for factories
+// and singletons, read-only containers. A class T derives from its interfaces first and from
+// CComObjectRoot, names its interface map, and is only ever instantiated as CComObject<T>.
+namespace vexa::base {
+
+// One row of a class's static interface map. A row of kind 0 ends the map; the first row is the
+// primary interface.
+struct InterfaceMapRow {
+  const Guid* id;
+  uint64_t offset;  // of the interface within the object
+  uint32_t kind;
+};
+enum InterfaceMapKind : uint32_t { kMapEnd = 0, kMapOffset = 1 };
+static_assert(offsetof(InterfaceMapRow, offset) == 8 && offsetof(InterfaceMapRow, kind) == 16);
+static_assert(sizeof(InterfaceMapRow) == 24);
+
+template <class T, class Interface>
+InterfaceMapRow mapRow(const Guid& id) {
+  // A base's offset, by the address that the cast yields for an object that is not looked at.
+  constexpr uintptr_t kProbe = 0x1000;
+  const auto at = reinterpret_cast<uintptr_t>(
+      static_cast<Interface*>(reinterpret_cast<T*>(kProbe)));  // NOLINT(performance-no-int-to-ptr)
+  return {&id, at - kProbe, kMapOffset};
+}
+inline InterfaceMapRow mapEnd() { return {nullptr, 0, kMapEnd}; }
+
+// The interface of `object` that `id` names, or null. IID_IUnknown names the primary interface.
+void* findInterface(void* object, const InterfaceMapRow* map, const Guid& id);
+
+// The reference count. Interlocked; starts at 0.
+class CComObjectRoot {
+ protected:
+  uint32_t incrementCount() { return std::atomic_ref(count_).fetch_add(1) + 1; }
+  uint32_t decrementCount() { return std::atomic_ref(count_).fetch_sub(1) - 1; }
+  ~CComObjectRoot() = default;
+
+ private:
+  alignas(std::atomic_ref<uint32_t>::required_alignment) uint32_t count_ = 0;
+};
+
+// The most derived class of every object. T supplies
+//   static const InterfaceMapRow* InterfaceMap();
+//   int32_t FinalConstruct();   (optional) what of the construction can fail
+// and declares, or inherits from an interface, `virtual void* DeletingDestructor(uint32_t) = 0`.
+template <class T>
+class CComObject final : public T {
+ public:
+  // A new object with count 0, or null and the reason.
+  static CComObject* Create(int32_t* result) {
+    void* block = processAllocate(sizeof(CComObject));
+    if (block == nullptr) {
+      *result = kOutOfMemory;
+      return nullptr;
+    }
+    auto* object = new (block) CComObject;
+    *result = kOk;
+    if constexpr (requires { object->FinalConstruct(); }) {
+      *result = object->FinalConstruct();
+      if (failed(*result)) {
+        object->DeletingDestructor(1);
+        return nullptr;
+      }
+    }
+    return object;
+  }
+
+  int32_t QueryInterface(const Guid* id, void** out) override {
+    *out = findInterface(static_cast<T*>(this), T::InterfaceMap(), *id);
+    if (*out == nullptr) {
+      return kNoInterface;
+    }
+    AddRef();
+    return kOk;
+  }
+  uint32_t AddRef() override { return this->incrementCount(); }
+  uint32_t Release() override {
+    const uint32_t count = this->decrementCount();
+    if (count == 0) {
+      DeletingDestructor(1);
+    }
+    return count;
+  }
+  void* DeletingDestructor(uint32_t flags) override {
+    void* const self = this;
+    this->~CComObject();
+    if ((flags & 1) != 0) {
+      processFree(self);
+    }
+    return self;
+  }
+
+ private:
+  CComObject() = default;
+  ~CComObject() = default;
+};
+
+// Owns one reference to an object.
+template <class T>
+class ComPtr {
+ public:
+  ComPtr() = default;
+  // Takes over a reference.
+  explicit ComPtr(T* object) : object_(object) {}
+  ComPtr(ComPtr&& other) noexcept : object_(other.release()) {}
+  ComPtr& operator=(ComPtr&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+  ~ComPtr() { reset(); }
+
+  // Adds a reference.
+  static ComPtr share(T* object) {
+    if (object != nullptr) {
+      object->AddRef();
+    }
+    return ComPtr(object);
+  }
+
+  explicit operator bool() const { return object_ != nullptr; }
+  T* get() const { return object_; }
+  T* operator->() const { return object_; }
+  T** put() {
+    reset();
+    return &object_;
+  }
+  void** putVoid() { return reinterpret_cast<void**>(put()); }
+  T* release() { return std::exchange(object_, nullptr); }
+  void reset(T* object = nullptr) {
+    if (T* const old = std::exchange(object_, object); old != nullptr) {
+      old->Release();
+    }
+  }
+
+ private:
+  T* object_ = nullptr;
+};
+
+// A new object with one reference.
+template <class T>
+int32_t createObject(ComPtr<CComObject<T>>& out) {
+  int32_t result = kOk;
+  CComObject<T>* object = CComObject<T>::Create(&result);
+  if (object != nullptr) {
+    object->AddRef();
+  }
+  out.reset(object);
+  return result;
+}
+
+// Creator of a new object per request.
+template <class T>
+class CFactoryImpl {
+ public:
+  // An object without the asked interface is destroyed again.
+  static int32_t CreateInstance(const Guid* id, void** out) {
+    *out = nullptr;
+    ComPtr<CComObject<T>> object;
+    const int32_t result = createObject(object);
+    return failed(result) ? result : object->QueryInterface(id, out);
+  }
+
+ protected:
+  ~CFactoryImpl() = default;
+};
+
+// Creator of one shared instance, made on first use and released at the last module_final. Callers
+// that still hold references keep it alive; a later creation makes a new one.
+template <class T>
+class CSingletonFactoryImpl : public ISingleton {
+ public:
+  static int32_t CreateInstance(const Guid* id, void** out) {
+    *out = nullptr;
+    ScopedLock lock(lock_);
+    const int32_t result = ensureInstance();
+    return failed(result) ? result : instance_->QueryInterface(id, out);
+  }
+
+  int32_t Load() override { return kOk; }
+  int32_t Unload(uint32_t /*pass*/) override {
+    ScopedLock lock(lock_);
+    if (auto* instance = std::exchange(instance_, nullptr); instance != nullptr) {
+      instance->Release();
+    }
+    return kOk;
+  }
+
+ protected:
+  ~CSingletonFactoryImpl() = default;
+
+ private:
+  static int32_t ensureInstance() {
+    if (instance_ != nullptr) {
+      return kOk;
+    }
+    ComPtr<CComObject<T>> object;
+    int32_t result = createObject(object);
+    if (failed(result)) {
+      return result;
+    }
+    ISingleton* const singleton = static_cast<CSingletonFactoryImpl*>(object.get());
+    if (result = singleton->Load(); failed(result)) {
+      return result;
+    }
+    if (result = RegisterSingleton(singleton, kReleaseFirst); failed(result)) {
+      return result;
+    }
+    instance_ = object.release();
+    return kOk;
+  }
+
+  inline static StaticCriticalSection lock_;
+  inline static constinit CComObject<T>* instance_ = nullptr;
+};
+
+// A read-only container over an array of pointers from the root list. Hands items out without a
+// reference of their own.
+template <class T, class Interface = IContainerRO>
+class CContainerImpl : public Interface {
+ public:
+  int32_t GetCount(uint32_t* count) override {
+    if (count == nullptr) {
+      return kNullPointer;
+    }
+    *count = count_;
+    return kOk;
+  }
+  int32_t GetItem(uint32_t index, void** out) override {
+    if (out == nullptr) {
+      return kNullPointer;
+    }
+    *out = nullptr;
+    if (index >= count_) {
+      return kInvalidArgument;
+    }
+    *out = items_[index];
+    return kOk;
+  }
+
+ protected:
+  ~CContainerImpl() { freeBlock(items_); }
+
+  T** items_ = nullptr;
+  uint32_t count_ = 0;
+};
+
+// The same over objects: owns one reference to each item and hands out one more.
+template <class T, class Interface = IContainerRO>
+class CContainerUnkImpl : public CContainerImpl<T, Interface> {
+ public:
+  int32_t QueryItem(uint32_t index, const Guid* id, void** out) override {
+    if (out == nullptr) {
+      return kNullPointer;
+    }
+    *out = nullptr;
+    return index < this->count_ ? this->items_[index]->QueryInterface(id, out) : kInvalidArgument;
+  }
+  int32_t GetItem(uint32_t index, void** out) override {
+    const int32_t result = CContainerImpl<T, Interface>::GetItem(index, out);
+    if (succeeded(result)) {
+      this->items_[index]->AddRef();
+    }
+    return result;
+  }
+
+ protected:
+  ~CContainerUnkImpl() { releaseItems(); }
+
+  // Adds a reference of its own. On kOutOfMemory nothing changed.
+  [[nodiscard]] int32_t append(T* item) {
+    auto* grown =
+        static_cast<T**>(reallocate(this->items_, (uint64_t{this->count_} + 1) * sizeof(T*)));
+    if (grown == nullptr) {
+      return kOutOfMemory;
+    }
+    this->items_ = grown;
+    item->AddRef();
+    this->items_[this->count_++] = item;
+    return kOk;
+  }
+  void releaseItems() {
+    for (uint32_t i = 0; i < this->count_; ++i) {
+      if (this->items_[i] != nullptr) {
+        this->items_[i]->Release();
+      }
+    }
+    this->count_ = 0;
+  }
+};
+
+}  // namespace vexa::base

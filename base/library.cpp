@@ -1,0 +1,124 @@
+#include "base/library.h"
+
+#include <cstring>
+
+#include "vexa/results.h"
+
+namespace vexa::base {
+namespace {
+
+constexpr uint32_t kLongestName = 258;  // characters of a library name
+constexpr char kLongPathPrefix[] = "\\\\?\\";
+
+bool hasSeparator(const char* name) { return std::strpbrk(name, PAL_PATH_SEPARATORS) != nullptr; }
+
+void addLibraryExtension(char* name) {
+  if (*PathFindExtensionA(name) == '\0') {
+    PathAddExtensionA(name, PAL_LIBRARY_EXTENSION);
+  }
+}
+
+// Loads directory\name, or directory\..\lib\name.
+HMODULE loadFrom(const char* directory, bool siblingLib, const char* name) {
+  char path[kPathCapacity] = {};
+  if (std::strlen(directory) >= kPathCapacity - 1) {
+    return nullptr;
+  }
+  std::strcpy(path, directory);
+  if (siblingLib && (PathRemoveFileSpecA(path) == FALSE || PathAppendA(path, "lib") == FALSE)) {
+    return nullptr;
+  }
+  return PathAppendA(path, name) != FALSE ? LoadLibraryA(path) : nullptr;
+}
+
+HMODULE loadFromSystem(const char* name, char* buffer, uint32_t capacity) {
+  const UINT length = GetSystemDirectoryA(buffer, capacity);
+  if (length == 0 || length >= capacity || length + std::strlen(name) + 2 > capacity) {
+    return nullptr;
+  }
+  return PathAppendA(buffer, name) != FALSE ? LoadLibraryA(buffer) : nullptr;
+}
+
+// The module that this very code is part of.
+HMODULE ownModule() {
+  HMODULE module = nullptr;
+  const DWORD flags =
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+  if (GetModuleHandleExA(flags, reinterpret_cast<LPCSTR>(&ownModule), &module) == FALSE) {
+    return nullptr;
+  }
+  return module;
+}
+
+struct OwnDirectory {
+  char path[MAX_PATH] = {};
+
+  OwnDirectory() {
+    char file[MAX_PATH] = {};
+    if (!ownFileName(file, sizeof(file))) {
+      return;
+    }
+    const size_t prefix = sizeof(kLongPathPrefix) - 1;
+    const bool isLong = std::strncmp(file, kLongPathPrefix, prefix) == 0;
+    std::strcpy(path, isLong ? file + prefix : file);
+    PathRemoveFileSpecA(path);
+  }
+};
+
+}  // namespace
+
+HMODULE LoadModuleLibrary(const char* name, const char* directory, uint32_t flags, char* scratch,
+                          uint32_t scratchSize) {
+  if (std::strlen(name) > kLongestName) {
+    return nullptr;
+  }
+  char file[kPathCapacity] = {};
+  std::strcpy(file, name);
+  addLibraryExtension(file);
+  if (hasSeparator(name)) {
+    return LoadLibraryA(name);  // exactly as given: without the extension added above
+  }
+  const char* const folder = PathFindFileNameA(directory);
+  const bool inBin = lstrcmpiA(folder, "bin") == 0;
+  const bool inLib = lstrcmpiA(folder, "lib") == 0;
+  HMODULE library = nullptr;
+  if (flags == kSearchSystem || (flags & kSearchOwn) != 0 || inLib) {
+    library = loadFrom(directory, false, file);
+  }
+  if (library == nullptr &&
+      (flags == kSearchSystem || ((flags & kSearchSiblingLib) != 0 && inBin))) {
+    library = loadFrom(directory, true, file);
+  }
+  if (library != nullptr || (flags & (kSearchOwn | kSearchSiblingLib)) != 0) {
+    return library;
+  }
+  char buffer[kPathCapacity] = {};
+  return scratch != nullptr ? loadFromSystem(file, scratch, scratchSize)
+                            : loadFromSystem(file, buffer, sizeof(buffer));
+}
+
+int32_t LoadSystemLibrary(const char* name, HMODULE* out) {
+  *out = nullptr;
+  if (std::strlen(name) > kLongestName) {
+    return kFail;
+  }
+  char file[kPathCapacity] = {};
+  std::strcpy(file, name);
+  addLibraryExtension(file);
+  char buffer[kPathCapacity] = {};
+  *out = loadFromSystem(file, buffer, sizeof(buffer));
+  return *out != nullptr ? kOk : kFail;
+}
+
+bool ownFileName(char* buffer, uint32_t capacity) {
+  const HMODULE module = ownModule();
+  const DWORD length = module != nullptr ? GetModuleFileNameA(module, buffer, capacity) : 0;
+  return length != 0 && length < capacity;
+}
+
+const char* ownDirectory() {
+  static const OwnDirectory directory;
+  return directory.path;
+}
+
+}  // namespace vexa::base

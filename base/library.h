@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "pal/windows_api.h"
+
+namespace vexa::base {
+
+// A MAX_PATH name with a terminator to spare.
+inline constexpr uint32_t kPathCapacity = 261;
+
+// Where LoadModuleLibrary looks.
+enum LibrarySearch : uint32_t {
+  kSearchSystem = 0,     // beside the directory given, in its sibling "lib", then the system's
+  kSearchOwn = 1,        // in the directory given
+  kSearchSiblingLib = 2  // when that is called "bin", in the sibling "lib"
+};
+
+// Loads a library, ".dll" added to a name without an extension. A name with a backslash is loaded
+// exactly as given. `scratch` (capacity kPathCapacity) may be null. Null when nothing loaded, or
+// when the name has 259 characters or more.
+HMODULE LoadModuleLibrary(const char* name, const char* directory, uint32_t flags, char* scratch,
+                          uint32_t scratchSize);
+
+// Loads from the system directory only. kOk or kFail.
+int32_t LoadSystemLibrary(const char* name, HMODULE* out);
+
+// The directory of the module's own file; empty when it cannot be had. Cached.
+const char* ownDirectory();
+
+// The module's own file name with its path, from the platform; false when it cannot be had.
+bool ownFileName(char* buffer, uint32_t capacity);
+
+}  // namespace vexa::base

@@ -1,0 +1,146 @@
+#include "base/trace.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "base/heap.h"
+#include "base/library.h"
+#include "base/wide_format.h"
+#include "pal/windows_api.h"
+
+namespace vexa::base {
+namespace {
+
+constexpr uint32_t kLevelMask = 0xF;
+constexpr char kUnknownSource[] = "unknown";
+
+const char* sourceOrDefault(const char* source) {
+  return source != nullptr ? source : defaultTraceSource();
+}
+
+struct FileNameSource {
+  char name[MAX_PATH] = {};
+
+  FileNameSource() {
+    char file[MAX_PATH] = {};
+    const char* const source =
+        ownFileName(file, sizeof(file)) ? PathFindFileNameA(file) : kUnknownSource;
+    std::strcpy(name, source);
+  }
+};
+
+// Appends one UTF-16 unit as UTF-8, taken by itself.
+char* appendUnit(char* out, char16_t unit) {
+  if (unit < 0x80) {
+    *out++ = static_cast<char>(unit);
+  } else if (unit < 0x800) {
+    *out++ = static_cast<char>(0xC0 | (unit >> 6));
+    *out++ = static_cast<char>(0x80 | (unit & 0x3F));
+  } else {
+    *out++ = static_cast<char>(0xE0 | (unit >> 12));
+    *out++ = static_cast<char>(0x80 | ((unit >> 6) & 0x3F));
+    *out++ = static_cast<char>(0x80 | (unit & 0x3F));
+  }
+  return out;
+}
+
+}  // namespace
+
+const char* defaultTraceSource() {
+  static const FileNameSource source;
+  return source.name;
+}
+
+bool isTraceOn(uint32_t level, const char* source) {
+  return bound.notify && bound.notify->GetLevel(sourceOrDefault(source), level) >= level;
+}
+
+void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments) {
+  if (bound.notify) {
+    bound.notify->MessageList(flags & kLevelMask, sourceOrDefault(source), 0, format, arguments);
+  }
+}
+
+void traceFormat(uint32_t flags, const char* source, const char* format, ...) {
+  if (!bound.notify) {
+    return;
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  traceFormatList(flags, source, format, arguments);
+  va_end(arguments);
+}
+
+void traceText(uint32_t flags, const char* source, const char* text) {
+  if (bound.notify) {
+    bound.notify->Message(flags & kLevelMask, sourceOrDefault(source), 0, "%s", text);
+  }
+}
+
+void traceWide(uint32_t flags, const char* source, const char16_t* text) {
+  if (!bound.notify) {
+    return;
+  }
+  const auto converted = RootBlock<char>::ofBytes(std::char_traits<char16_t>::length(text) * 3 + 1);
+  if (!converted) {
+    return;
+  }
+  char* out = converted.get();
+  for (; *text != 0; ++text) {
+    out = appendUnit(out, *text);
+  }
+  *out = '\0';
+  traceText(flags, source, converted.get());
+}
+
+void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
+                         va_list arguments) {
+  if (!bound.notify) {
+    return;
+  }
+  va_list measured;
+  va_copy(measured, arguments);
+  const uint64_t length = measureWide(format, measured);
+  va_end(measured);
+  const auto text = RootBlock<char16_t>::ofBytes((length + 1) * sizeof(char16_t));
+  if (!text) {
+    return;
+  }
+  formatWide(text.get(), length, format, arguments);
+  traceWide(flags, source, text.get());
+}
+
+void traceWideFormat(uint32_t flags, const char* source, const char16_t* format, ...) {
+  if (!bound.notify) {
+    return;
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  traceWideFormatList(flags, source, format, arguments);
+  va_end(arguments);
+}
+
+TraceScope::TraceScope(const char* name, const char* exitFormat) : exitFormat_(exitFormat) {
+  if (bound.notify) {
+    bound.notify->Message(kTraceScopeEntry & kLevelMask, defaultTraceSource(), 0, "{ %s", name);
+  }
+}
+
+TraceScope::~TraceScope() {
+  if (!bound.notify) {
+    return;
+  }
+  constexpr size_t kFormatCharacters = 18;
+  char text[2 + kFormatCharacters + 1] = "} ";
+  if (exitFormat_ != nullptr) {
+    const size_t length = std::min(std::strlen(exitFormat_), kFormatCharacters);
+    std::memcpy(text + 2, exitFormat_, length);
+    text[2 + length] = '\0';
+  } else {
+    text[1] = '\0';
+  }
+  bound.notify->Message(kTraceScopeExit & kLevelMask, defaultTraceSource(), 0, text, result_);
+}
+
+}  // namespace vexa::base

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+#include "vexa/results.h"
+
+// Tracing through SEC_NOTIFY_1. Every call does nothing while that table is not bound. Formats are
+// those of printf. A null source is the module's own file name. Any thread.
+namespace vexa::base {
+
+// The source name of the web classes' messages.
+inline constexpr char kModuleSource[] = "vexabase";
+
+// Levels: of a flag word only the low four bits reach the runtime.
+enum TraceFlags : uint32_t {
+  kTraceError = 1,
+  kTraceWarning = 2,
+  kTraceNotice = 3,
+  kTraceInfo = 4,
+  kTraceDetail = 5,
+  kTraceScopeEntry = 0x10000004,
+  kTraceScopeExit = 0x20000000,
+};
+
+// Message with a format and its arguments.
+[[gnu::format(printf, 3, 4)]] void traceFormat(uint32_t flags, const char* source,
+                                               const char* format, ...);
+// The same with the arguments already collected.
+void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments);
+// A plain text: sent as "%s" with the text as its argument.
+void traceText(uint32_t flags, const char* source, const char* text);
+// A UTF-16 text, sent as UTF-8. Each 16-bit unit is converted by itself: surrogate pairs become two
+// sequences of three bytes.
+void traceWide(uint32_t flags, const char* source, const char16_t* text);
+// A UTF-16 format with its arguments: flags, width, precision, the size prefixes h, l, I64 and
+// (read over) F, L and N; %s and %c take wide arguments, %S, %C, %hs and %hc narrow ones, %ls and
+// %lc wide.
+void traceWideFormat(uint32_t flags, const char* source, const char16_t* format, ...);
+void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
+                         va_list arguments);
+
+// True when tracing is bound and on at this level.
+bool isTraceOn(uint32_t level, const char* source);
+
+// The default source name: the last component of the module's file name, or "unknown".
+const char* defaultTraceSource();
+
+// Traces "{ name" at entry and "} result" at exit of an operation:
+//   TraceScope scope("URLParser::parse");
+//   ...
+//   return scope.leave(kFail);
+class TraceScope {
+ public:
+  // Result as eight-wide hexadecimal; what every function of the module uses.
+  static constexpr char kResultFormat[] = "%8x";
+
+  explicit TraceScope(const char* name, const char* exitFormat = kResultFormat);
+  TraceScope(const TraceScope&) = delete;
+  TraceScope& operator=(const TraceScope&) = delete;
+  ~TraceScope();
+
+  // Notes the result for the exit line and passes it on.
+  template <class Result>
+  Result leave(Result result) {
+    result_ = static_cast<uint32_t>(result);
+    return result;
+  }
+
+ private:
+  uint32_t result_ = 0;
+  const char* exitFormat_;  // borrowed; null: the exit line is "}"
+};
+
+}  // namespace vexa::base
