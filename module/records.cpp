@@ -1,0 +1,48 @@
+#include "base/asc_list.h"
+#include "base/binding.h"
+#include "base/class_registry.h"
+#include "module/class_factory_list.h"
+#include "module/core_list.h"
+
+// The module's table of contents: every static record, in the order of construction. Tables are
+// bound from top to bottom and released from bottom to top; lists and classes are searched from
+// the bottom.
+namespace vexa::module {
+namespace {
+
+using base::bound;
+using base::CLoadAPI_SEC_PKCS12;
+using base::FactoryRecord;
+using base::ListRecord;
+using base::LoadRecord;
+using base::UnloadRecord;
+
+constexpr char kComponent[] = "vexabase";
+constexpr char kFramework[] = "vexa";
+
+// Bound tables
+CLoadAPI_SEC_PKCS12 pkcs12;
+LoadRecord commonTypes{nullptr, runtime::kCommonTypesName, &bound.commonTypes.pointer};
+LoadRecord encode{nullptr, runtime::kEncodeName, &bound.encode.pointer};
+LoadRecord strings{runtime::kStringComponent, runtime::kStringName, &bound.strings.pointer};
+LoadRecord multiStrings{runtime::kStringComponent, runtime::kMultiStringName,
+                        &bound.multiStrings.pointer};
+LoadRecord io{nullptr, runtime::kIoName, &bound.io.pointer};
+LoadRecord url{nullptr, runtime::kUrlName, &bound.url.pointer};
+LoadRecord wideStrings{runtime::kStringComponent, runtime::kWideStringName,
+                       &bound.wideStrings.pointer};
+LoadRecord wideMultiStrings{runtime::kStringComponent, runtime::kWideMultiStringName,
+                            &bound.wideMultiStrings.pointer};
+LoadRecord asc{nullptr, runtime::kAscName, &bound.asc.pointer};
+LoadRecord crypt{nullptr, runtime::kCryptName, &bound.crypt.pointer};
+LoadRecord random{nullptr, runtime::kRandomName, &bound.random.pointer};
+LoadRecord time{nullptr, runtime::kTimeName, &bound.time.pointer};
+LoadRecord notify{nullptr, runtime::kNotifyName, &bound.notify.pointer};
+
+// Offered lists
+ListRecord ascList{kComponent, kAscListName, &base::kAscList};
+ListRecord coreList{kComponent, kCoreListName, &kCoreList};
+ListRecord classFactoryList{kFramework, kClassFactoryListName, &kClassFactoryList};
+
+}  // namespace
+}  // namespace vexa::module
