@@ -15,11 +15,15 @@ constinit const CoreList kCoreList = {
     .AllocBuffer = base::AllocBuffer,
     .BufferFromBytes = base::BufferFromBytes,
     .BufferFromRange = base::BufferFromRange,
+    .CreateScrambler = nullptr,
+    .CreateScramblerEx = nullptr,
     .EncodeBase64 = base::EncodeBase64,
     .DecodeBase64 = base::DecodeBase64,
     .GetCipherBlockSize = base::GetCipherBlockSize,
     .GetCipherKeyBits = base::GetCipherKeyBits,
     .reserved14 = [](uint32_t, uint8_t) { return kOk; },
+    .CreatePkcs12 = nullptr,
+    .OpenPkcs12 = nullptr,
 };
 
 }  // namespace vexa::module
