@@ -10,6 +10,7 @@ import concurrent.futures
 import hashlib
 import json
 import pathlib
+import shlex
 import subprocess
 import sys
 
@@ -87,7 +88,8 @@ class Digests:
 
 def state_of(entry, build, dependencies, digests, base):
     """A hash over everything the verdict depends on; None when that is not known."""
-    made_from = dependencies.get(entry.get("output", ""))
+    words = shlex.split(entry["command"])
+    made_from = dependencies.get(words[words.index("-o") + 1])
     if made_from is None:
         return None
     state = hashlib.sha256(base.encode())
