@@ -76,6 +76,7 @@
 #include "pal/posix/heap.h"
 #include "pal/posix/library.h"
 #include "pal/posix/paths.h"
+#include "pal/posix/power.h"
 #include "pal/posix/sync.h"
 #include "pal/posix/types.h"
 #include "pal/posix/winhttp.h"

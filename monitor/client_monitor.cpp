@@ -1,0 +1,190 @@
+#include "monitor/client_monitor.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/tables.h"
+#include "base/trace.h"
+#include "monitor/network_compare.h"
+
+namespace vexa::monitor {
+namespace {
+
+constexpr uint32_t kLongestWait = INFINITE - 1;
+
+void log(const char* text) { base::traceText(base::kTraceInfo, nullptr, text); }
+
+DWORD WINAPI runChangeThread(void* monitor) {
+  return static_cast<DWORD>(static_cast<IClientMonitor*>(monitor)->ChangeThreadMain());
+}
+
+}  // namespace
+
+const base::InterfaceMapRow* CClientMonitor::InterfaceMap() {
+  static const base::InterfaceMapRow map[] = {
+      base::mapRow<CClientMonitor, IClientMonitor>(IID_IClientMonitor),
+      base::mapEnd(),
+  };
+  return map;
+}
+
+CClientMonitor::~CClientMonitor() {
+  endThread();
+  keepSnapshot(nullptr);
+}
+
+int32_t CClientMonitor::CheckNetwork() {
+  base::ScopedLock lock(lock_);
+  AdapterSnapshot* snapshot = nullptr;
+  if (const int32_t result = TakeSnapshot(&snapshot); failed(result)) {
+    return result;
+  }
+  (void)CompareNetwork(snapshot);
+  (void)FreeSnapshot();
+  snapshot_ = snapshot;
+  return kOk;
+}
+
+int32_t CClientMonitor::Reset() {
+  log("Client Status Monitor: Reset internal status");
+  base::ScopedLock lock(lock_);
+  (void)FreeSnapshot();
+  if (const int32_t result = TakeSnapshot(&snapshot_); failed(result)) {
+    return result;
+  }
+  return SetStatus(kUnchanged);
+}
+
+int32_t CClientMonitor::OnPowerEvent(uint32_t code) {
+  if (code == PBT_APMRESUMEAUTOMATIC) {
+    (void)SetStatus(kChanged);
+  }
+  const char* format = nullptr;
+  switch (code) {
+    case PBT_APMSUSPEND:
+    case PBT_APMSTANDBY:
+      format = "Client Status Monitor: Goto Hibernate/Sleep from Power Event: %x";
+      break;
+    case PBT_APMRESUMECRITICAL:
+    case PBT_APMRESUMESUSPEND:
+    case PBT_APMRESUMESTANDBY:
+    case PBT_APMRESUMEAUTOMATIC:
+      format = "Client Status Monitor: Resume from Power Event: %x";
+      break;
+    default:
+      format = "Client Status Monitor: Ignoring Power-Event: %x";
+  }
+  base::traceFormat(base::kTraceInfo, nullptr, format, code);
+  return kOk;
+}
+
+int32_t CClientMonitor::SetChangeEvent(void* event) {
+  changeEvent_ = event;
+  return kOk;
+}
+
+int32_t CClientMonitor::StartChangeThread(uint32_t seconds) {
+  log("Client Status Monitor: start Change Thread");
+  base::ScopedLock lock(threadLock_);
+  endThread();
+  stop_ = 0;
+  stopEvent_.Reset();
+  interval_ = seconds;
+  base::Thread::Start(&changeThread_, runChangeThread, static_cast<IClientMonitor*>(this));
+  return kOk;
+}
+
+int32_t CClientMonitor::StopChangeThread() {
+  log("Client Status Monitor: stop Change Thread");
+  base::ScopedLock lock(threadLock_);
+  endThread();
+  return kOk;
+}
+
+void CClientMonitor::endThread() {
+  stop_ = 1;
+  (void)stopEvent_.Signal();
+  (void)changeThread_.Wait(INFINITE);
+}
+
+int32_t CClientMonitor::CompareNetwork(const AdapterSnapshot* snapshot) {
+  if (!base::bound.strings) {
+    return kOk;
+  }
+  base::ScopedLock lock(lock_);
+  const auto report = [](void* monitor, const char* change) {
+    log(change);
+    (void)static_cast<IClientMonitor*>(monitor)->SetStatus(kChanged);
+  };
+  compareAdapters(snapshot, snapshot_, report, static_cast<IClientMonitor*>(this));
+  return kOk;
+}
+
+int32_t CClientMonitor::FreeSnapshot() {
+  base::ScopedLock lock(lock_);
+  keepSnapshot(nullptr);
+  return kOk;
+}
+
+void CClientMonitor::keepSnapshot(AdapterSnapshot* snapshot) {
+  if (AdapterSnapshot* const old = std::exchange(snapshot_, snapshot); old != nullptr) {
+    HeapFree(GetProcessHeap(), 0, old);
+  }
+}
+
+int32_t CClientMonitor::TakeSnapshot(AdapterSnapshot** snapshot) {
+  if (snapshot == nullptr) {
+    return kInvalidArgument;
+  }
+  *snapshot = nullptr;
+  ULONG size = 0;
+  const ULONG flags = GAA_FLAG_INCLUDE_PREFIX;
+  if (GetAdaptersAddresses(AF_UNSPEC, flags, nullptr, nullptr, &size) != ERROR_BUFFER_OVERFLOW) {
+    return kOk;
+  }
+  void* const block = HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size);
+  if (block == nullptr) {
+    return kOutOfMemory;
+  }
+  // When the list has grown meanwhile, the block holds what there was room for, or nothing.
+  (void)GetAdaptersAddresses(AF_UNSPEC, flags, nullptr, static_cast<IP_ADAPTER_ADDRESSES*>(block),
+                             &size);
+  *snapshot = static_cast<AdapterSnapshot*>(block);
+  return kOk;
+}
+
+int32_t CClientMonitor::SetStatus(uint32_t status) {
+  status_ = status;
+  const HANDLE event = changeEvent_;
+  if (status != kUnchanged) {
+    log("Client Status Monitor: Client status change detected");
+    if (event != nullptr) {
+      SetEvent(event);
+    }
+  } else {
+    log("Client Status Monitor: Client status reset");
+    if (event != nullptr) {
+      ResetEvent(event);
+    }
+  }
+  return kOk;
+}
+
+int32_t CClientMonitor::ChangeThreadMain() {
+  while (status_ == kUnchanged && stop_ == 0) {
+    (void)CheckNetwork();
+    const uint64_t milliseconds = uint64_t{interval_} * 1000;
+    (void)stopEvent_.Wait(static_cast<uint32_t>(std::min<uint64_t>(milliseconds, kLongestWait)));
+  }
+  return kOk;
+}
+
+int32_t CClientMonitor::Unload(uint32_t pass) {
+  {
+    base::ScopedLock lock(threadLock_);
+    endThread();
+  }
+  return CSingletonFactoryImpl::Unload(pass);
+}
+
+}  // namespace vexa::monitor
