@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+
+#include "vexa/runtime/root_list.h"
+
+// What the reference runtime exports beside the tables. A host finds these functions by name in the
+// loaded velmora, with the type of the declaration:
+//   auto* setTrace = reinterpret_cast<decltype(&velmora_set_trace)>(
+//       GetProcAddress(velmora, "velmora_set_trace"));
+// Another runtime has none of them, so a host must do without. Any thread may call any of them.
+
+#if defined(_WIN32)
+#define VELMORA_EXPORT __declspec(dllexport)
+#else
+#define VELMORA_EXPORT __attribute__((visibility("default")))
+#endif
+
+extern "C" {
+
+// The root list (vexa/runtime/root_list.h). Returns 0 and fills *out; kNullPointer for a null out.
+VELMORA_EXPORT int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** out,
+                                         uint64_t, const char* options, uint64_t);
+
+// What SEC_NOTIFY_1 writes, and where to. `level`: 0 nothing (as it begins), 1 errors to 5 details,
+// for every source without a level of its own. `path`: a file, created or appended to; null for the
+// standard error. Returns 0, or kFail when the file cannot be opened; nothing changes then.
+VELMORA_EXPORT int32_t velmora_set_trace(uint32_t level, const char* path);
+// A level of its own for one source. Returns 0, kNullPointer or kOutOfMemory.
+VELMORA_EXPORT int32_t velmora_set_source_level(const char* source, uint32_t level);
+// Forgets the levels of single sources.
+VELMORA_EXPORT void velmora_clear_source_levels();
+
+// Blocks of the root heap that are alive: what the runtime handed out or holds for its objects.
+VELMORA_EXPORT uint64_t velmora_live_blocks();
+// Wrong releases so far: a foreign block, a block released twice, a text given to the wrong release
+// function. Each is also written to the standard error.
+VELMORA_EXPORT uint64_t velmora_heap_errors();
+// Tables handed out by GetInterface and not given back by ReleaseInterface.
+VELMORA_EXPORT int64_t velmora_bound_interfaces();
+
+}  // extern "C"

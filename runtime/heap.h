@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+
+// The root heap: one heap under everything that the runtime hands out. Each block remembers its
+// size and who may release it, so that a wrong release is told instead of done. Any thread.
+namespace vexa::velmora {
+
+// A zero-filled block, or null when memory is short. Size 0 gives one byte.
+void* allocateBlock(uint64_t size);
+// Content kept, growth not cleared. Null is allocated. On failure null; the old block stays.
+void* reallocateBlock(void* block, uint64_t size);
+// Null is ignored. Releases every block but component texts.
+void freeBlock(void* block);
+
+// Texts of String.1 and StringW.1 (slot 3): `units` of `unitSize` bytes and a terminator behind.
+// Released by freeBlock or by freeText. Null when memory is short.
+void* duplicateText(const void* text, uint64_t units, uint64_t unitSize);
+void freeText(void* text);
+
+// Texts of SEC_COMMONTYPES_1 TextDuplicate: released by freeComponentText and by nothing else.
+// Null gives null.
+char* duplicateComponentText(const char* text);
+void freeComponentText(char* text);
+
+uint64_t liveBlocks();
+uint64_t heapErrors();
+
+// Watches the heap and may refuse allocations. Called from whatever thread uses the heap; must not
+// use the heap itself.
+class HeapObserver {
+ public:
+  // False: the allocation (or reallocation) fails.
+  virtual bool mayAllocate(uint64_t size) = 0;
+  virtual void onGrow(uint8_t* block, uint64_t oldSize, uint64_t newSize) = 0;
+  virtual void onFree(uint8_t* block, uint64_t size) = 0;
+  virtual void onError(const char* message) = 0;
+
+ protected:
+  ~HeapObserver() = default;
+};
+// Null: nobody watches. The observer must outlive its use.
+void observeHeap(HeapObserver* observer);
+
+}  // namespace vexa::velmora

@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <cstring>
+
+#include "runtime/crypto/counted.h"
+#include "runtime/heap.h"
+#include "runtime/tables.h"
+#include "vexa/results.h"
+
+namespace vexa::velmora {
+namespace {
+
+extern const runtime::ObjectHeader streamHeader;
+
+// A growing block. One thread at a time; only the reference count is interlocked.
+struct MemoryStream final : Counted<runtime::Stream> {
+  static constexpr char kTypeName[] = "MemoryStream";
+  static constexpr uint64_t kFirstCapacity = 256;
+
+  MemoryStream() : Counted(&streamHeader) {}
+  ~MemoryStream() { freeBlock(bytes); }
+
+  int32_t append(const void* source, uint64_t count) {
+    if (count > capacity - length && !grow(count)) {
+      return kOutOfMemory;
+    }
+    if (count != 0) {
+      std::memcpy(bytes + length, source, count);
+      length += count;
+    }
+    return kOk;
+  }
+
+  uint8_t* bytes = nullptr;
+  uint64_t length = 0;
+  uint64_t capacity = 0;
+
+ private:
+  bool grow(uint64_t count) {
+    if (count > ~uint64_t{0} - length) {
+      return false;
+    }
+    const uint64_t wanted = std::max({length + count, capacity * 2, kFirstCapacity});
+    auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes, wanted));
+    if (grown == nullptr) {
+      return false;
+    }
+    bytes = grown;
+    capacity = wanted;
+    return true;
+  }
+};
+
+// An independent copy: a stream changes.
+int32_t duplicate(runtime::Object* object, void** copy) {
+  if (copy == nullptr) {
+    return kNullPointer;
+  }
+  *copy = nullptr;
+  const MemoryStream* const source = CountedHeader<MemoryStream>::self(object);
+  auto* const stream = makeOnHeap<MemoryStream>();
+  if (stream == nullptr) {
+    return kOutOfMemory;
+  }
+  const int32_t result = stream->append(source->bytes, source->length);
+  if (failed(result)) {
+    destroyOnHeap(stream);
+    return result;
+  }
+  *copy = stream;
+  return kOk;
+}
+
+constinit const runtime::ObjectHeader streamHeader = CountedHeader<MemoryStream>::table(duplicate);
+
+int32_t createMemoryStream(runtime::Stream** out) {
+  if (out == nullptr) {
+    return kNullPointer;
+  }
+  *out = makeOnHeap<MemoryStream>();
+  return *out == nullptr ? kOutOfMemory : kOk;
+}
+
+int32_t write(runtime::Stream* stream, const void* bytes, uint64_t count) {
+  if (stream == nullptr || (bytes == nullptr && count != 0)) {
+    return kNullPointer;
+  }
+  return static_cast<MemoryStream*>(stream)->append(bytes, count);
+}
+
+int32_t getContent(runtime::Stream* stream, runtime::ByteBuffer** out) {
+  if (stream == nullptr || out == nullptr) {
+    return kNullPointer;
+  }
+  *out = nullptr;
+  const auto* const source = static_cast<MemoryStream*>(stream);
+  auto* const record =
+      static_cast<runtime::ByteBuffer*>(allocateBlock(sizeof(runtime::ByteBuffer)));
+  auto* const bytes = static_cast<uint8_t*>(allocateBlock(source->length + 1));
+  if (record == nullptr || bytes == nullptr) {
+    freeBlock(record);
+    freeBlock(bytes);
+    return kOutOfMemory;
+  }
+  if (source->length != 0) {
+    std::memcpy(bytes, source->bytes, source->length);
+  }
+  *record = {source->length, bytes};
+  *out = record;
+  return kOk;
+}
+
+}  // namespace
+
+constinit const runtime::IoTable ioTable = {
+    .reserved0to4 = {},
+    .CreateMemoryStream = createMemoryStream,
+    .Write = write,
+    .GetContent = getContent,
+};
+
+}  // namespace vexa::velmora

@@ -1,0 +1,101 @@
+#include "runtime/registry.h"
+
+#include <atomic>
+#include <cstring>
+
+#include "runtime/heap.h"
+#include "runtime/tables.h"
+#include "vexa/results.h"
+
+// Declares ascTable, cryptTable, pkcs12Table, pseListTable (extern const) and
+// addCryptoTypes(runtime::CommonTypes&), which fills slots 13 to 26.
+#if __has_include("runtime/crypto/tables.h")
+#include "runtime/crypto/tables.h"
+#define VELMORA_CRYPTO_TABLE(table) &table
+#else
+#define VELMORA_CRYPTO_TABLE(table) nullptr
+#endif
+
+namespace vexa::velmora {
+namespace {
+
+constexpr runtime::MultiStringTable multiStringTable{};
+constexpr runtime::MultiStringTable wideMultiStringTable{};
+
+struct Interface {
+  const char* component;  // null: the crypto runtime itself
+  const char* name;
+  const void* table;
+};
+
+// Every interface, in the order in which the module asks.
+const auto& interfaces() {
+  static const Interface list[] = {
+      {nullptr, runtime::kPkcs12Name, VELMORA_CRYPTO_TABLE(pkcs12Table)},
+      {nullptr, runtime::kCommonTypesName, &commonTypes()},
+      {nullptr, runtime::kEncodeName, &encodeTable},
+      {runtime::kStringComponent, runtime::kStringName, &stringTable},
+      {runtime::kStringComponent, runtime::kMultiStringName, &multiStringTable},
+      {nullptr, runtime::kIoName, &ioTable},
+      {nullptr, runtime::kUrlName, &urlTable},
+      {runtime::kStringComponent, runtime::kWideStringName, &wideStringTable},
+      {runtime::kStringComponent, runtime::kWideMultiStringName, &wideMultiStringTable},
+      {nullptr, runtime::kAscName, VELMORA_CRYPTO_TABLE(ascTable)},
+      {nullptr, runtime::kCryptName, VELMORA_CRYPTO_TABLE(cryptTable)},
+      {nullptr, runtime::kRandomName, &randomTable},
+      {nullptr, runtime::kTimeName, &timeTable},
+      {nullptr, runtime::kNotifyName, &notifyTable},
+      {nullptr, runtime::kPseName, VELMORA_CRYPTO_TABLE(pseListTable)},
+  };
+  return list;
+}
+
+std::atomic<int64_t> bound{0};
+
+bool sameComponent(const char* a, const char* b) {
+  return a == nullptr || b == nullptr ? a == b : std::strcmp(a, b) == 0;
+}
+
+void releaseRoot(const runtime::RootList*) {}  // the list is static
+
+}  // namespace
+
+int32_t getInterface(const char* component, const char* name, const void** table) {
+  if (name == nullptr || table == nullptr) {
+    return kNullPointer;
+  }
+  *table = nullptr;
+  for (const Interface& candidate : interfaces()) {
+    if (candidate.table != nullptr && sameComponent(candidate.component, component) &&
+        std::strcmp(candidate.name, name) == 0) {
+      *table = candidate.table;
+      bound.fetch_add(1);
+      return kOk;
+    }
+  }
+  return kFail;
+}
+
+void releaseInterface(const void** table) {
+  if (table != nullptr && *table != nullptr) {
+    *table = nullptr;
+    bound.fetch_sub(1);
+  }
+}
+
+int64_t boundInterfaces() { return bound.load(); }
+
+constinit const runtime::RootList rootList = {
+    .ReleaseRoot = releaseRoot,
+    .reserved1 = nullptr,
+    .GetInterface = getInterface,
+    .ReleaseInterface = releaseInterface,
+    .reserved4 = nullptr,
+    .reserved5 = nullptr,
+    .Allocate = allocateBlock,
+    .reserved7 = nullptr,
+    .Reallocate = reallocateBlock,
+    .Free = freeBlock,
+};
+
+}  // namespace vexa::velmora

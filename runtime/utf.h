@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+
+// UTF-8 and UTF-16 (RFC 3629, Unicode 15 section 3.9). Strict: surrogate pairs are joined, and each
+// invalid piece of the input becomes U+FFFD. Both functions return the number of units of the
+// result; a null `out` only measures.
+namespace vexa::velmora {
+
+uint64_t utf8ToUtf16(const char* text, uint64_t length, char16_t* out);
+uint64_t utf16ToUtf8(const char16_t* text, uint64_t length, char* out);
+
+}  // namespace vexa::velmora

@@ -1,0 +1,125 @@
+#include "runtime/string_operations.h"
+#include "runtime/tables.h"
+#include "runtime/utf.h"
+
+namespace vexa::velmora {
+namespace {
+
+using runtime::StringObject;
+using runtime::WideStringObject;
+using Operations = StringOperations<WideStringObject>;
+using NarrowOperations = StringOperations<StringObject>;
+
+int32_t assignUnits(WideStringObject* string, const char16_t* units, uint64_t length) {
+  if (string == nullptr || (units == nullptr && length != 0)) {
+    return kNullPointer;
+  }
+  return Operations::assign(string, {units, length});
+}
+
+uint64_t find(const WideStringObject* string, const char16_t* text, uint64_t start) {
+  if (string == nullptr || text == nullptr) {
+    return runtime::kNotFound;
+  }
+  return Operations::view(string).find(text, start);
+}
+static_assert(std::u16string_view::npos == runtime::kNotFound);
+
+// '*' covers any run: after a mismatch the last one takes one unit more, which is enough, since
+// what an earlier one could take, the last one can take too.
+bool wildcardMatches(std::u16string_view text, std::u16string_view pattern) {
+  size_t at = 0;
+  size_t inPattern = 0;
+  size_t afterStar = std::u16string_view::npos;  // in the pattern
+  size_t starEnd = 0;                            // in the text
+  while (at < text.size()) {
+    if (inPattern < pattern.size() && pattern[inPattern] == '*') {
+      afterStar = ++inPattern;
+      starEnd = at;
+    } else if (inPattern < pattern.size() &&
+               (pattern[inPattern] == '?' || upper(pattern[inPattern]) == upper(text[at]))) {
+      ++inPattern;
+      ++at;
+    } else if (afterStar != std::u16string_view::npos) {
+      inPattern = afterStar;
+      at = ++starEnd;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of(u'*', inPattern) == std::u16string_view::npos;
+}
+
+int32_t wildcardMatch(const WideStringObject* string, const char16_t* pattern) {
+  return string != nullptr && pattern != nullptr &&
+                 wildcardMatches(Operations::view(string), pattern)
+             ? 1
+             : 0;
+}
+
+int32_t fromMultiByte(WideStringObject* string, uint32_t codePage, const char* text) {
+  if (string == nullptr) {
+    return kNullPointer;
+  }
+  if (codePage != runtime::kUtf8) {
+    return kInvalidArgument;
+  }
+  const std::string_view source = NarrowOperations::view(text);
+  const uint64_t length = utf8ToUtf16(source.data(), source.size(), nullptr);
+  char16_t* const converted = length == 0 ? nullptr : Operations::allocateText(length);
+  if (converted == nullptr && length != 0) {
+    return kOutOfMemory;
+  }
+  utf8ToUtf16(source.data(), source.size(), converted);
+  Operations::adopt(string, converted, length);
+  return kOk;
+}
+
+int32_t toMultiByte(const WideStringObject* string, uint32_t codePage, StringObject* out) {
+  if (string == nullptr || out == nullptr) {
+    return kNullPointer;
+  }
+  if (codePage != runtime::kUtf8) {
+    return kInvalidArgument;
+  }
+  const std::u16string_view source = Operations::view(string);
+  const uint64_t length = utf16ToUtf8(source.data(), source.size(), nullptr);
+  char* const converted = length == 0 ? nullptr : NarrowOperations::allocateText(length);
+  if (converted == nullptr && length != 0) {
+    return kOutOfMemory;
+  }
+  utf16ToUtf8(source.data(), source.size(), converted);
+  NarrowOperations::adopt(out, converted, length);
+  return kOk;
+}
+
+}  // namespace
+
+constinit const runtime::WideStringTable wideStringTable = {
+    .reserved0 = nullptr,
+    .reserved1 = nullptr,
+    .TextRelease = Operations::textRelease,
+    .TextDuplicate = Operations::textDuplicate,
+    .reserved4 = nullptr,
+    .TextCompare = Operations::textCompare,
+    .reserved6 = nullptr,
+    .reserved7 = nullptr,
+    .Create = Operations::create,
+    .Destroy = Operations::destroy,
+    .Clear = Operations::clear,
+    .AssignUnits = assignUnits,
+    .AssignText = Operations::assignText,
+    .AppendText = Operations::appendText,
+    .GetText = Operations::getText,
+    .GetLength = Operations::getLength,
+    .Compare = Operations::compare,
+    .reserved17to19 = {},
+    .Trim = Operations::trim,
+    .SplitFirst = Operations::splitFirst,
+    .Find = find,
+    .WildcardMatch = wildcardMatch,
+    .FromMultiByte = fromMultiByte,
+    .ToMultiByte = toMultiByte,
+};
+
+}  // namespace vexa::velmora
