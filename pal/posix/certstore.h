@@ -44,7 +44,6 @@ inline constexpr BYTE CUR_BLOB_VERSION = 2;
 inline constexpr ALG_ID CALG_RSA_SIGN = 0x2400;
 inline constexpr ALG_ID CALG_RSA_KEYX = 0xA400;
 
-inline constexpr HRESULT NTE_BAD_UID = static_cast<HRESULT>(0x80090001);
 inline constexpr HRESULT NTE_BAD_DATA = static_cast<HRESULT>(0x80090005);
 inline constexpr HRESULT NTE_BAD_VER = static_cast<HRESULT>(0x80090007);
 inline constexpr HRESULT NTE_BAD_ALGID = static_cast<HRESULT>(0x80090008);
@@ -171,8 +170,9 @@ struct RSAPUBKEY {
 static_assert(sizeof(RSAPUBKEY) == 12);
 
 extern "C" {
-// Copies the DER. Null: E_INVALIDARG (another encoding, or null), CRYPT_E_ASN1_EOD (ends early),
-// CRYPT_E_ASN1_BADTAG (not a certificate's outer shape), ERROR_NOT_ENOUGH_MEMORY.
+// Copies the DER, with what follows the certificate. Null: E_INVALIDARG (another encoding),
+// CRYPT_E_ASN1_EOD (ends early), CRYPT_E_ASN1_BADTAG (not the outline of a certificate up to its
+// issuer; what comes later is not checked), ERROR_NOT_ENOUGH_MEMORY.
 PCCERT_CONTEXT WINAPI CertCreateCertificateContext(DWORD encoding, const BYTE* encoded, DWORD size);
 // One more reference; returns the same context. Null stays null.
 PCCERT_CONTEXT WINAPI CertDuplicateCertificateContext(PCCERT_CONTEXT context);
@@ -193,7 +193,8 @@ BOOL WINAPI CertGetCertificateContextProperty(PCCERT_CONTEXT context, DWORD prop
 // The current user's store of that name (case does not count), made when it is new. Null:
 // E_INVALIDARG (no name), ERROR_NOT_ENOUGH_MEMORY.
 HCERTSTORE WINAPI CertOpenSystemStoreW(HCRYPTPROV_LEGACY provider, LPCWSTR name);
-// Contexts of the store stay usable. FALSE with E_INVALIDARG for a handle that is not open.
+// Contexts of the store stay usable. A null handle succeeds; FALSE with E_INVALIDARG for one that
+// is not open.
 BOOL WINAPI CertCloseStore(HCERTSTORE store, DWORD flags);
 
 // Puts a copy with all properties into the store; *stored (may be null) gets a reference to the
@@ -209,8 +210,8 @@ BOOL WINAPI CertAddCertificateContextToStore(HCERTSTORE store, PCCERT_CONTEXT co
 // The first certificate, or the one after `previous`, which is freed (also at the end, when the
 // answer is null with CRYPT_E_NOT_FOUND). The caller owns what it gets.
 PCCERT_CONTEXT WINAPI CertEnumCertificatesInStore(HCERTSTORE store, PCCERT_CONTEXT previous);
-// Takes the certificate out of its store and frees the context, whatever the answer is. FALSE with
-// E_INVALIDARG for a loose context, CRYPT_E_NOT_FOUND when it has been taken out before.
+// Takes the certificate out of its store, if it is still in one, and frees the context. Always
+// TRUE.
 BOOL WINAPI CertDeleteCertificateFromStore(PCCERT_CONTEXT context);
 
 // A chain whose trust status says CERT_TRUST_IS_UNTRUSTED_ROOT. FALSE: E_INVALIDARG (null, or
@@ -239,15 +240,15 @@ void WINAPI CertFreeCertificateChain(PCCERT_CHAIN_CONTEXT chain);
 BOOL WINAPI CryptAcquireContextW(HCRYPTPROV* provider, LPCWSTR container, LPCWSTR name, DWORD type,
                                  DWORD flags);
 // FALSE: ERROR_INVALID_PARAMETER (not open), NTE_BAD_FLAGS (flags not 0; it is released all the
-// same).
+// same). Keys stay open.
 BOOL WINAPI CryptReleaseContext(HCRYPTPROV provider, DWORD flags);
 
 // Keeps a PRIVATEKEYBLOB of an RSA key as the container's exchange or signature key, replacing the
-// one before. FALSE: NTE_BAD_UID (provider not open), NTE_BAD_TYPE, NTE_BAD_VER, NTE_BAD_ALGID (the
-// header's fields), NTE_BAD_DATA (magic, key length or blob length), NTE_BAD_FLAGS,
-// ERROR_INVALID_PARAMETER (null). Whether the numbers fit each other is not checked.
+// one before. FALSE: ERROR_INVALID_PARAMETER (provider not open, null, or a public key),
+// NTE_BAD_TYPE, NTE_BAD_VER, NTE_BAD_ALGID (the header's fields), NTE_BAD_DATA (magic, key length
+// or blob length), NTE_BAD_FLAGS. Whether the numbers fit each other is not checked.
 BOOL WINAPI CryptImportKey(HCRYPTPROV provider, const BYTE* blob, DWORD size, HCRYPTKEY publicKey,
                            DWORD flags, HCRYPTKEY* key);
-// Closes the handle; the key stays in its container. FALSE: ERROR_INVALID_HANDLE.
+// Closes the handle; the key stays in its container. FALSE: ERROR_INVALID_PARAMETER.
 BOOL WINAPI CryptDestroyKey(HCRYPTKEY key);
 }

@@ -9,16 +9,15 @@ inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 0x4;
 
 extern "C" {
 // A name without extension gets ".so"; one that ends in "." is taken without it. Each success adds
-// a reference that FreeLibrary takes back. Null: ERROR_INVALID_PARAMETER (no name),
-// ERROR_MOD_NOT_FOUND (no such file, or a library that it needs is missing), ERROR_BAD_EXE_FORMAT
-// (the file is there but is not a shared library).
+// a reference that FreeLibrary takes back. Null: ERROR_MOD_NOT_FOUND (no name, no such file, or a
+// library that it needs is missing), ERROR_BAD_EXE_FORMAT (the file is there but is not a library).
 HMODULE WINAPI LoadLibraryA(LPCSTR name);
 
-// Null with ERROR_PROC_NOT_FOUND when the library does not export `name`, ERROR_INVALID_HANDLE when
+// Null with ERROR_PROC_NOT_FOUND when the library does not export `name`, ERROR_MOD_NOT_FOUND when
 // `module` was not handed out by this facility. Numbers in place of names are not known here.
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 
-// ERROR_INVALID_HANDLE when `module` holds no reference of this facility.
+// FALSE with ERROR_INVALID_HANDLE for null, ERROR_MOD_NOT_FOUND when there is no such reference.
 BOOL WINAPI FreeLibrary(HMODULE module);
 
 // The absolute path of the module's file; null means the program. Returns its length without the

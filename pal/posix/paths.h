@@ -2,13 +2,15 @@
 
 #include "pal/posix/error.h"
 
-// shlwapi's path texts. Texts only: no file is looked at. '\' and '/' both separate; a path that
-// has no separator yet gets '/'. Buffers hold MAX_PATH characters with the terminator. Any thread.
+// shlwapi's path texts. Texts only: no file is looked at. '\' and '/' both separate; Buffers hold
+// MAX_PATH characters with the terminator. Any thread.
 
 extern "C" {
-// Joins `more` to `path` with one separator and resolves "." and ".." parts. FALSE, and `path` left
-// as it was, when the result would not fit; FALSE for a null argument. As on Windows a `more` that
-// starts with a separator is still appended, not taken as absolute.
+// Joins `more` to `path` and leaves "." parts and empty parts out; ".." takes the part before it
+// away. As on Windows a `more` that starts with a separator is still appended. A relative path
+// keeps the ".." that lead above its start, and "." stands for nothing left. All separators become
+// the first one that is there. FALSE and an empty `path` when the result would not fit; FALSE for a
+// null argument.
 BOOL WINAPI PathAppendA(LPSTR path, LPCSTR more);
 
 // The last '.' of the last part, or the terminator. A '.' before a blank does not count. Null stays
