@@ -46,6 +46,13 @@ class CComObjectRoot {
  protected:
   uint32_t incrementCount() { return std::atomic_ref(count_).fetch_add(1) + 1; }
   uint32_t decrementCount() { return std::atomic_ref(count_).fetch_sub(1) - 1; }
+  // Drops a reference; true when it was the last one. Whoever holds the only reference shares the
+  // object with nobody, so that case needs no interlocked operation.
+  bool dropCount() {
+    return std::atomic_ref(count_).load(std::memory_order_acquire) == 1 || decrementCount() == 0;
+  }
+  // For a creator that has shown the object to nobody yet.
+  void startCount(uint32_t count) { count_ = count; }
   ~CComObjectRoot() = default;
 
  private:
@@ -56,6 +63,8 @@ class CComObjectRoot {
 //   static const InterfaceMapRow* InterfaceMap();
 //   int32_t FinalConstruct();   (optional) what of the construction can fail
 // and declares, or inherits from an interface, `virtual void* DeletingDestructor(uint32_t) = 0`.
+// A T whose objects may stand in memory of its own supplies `auto memory() const`: what it returns
+// outlives the object, and its free(block) gives the object's memory back.
 template <class T>
 class CComObject final : public T {
  public:
@@ -78,6 +87,9 @@ class CComObject final : public T {
     return object;
   }
 
+  // A new object with count 0 in memory that T's memory() knows how to give back.
+  static CComObject* Construct(void* block) { return new (block) CComObject; }
+
   int32_t QueryInterface(const Guid* id, void** out) override {
     *out = findInterface(static_cast<T*>(this), T::InterfaceMap(), *id);
     if (*out == nullptr) {
@@ -96,9 +108,17 @@ class CComObject final : public T {
   }
   void* DeletingDestructor(uint32_t flags) override {
     void* const self = this;
-    this->~CComObject();
-    if ((flags & 1) != 0) {
-      processFree(self);
+    if constexpr (requires { this->memory(); }) {
+      auto memory = this->memory();
+      this->~CComObject();
+      if ((flags & 1) != 0) {
+        memory.free(self);
+      }
+    } else {
+      this->~CComObject();
+      if ((flags & 1) != 0) {
+        processFree(self);
+      }
     }
     return self;
   }
