@@ -4,7 +4,7 @@
 #include "runtime/tables.h"
 #include "vexa/results.h"
 
-#if __has_include("runtime/crypto/tables.h")
+#if defined(VELMORA_CRYPTO)
 #include "runtime/crypto/tables.h"
 #else
 namespace vexa::velmora {

@@ -9,7 +9,7 @@
 
 // Declares ascTable, cryptTable, pkcs12Table, pseListTable (extern const) and
 // addCryptoTypes(runtime::CommonTypes&), which fills slots 13 to 26.
-#if __has_include("runtime/crypto/tables.h")
+#if defined(VELMORA_CRYPTO)
 #include "runtime/crypto/tables.h"
 #define VELMORA_CRYPTO_TABLE(table) &table
 #else
