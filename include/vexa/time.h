@@ -1,0 +1,50 @@
+#pragma once
+
+#include "vexa/module.h"
+#include "vexa/runtime/services.h"
+
+namespace vexa {
+
+inline constexpr char kTimeListName[] = "timeapi";
+
+// A time format: what one count is and where zero lies. Only the low byte of a format word counts.
+// Other unit values are ticks, other epoch values are relative: the value is a span from now on.
+enum TimeUnit : uint32_t {
+  kTimeSeconds = 0x01,
+  kTimeMilliseconds = 0x02,
+  kTimeMicroseconds = 0x04,
+  kTimeTicks = 0x08,  // 100 nanoseconds
+};
+enum TimeEpoch : uint32_t {
+  kTimeSinceNow = 0x00,
+  kTimeSinceFileTime = 0x10,  // 1601-01-01 00:00 UTC
+  kTimeSinceUnix = 0x20,      // 1970-01-01 00:00 UTC
+};
+
+inline constexpr uint32_t kFileTimeFormat = kTimeSinceFileTime | kTimeTicks;
+inline constexpr uint32_t kUnixSecondsFormat = kTimeSinceUnix | kTimeSeconds;
+inline constexpr uint32_t kUnixMillisecondsFormat = kTimeSinceUnix | kTimeMilliseconds;
+inline constexpr uint32_t kSecondsFromNowFormat = kTimeSinceNow | kTimeSeconds;
+
+// Ticks from 1601-01-01 to 1970-01-01.
+inline constexpr uint64_t kUnixEpochTicks = 116444736000000000u;
+
+// The list "timeapi". Nothing fails; no slot keeps state; any thread may call any of them.
+struct TimeList {
+  GetModuleInfoFunction GetModuleInfo;
+  // The current UTC time in ticks since 1601-01-01 (a FILETIME).
+  uint64_t (*GetCurrentFileTime)();
+  // Converts between formats. Equal formats give the value back, relative ones too. Arithmetic is
+  // unsigned 64-bit throughout: products and differences wrap (a moment before 1970 in a Unix
+  // format is huge), quotients are truncated.
+  uint64_t (*ConvertTime)(uint64_t value, uint32_t from, uint32_t to);
+  // Converts a time of the crypto runtime. One that the runtime refuses counts as 1970-01-01.
+  uint64_t (*ConvertLibraryTime)(const runtime::LibraryTime* time, uint32_t to);
+};
+VEXA_SLOT(TimeList, GetModuleInfo, 0);
+VEXA_SLOT(TimeList, GetCurrentFileTime, 1);
+VEXA_SLOT(TimeList, ConvertTime, 2);
+VEXA_SLOT(TimeList, ConvertLibraryTime, 3);
+static_assert(sizeof(TimeList) == 4 * sizeof(void*));
+
+}  // namespace vexa
