@@ -7,24 +7,23 @@ namespace vexa {
 
 inline constexpr char kTimeListName[] = "timeapi";
 
-// A time format: what one count is and where zero lies. Only the low byte of a format word counts.
-// Other unit values are ticks, other epoch values are relative: the value is a span from now on.
-enum TimeUnit : uint32_t {
+// A time format: what one count is (low four bits) and where zero lies (high four bits). Only the
+// low byte counts. Other unit values are ticks, other zero points are relative: the value is a span
+// from now on.
+enum TimeFormat : uint32_t {
   kTimeSeconds = 0x01,
   kTimeMilliseconds = 0x02,
   kTimeMicroseconds = 0x04,
   kTimeTicks = 0x08,  // 100 nanoseconds
-};
-enum TimeEpoch : uint32_t {
   kTimeSinceNow = 0x00,
   kTimeSinceFileTime = 0x10,  // 1601-01-01 00:00 UTC
   kTimeSinceUnix = 0x20,      // 1970-01-01 00:00 UTC
-};
 
-inline constexpr uint32_t kFileTimeFormat = kTimeSinceFileTime | kTimeTicks;
-inline constexpr uint32_t kUnixSecondsFormat = kTimeSinceUnix | kTimeSeconds;
-inline constexpr uint32_t kUnixMillisecondsFormat = kTimeSinceUnix | kTimeMilliseconds;
-inline constexpr uint32_t kSecondsFromNowFormat = kTimeSinceNow | kTimeSeconds;
+  kFileTimeFormat = kTimeSinceFileTime | kTimeTicks,
+  kUnixSecondsFormat = kTimeSinceUnix | kTimeSeconds,
+  kUnixMillisecondsFormat = kTimeSinceUnix | kTimeMilliseconds,
+  kSecondsFromNowFormat = kTimeSinceNow | kTimeSeconds,
+};
 
 // Ticks from 1601-01-01 to 1970-01-01.
 inline constexpr uint64_t kUnixEpochTicks = 116444736000000000u;
