@@ -1,0 +1,91 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "pal/windows_api.h"
+#include "vexa/module.h"
+
+// Builds of the module and the runtime, laid out in folders as an installation would have them.
+namespace vexa::test {
+
+namespace fs = std::filesystem;
+
+#if defined(_WIN32)
+inline constexpr char kModuleFile[] = "vexabase.dll";
+inline constexpr char kRuntimeFile[] = "velmora.dll";
+inline constexpr char kWrongRuntimeFile[] = "velmora_without_export.dll";
+#else
+inline constexpr char kModuleFile[] = "libvexabase.so";
+inline constexpr char kRuntimeFile[] = "velmora.so";
+inline constexpr char kWrongRuntimeFile[] = "velmora_without_export.so";
+#endif
+
+// Tests run in build/<preset>/tests.
+inline fs::path builtFiles() { return fs::absolute(fs::path("..") / "bin"); }
+
+// A loaded library; let go again at the end.
+class LoadedLibrary {
+ public:
+  LoadedLibrary() = default;
+  explicit LoadedLibrary(const fs::path& file) : handle_(LoadLibraryA(file.string().c_str())) {}
+  LoadedLibrary(const LoadedLibrary&) = delete;
+  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+  ~LoadedLibrary() {
+    if (handle_ != nullptr) {
+      FreeLibrary(handle_);
+    }
+  }
+
+  explicit operator bool() const { return handle_ != nullptr; }
+  template <class Function>
+  Function find(const char* name) const {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(handle_, name)));
+  }
+
+ private:
+  HMODULE handle_ = nullptr;
+};
+
+// The module, loaded from a file as a host loads it.
+struct LoadedModule {
+  explicit LoadedModule(const fs::path& file)
+      : library(file),
+        init(library ? library.find<ModuleInitFunction>(kModuleInitExport) : nullptr),
+        final(library ? library.find<ModuleFinalFunction>(kModuleFinalExport) : nullptr) {}
+
+  LoadedLibrary library;
+  ModuleInitFunction init;
+  ModuleFinalFunction final;
+};
+
+// A folder of its own for one test, removed at the end.
+class Installation {
+ public:
+  Installation() {
+    static int number = 0;
+    root_ = fs::absolute("installation_" + std::to_string(GetCurrentThreadId()) + "_" +
+                         std::to_string(number++));
+    fs::remove_all(root_);
+    fs::create_directories(root_);
+  }
+  Installation(const Installation&) = delete;
+  Installation& operator=(const Installation&) = delete;
+  ~Installation() {
+    std::error_code ignored;  // what is still loaded cannot be removed
+    fs::remove_all(root_, ignored);
+  }
+
+  // Puts a built file into a folder, under another name if asked.
+  fs::path put(const char* folder, const char* file, const char* name = nullptr) const {
+    const fs::path target = root_ / folder / (name != nullptr ? name : file);
+    fs::create_directories(target.parent_path());
+    fs::copy_file(builtFiles() / file, target, fs::copy_options::overwrite_existing);
+    return target;
+  }
+
+ private:
+  fs::path root_;
+};
+
+}  // namespace vexa::test

@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include "installed_module.h"
+#include "vexa/core.h"
+#include "vexa/results.h"
+#include "vexa/runtime/reference.h"
+
+namespace vexa::test {
+namespace {
+
+// Starts and ends the module; true when it found its runtime.
+bool startsAndEnds(const fs::path& moduleFile) {
+  const LoadedModule module(moduleFile);
+  if (module.init == nullptr) {
+    ADD_FAILURE() << "not loaded: " << moduleFile;
+    return false;
+  }
+  GetModuleInterfaceFunction lookup = nullptr;
+  const int32_t result = module.init(nullptr, &lookup);
+  EXPECT_NE(lookup, nullptr) << "handed out even when the start fails";
+  if (failed(result)) {
+    EXPECT_EQ(result, kFail);
+    return false;
+  }
+  const void* list = nullptr;
+  EXPECT_EQ(lookup("host", kCoreListName, &list), kOk);
+  EXPECT_NE(list, nullptr);
+  EXPECT_EQ(module.final(), kOk);
+  return true;
+}
+
+TEST(LibrarySearch, FindsTheRuntimeBesideTheModule) {
+  const Installation installation;
+  const fs::path module = installation.put("app", kModuleFile);
+  installation.put("app", kRuntimeFile);
+  EXPECT_TRUE(startsAndEnds(module));
+}
+
+TEST(LibrarySearch, FindsTheRuntimeInTheSiblingLibOfBin) {
+  const Installation installation;
+  const fs::path module = installation.put("bin", kModuleFile);
+  installation.put("lib", kRuntimeFile);
+  EXPECT_TRUE(startsAndEnds(module));
+}
+
+TEST(LibrarySearch, FindsTheRuntimeInTheSiblingLibOfBinInCapitals) {
+  const Installation installation;
+  const fs::path module = installation.put("BIN", kModuleFile);
+  installation.put("lib", kRuntimeFile);
+  EXPECT_TRUE(startsAndEnds(module));
+}
+
+TEST(LibrarySearch, DoesNotLookInTheSiblingLibOfAnotherFolder) {
+  const Installation installation;
+  const fs::path module = installation.put("app", kModuleFile);
+  installation.put("lib", kRuntimeFile);
+  EXPECT_FALSE(startsAndEnds(module));
+}
+
+TEST(LibrarySearch, AMissingRuntimeFailsAndALaterStartFindsIt) {
+  const Installation installation;
+  const LoadedModule module(installation.put("app", kModuleFile));
+  ASSERT_NE(module.init, nullptr);
+  EXPECT_EQ(module.init(nullptr, nullptr), kFail);
+  EXPECT_EQ(module.final(), kOk) << "the failed start does not count";
+  installation.put("app", kRuntimeFile);
+  EXPECT_EQ(module.init(nullptr, nullptr), kOk);
+  EXPECT_EQ(module.final(), kOk);
+}
+
+TEST(LibrarySearch, ARuntimeWithoutItsExportFailsAndALaterStartFindsTheRightOne) {
+  const Installation installation;
+  const LoadedModule module(installation.put("app", kModuleFile));
+  ASSERT_NE(module.init, nullptr);
+  const fs::path wrong = installation.put("app", kWrongRuntimeFile, kRuntimeFile);
+  EXPECT_EQ(module.init(nullptr, nullptr), kFail);
+  fs::remove(wrong);
+  installation.put("app", kRuntimeFile);
+  EXPECT_EQ(module.init(nullptr, nullptr), kOk);
+  EXPECT_EQ(module.final(), kOk);
+}
+
+TEST(ModuleLifetime, NestedStartsBindOnceAndReleaseAtTheLastEnd) {
+  const Installation installation;
+  const LoadedModule module(installation.put("app", kModuleFile));
+  const LoadedLibrary runtime(installation.put("app", kRuntimeFile));
+  const auto bound = runtime.find<decltype(&velmora_bound_interfaces)>("velmora_bound_interfaces");
+  ASSERT_NE(bound, nullptr);
+  EXPECT_EQ(module.init(nullptr, nullptr), kOk);
+  const int64_t tables = bound();
+  EXPECT_EQ(tables, 14);
+  EXPECT_EQ(module.init(nullptr, nullptr), kOk);
+  EXPECT_EQ(bound(), tables);
+  EXPECT_EQ(module.final(), kOk);
+  EXPECT_EQ(bound(), tables);
+  EXPECT_EQ(module.final(), kOk);
+  EXPECT_EQ(bound(), 0);
+  EXPECT_EQ(module.final(), kOk) << "one too many changes nothing";
+}
+
+TEST(ModuleLifetime, AHostsRootListServesWithoutTheRuntimesFile) {
+  const Installation installation;
+  const LoadedModule module(installation.put("app", kModuleFile));
+  const LoadedLibrary runtime(installation.put("elsewhere", kRuntimeFile));
+  const auto getRoot = runtime.find<runtime::GetRootListFunction>(runtime::kGetRootListExport);
+  ASSERT_NE(getRoot, nullptr);
+  const runtime::RootList* root = nullptr;
+  getRoot(0, 0, &root, 0, "", 0);
+  ASSERT_NE(root, nullptr);
+  EXPECT_EQ(module.init(root, nullptr), kOk);
+  EXPECT_EQ(module.final(), kOk);
+}
+
+TEST(ModuleLifetime, AThousandLoadsLeaveNoBlockBehind) {
+  const Installation installation;
+  const fs::path file = installation.put("app", kModuleFile);
+  const LoadedLibrary runtime(installation.put("app", kRuntimeFile));
+  const auto liveBlocks = runtime.find<decltype(&velmora_live_blocks)>("velmora_live_blocks");
+  ASSERT_NE(liveBlocks, nullptr);
+  const uint64_t before = liveBlocks();
+  for (int i = 0; i < 1000; ++i) {
+    const LoadedModule module(file);
+    ASSERT_NE(module.init, nullptr);
+    ASSERT_EQ(module.init(nullptr, nullptr), kOk);
+    ASSERT_EQ(module.final(), kOk);
+  }
+  EXPECT_EQ(liveBlocks(), before);
+}
+
+}  // namespace
+}  // namespace vexa::test
