@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 namespace vexa::velmora {
 namespace {
@@ -23,6 +22,9 @@ struct Header {
 };
 static_assert(sizeof(Header) == 16);
 
+// No block is larger. Beyond it lie only wrong calculations.
+constexpr uint64_t kLargest = uint64_t{1} << 39;
+
 std::atomic<uint64_t> live{0};
 std::atomic<uint64_t> errors{0};
 std::atomic<HeapObserver*> observer{nullptr};
@@ -40,8 +42,7 @@ void report(const char* message) {
 
 bool refused(uint64_t size) {
   HeapObserver* const watcher = observer.load();
-  return (watcher != nullptr && !watcher->mayAllocate(size)) ||
-         size > std::numeric_limits<uint64_t>::max() / 2;
+  return (watcher != nullptr && !watcher->mayAllocate(size)) || size > kLargest;
 }
 
 bool isLive(Origin origin) {

@@ -33,7 +33,7 @@ TEST(SweepAllocations, TellsALeakOnAFailurePath) {
         sweepAllocations(*spy, [] {
           void* const first = velmora::allocateBlock(1);
           void* const second = velmora::allocateBlock(1);
-          if (first != nullptr && second == nullptr) {
+          if (first != nullptr && second == nullptr && leaked == nullptr) {
             leaked = first;
             return false;
           }

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "runtime_fixture.h"
+#include "support/exact_bytes.h"
+#include "support/slot.h"
+#include "support/sweep.h"
+
+namespace vexa::test {
+namespace {
+
+using std::string_view_literals::operator""sv;
+
+class IoTableTest : public RuntimeTest {
+ protected:
+  runtime::Stream* create() {
+    runtime::Stream* stream = nullptr;
+    EXPECT_EQ(spy.io.CreateMemoryStream(&stream), kOk);
+    return stream;
+  }
+  void write(runtime::Stream* stream, std::string_view text) {
+    const ExactBytes bytes(text);
+    EXPECT_EQ(spy.io.Write(stream, bytes.data(), bytes.size()), kOk);
+  }
+  std::string content(runtime::Stream* stream) {
+    runtime::ByteBuffer* buffer = nullptr;
+    EXPECT_EQ(spy.io.GetContent(stream, &buffer), kOk);
+    EXPECT_EQ(buffer->data[buffer->length], 0);  // uncounted
+    std::string text(reinterpret_cast<char*>(buffer->data), buffer->length);
+    spy.commonTypes.BufferRelease(buffer);
+    return text;
+  }
+  uint32_t release(runtime::Stream* stream) { return call<uint32_t>(stream, 2); }
+};
+
+TEST_F(IoTableTest, PiecesAreJoined) {
+  runtime::Stream* const stream = create();
+  write(stream, "{");
+  write(stream, "");
+  write(stream, "a\0b"sv);
+  EXPECT_EQ(spy.io.Write(stream, nullptr, 0), kOk);
+  EXPECT_EQ(content(stream), std::string("{a\0b", 4));
+  write(stream, "}");
+  EXPECT_EQ(content(stream), std::string("{a\0b}", 5));
+  EXPECT_EQ(release(stream), 0u);
+}
+
+TEST_F(IoTableTest, AnEmptyStreamHasEmptyContent) {
+  runtime::Stream* const stream = create();
+  EXPECT_EQ(content(stream), "");
+  release(stream);
+}
+
+TEST_F(IoTableTest, LongContentIsKept) {
+  runtime::Stream* const stream = create();
+  std::string expected;
+  for (int i = 0; i < 100; ++i) {
+    const std::string piece(static_cast<size_t>(i) * 17, static_cast<char>('a' + i % 26));
+    write(stream, piece);
+    expected += piece;
+  }
+  EXPECT_EQ(content(stream), expected);
+  release(stream);
+}
+
+TEST_F(IoTableTest, SlotsHaveTheirNumbers) {
+  runtime::Stream* stream = nullptr;
+  EXPECT_EQ(tableEntry<int32_t(runtime::Stream**)>(&spy.io, 5)(&stream), kOk);
+  EXPECT_EQ(
+      (tableEntry<int32_t(runtime::Stream*, const void*, uint64_t)>(&spy.io, 6)(stream, "x", 1)),
+      kOk);
+  EXPECT_EQ(content(stream), "x");
+  release(stream);
+}
+
+TEST_F(IoTableTest, StreamsAreCounted) {
+  runtime::Stream* const stream = create();
+  EXPECT_EQ(call<uint32_t>(stream, 1), 2u);
+  EXPECT_EQ(release(stream), 1u);
+  EXPECT_STREQ(call<const char*>(stream, 3), "MemoryStream");
+  EXPECT_EQ(release(stream), 0u);
+}
+
+TEST_F(IoTableTest, ADuplicateIsIndependent) {
+  runtime::Stream* const stream = create();
+  write(stream, "ab");
+  void* copy = nullptr;
+  EXPECT_EQ(call<int32_t>(stream, 4, &copy), kOk);
+  write(stream, "c");
+  EXPECT_EQ(content(static_cast<runtime::Stream*>(copy)), "ab");
+  EXPECT_EQ(release(stream), 0u);
+  EXPECT_EQ(release(static_cast<runtime::Stream*>(copy)), 0u);
+}
+
+TEST_F(IoTableTest, AFailedWriteKeepsWhatWasWritten) {
+  runtime::Stream* const stream = create();
+  write(stream, "ab");
+  const std::string large(100000, 'x');
+  spy.failAllocation(1);
+  EXPECT_EQ(spy.io.Write(stream, large.data(), large.size()), kOutOfMemory);
+  EXPECT_EQ(content(stream), "ab");
+  release(stream);
+}
+
+TEST_F(IoTableTest, ShortMemoryLeaksNothing) {
+  sweepAllocations(spy, [this] {
+    runtime::Stream* stream = nullptr;
+    if (spy.io.CreateMemoryStream(&stream) != kOk) {
+      return false;
+    }
+    runtime::ByteBuffer* buffer = nullptr;
+    void* copy = nullptr;
+    const bool done = spy.io.Write(stream, "abc", 3) == kOk &&
+                      spy.io.GetContent(stream, &buffer) == kOk &&
+                      call<int32_t>(stream, 4, &copy) == kOk;
+    EXPECT_EQ(copy != nullptr, done);
+    spy.commonTypes.BufferRelease(buffer);
+    if (copy != nullptr) {
+      release(static_cast<runtime::Stream*>(copy));
+    }
+    release(stream);
+    return done;
+  });
+}
+
+TEST_F(IoTableTest, NullArgumentsAreRefused) {
+  runtime::ByteBuffer* buffer = nullptr;
+  EXPECT_LT(spy.io.CreateMemoryStream(nullptr), 0);
+  EXPECT_LT(spy.io.Write(nullptr, "a", 1), 0);
+  EXPECT_LT(spy.io.GetContent(nullptr, &buffer), 0);
+  runtime::Stream* const stream = create();
+  EXPECT_LT(spy.io.Write(stream, nullptr, 1), 0);
+  EXPECT_LT(spy.io.GetContent(stream, nullptr), 0);
+  release(stream);
+}
+
+}  // namespace
+}  // namespace vexa::test

@@ -1,0 +1,141 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "runtime/tables.h"
+#include "vexa/results.h"
+#include "vexa/runtime/reference.h"
+
+namespace vexa::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// The trace goes to a file of the test's name in the working folder.
+class NotifyTableTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::remove(path_.c_str());
+    ASSERT_EQ(velmora_set_trace(1, path_.c_str()), kOk);
+  }
+  void TearDown() override {
+    velmora_clear_source_levels();
+    EXPECT_EQ(velmora_set_trace(0, nullptr), kOk);
+    std::remove(path_.c_str());
+  }
+
+  void setLevel(uint32_t level) { EXPECT_EQ(velmora_set_trace(level, path_.c_str()), kOk); }
+
+  std::vector<std::string> lines() {
+    std::ifstream file(path_);
+    std::vector<std::string> result;
+    for (std::string line; std::getline(file, line);) {
+      result.push_back(line);
+    }
+    return result;
+  }
+
+  static void messageList(uint32_t level, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    velmora::notifyTable.MessageList(level, "list", 0, format, arguments);
+    va_end(arguments);
+  }
+
+  const runtime::NotifyTable& notify = velmora::notifyTable;
+
+ private:
+  std::string path_ =
+      std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".trace";
+};
+
+TEST_F(NotifyTableTest, MessagesAreOneLineEach) {
+  notify.Message(1, "vexabase", 0, "error %d of \"%s\"", 5, "x");
+  messageList(1, "%08x", 0x80004005u);
+  notify.Message(1, "vexabase", 0, "plain");
+  EXPECT_THAT(lines(),
+              ElementsAre("1 vexabase: error 5 of \"x\"", "1 list: 80004005", "1 vexabase: plain"));
+}
+
+TEST_F(NotifyTableTest, LongMessagesAreWhole) {
+  const std::string text(5000, 'x');
+  notify.Message(1, "a", 0, "%s", text.c_str());
+  EXPECT_THAT(lines(), ElementsAre("1 a: " + text));
+}
+
+TEST_F(NotifyTableTest, HigherLevelsAreLeftOut) {
+  notify.Message(2, "a", 0, "two");
+  setLevel(2);
+  notify.Message(2, "a", 0, "two again");
+  EXPECT_THAT(lines(), ElementsAre("2 a: two again"));
+}
+
+TEST_F(NotifyTableTest, ScopeEndsShowWhereTheirBeginningsDo) {
+  notify.Message(4, "a", 0, "{ x");
+  notify.Message(0, "a", 0, "}");
+  EXPECT_THAT(lines(), IsEmpty());
+  setLevel(4);
+  notify.Message(4, "a", 0, "{ x");
+  notify.Message(0, "a", 0, "}");
+  EXPECT_THAT(lines(), ElementsAre("4 a: { x", "0 a: }"));
+}
+
+TEST_F(NotifyTableTest, LevelZeroIsSilent) {
+  setLevel(0);
+  notify.Message(0, "a", 0, "}");
+  notify.Message(1, "a", 0, "error");
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(NotifyTableTest, SourcesMayHaveLevelsOfTheirOwn) {
+  EXPECT_EQ(velmora_set_source_level("b", 5), kOk);
+  EXPECT_EQ(notify.GetLevel("a", 5), 1u);
+  EXPECT_EQ(notify.GetLevel("b", 5), 5u);
+  notify.Message(5, "a", 0, "hidden");
+  notify.Message(5, "b", 0, "shown");
+  EXPECT_EQ(velmora_set_source_level("b", 0), kOk);
+  notify.Message(1, "b", 0, "hidden");
+  velmora_clear_source_levels();
+  notify.Message(1, "b", 0, "shown again");
+  EXPECT_THAT(lines(), ElementsAre("5 b: shown", "1 b: shown again"));
+}
+
+TEST_F(NotifyTableTest, AMissingSourceIsUnknown) {
+  notify.Message(1, nullptr, 0, "x");
+  EXPECT_EQ(notify.GetLevel(nullptr, 1), 1u);
+  EXPECT_THAT(lines(), ElementsAre("1 unknown: x"));
+  EXPECT_LT(velmora_set_source_level(nullptr, 1), 0);
+}
+
+TEST_F(NotifyTableTest, AFileThatCannotBeOpenedChangesNothing) {
+  EXPECT_EQ(velmora_set_trace(5, "no/such/folder/file"), kFail);
+  EXPECT_EQ(notify.GetLevel("a", 1), 1u);
+  notify.Message(1, "a", 0, "still here");
+  EXPECT_THAT(lines(), ElementsAre("1 a: still here"));
+}
+
+TEST_F(NotifyTableTest, LinesOfManyThreadsStayWhole) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this] {
+      for (int j = 0; j < 50; ++j) {
+        notify.Message(1, "thread", 0, "%s", "0123456789");
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_THAT(lines(), ::testing::AllOf(::testing::SizeIs(200),
+                                        ::testing::Each(std::string("1 thread: 0123456789"))));
+}
+
+}  // namespace
+}  // namespace vexa::test
