@@ -1,0 +1,10 @@
+#pragma once
+
+#include "vexa/json.h"
+
+namespace vexa::json {
+
+// The list "jsonapi".
+extern const JsonApiList kJsonApi;
+
+}  // namespace vexa::json

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "base/heap.h"
+#include "json/values.h"
+
+namespace vexa::json {
+
+// A member that was parsed and waits for its object to be closed. Elements of arrays leave the key
+// digest 0.
+struct PendingValue {
+  JsonValue* value;
+  uint64_t keyDigest;
+};
+
+// Tells most different keys apart; equal keys have equal digests.
+uint64_t digestKey(std::string_view key);
+
+// Finds repeated keys among the members of one object while it is parsed: by looking at each digest
+// while they are few, through a hash table afterwards. The table goes with the parse; objects
+// themselves have none.
+class KeyIndex {
+ public:
+  // True when a member has this key.
+  bool contains(std::span<const PendingValue> members, std::string_view key, uint64_t digest) const;
+  // Notes the last one of the members. False when memory is short.
+  [[nodiscard]] bool add(std::span<const PendingValue> members);
+
+ private:
+  bool rebuild(std::span<const PendingValue> members, uint64_t slots);
+  void insert(uint64_t digest, uint32_t position);
+
+  base::RootBlock<uint32_t> table_;  // position of a member plus 1, 0 for a free slot
+  uint64_t mask_ = 0;                // slots - 1; the slots are a power of two
+};
+
+}  // namespace vexa::json

@@ -1,0 +1,229 @@
+#include "json/serializer.h"
+
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cstring>
+#include <limits>
+
+#include "base/tables.h"
+#include "json/bytes.h"
+#include "json/collection.h"
+#include "json/growing_stack.h"
+
+namespace vexa::json {
+namespace {
+
+using base::bound;
+
+// What becomes of a byte in a string: itself, a backslash and a letter, or a number.
+constexpr char kPlain = 0;
+constexpr char kNumbered = 'u';
+
+constexpr std::array<char, 256> makeEscapes() {
+  std::array<char, 256> table{};
+  for (size_t c = 0; c < 0x20; ++c) {
+    table[c] = kNumbered;
+  }
+  table['\b'] = 'b';
+  table['\t'] = 't';
+  table['\n'] = 'n';
+  table['\f'] = 'f';
+  table['\r'] = 'r';
+  table['"'] = '"';
+  table['/'] = '/';
+  table['\\'] = '\\';
+  return table;
+}
+constexpr std::array<char, 256> kEscapes = makeEscapes();
+
+// The high bit of the first byte of a word that is not plain; bits above it mean nothing.
+uint64_t escapedBytes(uint64_t word) {
+  return bytesBelow(word, 0x20) | bytesEqual(word, '"') | bytesEqual(word, '/') |
+         bytesEqual(word, '\\');
+}
+
+// Gathers one string. Leaves for the stream whenever 1024 bytes or more are pending before the next
+// byte, and at the end.
+class EscapedWriter {
+ public:
+  explicit EscapedWriter(runtime::Stream* stream) : stream_(stream) {}
+
+  int32_t write(std::string_view text) {
+    const char* next = text.data();
+    const char* const end = next + text.size();
+    put('"');
+    while (next != end) {
+      if (pending_ >= kFlushAt) {
+        if (const int32_t result = flush(); failed(result)) {
+          return result;
+        }
+      }
+      next = copyPlain(next, end);
+      if (next != end && pending_ < kFlushAt) {
+        putEscaped(static_cast<uint8_t>(*next++));
+      }
+    }
+    put('"');
+    return flush();
+  }
+
+ private:
+  static constexpr size_t kFlushAt = 1024;
+  static constexpr size_t kWord = sizeof(uint64_t);
+  static constexpr size_t kLongestEscape = 6;  // \u0031
+  static constexpr size_t kSize = 1032;
+  static_assert(kFlushAt - 1 + kLongestEscape + 1 <= kSize && kFlushAt + kWord <= kSize);
+
+  void put(char c) { buffer_[pending_++] = c; }
+
+  // Copies plain bytes up to the next escaped one, the end or a full buffer.
+  const char* copyPlain(const char* next, const char* end) {
+    while (static_cast<size_t>(end - next) >= kWord && pending_ + kWord <= kFlushAt) {
+      const uint64_t word = loadWord(next);
+      std::memcpy(buffer_ + pending_, &word, kWord);
+      if (const uint64_t escaped = escapedBytes(word); escaped != 0) {
+        const auto plain = static_cast<size_t>(std::countr_zero(escaped)) / 8;
+        pending_ += plain;
+        return next + plain;
+      }
+      pending_ += kWord;
+      next += kWord;
+    }
+    while (next != end && pending_ < kFlushAt && kEscapes[static_cast<uint8_t>(*next)] == kPlain) {
+      put(*next++);
+    }
+    return next;
+  }
+
+  void putEscaped(uint8_t byte) {
+    const char escape = kEscapes[byte];
+    put('\\');
+    put(escape);
+    if (escape == kNumbered) {  // "%04d": the readers of this format expect decimal digits
+      put('0');
+      put('0');
+      put(static_cast<char>('0' + byte / 10));
+      put(static_cast<char>('0' + byte % 10));
+    }
+  }
+
+  int32_t flush() {
+    const int32_t result = writePiece(stream_, {buffer_, pending_});
+    pending_ = 0;
+    return result;
+  }
+
+  runtime::Stream* stream_;
+  size_t pending_ = 0;
+  char buffer_[kSize];
+};
+
+constexpr std::string_view kSeparator = ",\n";
+
+std::string_view opening(uint32_t type) { return type == kJsonObject ? "{\n" : "[\n"; }
+std::string_view closing(uint32_t type) { return type == kJsonObject ? "}\n" : "]\n"; }
+
+// Writes a tree with a stack of its own: values can be nested deeper than the thread's stack is.
+class TreeWriter {
+ public:
+  explicit TreeWriter(runtime::Stream* stream) : stream_(stream) {}
+
+  int32_t write(JsonCollection& root) {
+    int32_t result = open(root);
+    while (succeeded(result) && !levels_.empty()) {
+      Level& level = levels_.back();
+      const auto elements = level.collection->elements();
+      if (level.next == elements.size()) {
+        result = close(*level.collection);
+      } else {
+        const uint64_t index = level.next++;  // before a deeper level moves this one
+        result = writeElement(*level.collection, index, *elements[index]);
+      }
+    }
+    return result;
+  }
+
+ private:
+  struct Level {
+    JsonCollection* collection;
+    uint64_t next;  // index of the next element to write
+  };
+
+  int32_t open(JsonCollection& collection) {
+    const int32_t result = writePiece(stream_, opening(collection.type()));
+    if (failed(result)) {
+      return result;
+    }
+    return levels_.push({&collection, 0}) ? kOk : kOutOfMemory;
+  }
+
+  int32_t close(const JsonCollection& collection) {
+    levels_.pop();
+    const int32_t result = writePiece(stream_, "\n");
+    return failed(result) ? result : writePiece(stream_, closing(collection.type()));
+  }
+
+  int32_t writeElement(const JsonCollection& collection, uint64_t index, JsonValue& element) {
+    int32_t result = index == 0 ? kOk : writePiece(stream_, kSeparator);
+    if (succeeded(result) && collection.type() == kJsonObject) {
+      result = writeName(element.name());
+    }
+    if (failed(result)) {
+      return result;
+    }
+    JsonCollection* const nested = asCollection(&element);
+    return nested != nullptr ? open(*nested) : element.Write(stream_);
+  }
+
+  int32_t writeName(std::string_view name) {
+    const int32_t result = writeEscaped(stream_, name);
+    return failed(result) ? result : writePiece(stream_, " : ");
+  }
+
+  runtime::Stream* stream_;
+  GrowingStack<Level, 32> levels_;
+};
+
+void release(runtime::Stream* stream) {
+  stream->table->Release(reinterpret_cast<runtime::Object*>(stream));
+}
+
+}  // namespace
+
+int32_t writePiece(runtime::Stream* stream, std::string_view piece) {
+  return bound.io ? bound.io->Write(stream, piece.data(), piece.size()) : kFail;
+}
+
+int32_t writeInteger(runtime::Stream* stream, int32_t value) {
+  char digits[std::numeric_limits<int32_t>::digits10 + 2];  // all digits and a sign
+  const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+  return writePiece(stream, {digits, static_cast<size_t>(end - digits)});
+}
+
+int32_t writeEscaped(runtime::Stream* stream, std::string_view text) {
+  return EscapedWriter(stream).write(text);
+}
+
+int32_t writeCollection(runtime::Stream* stream, JsonCollection& collection) {
+  return asCollection(&collection) == nullptr ? kFail : TreeWriter(stream).write(collection);
+}
+
+int32_t toText(JsonCollection& collection, runtime::ByteBuffer** text) {
+  *text = nullptr;
+  if (!bound.io) {
+    return kFail;
+  }
+  runtime::Stream* stream = nullptr;
+  int32_t result = bound.io->CreateMemoryStream(&stream);
+  if (failed(result)) {
+    return result;
+  }
+  if (result = collection.Write(stream); succeeded(result)) {
+    result = bound.io->GetContent(stream, text);
+  }
+  release(stream);
+  return result;
+}
+
+}  // namespace vexa::json

@@ -1,0 +1,41 @@
+#include "json/value_name.h"
+
+#include "base/string.h"
+#include "base/tables.h"
+
+namespace vexa::json {
+
+using base::bound;
+
+std::string_view ValueName::view(bool isBorrowed) const {
+  if (isBorrowed) {
+    return {borrowed_.text, borrowed_.length};
+  }
+  if (!bound.strings) {
+    return {"", 0};
+  }
+  return {bound.strings->GetText(&object_), bound.strings->GetLength(&object_)};
+}
+
+int32_t ValueName::assign(bool isBorrowed, const void* bytes, uint64_t length) {
+  if (!bound.strings) {
+    return kOutOfMemory;
+  }
+  if (!isBorrowed) {
+    return bound.strings->AssignBytes(&object_, bytes, length);
+  }
+  runtime::StringObject made{};
+  const int32_t result = bound.strings->AssignBytes(&made, bytes, length);
+  if (succeeded(result)) {
+    object_ = made;
+  }
+  return result;
+}
+
+void ValueName::clear() {
+  if (object_.text != nullptr && bound.strings) {
+    bound.strings->Clear(&object_);
+  }
+}
+
+}  // namespace vexa::json
