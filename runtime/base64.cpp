@@ -110,8 +110,7 @@ int32_t base64Encode(const uint8_t* in, uint64_t inLength, uint8_t* out, uint64_
     for (uint64_t i = lineStart; i < lineStop; i += 3) {
       cursor = encodeGroup(in + i, lineStop - i, cursor);
     }
-    std::memcpy(cursor, lineEnd, endLength);
-    cursor += endLength;
+    cursor = std::copy_n(lineEnd, endLength, cursor);
   }
   *outLength = static_cast<uint64_t>(cursor - out);
   return kOk;

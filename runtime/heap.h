@@ -40,6 +40,6 @@ class HeapObserver {
   ~HeapObserver() = default;
 };
 // Null: nobody watches. The observer must outlive its use.
-void observeHeap(HeapObserver* observer);
+void observeHeap(HeapObserver* watcher);
 
 }  // namespace vexa::velmora

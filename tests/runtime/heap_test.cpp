@@ -145,5 +145,12 @@ TEST(RuntimeHeapAlone, WorksUnobserved) {
   EXPECT_EQ(velmora::liveBlocks(), before);
 }
 
+TEST(RuntimeHeapAlone, TellsWrongReleasesOnTheStandardError) {
+  testing::internal::CaptureStderr();
+  velmora::freeBlock(velmora::duplicateComponentText("x"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("velmora: a text of TextDuplicate"));
+}
+
 }  // namespace
 }  // namespace vexa::test

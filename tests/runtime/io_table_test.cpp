@@ -132,6 +132,10 @@ TEST_F(IoTableTest, NullArgumentsAreRefused) {
   runtime::Stream* const stream = create();
   EXPECT_LT(spy.io.Write(stream, nullptr, 1), 0);
   EXPECT_LT(spy.io.GetContent(stream, nullptr), 0);
+  EXPECT_LT(call<int32_t>(stream, 4, static_cast<void**>(nullptr)), 0);
+  EXPECT_LT(spy.io.Write(stream, "a", ~uint64_t{0}), 0);
+  write(stream, "a");
+  EXPECT_LT(spy.io.Write(stream, "a", ~uint64_t{0}), 0);
   release(stream);
 }
 

@@ -136,6 +136,7 @@ TEST_F(StringTableTest, NullStringsAreRefused) {
   String string;
   EXPECT_LT(strings.AssignBytes(nullptr, "a", 1), 0);
   EXPECT_LT(strings.AssignBytes(string.get(), nullptr, 1), 0);
+  EXPECT_LT(strings.AssignBytes(string.get(), "a", ~uint64_t{0}), 0);
   EXPECT_LT(strings.AssignText(nullptr, "a"), 0);
   EXPECT_LT(strings.AppendText(nullptr, "a"), 0);
   EXPECT_LT(strings.Normalise(nullptr), 0);

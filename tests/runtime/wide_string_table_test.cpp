@@ -206,6 +206,7 @@ TEST_F(WideStringTableTest, NullStringsAreRefused) {
   EXPECT_LT(wides.ToMultiByte(nullptr, runtime::kUtf8, narrow.get()), 0);
   EXPECT_LT(wides.ToMultiByte(wide.get(), runtime::kUtf8, nullptr), 0);
   EXPECT_LT(wides.AssignUnits(nullptr, u"a", 1), 0);
+  EXPECT_LT(wides.Create(nullptr), 0);
   EXPECT_LT(wides.AssignUnits(wide.get(), nullptr, 1), 0);
 }
 
