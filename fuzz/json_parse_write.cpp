@@ -1,0 +1,119 @@
+#include <functional>
+
+#include "json_harness.h"
+
+// Parses any text, and writes what came out. What is written parses back to an equal tree, and is
+// written again as the same text, unless the tree holds something that the format does not carry:
+//   - a key that is escaped when written (keys are read as they stand),
+//   - in a string, a control byte whose decimal number reads differently in hexadecimal, or DEL.
+// Nothing of the tree is left behind afterwards.
+namespace vexa::fuzz {
+namespace {
+
+bool isWrittenAsItIs(std::string_view key) {
+  for (const char c : key) {
+    if (static_cast<uint8_t>(c) < 0x20 || c == '\\' || c == '/') {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool comesBack(std::string_view string) {
+  for (const char c : string) {
+    const auto byte = static_cast<uint8_t>(c);
+    const bool hasLetter = c == '\b' || c == '\t' || c == '\n' || c == '\f' || c == '\r';
+    if (byte == 0x7F || (byte >= 10 && byte < 0x20 && !hasLetter)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// A string object of String.1 that releases its text.
+class Value {
+ public:
+  Value() = default;
+  Value(const Value&) = delete;
+  Value& operator=(const Value&) = delete;
+  ~Value() { startedModule().Free(object_.text); }
+
+  runtime::StringObject* put() { return &object_; }
+  std::string_view view() const {
+    return object_.text == nullptr ? std::string_view()
+                                   : std::string_view(object_.text, object_.length);
+  }
+
+ private:
+  runtime::StringObject object_{};
+};
+
+bool carries(IJsonObject& object);
+
+bool carries(IJsonArray& array) {
+  bool all = true;
+  for (uint64_t i = 0; i < array.GetCount(); ++i) {
+    Value string;
+    Held<IJsonObject> object;
+    Held<IJsonArray> nested;
+    if (array.GetStringAt(i, string.put()) == kOk) {
+      all = all && comesBack(string.view());
+    } else if (array.GetObjectAt(i, object.put()) == kOk) {
+      all = carries(*object) && all;
+    } else if (array.GetArrayAt(i, nested.put()) == kOk) {
+      all = carries(*nested) && all;
+    }
+  }
+  return all;
+}
+
+bool carries(IJsonObject& object) {
+  bool all = true;
+  for (uint64_t i = 0; i < object.GetCount(); ++i) {
+    Value key;
+    require(object.GetKeyAt(i, key.put()) == kOk, "every member has a key");
+    if (!isWrittenAsItIs(key.view())) {
+      all = false;
+      continue;  // it may hold a zero byte, behind which a lookup does not see
+    }
+    const std::string name(key.view());
+    Value string;
+    Held<IJsonObject> nested;
+    Held<IJsonArray> array;
+    if (object.GetString(name.c_str(), string.put()) == kOk) {
+      all = all && comesBack(string.view());
+    } else if (object.GetObject(name.c_str(), nested.put()) == kOk) {
+      all = carries(*nested) && all;
+    } else if (object.GetArray(name.c_str(), array.put()) == kOk) {
+      all = carries(*array) && all;
+    }
+  }
+  return all;
+}
+
+void checkText(std::string_view text) {
+  Held<IJsonObject> object;
+  if (parse(text, object) != kOk) {
+    return;
+  }
+  const std::string written = toText(*object);
+  if (!carries(*object)) {
+    return;
+  }
+  Held<IJsonObject> again;
+  require(parse(written, again) == kOk, "what is written can be read");
+  require(toText(*again) == written, "what is read again is written alike");
+  // Equal texts of two trees that carry all they hold mean equal trees.
+  require(carries(*again), "nothing is lost on the way");
+}
+
+}  // namespace
+}  // namespace vexa::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  vexa::fuzz::startedModule();
+  const uint64_t before = velmora_live_blocks();
+  vexa::fuzz::checkText({reinterpret_cast<const char*>(data), size});
+  vexa::fuzz::require(velmora_live_blocks() == before, "no block of the root heap is left");
+  return 0;
+}
