@@ -3,8 +3,9 @@
 namespace vexa::base {
 
 CUnloadAPI::CUnloadAPI(const void** target) : target_(target) {
-  // A failure is remembered by the registry and reported by its load pass.
-  (void)RegisterSingleton(this, kReleaseLast);
+  if (failed(RegisterSingleton(this, kReleaseLast))) {
+    unloadRegistry().SetIncomplete();
+  }
 }
 
 int32_t CUnloadAPI::Unload(uint32_t /*pass*/) {

@@ -44,19 +44,20 @@ void* findInterface(void* object, const InterfaceMapRow* map, const Guid& id);
 // The reference count. Interlocked; starts at 0.
 class CComObjectRoot {
  protected:
-  uint32_t incrementCount() { return std::atomic_ref(count_).fetch_add(1) + 1; }
-  uint32_t decrementCount() { return std::atomic_ref(count_).fetch_sub(1) - 1; }
+  uint32_t incrementCount() { return std::atomic_ref(referenceCount_).fetch_add(1) + 1; }
+  uint32_t decrementCount() { return std::atomic_ref(referenceCount_).fetch_sub(1) - 1; }
   // Drops a reference; true when it was the last one. Whoever holds the only reference shares the
   // object with nobody, so that case needs no interlocked operation.
   bool dropCount() {
-    return std::atomic_ref(count_).load(std::memory_order_acquire) == 1 || decrementCount() == 0;
+    return std::atomic_ref(referenceCount_).load(std::memory_order_acquire) == 1 ||
+           decrementCount() == 0;
   }
   // For a creator that has shown the object to nobody yet.
-  void startCount(uint32_t count) { count_ = count; }
+  void startCount(uint32_t count) { referenceCount_ = count; }
   ~CComObjectRoot() = default;
 
  private:
-  alignas(std::atomic_ref<uint32_t>::required_alignment) uint32_t count_ = 0;
+  alignas(std::atomic_ref<uint32_t>::required_alignment) uint32_t referenceCount_ = 0;
 };
 
 // The most derived class of every object. T supplies

@@ -35,7 +35,6 @@ int32_t UnloadRegistry::Register(ISingleton* object, ReleaseFirst releaseFirst) 
   auto* node = static_cast<Node*>(processAllocate(sizeof(Node)));
   ScopedLock lock(chainLock());
   if (node == nullptr) {
-    incomplete_ = incomplete_ || releaseFirst == kReleaseLast;
     return kOutOfMemory;
   }
   *node = {object, releaseFirst, head_, nullptr};

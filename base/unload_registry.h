@@ -43,6 +43,9 @@ class UnloadRegistry {
 
   // kOk; kOutOfMemory when there is no memory for the node.
   int32_t Register(ISingleton* object, ReleaseFirst releaseFirst);
+  // For a static record that could not be registered: every load pass answers kOutOfMemory from now
+  // on, since static initialisers have nobody to tell.
+  void SetIncomplete() { incomplete_ = true; }
   // Loads oldest first; stops at the first negative result and returns it.
   int32_t Load();
   // Unloads newest first: release-first objects, then the others; then drops the nodes of the
@@ -55,7 +58,7 @@ class UnloadRegistry {
   void prune();
 
   Node* head_ = nullptr;
-  bool incomplete_ = false;  // a static record found no memory
+  bool incomplete_ = false;
 };
 
 UnloadRegistry& unloadRegistry();

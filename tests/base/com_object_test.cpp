@@ -1,0 +1,348 @@
+#include "base/com_object.h"
+
+#include <gtest/gtest.h>
+
+#include "support/module_fixture.h"
+#include "support/slot.h"
+#include "support/sweep.h"
+
+namespace vexa::base {
+namespace {
+
+using test::slot;
+
+constexpr Guid kFirstId{1, 2, 3, {4}};
+constexpr Guid kSecondId{5, 6, 7, {8}};
+constexpr Guid kHiddenId{9, 10, 11, {12}};
+constexpr Guid kUnknownId{13, 14, 15, {16}};
+
+class IFirst : public IUnknown {
+ public:
+  virtual int32_t First() = 0;
+  virtual void* DeletingDestructor(uint32_t flags) = 0;
+
+ protected:
+  ~IFirst() = default;
+};
+
+class ISecond : public IUnknown {
+ public:
+  virtual int32_t Second() = 0;
+
+ protected:
+  ~ISecond() = default;
+};
+
+class Sample : public IFirst, public ISecond, public CFactoryImpl<Sample>, public CComObjectRoot {
+ public:
+  static inline int alive = 0;
+
+  static const InterfaceMapRow* InterfaceMap() {
+    static const InterfaceMapRow map[] = {
+        mapRow<Sample, IFirst>(kFirstId),
+        mapRow<Sample, ISecond>(kSecondId),
+        {&kHiddenId, 0, 7},  // a kind that names no offset
+        {nullptr, 0, kMapOffset},
+        mapEnd(),
+    };
+    return map;
+  }
+
+  int32_t First() override { return 1; }
+  int32_t Second() override { return 2; }
+
+ protected:
+  Sample() { ++alive; }
+  ~Sample() { --alive; }
+};
+
+class ComObjectTest : public test::ModuleTest {
+ protected:
+  void TearDown() override {
+    EXPECT_EQ(Sample::alive, 0);
+    ModuleTest::TearDown();
+  }
+
+  void* createSample(const Guid& id = kFirstId) {
+    void* object = nullptr;
+    EXPECT_EQ(Sample::CreateInstance(&id, &object), kOk);
+    return object;
+  }
+};
+
+TEST_F(ComObjectTest, TheCountLiesDirectlyBehindTheTablePointer) {
+  class Plain : public IFirst, public CComObjectRoot {
+   public:
+    static const InterfaceMapRow* InterfaceMap() {
+      static const InterfaceMapRow map[] = {mapRow<Plain, IFirst>(kFirstId), mapEnd()};
+      return map;
+    }
+    int32_t First() override { return 0; }
+  };
+  ComPtr<CComObject<Plain>> object;
+  ASSERT_EQ(createObject(object), kOk);
+  const auto* words = reinterpret_cast<const uint32_t*>(object.get());
+  EXPECT_EQ(words[2], 1u);
+}
+
+TEST_F(ComObjectTest, QueryInterfaceForIUnknownGivesThePrimaryInterfaceAndOneReference) {
+  void* object = createSample();
+  void* unknown = nullptr;
+  EXPECT_EQ(test::call<int32_t>(object, 0, &IID_IUnknown, &unknown), kOk);
+  EXPECT_EQ(unknown, object);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 1u);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
+}
+
+TEST_F(ComObjectTest, QueryInterfaceForAnUnknownIdStoresNullAndLeavesTheCount) {
+  void* object = createSample();
+  void* out = object;
+  EXPECT_EQ(test::call<int32_t>(object, 0, &kUnknownId, &out), kNoInterface);
+  EXPECT_EQ(out, nullptr);
+  out = object;
+  EXPECT_EQ(test::call<int32_t>(object, 0, &kHiddenId, &out), kNoInterface);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
+}
+
+TEST_F(ComObjectTest, ASecondInterfaceLiesAtItsOffsetAndSharesTheCount) {
+  void* object = createSample();
+  void* second = nullptr;
+  ASSERT_EQ(test::call<int32_t>(object, 0, &kSecondId, &second), kOk);
+  EXPECT_NE(second, object);
+  EXPECT_EQ(test::call<int32_t>(second, 3), 2);
+  EXPECT_EQ(test::call<int32_t>(object, 3), 1);
+  void* unknown = nullptr;
+  ASSERT_EQ(test::call<int32_t>(second, 0, &IID_IUnknown, &unknown), kOk);
+  EXPECT_EQ(unknown, object);
+  EXPECT_EQ(test::call<uint32_t>(second, 2), 2u);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 1u);
+  EXPECT_EQ(test::call<uint32_t>(second, 2), 0u);
+}
+
+TEST_F(ComObjectTest, AddRefAndReleaseReturnTheNewCount) {
+  void* object = createSample();
+  EXPECT_EQ(test::call<uint32_t>(object, 1), 2u);
+  EXPECT_EQ(test::call<uint32_t>(object, 1), 3u);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 2u);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 1u);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
+}
+
+TEST_F(ComObjectTest, TheDestructorKeepsTheMemoryWithoutBit0) {
+  ComPtr<CComObject<Sample>> object;
+  ASSERT_EQ(createObject(object), kOk);
+  void* const block = object.release();
+  EXPECT_EQ(test::call<void*>(block, 4, uint32_t{0}), block);
+  EXPECT_EQ(Sample::alive, 0);
+  processFree(block);
+}
+
+TEST_F(ComObjectTest, AnObjectWithoutTheAskedInterfaceIsDestroyedAgain) {
+  void* object = &spy;
+  EXPECT_EQ(Sample::CreateInstance(&kUnknownId, &object), kNoInterface);
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(Sample::alive, 0);
+}
+
+TEST_F(ComObjectTest, AFailedCreationGivesNullAndOutOfMemory) {
+  test::sweepAllocations(spy, [] {
+    void* object = nullptr;
+    const int32_t result = Sample::CreateInstance(&kFirstId, &object);
+    if (object == nullptr) {
+      EXPECT_EQ(result, kOutOfMemory);
+      return false;
+    }
+    test::call<uint32_t>(object, 2);
+    return result == kOk;
+  });
+}
+
+// --- Singletons ---
+
+class OneOfAKind : public IFirst, public CSingletonFactoryImpl<OneOfAKind>, public CComObjectRoot {
+ public:
+  static inline int alive = 0;
+
+  static const InterfaceMapRow* InterfaceMap() {
+    static const InterfaceMapRow map[] = {mapRow<OneOfAKind, IFirst>(kFirstId), mapEnd()};
+    return map;
+  }
+  int32_t First() override { return 1; }
+
+ protected:
+  OneOfAKind() { ++alive; }
+  ~OneOfAKind() { --alive; }
+};
+
+void* oneOfAKind() {
+  void* object = nullptr;
+  EXPECT_EQ(OneOfAKind::CreateInstance(&kFirstId, &object), kOk);
+  return object;
+}
+
+TEST_F(ComObjectTest, TwoCreationsOfASingletonGiveTheSameObject) {
+  void* first = oneOfAKind();
+  void* second = oneOfAKind();
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(test::call<uint32_t>(first, 2), 2u) << "one reference is the module's own";
+  EXPECT_EQ(test::call<uint32_t>(second, 2), 1u);
+  EXPECT_EQ(OneOfAKind::alive, 1);
+  stop();
+  EXPECT_EQ(OneOfAKind::alive, 0);
+}
+
+TEST_F(ComObjectTest, ACallersReferenceKeepsASingletonAliveBeyondTheEnd) {
+  void* first = oneOfAKind();
+  stop();
+  EXPECT_EQ(OneOfAKind::alive, 1);
+  ASSERT_EQ(module_init(&spy.root, nullptr), kOk);
+  void* second = oneOfAKind();
+  EXPECT_NE(first, second) << "a later creation makes a new instance";
+  EXPECT_EQ(test::call<uint32_t>(first, 2), 0u);
+  EXPECT_EQ(test::call<uint32_t>(second, 2), 1u);
+  EXPECT_EQ(module_final(), kOk);
+  EXPECT_EQ(OneOfAKind::alive, 0);
+}
+
+TEST_F(ComObjectTest, ASingletonThatCannotBeMadeIsMadeByTheNextCall) {
+  test::allocation_gate::failAt(1, false);
+  void* object = nullptr;
+  const int32_t result = OneOfAKind::CreateInstance(&kFirstId, &object);
+  const bool refused = test::allocation_gate::refused() != 0;
+  test::allocation_gate::neverFail();
+  if (refused) {
+    EXPECT_EQ(result, kOutOfMemory);
+    EXPECT_EQ(object, nullptr);
+    object = oneOfAKind();
+  }
+  test::call<uint32_t>(object, 2);
+}
+
+// --- Containers ---
+
+class Item : public IFirst, public CComObjectRoot {
+ public:
+  static const InterfaceMapRow* InterfaceMap() {
+    static const InterfaceMapRow map[] = {mapRow<Item, IFirst>(kFirstId), mapEnd()};
+    return map;
+  }
+  int32_t First() override { return 1; }
+};
+
+class Items : public CContainerUnkImpl<Item>, public CComObjectRoot {
+ public:
+  static const InterfaceMapRow* InterfaceMap() {
+    static const InterfaceMapRow map[] = {mapRow<Items, IContainerRO>(IID_IContainerRO), mapEnd()};
+    return map;
+  }
+  virtual void* DeletingDestructor(uint32_t flags) = 0;
+  using CContainerUnkImpl::append;
+};
+
+class BareItems : public CContainerImpl<Item>, public CComObjectRoot {
+ public:
+  static const InterfaceMapRow* InterfaceMap() {
+    static const InterfaceMapRow map[] = {mapRow<BareItems, IContainerRO>(IID_IContainerRO),
+                                          mapEnd()};
+    return map;
+  }
+  int32_t QueryItem(uint32_t, const Guid*, void**) override { return kNotImplemented; }
+  virtual void* DeletingDestructor(uint32_t flags) = 0;
+  void hold(Item** items, uint32_t count) {
+    items_ = items;
+    count_ = count;
+  }
+};
+
+class ContainerTest : public ComObjectTest {
+ protected:
+  void SetUp() override {
+    ComObjectTest::SetUp();
+    ASSERT_EQ(createObject(items), kOk);
+  }
+  void TearDown() override {
+    items.reset();
+    ComObjectTest::TearDown();
+  }
+  ComPtr<CComObject<Item>> newItem() {
+    ComPtr<CComObject<Item>> item;
+    EXPECT_EQ(createObject(item), kOk);
+    return item;
+  }
+
+  ComPtr<CComObject<Items>> items;
+};
+
+TEST_F(ContainerTest, NullOutsAreRefused) {
+  EXPECT_EQ(test::call<int32_t>(items.get(), 3, static_cast<uint32_t*>(nullptr)), kNullPointer);
+  EXPECT_EQ(test::call<int32_t>(items.get(), 4, 0u, &kFirstId, static_cast<void**>(nullptr)),
+            kNullPointer);
+  EXPECT_EQ(test::call<int32_t>(items.get(), 5, 0u, static_cast<void**>(nullptr)), kNullPointer);
+}
+
+TEST_F(ContainerTest, Index0OfAnEmptyContainerIsInvalidAndGivesNull) {
+  void* out = &spy;
+  EXPECT_EQ(test::call<int32_t>(items.get(), 5, 0u, &out), kInvalidArgument);
+  EXPECT_EQ(out, nullptr);
+  out = &spy;
+  EXPECT_EQ(test::call<int32_t>(items.get(), 4, 0u, &kFirstId, &out), kInvalidArgument);
+  EXPECT_EQ(out, nullptr);
+  uint32_t count = 7;
+  EXPECT_EQ(test::call<int32_t>(items.get(), 3, &count), kOk);
+  EXPECT_EQ(count, 0u);
+}
+
+TEST_F(ContainerTest, HandsItemsOutWithAReferenceOfTheirOwn) {
+  auto item = newItem();
+  ASSERT_EQ(items->append(item.get()), kOk);
+  EXPECT_EQ(item->AddRef(), 3u) << "creator, container, this one";
+  item->Release();
+  void* out = nullptr;
+  ASSERT_EQ(test::call<int32_t>(items.get(), 5, 0u, &out), kOk);
+  EXPECT_EQ(out, item.get());
+  EXPECT_EQ(item->Release(), 2u);
+  ASSERT_EQ(test::call<int32_t>(items.get(), 4, 0u, &kFirstId, &out), kOk);
+  EXPECT_EQ(test::call<uint32_t>(out, 2), 2u);
+  EXPECT_EQ(test::call<int32_t>(items.get(), 4, 0u, &kUnknownId, &out), kNoInterface);
+  EXPECT_EQ(out, nullptr);
+}
+
+TEST_F(ContainerTest, ABareContainerHandsItemsOutWithoutAReference) {
+  ComPtr<CComObject<BareItems>> bare;
+  ASSERT_EQ(createObject(bare), kOk);
+  auto item = newItem();
+  auto** array = static_cast<Item**>(allocate(sizeof(Item*)));
+  array[0] = item.get();
+  bare->hold(array, 1);
+  void* out = nullptr;
+  ASSERT_EQ(test::call<int32_t>(bare.get(), 5, 0u, &out), kOk);
+  EXPECT_EQ(out, item.get());
+  EXPECT_EQ(item->AddRef(), 2u);
+  EXPECT_EQ(item->Release(), 1u);
+}
+
+TEST_F(ContainerTest, AFailedAppendChangesNothing) {
+  auto item = newItem();
+  spy.failAllocation(1);
+  EXPECT_EQ(items->append(item.get()), kOutOfMemory);
+  uint32_t count = 7;
+  EXPECT_EQ(items->GetCount(&count), kOk);
+  EXPECT_EQ(count, 0u);
+}
+
+// --- Locks ---
+
+TEST(ScopedLock, LockingTwiceEntersOnce) {
+  StaticCriticalSection section;
+  ScopedLock outer(section);
+  outer.Lock();
+  outer.Unlock();
+  outer.Unlock();
+  ScopedLock idle(section, false);
+  idle.Lock();
+  ScopedLock nested(section);  // re-entrant for its owner
+}
+
+}  // namespace
+}  // namespace vexa::base

@@ -1,0 +1,44 @@
+#include "fake_library.h"
+
+#include <cstring>
+
+#include "pal/replace.h"
+#include "pal/windows_api.h"
+
+FakeLibraries& FakeLibraries::instance() {
+  static FakeLibraries libraries;
+  return libraries;
+}
+
+namespace {
+
+// As Windows does it: cut without room, and then the capacity is returned.
+DWORD copyOut(const std::string& text, char* buffer, DWORD capacity) {
+  if (text.size() >= capacity) {
+    std::memcpy(buffer, text.data(), capacity);
+    return capacity;
+  }
+  std::strcpy(buffer, text.c_str());
+  return static_cast<DWORD>(text.size());
+}
+
+}  // namespace
+
+PAL_REPLACE(HMODULE, LoadLibraryA, (LPCSTR file)) {
+  FakeLibraries& libraries = FakeLibraries::instance();
+  libraries.attempts.emplace_back(file);
+  static int loaded = 0;
+  return libraries.present.count(file) != 0 ? reinterpret_cast<HMODULE>(&loaded) : nullptr;
+}
+PAL_REPLACE(FARPROC, GetProcAddress, (HMODULE, LPCSTR)) { return nullptr; }
+PAL_REPLACE(BOOL, FreeLibrary, (HMODULE)) { return TRUE; }
+PAL_REPLACE(DWORD, GetModuleFileNameA, (HMODULE, LPSTR buffer, DWORD capacity)) {
+  return copyOut(FakeLibraries::instance().moduleFile, buffer, capacity);
+}
+PAL_REPLACE(BOOL, GetModuleHandleExA, (DWORD, LPCSTR address, HMODULE* module)) {
+  *module = reinterpret_cast<HMODULE>(const_cast<char*>(address));
+  return TRUE;
+}
+PAL_REPLACE(UINT, GetSystemDirectoryA, (LPSTR buffer, UINT capacity)) {
+  return copyOut(FakeLibraries::instance().systemDirectory, buffer, capacity);
+}

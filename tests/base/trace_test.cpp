@@ -1,0 +1,124 @@
+#include "base/trace.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/module_fixture.h"
+
+namespace vexa::base {
+namespace {
+
+using test::TraceLine;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class TraceTest : public test::ModuleTest {
+ protected:
+  std::string onlyText() {
+    const auto lines = spy.trace();
+    EXPECT_THAT(lines, SizeIs(1));
+    return lines.empty() ? "" : lines.front().text;
+  }
+};
+
+TEST_F(TraceTest, AScopeTracesItsNameAndItsResult) {
+  {
+    TraceScope scope("URLParser::parse");
+    EXPECT_EQ(scope.leave(kFail), kFail);
+  }
+  const std::string source = defaultTraceSource();
+  EXPECT_THAT(spy.trace(), ElementsAre(TraceLine{4, source, "{ URLParser::parse"},
+                                       TraceLine{0, source, "} 80004005"}));
+}
+
+TEST_F(TraceTest, AScopesResultIs0UntilItIsSet) {
+  { TraceScope scope("f"); }
+  EXPECT_THAT(spy.traceTexts(), ElementsAre("{ f", "}        0"));
+}
+
+TEST_F(TraceTest, WithoutAnExitFormatTheExitLineIsABrace) {
+  { TraceScope scope("f", nullptr); }
+  EXPECT_THAT(spy.traceTexts(), ElementsAre("{ f", "}"));
+}
+
+TEST_F(TraceTest, OnlyEighteenCharactersOfTheExitFormatAreUsed) {
+  { TraceScope scope("f", "123456789012345678%d"); }
+  EXPECT_THAT(spy.traceTexts(), ElementsAre("{ f", "} 123456789012345678"));
+}
+
+TEST_F(TraceTest, OnlyTheLowFourBitsOfTheFlagsReachTheRuntime) {
+  traceText(0x12345675, kModuleSource, "a");
+  traceFormat(0xFFFFFFF2, kModuleSource, "%d", 7);
+  EXPECT_THAT(spy.trace(),
+              ElementsAre(TraceLine{5, "vexabase", "a"}, TraceLine{2, "vexabase", "7"}));
+}
+
+TEST_F(TraceTest, ATextIsNeverTakenForAFormat) {
+  traceText(kTraceInfo, nullptr, "%s %n 100%");
+  EXPECT_EQ(onlyText(), "%s %n 100%");
+}
+
+TEST_F(TraceTest, TheDefaultSourceIsAFileName) {
+  EXPECT_STRNE(defaultTraceSource(), "");
+  EXPECT_EQ(std::string(defaultTraceSource()).find_first_of("/\\"), std::string::npos);
+  traceText(kTraceInfo, nullptr, "a");
+  EXPECT_EQ(spy.trace().front().source, defaultTraceSource());
+}
+
+TEST_F(TraceTest, WideTextsAreConvertedUnitByUnit) {
+  traceWide(kTraceDetail, nullptr, u"a\u007F\u0080\u07FF\u0800\uFFFF");
+  EXPECT_EQ(onlyText(), "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF");
+}
+
+TEST_F(TraceTest, EachHalfOfASurrogatePairBecomesThreeBytes) {
+  const char16_t pair[] = {0xD83D, 0xDE00, 0};
+  traceWide(kTraceDetail, nullptr, pair);
+  EXPECT_EQ(onlyText(), "\xED\xA0\xBD\xED\xB8\x80");
+}
+
+TEST_F(TraceTest, WideFormatsTakeWideArguments) {
+  traceWideFormat(kTraceError, nullptr, u"(%d) %s", -5, u"\u00FC");
+  EXPECT_THAT(spy.trace(), ElementsAre(TraceLine{1, defaultTraceSource(), "(-5) \xC3\xBC"}));
+}
+
+TEST_F(TraceTest, ConvertedCopiesAreFreed) {
+  const int64_t before = spy.liveBlocks();
+  traceWideFormat(kTraceError, nullptr, u"%s", u"text");
+  EXPECT_EQ(spy.liveBlocks(), before);
+}
+
+TEST_F(TraceTest, WithoutMemoryAWideTextIsNotTraced) {
+  spy.failAllocationsFrom(1);
+  traceWide(kTraceError, nullptr, u"text");
+  traceWideFormat(kTraceError, nullptr, u"text");
+  spy.allowAllocations();
+  EXPECT_THAT(spy.trace(), IsEmpty());
+}
+
+TEST_F(TraceTest, ALevelIsOnUpToTheCurrentOne) {
+  spy.setTraceLevel(kModuleSource, 3);
+  EXPECT_TRUE(isTraceOn(1, kModuleSource));
+  EXPECT_TRUE(isTraceOn(3, kModuleSource));
+  EXPECT_FALSE(isTraceOn(4, kModuleSource));
+  spy.setTraceLevel(defaultTraceSource(), 5);
+  EXPECT_TRUE(isTraceOn(5, nullptr));
+}
+
+TEST_F(TraceTest, NothingHappensWhileTracingIsUnbound) {
+  stop();
+  spy.clearTrace();
+  {
+    TraceScope scope("f");
+    EXPECT_EQ(scope.leave(7), 7);
+    traceText(1, nullptr, "a");
+    traceFormat(1, nullptr, "%d", 1);
+    traceWide(1, nullptr, u"a");
+    traceWideFormat(1, nullptr, u"%d", 1);
+  }
+  EXPECT_FALSE(isTraceOn(0, nullptr));
+  EXPECT_THAT(spy.trace(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace vexa::base

@@ -1,0 +1,76 @@
+#include "base/wide_format.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace vexa::base {
+namespace {
+
+// Measured, then formatted into exactly that room.
+std::u16string format(const char16_t* text, ...) {
+  va_list arguments;
+  va_start(arguments, text);
+  va_list again;
+  va_copy(again, arguments);
+  const uint64_t length = measureWide(text, again);
+  va_end(again);
+  std::u16string out(length + 1, u'?');
+  formatWide(out.data(), length, text, arguments);
+  va_end(arguments);
+  EXPECT_EQ(out.back(), 0);
+  out.pop_back();
+  return out;
+}
+
+TEST(WideFormat, CopiesWhatIsNoDirective) {
+  EXPECT_EQ(format(u""), u"");
+  EXPECT_EQ(format(u"a \u20AC 100%%"), u"a \u20AC 100%");
+}
+
+TEST(WideFormat, SmallTextsAreWideAndCapitalTextsNarrow) {
+  EXPECT_EQ(format(u"%s|%S|%c|%C", u"w\u20AC", "n", u'x', 'y'), u"w\u20AC|n|x|y");
+  EXPECT_EQ(format(u"%hs|%ls|%hc|%lc|%hS", "n", u"w", 'x', u'y', "z"), u"n|w|x|y|z");
+}
+
+TEST(WideFormat, NullTextsAreNamed) {
+  EXPECT_EQ(
+      format(u"%s %S", static_cast<const char16_t*>(nullptr), static_cast<const char*>(nullptr)),
+      u"(null) (null)");
+}
+
+TEST(WideFormat, WidthAndPrecisionOfTexts) {
+  EXPECT_EQ(format(u"[%5s][%-5s][%.2s][%*s][%-*.*s]", u"ab", u"ab", u"abc", 3, u"x", 4, 1, u"yz"),
+            u"[   ab][ab   ][ab][  x][y   ]");
+  EXPECT_EQ(format(u"[%*s]", -4, u"ab"), u"[ab  ]") << "a negative width aligns left";
+}
+
+TEST(WideFormat, NumbersOfEverySize) {
+  EXPECT_EQ(format(u"%d %i %u %x %X %o", -1, 2, 3u, 0xABu, 0xABu, 8u), u"-1 2 3 ab AB 10");
+  EXPECT_EQ(format(u"%I64d %I64x %lld", INT64_MIN, UINT64_MAX, 5LL),
+            u"-9223372036854775808 ffffffffffffffff 5");
+  EXPECT_EQ(format(u"%ld %lu %hd %hu", -7, 7u, 65535, 65537u), u"-7 7 -1 1");
+  EXPECT_EQ(format(u"%Fd %Ld %Nd", 1, 2, 3), u"1 2 3") << "prefixes that are read over";
+}
+
+TEST(WideFormat, FlagsWidthAndPrecisionOfNumbers) {
+  EXPECT_EQ(format(u"[%08x][%5d][%-5d][%+d][%.3d][% d][%#x]", 0xBEEFu, 42, 42, 42, 7, 7, 255u),
+            u"[0000beef][   42][42   ][+42][007][ 7][0xff]");
+  EXPECT_EQ(format(u"%8x", 0x80004005u), u"80004005");
+}
+
+TEST(WideFormat, FloatingPoint) { EXPECT_EQ(format(u"%.2f %g", 1.5, 0.25), u"1.50 0.25"); }
+
+TEST(WideFormat, HugeWidthsAreBounded) {
+  EXPECT_LE(format(u"%999999999d", 1).size(), 70000u);
+  EXPECT_LE(format(u"%.999999999f", 1.0).size(), 70000u);
+}
+
+TEST(WideFormat, ADirectiveThatIsCutShortEndsTheText) {
+  EXPECT_EQ(format(u"a%"), u"a");
+  EXPECT_EQ(format(u"a%-5"), u"a");
+  EXPECT_EQ(format(u"a%q"), u"aq") << "what is no conversion stands for itself";
+}
+
+}  // namespace
+}  // namespace vexa::base
