@@ -58,7 +58,7 @@ std::string join(std::string_view path, std::string_view more) {
     result += separator;
   }
   if (!parts.empty() && !endsOpen) result.pop_back();
-  if (result.empty()) result = ".";
+  if (result.empty()) result += '.';
   return result;
 }
 
