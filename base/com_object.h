@@ -121,7 +121,7 @@ class CComObject final : public T {
         processFree(self);
       }
     }
-    return self;
+    return self;  // NOLINT(clang-analyzer-unix.Malloc): only the address, as the slot promises
   }
 
  private:

@@ -7,6 +7,7 @@
 // so that only the pointer's type changes. Null stays null.
 namespace pal {
 
+// NOLINTNEXTLINE(misc-redundant-expression): one type where WCHAR is char16_t
 static_assert(sizeof(WCHAR) == sizeof(char16_t) && alignof(WCHAR) == alignof(char16_t));
 
 inline const WCHAR* wide(const char16_t* text) { return reinterpret_cast<const WCHAR*>(text); }

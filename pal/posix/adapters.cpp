@@ -160,7 +160,7 @@ IP_ADAPTER_ADDRESSES* put(const Adapter& adapter, Block& block) {
   IP_ADAPTER_UNICAST_ADDRESS* previous = nullptr;
   for (const Address& address : adapter.addresses) {
     auto* next = put(address, block);
-    if (next == nullptr) continue;
+    if (record == nullptr || next == nullptr) continue;
     (previous == nullptr ? record->FirstUnicastAddress : previous->Next) = next;
     previous = next;
   }
