@@ -1,16 +1,9 @@
 #include <cstring>
 
+#include "runtime/crypto/tables.h"
 #include "runtime/heap.h"
 #include "runtime/tables.h"
 #include "vexa/results.h"
-
-#if defined(VELMORA_CRYPTO)
-#include "runtime/crypto/tables.h"
-#else
-namespace vexa::velmora {
-static void addCryptoTypes(runtime::CommonTypes&) {}  // the crypto half: slots 13 to 26
-}  // namespace vexa::velmora
-#endif
 
 namespace vexa::velmora {
 namespace {

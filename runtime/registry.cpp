@@ -3,18 +3,10 @@
 #include <atomic>
 #include <cstring>
 
+#include "runtime/crypto/tables.h"
 #include "runtime/heap.h"
 #include "runtime/tables.h"
 #include "vexa/results.h"
-
-// Declares ascTable, cryptTable, pkcs12Table, pseListTable (extern const) and
-// addCryptoTypes(runtime::CommonTypes&), which fills slots 13 to 26.
-#if defined(VELMORA_CRYPTO)
-#include "runtime/crypto/tables.h"
-#define VELMORA_CRYPTO_TABLE(table) &table
-#else
-#define VELMORA_CRYPTO_TABLE(table) nullptr
-#endif
 
 namespace vexa::velmora {
 namespace {
@@ -31,7 +23,7 @@ struct Interface {
 // Every interface, in the order in which the module asks.
 const auto& interfaces() {
   static const Interface list[] = {
-      {nullptr, runtime::kPkcs12Name, VELMORA_CRYPTO_TABLE(pkcs12Table)},
+      {nullptr, runtime::kPkcs12Name, &pkcs12Table},
       {nullptr, runtime::kCommonTypesName, &commonTypes()},
       {nullptr, runtime::kEncodeName, &encodeTable},
       {runtime::kStringComponent, runtime::kStringName, &stringTable},
@@ -40,12 +32,12 @@ const auto& interfaces() {
       {nullptr, runtime::kUrlName, &urlTable},
       {runtime::kStringComponent, runtime::kWideStringName, &wideStringTable},
       {runtime::kStringComponent, runtime::kWideMultiStringName, &wideMultiStringTable},
-      {nullptr, runtime::kAscName, VELMORA_CRYPTO_TABLE(ascTable)},
-      {nullptr, runtime::kCryptName, VELMORA_CRYPTO_TABLE(cryptTable)},
+      {nullptr, runtime::kAscName, &ascTable},
+      {nullptr, runtime::kCryptName, &cryptTable},
       {nullptr, runtime::kRandomName, &randomTable},
       {nullptr, runtime::kTimeName, &timeTable},
       {nullptr, runtime::kNotifyName, &notifyTable},
-      {nullptr, runtime::kPseName, VELMORA_CRYPTO_TABLE(pseListTable)},
+      {nullptr, runtime::kPseName, &pseListTable},
   };
   return list;
 }
@@ -66,8 +58,7 @@ int32_t getInterface(const char* component, const char* name, const void** table
   }
   *table = nullptr;
   for (const Interface& candidate : interfaces()) {
-    if (candidate.table != nullptr && sameComponent(candidate.component, component) &&
-        std::strcmp(candidate.name, name) == 0) {
+    if (sameComponent(candidate.component, component) && std::strcmp(candidate.name, name) == 0) {
       *table = candidate.table;
       bound.fetch_add(1);
       return kOk;
