@@ -103,9 +103,9 @@ class Trace {
   std::atomic<uint32_t> highest_{0};
 };
 
-// Never destroyed: another thread may still trace while the process ends.
+// Goes with the library, so that loading it again and again leaves nothing behind.
 Trace& trace() {
-  static Trace& instance = *new Trace;
+  static Trace instance;
   return instance;
 }
 

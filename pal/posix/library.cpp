@@ -26,7 +26,7 @@ struct KnownModules {
   std::map<HMODULE, std::size_t> references;
 };
 KnownModules& knownModules() {
-  static KnownModules& modules = *new KnownModules;
+  static KnownModules modules;
   return modules;
 }
 
