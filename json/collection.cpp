@@ -11,14 +11,14 @@ int32_t JsonCollection::Write(runtime::Stream* stream) { return writeCollection(
 
 int32_t JsonCollection::append(JsonValue* value) {
   const uint64_t size = (count_ + 1) * sizeof(JsonValue*);
-  void* const grown = base::reallocate(hasOwnData_ ? items_ : nullptr, size);
+  void* const grown = base::reallocate(hasOwnData() ? items_ : nullptr, size);
   if (grown == nullptr) {
     return kOutOfMemory;
   }
-  if (!hasOwnData_ && count_ != 0) {
+  if (!hasOwnData() && count_ != 0) {
     std::memcpy(grown, items_, count_ * sizeof(JsonValue*));
   }
-  hasOwnData_ = true;
+  setOwnData(true);
   items_ = static_cast<JsonValue**>(grown);
   items_[count_++] = value;
   return kOk;
@@ -56,9 +56,9 @@ void JsonCollection::dropElements(JsonCollection*& dying, ValueMemory& memory) {
       value->destroy(memory);
     }
   }
-  if (hasOwnData_) {
+  if (hasOwnData()) {
     base::freeBlock(items_);
-    hasOwnData_ = false;
+    setOwnData(false);
   }
   items_ = nullptr;
   count_ = 0;

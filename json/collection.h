@@ -22,7 +22,7 @@ class JsonCollection : public JsonValue {
   }
 
  protected:
-  explicit JsonCollection(uint32_t type) : JsonValue(type) {}
+  explicit JsonCollection(JsonType type) : JsonValue(type) {}
   ~JsonCollection() { releaseElements(); }
 
   JsonValue* at(uint64_t index) const { return index < count_ ? items_[index] : nullptr; }

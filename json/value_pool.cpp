@@ -9,11 +9,14 @@
 namespace vexa::json {
 namespace {
 
+// Blocks behind the first one, each twice as large as the one before.
 constexpr uint64_t kBlockSize = 32 * 1024;
+constexpr uint64_t kLargestBlock = 1024 * 1024;
 
-// Room for the values of a text, guessed: eight bytes of text to a value.
+// Room for the values of a text: sixteen bytes of text to a value is usual. One large block is
+// better than many: what is not used is never touched.
 uint64_t firstValuesSize(uint64_t length) {
-  return std::clamp<uint64_t>(length * 8, 256, kBlockSize);
+  return std::clamp<uint64_t>(length * 4, 512, 4 * kLargestBlock);
 }
 
 // Room for the arrays beside the text: sixteen bytes of text to a pointer.
@@ -33,6 +36,7 @@ Arena::~Arena() {
 
 void* Arena::takeFromNewBlock(uint64_t size) {
   const uint64_t blockSize = std::max(blockSize_, sizeof(Block) + size);
+  blockSize_ = std::min(blockSize_ * 2, kLargestBlock);
   void* const memory = allocate_(blockSize);
   if (memory == nullptr) {
     return nullptr;

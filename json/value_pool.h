@@ -41,7 +41,7 @@ class Arena {
 
   Allocate allocate_;
   Free free_;
-  uint64_t blockSize_;
+  uint64_t blockSize_;  // of the next one
   Block* blocks_ = nullptr;
   char* next_ = nullptr;
   char* end_ = nullptr;

@@ -80,7 +80,7 @@ int32_t JsonNumber::SetValue(uintptr_t value) {
 }
 
 JsonString::~JsonString() {
-  if (hasOwnData_) {
+  if (hasOwnData()) {
     base::freeBlock(value_.data);
   }
 }
@@ -116,11 +116,11 @@ int32_t JsonString::set(const void* bytes, uint64_t length) {
     std::memcpy(copy, bytes, length);
   }
   copy[length] = 0;
-  if (hasOwnData_) {
+  if (hasOwnData()) {
     base::freeBlock(value_.data);
   }
   value_ = {length, copy};
-  hasOwnData_ = true;
+  setOwnData(true);
   return kOk;
 }
 

@@ -69,19 +69,22 @@ class JsonValue : public IUnknown, public base::CComObjectRoot {
   }
 
  protected:
-  explicit JsonValue(uint32_t type = kJsonAbsent) : type_(type) {}
+  explicit JsonValue(JsonType type = kJsonAbsent) : type_(static_cast<uint8_t>(type)) {}
   ~JsonValue();
 
   // True when the end of the value would do nothing.
   bool isTrivial() const { return hasBorrowedName_ && !hasOwnData_; }
 
-  bool hasBorrowedName_ = false;
-  bool hasOwnData_ = false;  // for the kinds: what they hold is not the pool's
+  // For the kinds: what they hold is not the pool's.
+  bool hasOwnData() const { return hasOwnData_; }
+  void setOwnData(bool isOwn) { hasOwnData_ = isOwn; }
 
  private:
+  uint8_t type_;  // these three fill the word that begins with the reference count
+  bool hasBorrowedName_ = false;
+  bool hasOwnData_ = false;
   ValueName name_;
   ValuePool* pool_ = nullptr;  // null: the value has a block of its own
-  uint32_t type_;
 };
 
 template <class Kind>
