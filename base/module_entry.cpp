@@ -36,6 +36,8 @@ int32_t storeOwnDirectory() {
   return kOk;
 }
 
+void forgetOwnDirectory() { processFree(std::exchange(state.ownDirectory, nullptr)); }
+
 void unloadRuntime() { FreeLibrary(std::exchange(state.library, nullptr)); }
 
 // Loads velmora and asks it for the root list. A library without the export is let go again, so
@@ -65,6 +67,7 @@ int32_t obtainRootList() {
 int32_t bindTables() {
   if (bound.root == nullptr) {
     if (const int32_t result = obtainRootList(); failed(result)) {
+      forgetOwnDirectory();  // this start has no end that would do it
       return result;
     }
   }
@@ -74,7 +77,7 @@ int32_t bindTables() {
 }
 
 void unbindTables() {
-  processFree(std::exchange(state.ownDirectory, nullptr));
+  forgetOwnDirectory();
   unloadRegistry().Final();
   if (state.library != nullptr) {
     if (bound.root != nullptr) {
