@@ -1,0 +1,105 @@
+#pragma once
+
+#include <atomic>
+#include <new>
+#include <utility>
+
+#include "runtime/heap.h"
+#include "vexa/results.h"
+#include "vexa/runtime/object.h"
+
+// Reference-counted runtime objects on the root heap.
+namespace vexa::velmora {
+
+// Null when the heap is exhausted. The constructor must not allocate.
+template <typename T, typename... Arguments>
+T* makeOnHeap(Arguments&&... arguments) {
+  void* const block = allocateBlock(sizeof(T));
+  return block == nullptr ? nullptr : new (block) T(std::forward<Arguments>(arguments)...);
+}
+
+template <typename T>
+void destroyOnHeap(T* object) {
+  if (object == nullptr) return;
+  object->~T();
+  freeBlock(object);
+}
+
+// An object of the interface `Base` (Name, Certificate, ...), which holds nothing but its table.
+// Starts with one reference.
+template <typename Base>
+struct Counted : Base {
+  explicit Counted(decltype(Base::table) operations) : Base{operations} {}
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+
+  std::atomic<uint32_t> references{1};
+};
+
+// The header of the table of `T`, which derives from Counted and has kTypeName. `duplicate` is
+// kOperation 4; null: the object never changes, so that a duplicate is one more reference.
+template <typename T>
+struct CountedHeader {
+  static T* self(runtime::Object* object) { return static_cast<T*>(static_cast<void*>(object)); }
+
+  static int32_t nothing3(runtime::Object*, void*, void*, void*) { return kOk; }
+  static int32_t nothing1(runtime::Object*, void*) { return kOk; }
+  static uint32_t addRef(runtime::Object* object) {
+    return self(object)->references.fetch_add(1, std::memory_order_relaxed) + 1;
+  }
+  static uint32_t release(runtime::Object* object) {
+    T* const target = self(object);
+    const uint32_t left = target->references.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) destroyOnHeap(target);
+    return left;
+  }
+  static const char* typeName(runtime::Object*) { return T::kTypeName; }
+  static int32_t share(runtime::Object* object, void** copy) {
+    if (copy == nullptr) return kNullPointer;
+    addRef(object);
+    *copy = object;
+    return kOk;
+  }
+
+  static constexpr runtime::ObjectHeader table(
+      int32_t (*duplicate)(runtime::Object*, void**) = share) {
+    return {nothing3, addRef, release, typeName, duplicate, nothing1, nothing3};
+  }
+};
+
+// Every object starts with a pointer to a table that starts with the header.
+inline runtime::Object* asObject(void* object) { return static_cast<runtime::Object*>(object); }
+
+// Owns one reference to an object of any maker.
+template <typename T>
+class Ref {
+ public:
+  Ref() = default;
+  explicit Ref(T* owned) : object_(owned) {}
+  Ref(Ref&& other) noexcept : object_(other.release()) {}
+  Ref& operator=(Ref&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+  ~Ref() { reset(); }
+
+  // One reference more.
+  static Ref share(T* object) {
+    if (object != nullptr) asObject(object)->table->AddRef(asObject(object));
+    return Ref(object);
+  }
+
+  T* get() const { return object_; }
+  T* operator->() const { return object_; }
+  explicit operator bool() const { return object_ != nullptr; }
+  T* release() { return std::exchange(object_, nullptr); }
+  void reset(T* owned = nullptr) {
+    T* const old = std::exchange(object_, owned);
+    if (old != nullptr) asObject(old)->table->Release(asObject(old));
+  }
+
+ private:
+  T* object_ = nullptr;
+};
+
+}  // namespace vexa::velmora

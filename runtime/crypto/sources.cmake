@@ -1,0 +1,31 @@
+# The crypto half of the runtime. Its sources, relative to runtime/.
+set(crypto_sources
+    crypto/asc_table.cpp
+    crypto/bytes.cpp
+    crypto/certificate.cpp
+    crypto/certificate_builder.cpp
+    crypto/certificate_reader.cpp
+    crypto/certificate_time.cpp
+    crypto/cipher.cpp
+    crypto/common_types.cpp
+    crypto/crypt_table.cpp
+    crypto/der_reader.cpp
+    crypto/der_writer.cpp
+    crypto/key.cpp
+    crypto/library.cpp
+    crypto/name.cpp
+    crypto/name_text.cpp
+    crypto/object_id.cpp
+    crypto/own_records.cpp
+    crypto/password_cipher.cpp
+    crypto/password_derivation.cpp
+    crypto/pkcs12_decode.cpp
+    crypto/pkcs12_encode.cpp
+    crypto/pkcs12_table.cpp
+    crypto/pkcs12_types.cpp
+    crypto/pse.cpp
+    crypto/reference_crypto.cpp
+    crypto/signature.cpp
+    crypto/symmetric_key.cpp
+    crypto/text.cpp
+    crypto/unicode.cpp)
