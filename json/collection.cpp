@@ -64,9 +64,4 @@ void JsonCollection::dropElements(JsonCollection*& dying, ValueMemory& memory) {
   count_ = 0;
 }
 
-JsonCollection* asCollection(JsonValue* value) {
-  const uint32_t type = value->type();
-  return type == kJsonObject || type == kJsonArray ? static_cast<JsonCollection*>(value) : nullptr;
-}
-
 }  // namespace vexa::json

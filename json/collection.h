@@ -44,7 +44,10 @@ class JsonCollection : public JsonValue {
 };
 
 // The object or array behind an element, null for any other value.
-JsonCollection* asCollection(JsonValue* value);
+inline JsonCollection* asCollection(JsonValue* value) {
+  const uint32_t type = value->type();
+  return type == kJsonObject || type == kJsonArray ? static_cast<JsonCollection*>(value) : nullptr;
+}
 
 // A new value with one reference.
 template <class Kind>

@@ -45,8 +45,9 @@ bool KeyIndex::contains(std::span<const PendingValue> members, std::string_view 
     }
     return false;
   }
-  for (uint64_t slot = digest & mask_; table_[slot] != 0; slot = (slot + 1) & mask_) {
-    if (hasKey(members[table_[slot] - 1], key, digest)) {
+  for (uint64_t at = digest & mask_; table_[at].position != 0; at = (at + 1) & mask_) {
+    const Slot& slot = table_[at];
+    if (slot.check == checkOf(digest) && hasKey(members[slot.position - 1], key, digest)) {
       return true;
     }
   }
@@ -68,11 +69,11 @@ bool KeyIndex::add(std::span<const PendingValue> members) {
 }
 
 bool KeyIndex::rebuild(std::span<const PendingValue> members, uint64_t slots) {
-  auto table = base::RootBlock<uint32_t>::ofBytes(slots * sizeof(uint32_t));
+  auto table = base::RootBlock<Slot>::ofBytes(slots * sizeof(Slot));
   if (!table) {
     return false;
   }
-  std::memset(table.get(), 0, slots * sizeof(uint32_t));
+  std::memset(table.get(), 0, slots * sizeof(Slot));
   table_ = std::move(table);
   mask_ = slots - 1;
   uint32_t position = 0;
@@ -83,11 +84,11 @@ bool KeyIndex::rebuild(std::span<const PendingValue> members, uint64_t slots) {
 }
 
 void KeyIndex::insert(uint64_t digest, uint32_t position) {
-  uint64_t slot = digest & mask_;
-  while (table_[slot] != 0) {
-    slot = (slot + 1) & mask_;
+  uint64_t at = digest & mask_;
+  while (table_[at].position != 0) {
+    at = (at + 1) & mask_;
   }
-  table_[slot] = position;
+  table_[at] = {position, checkOf(digest)};
 }
 
 }  // namespace vexa::json

@@ -33,8 +33,14 @@ class KeyIndex {
   bool rebuild(std::span<const PendingValue> members, uint64_t slots);
   void insert(uint64_t digest, uint32_t position);
 
-  base::RootBlock<uint32_t> table_;  // position of a member plus 1, 0 for a free slot
-  uint64_t mask_ = 0;                // slots - 1; the slots are a power of two
+  struct Slot {
+    uint32_t position;  // of a member, plus 1; 0 for a free slot
+    uint32_t check;     // of the digest, what does not choose the slot
+  };
+  static uint32_t checkOf(uint64_t digest) { return static_cast<uint32_t>(digest >> 32); }
+
+  base::RootBlock<Slot> table_;
+  uint64_t mask_ = 0;  // slots - 1; the slots are a power of two
 };
 
 }  // namespace vexa::json

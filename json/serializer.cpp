@@ -1,8 +1,9 @@
 #include "json/serializer.h"
 
+#include <algorithm>
 #include <array>
-#include <bit>
 #include <charconv>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 
@@ -37,10 +38,11 @@ constexpr std::array<char, 256> makeEscapes() {
 }
 constexpr std::array<char, 256> kEscapes = makeEscapes();
 
-// The high bit of the first byte of a word that is not plain; bits above it mean nothing.
-uint64_t escapedBytes(uint64_t word) {
-  return bytesBelow(word, 0x20) | bytesEqual(word, '"') | bytesEqual(word, '/') |
-         bytesEqual(word, '\\');
+// Marks the bytes that are not plain.
+uint64_t bytesToEscape(uint64_t word) {
+  return (bytesBelow(word, 0x20) | bytesEqual(word, '"') | bytesEqual(word, '/') |
+          bytesEqual(word, '\\')) &
+         ~word & kHighBits;
 }
 
 // Gathers one string. Leaves for the stream whenever 1024 bytes or more are pending before the next
@@ -53,15 +55,15 @@ class EscapedWriter {
     const char* next = text.data();
     const char* const end = next + text.size();
     put('"');
-    while (next != end) {
-      if (pending_ >= kFlushAt) {
-        if (const int32_t result = flush(); failed(result)) {
-          return result;
-        }
-      }
+    for (;;) {
       next = copyPlain(next, end);
-      if (next != end && pending_ < kFlushAt) {
+      if (next == end) {
+        break;
+      }
+      if (pending_ < kFlushAt) {
         putEscaped(static_cast<uint8_t>(*next++));
+      } else if (const int32_t result = flush(); failed(result)) {
+        return result;
       }
     }
     put('"');
@@ -79,20 +81,24 @@ class EscapedWriter {
 
   // Copies plain bytes up to the next escaped one, the end or a full buffer.
   const char* copyPlain(const char* next, const char* end) {
-    while (static_cast<size_t>(end - next) >= kWord && pending_ + kWord <= kFlushAt) {
+    char* out = buffer_ + pending_;
+    const auto room = static_cast<size_t>(std::max<ptrdiff_t>(buffer_ + kFlushAt - out, 0));
+    const char* const stop = next + std::min(room, static_cast<size_t>(end - next));
+    while (static_cast<size_t>(stop - next) >= kWord) {
       const uint64_t word = loadWord(next);
-      std::memcpy(buffer_ + pending_, &word, kWord);
-      if (const uint64_t escaped = escapedBytes(word); escaped != 0) {
-        const auto plain = static_cast<size_t>(std::countr_zero(escaped)) / 8;
-        pending_ += plain;
-        return next + plain;
+      std::memcpy(out, &word, kWord);
+      const uint64_t escaped = bytesToEscape(word);
+      const size_t plain = escaped == 0 ? kWord : firstMarked(escaped);
+      next += plain;
+      out += plain;
+      if (plain != kWord) {
+        break;
       }
-      pending_ += kWord;
-      next += kWord;
     }
-    while (next != end && pending_ < kFlushAt && kEscapes[static_cast<uint8_t>(*next)] == kPlain) {
-      put(*next++);
+    while (next != stop && kEscapes[static_cast<uint8_t>(*next)] == kPlain) {
+      *out++ = *next++;
     }
+    pending_ = static_cast<size_t>(out - buffer_);
     return next;
   }
 

@@ -1,7 +1,6 @@
 #include "json/string_decoder.h"
 
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -13,14 +12,14 @@ namespace {
 
 using base::isInClass;
 using base::kEscapable;
-using base::kQuotedPlain;
 using base::kText8Bit;
 using base::kWhitespace;
 
-// Marks what is not printable ASCII or needs a look: quote, backslash, control and 8-bit bytes.
+// Marks all but printable ASCII, and the quote and the backslash.
 uint64_t bytesToLookAt(uint64_t word) {
-  return bytesBelow(word, 0x20) | bytesEqual(word, '"') | bytesEqual(word, '\\') |
-         bytesEqual(word, 0x7F) | (word & kHighBits);
+  return (bytesBelow(word, 0x20) | bytesEqual(word, '"') | bytesEqual(word, '\\') |
+          bytesDelete(word) | word) &
+         kHighBits;
 }
 
 // The first byte that cannot stand in a string by itself.
@@ -31,7 +30,7 @@ char* skipPlain(char* next) {
       next += sizeof(uint64_t);
       continue;
     }
-    next += std::countr_zero(marked) / 8;
+    next += firstMarked(marked);
     if (!isInClass(*next, kText8Bit | kWhitespace)) {
       return next;
     }

@@ -7,10 +7,7 @@ namespace vexa::json {
 
 using base::bound;
 
-std::string_view ValueName::view(bool isBorrowed) const {
-  if (isBorrowed) {
-    return {borrowed_.text, borrowed_.length};
-  }
+std::string_view ValueName::ownView() const {
   if (!bound.strings) {
     return {"", 0};
   }

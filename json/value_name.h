@@ -15,7 +15,9 @@ class ValueName {
   // Borrows a text with a zero byte behind it, which outlives this object.
   void borrow(std::string_view name) { borrowed_ = {name.data(), name.size()}; }
   // The bytes, with a zero byte behind them.
-  std::string_view view(bool isBorrowed) const;
+  std::string_view view(bool isBorrowed) const {
+    return isBorrowed ? std::string_view(borrowed_.text, borrowed_.length) : ownView();
+  }
 
   // Both leave a string object behind on success, and everything as it was on failure
   // (kOutOfMemory, or what String.1 says).
@@ -31,6 +33,8 @@ class ValueName {
     const char* text;
     uint64_t length;
   };
+
+  std::string_view ownView() const;
 
   union {
     runtime::StringObject object_{};

@@ -85,16 +85,9 @@ void ValuePool::destroy() {
   base::processFree(this);
 }
 
-void ValueMemory::free(ValuePool* pool, void* block) {
-  if (pool == nullptr) {
-    base::processFree(block);
-    return;
-  }
-  if (pool != pool_) {
-    flush();
-    pool_ = pool;
-  }
-  ++count_;
+void ValueMemory::change(ValuePool* pool) {
+  flush();
+  pool_ = pool;
 }
 
 }  // namespace vexa::json

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "base/heap.h"
+
 namespace vexa::json {
 
 // Blocks of one heap, cut into pieces that are given back all together.
@@ -107,9 +109,19 @@ class ValueMemory {
   ~ValueMemory() { flush(); }
 
   // `pool` null: a block of the process heap.
-  void free(ValuePool* pool, void* block);
+  void free(ValuePool* pool, void* block) {
+    if (pool == nullptr) {
+      base::processFree(block);
+      return;
+    }
+    if (pool != pool_) {
+      change(pool);
+    }
+    ++count_;
+  }
 
  private:
+  void change(ValuePool* pool);
   void flush() {
     if (count_ != 0) {
       pool_->release(std::exchange(count_, 0));

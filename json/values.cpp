@@ -48,12 +48,6 @@ int32_t JsonValue::GetBool(uint32_t* /*value*/) { return kFail; }
 int32_t JsonValue::Write(runtime::Stream* /*stream*/) { return kNotImplemented; }
 int32_t JsonValue::SetValue(uintptr_t /*value*/) { return kFail; }
 
-void JsonValue::destroy(ValueMemory& memory) {
-  ValuePool* const pool = pool_;
-  void* const block = pool != nullptr && isTrivial() ? this : DeletingDestructor(0);
-  memory.free(pool, block);
-}
-
 void JsonValue::Memory::free(void* block) const {
   if (pool != nullptr) {
     pool->release(1);

@@ -51,7 +51,10 @@ class JsonValue : public IUnknown, public base::CComObjectRoot {
   // Drops a reference without the end of the value; true when it was the last one.
   bool dropReference() { return dropCount(); }
   // Ends the value, which nobody refers to any more.
-  void destroy(ValueMemory& memory);
+  void destroy(ValueMemory& memory) {
+    ValuePool* const pool = pool_;
+    memory.free(pool, pool != nullptr && isTrivial() ? this : DeletingDestructor(0));
+  }
 
   // Where a value's memory goes back to: see CComObject.
   struct Memory {
