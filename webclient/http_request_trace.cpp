@@ -1,0 +1,63 @@
+#include "base/text.h"
+#include "base/trace.h"
+#include "webclient/http_request.h"
+
+// What a request tells the trace about itself.
+namespace vexa::webclient {
+namespace {
+
+using base::kModuleSource;
+using base::kTraceInfo;
+using base::kTraceNotice;
+
+constexpr char kBanner[] = "****************** HTTP Request ******************";
+constexpr char kEntry[] = "%s : %s : %s";
+
+}  // namespace
+
+void CHTTPRequest::traceUnfinished() const {
+  if (base::isTraceOn(kTraceNotice, kModuleSource)) {
+    base::traceFormat(kTraceInfo, kModuleSource, "HTTP request unfinished bytes count: %d",
+                      static_cast<int>(used_));
+  }
+}
+
+void CHTTPRequest::traceRaw() const {
+  if (!base::isTraceOn(kTraceInfo, kModuleSource)) {
+    return;
+  }
+  base::traceText(kTraceInfo, kModuleSource, "****** HTTP Request Begin (RAW) ******");
+  base::Buffer text;
+  if (succeeded(base::BufferFromBytes(pending_, used_, text.put()))) {
+    base::traceText(kTraceInfo, kModuleSource, reinterpret_cast<const char*>(text->data));
+  }
+  base::traceText(kTraceInfo, kModuleSource, "******  HTTP Request End (RAW)  ******");
+}
+
+void CHTTPRequest::dump() {
+  if (!base::isTraceOn(kTraceInfo, kModuleSource)) {
+    return;
+  }
+  base::traceText(kTraceInfo, kModuleSource, kBanner);
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP method: %s", method_.text());
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP uri: %s", uri_.text());
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP path: %s", path_.text());
+  dumpTable("HTTP query:", queryParameters_);
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP protocol: %s", protocolVersion_.text());
+  dumpTable("HTTP headers:", headers_);
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP Body: %s",
+                    body_ ? reinterpret_cast<const char*>(body_->data) : "<empty>");
+  base::traceText(kTraceInfo, kModuleSource, kBanner);
+}
+
+void CHTTPRequest::dumpTable(const char* title, const collections::TextTable& table) const {
+  const char* key = nullptr;
+  for (uint64_t index = 0; (key = table.keyAt(index)) != nullptr; ++index) {
+    base::Text value;
+    if (table.get(key, value.put()) == kOk) {
+      base::traceFormat(kTraceInfo, kModuleSource, kEntry, title, key, value.get());
+    }
+  }
+}
+
+}  // namespace vexa::webclient
