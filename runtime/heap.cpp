@@ -49,13 +49,27 @@ bool isLive(Origin origin) {
   return origin == Origin::kRoot || origin == Origin::kText || origin == Origin::kComponentText;
 }
 
+// Room for a header and zero-filled bytes; null when memory is short. Small blocks are not taken
+// from calloc, which passes over the C library's cache of free blocks.
+Header* zeroed(uint64_t bytes) {
+  constexpr uint64_t kSmall = 1024;
+  if (bytes > kSmall) {
+    return static_cast<Header*>(std::calloc(1, sizeof(Header) + bytes));
+  }
+  auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + bytes));
+  if (header != nullptr) {
+    std::memset(header + 1, 0, bytes);
+  }
+  return header;
+}
+
 // A zero-filled block. One byte at least, so that every block has an address of its own.
 void* allocateFor(Origin origin, uint64_t size) {
   if (refused(size)) {
     return nullptr;
   }
   const uint64_t bytes = size == 0 ? 1 : size;
-  auto* const header = static_cast<Header*>(std::calloc(1, sizeof(Header) + bytes));
+  auto* const header = zeroed(bytes);
   if (header == nullptr) {
     return nullptr;
   }
