@@ -73,6 +73,7 @@ class EscapedWriter {
  private:
   static constexpr size_t kFlushAt = 1024;
   static constexpr size_t kWord = sizeof(uint64_t);
+  static constexpr size_t kHalf = kWord / 2;
   static constexpr size_t kLongestEscape = 6;  // \u0031
   static constexpr size_t kSize = 1032;
   static_assert(kFlushAt - 1 + kLongestEscape + 1 <= kSize && kFlushAt + kWord <= kSize);
@@ -95,11 +96,28 @@ class EscapedWriter {
         break;
       }
     }
+    const auto rest = static_cast<size_t>(stop - next);
+    if (rest >= kHalf && rest < kWord && copyRest(next, out, rest)) {
+      next += rest;
+      out += rest;
+    }
     while (next != stop && kEscapes[static_cast<uint8_t>(*next)] == kPlain) {
       *out++ = *next++;
     }
     pending_ = static_cast<size_t>(out - buffer_);
     return next;
+  }
+
+  // Copies half a word to a word, as two halves that may overlap. False when some of it is to be
+  // escaped; what is copied then counts for nothing.
+  static bool copyRest(const char* from, char* to, size_t size) {
+    uint32_t first;
+    uint32_t last;
+    std::memcpy(&first, from, kHalf);
+    std::memcpy(&last, from + size - kHalf, kHalf);
+    std::memcpy(to, &first, kHalf);
+    std::memcpy(to + size - kHalf, &last, kHalf);
+    return bytesToEscape(first | uint64_t{last} << 32) == 0;
   }
 
   void putEscaped(uint8_t byte) {
@@ -138,14 +156,7 @@ class TreeWriter {
   int32_t write(JsonCollection& root) {
     int32_t result = open(root);
     while (succeeded(result) && !levels_.empty()) {
-      Level& level = levels_.back();
-      const auto elements = level.collection->elements();
-      if (level.next == elements.size()) {
-        result = close(*level.collection);
-      } else {
-        const uint64_t index = level.next++;  // before a deeper level moves this one
-        result = writeElement(*level.collection, index, *elements[index]);
-      }
+      result = writeLevel(levels_.back());
     }
     return result;
   }
@@ -164,22 +175,34 @@ class TreeWriter {
     return levels_.push({&collection, 0}) ? kOk : kOutOfMemory;
   }
 
+  // Writes elements up to the one that opens a deeper level, or to the end of this one.
+  int32_t writeLevel(Level& level) {
+    const auto elements = level.collection->elements();
+    const bool isObject = level.collection->type() == kJsonObject;
+    for (uint64_t index = level.next; index != elements.size(); ++index) {
+      JsonValue& element = *elements[index];
+      int32_t result = index == 0 ? kOk : writePiece(stream_, kSeparator);
+      if (succeeded(result) && isObject) {
+        result = writeName(element.name());
+      }
+      if (failed(result)) {
+        return result;
+      }
+      if (JsonCollection* const nested = asCollection(&element); nested != nullptr) {
+        level.next = index + 1;
+        return open(*nested);  // may move the levels
+      }
+      if (result = element.Write(stream_); failed(result)) {
+        return result;
+      }
+    }
+    return close(*level.collection);
+  }
+
   int32_t close(const JsonCollection& collection) {
     levels_.pop();
     const int32_t result = writePiece(stream_, "\n");
     return failed(result) ? result : writePiece(stream_, closing(collection.type()));
-  }
-
-  int32_t writeElement(const JsonCollection& collection, uint64_t index, JsonValue& element) {
-    int32_t result = index == 0 ? kOk : writePiece(stream_, kSeparator);
-    if (succeeded(result) && collection.type() == kJsonObject) {
-      result = writeName(element.name());
-    }
-    if (failed(result)) {
-      return result;
-    }
-    JsonCollection* const nested = asCollection(&element);
-    return nested != nullptr ? open(*nested) : element.Write(stream_);
   }
 
   int32_t writeName(std::string_view name) {
