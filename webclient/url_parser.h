@@ -47,7 +47,7 @@ class URLParser : public IURLParser,
 
   void scan(const char* url);
   const char* takeScheme(const char* url);
-  void takePath(const char* slash);
+  void takePath(const char* end);
   uint32_t getProtocol() const;
   void handleHost(const char* end, const char* begin);
   void handlePort(const char* end, const char* begin);
