@@ -3,6 +3,7 @@
 #include "base/buffer.h"
 #include "base/class_registry.h"
 #include "base/core_functions.h"
+#include "util/scrambler.h"
 
 namespace vexa::module {
 
@@ -15,8 +16,8 @@ constinit const CoreList kCoreList = {
     .AllocBuffer = base::AllocBuffer,
     .BufferFromBytes = base::BufferFromBytes,
     .BufferFromRange = base::BufferFromRange,
-    .CreateScrambler = nullptr,
-    .CreateScramblerEx = nullptr,
+    .CreateScrambler = util::CreateScrambler,
+    .CreateScramblerEx = util::CreateScramblerEx,
     .EncodeBase64 = base::EncodeBase64,
     .DecodeBase64 = base::DecodeBase64,
     .GetCipherBlockSize = base::GetCipherBlockSize,

@@ -1,8 +1,16 @@
 #include "base/asc_list.h"
 #include "base/binding.h"
 #include "base/class_registry.h"
+#include "collections/hash_table.h"
+#include "json/json_api.h"
 #include "module/class_factory_list.h"
 #include "module/core_list.h"
+#include "monitor/client_monitor.h"
+#include "util/time.h"
+#include "webclient/http_request.h"
+#include "webclient/http_response.h"
+#include "webclient/proxy_discovery.h"
+#include "webclient/url_parser.h"
 
 // The module's table of contents: every static record, in the order of construction. Tables are
 // bound from top to bottom and released from bottom to top; lists and classes are searched from
@@ -42,7 +50,24 @@ LoadRecord notify{nullptr, runtime::kNotifyName, &bound.notify.pointer};
 // Offered lists
 ListRecord ascList{kComponent, kAscListName, &base::kAscList};
 ListRecord coreList{kComponent, kCoreListName, &kCoreList};
+ListRecord hashTableList{kComponent, kHashTableListName, &collections::kHashTableList};
+ListRecord jsonApi{kComponent, kJsonApiListName, &json::kJsonApi};
+
+// Bound when own certificates are first asked for
+UnloadRecord pse{&bound.pse.pointer};
+
+ListRecord networkList{kComponent, kNetworkListName, &webclient::kNetworkList};
+ListRecord timeList{kComponent, kTimeListName, &util::kTimeList};
 ListRecord classFactoryList{kFramework, kClassFactoryListName, &kClassFactoryList};
+
+// Creatable classes
+FactoryRecord clientMonitor{kComponent, kClientMonitorClassName,
+                            monitor::CClientMonitor::CreateInstance};
+FactoryRecord httpRequest{kComponent, kHttpRequestClassName,
+                          webclient::CHTTPRequest::CreateInstance};
+FactoryRecord httpResponse{kComponent, kHttpResponseClassName,
+                           webclient::CHTTPResponse::CreateInstance};
+FactoryRecord urlParser{kComponent, kUrlParserClassName, webclient::URLParser::CreateInstance};
 
 }  // namespace
 }  // namespace vexa::module

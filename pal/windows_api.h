@@ -23,9 +23,9 @@
 #endif
 
 // These two come before windows.h, which would bring the older winsock.h.
+#include <windows.h>
 #include <winsock2.h>
 #include <ws2tcpip.h>
-#include <windows.h>
 
 #include <comdef.h>
 #include <iphlpapi.h>

@@ -66,7 +66,7 @@ struct State {
   std::size_t references = 0;
 };
 State& state() {
-  static State& all = *new State;
+  static State all;
   return all;
 }
 

@@ -35,7 +35,7 @@ struct State {
   ULONG_PTR lastHandle = 0;
 };
 State& state() {
-  static State& all = *new State;
+  static State all;
   return all;
 }
 

@@ -122,7 +122,7 @@ struct HandleTable {
   std::uintptr_t last = 0;
 };
 HandleTable& handles() {
-  static HandleTable& table = *new HandleTable;
+  static HandleTable table;
   return table;
 }
 

@@ -20,7 +20,7 @@ struct Sessions {
   std::uintptr_t last = 0;
 };
 Sessions& sessions() {
-  static Sessions& all = *new Sessions;
+  static Sessions all;
   return all;
 }
 

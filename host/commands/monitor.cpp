@@ -1,0 +1,82 @@
+#include <asio.hpp>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+
+#include "options.h"
+#include "vexa/client_monitor.h"
+
+namespace vexahost {
+namespace {
+
+constexpr std::chrono::milliseconds kLook{100};
+
+// Looks at the monitor's status between two sleeps, so that Ctrl-C is answered at once.
+class MonitorLoop {
+ public:
+  MonitorLoop(vexa::IClientMonitor& monitor, uint32_t seconds)
+      : monitor_(monitor),
+        seconds_(seconds),
+        signals_(context_, SIGINT, SIGTERM),
+        timer_(context_) {}
+
+  void run() {
+    restart();
+    signals_.async_wait([this](const asio::error_code&, int) { context_.stop(); });
+    wait();
+    context_.run();
+    monitor_.StopChangeThread();
+  }
+
+ private:
+  void restart() {
+    monitor_.StopChangeThread();
+    check(monitor_.Reset(), "the network monitor");
+    check(monitor_.StartChangeThread(seconds_), "the network monitor");
+  }
+
+  void wait() {
+    timer_.expires_after(kLook);
+    timer_.async_wait([this](const asio::error_code& error) {
+      if (error) {
+        return;
+      }
+      if (monitor_.GetStatus() != vexa::IClientMonitor::kUnchanged) {
+        std::printf("change %u\n", ++changes_);
+        std::fflush(stdout);
+        restart();
+      }
+      wait();
+    });
+  }
+
+  vexa::IClientMonitor& monitor_;
+  uint32_t seconds_;
+  asio::io_context context_;
+  asio::signal_set signals_;
+  asio::steady_timer timer_;
+  uint32_t changes_ = 0;
+};
+
+void watch(const Options& options, uint32_t seconds) {
+  const Module module(options.module);
+  const auto monitor =
+      module.create<vexa::IClientMonitor>(vexa::kClientMonitorClassName, vexa::IID_IClientMonitor);
+  std::printf("watching the network every %u s (Ctrl-C ends)\n", seconds);
+  std::fflush(stdout);
+  MonitorLoop(*monitor.get(), seconds).run();
+}
+
+}  // namespace
+
+void addMonitorCommand(CLI::App& app, Options& options) {
+  CLI::App* const command =
+      app.add_subcommand("monitor", "A line for every change of the network, until Ctrl-C");
+  const auto seconds = std::make_shared<uint32_t>(10);
+  command->add_option("--interval", *seconds, "Seconds between two looks")
+      ->check(CLI::Range(1, 3600))
+      ->capture_default_str();
+  command->callback([&options, seconds] { watch(options, *seconds); });
+}
+
+}  // namespace vexahost

@@ -1,0 +1,66 @@
+#include <cinttypes>
+#include <cstdio>
+
+#include "options.h"
+#include "values.h"
+#include "vexa/core.h"
+#include "vexa/scrambler.h"
+
+namespace vexahost {
+namespace {
+
+// FNV-1a (64 bits): tells outputs apart without showing them.
+uint64_t digest(std::string_view bytes) {
+  uint64_t hash = 0xCBF29CE484222325u;
+  for (const char c : bytes) {
+    hash = (hash ^ static_cast<uint8_t>(c)) * 0x100000001B3u;
+  }
+  return hash;
+}
+
+struct Cipher {
+  uint32_t algorithm;
+  uint32_t mode;
+  uint32_t keyBits;
+};
+constexpr Cipher kCiphers[] = {
+    {1, 0, 0},  {2, 1, 0},  {4, 1, 0},  {6, 0, 128}, {7, 0, 0},
+    {10, 1, 0}, {11, 1, 0}, {12, 0, 0}, {12, 1, 0},  {12, 2, 0},
+};
+
+// One cipher over a text: scrambled, not the text itself, and back again.
+bool testCipher(const Module& module, const Cipher& cipher) {
+  static constexpr std::string_view kPlain = "The quick brown fox jumps over the lazy dog";
+  Ref<vexa::IScrambler> scrambler;
+  check(module.list<vexa::CoreList>(vexa::kCoreListName)
+            .CreateScramblerEx(cipher.algorithm, cipher.mode, cipher.keyBits, scrambler.put()),
+        "creating a scrambler");
+  const vexa::runtime::ByteBuffer plain = borrow(kPlain);
+  BufferRef scrambled(module);
+  BufferRef back(module);
+  const bool isGood =
+      vexa::succeeded(scrambler->Scramble(&plain, scrambled.put())) && scrambled.view() != kPlain &&
+      vexa::succeeded(scrambler->Unscramble(scrambled.get(), back.put())) && back.view() == kPlain;
+  std::printf("cipher %2u mode %u  %3zu -> %3zu bytes  %016" PRIx64 "  %s\n", cipher.algorithm,
+              cipher.mode, kPlain.size(), scrambled.view().size(), digest(scrambled.view()),
+              isGood ? "ok" : "FAILED");
+  return isGood;
+}
+
+void selfTest(Options& options) {
+  const Module module(options.module);
+  for (const Cipher& cipher : kCiphers) {
+    if (!testCipher(module, cipher)) {
+      options.exitStatus = 1;
+    }
+  }
+}
+
+}  // namespace
+
+void addScrambleCommand(CLI::App& app, Options& options) {
+  app.add_subcommand("scramble", "Self-test of every cipher; shows sizes and digests only")
+      ->callback([&options] { selfTest(options); });
+}
+
+}  // namespace vexahost

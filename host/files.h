@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace vexahost {
+
+// The whole content of a file; "-" is the standard input. Throws HostError.
+std::string readFile(const std::string& path);
+// Replaces a file. `isSecret`: readable by the user alone, where the platform can say so.
+void writeFile(const std::string& path, std::string_view content, bool isSecret = false);
+
+}  // namespace vexahost

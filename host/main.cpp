@@ -1,0 +1,32 @@
+#include <cstdio>
+#include <exception>
+
+#include "options.h"
+
+int main(int argc, char** argv) {
+  CLI::App app("vexahost: every service of vexabase from a shell", "vexahost");
+  vexahost::Options options;
+  app.require_subcommand(1);
+  app.add_option("--module", options.module.module, "The module's file (beside this program)");
+  app.add_option("--trace", options.module.traceLevel,
+                 "Trace to standard error: 1 errors to 5 details")
+      ->check(CLI::Range(0, 5));
+  app.fallthrough();
+  vexahost::addListsCommand(app, options);
+  vexahost::addServeCommand(app, options);
+  vexahost::addJsonCommand(app, options);
+  vexahost::addUrlCommand(app, options);
+  vexahost::addTimeCommand(app, options);
+  vexahost::addScrambleCommand(app, options);
+  vexahost::addProxyCommand(app, options);
+  vexahost::addMonitorCommand(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "vexahost: %s\n", error.what());
+    return 1;
+  }
+  return options.exitStatus;
+}

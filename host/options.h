@@ -1,0 +1,26 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "module.h"
+
+// The command line. Every command adds itself to the application; its callback does the work and
+// throws HostError when it fails.
+namespace vexahost {
+
+// Options that every command takes.
+struct Options {
+  ModuleOptions module;
+  int exitStatus = 0;  // what the program ends with when nothing was thrown
+};
+
+void addJsonCommand(CLI::App& app, Options& options);
+void addListsCommand(CLI::App& app, Options& options);
+void addMonitorCommand(CLI::App& app, Options& options);
+void addProxyCommand(CLI::App& app, Options& options);
+void addScrambleCommand(CLI::App& app, Options& options);
+void addServeCommand(CLI::App& app, Options& options);
+void addTimeCommand(CLI::App& app, Options& options);
+void addUrlCommand(CLI::App& app, Options& options);
+
+}  // namespace vexahost
