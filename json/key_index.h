@@ -24,6 +24,9 @@ uint64_t digestKey(std::string_view key);
 // themselves have none.
 class KeyIndex {
  public:
+  // True when no member can have a key with this digest; false says nothing. A look at one place in
+  // memory: asked for before the value is read, it costs no waiting.
+  bool lacks(uint64_t digest) const { return table_ && table_[digest & mask_].position == 0; }
   // True when a member has this key.
   bool contains(std::span<const PendingValue> members, std::string_view key, uint64_t digest) const;
   // Notes the last one of the members. False when memory is short.

@@ -211,12 +211,13 @@ class Parser {
     if (!takeKey(key)) {
       return false;
     }
+    const uint64_t digest = digestKey(key);
+    const bool isNew = index.lacks(digest);
     JsonValue* const value = takeValue();
     if (value == nullptr) {
       return false;
     }
-    const uint64_t digest = digestKey(key);
-    if (index.contains(pending_.from(first), key, digest)) {
+    if (!isNew && index.contains(pending_.from(first), key, digest)) {
       value->Release();
       return true;
     }
