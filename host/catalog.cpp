@@ -1,5 +1,8 @@
 #include "catalog.h"
 
+#include "vexa/ca.h"
+#include "vexa/capi.h"
+#include "vexa/certificates.h"
 #include "vexa/client_monitor.h"
 #include "vexa/core.h"
 #include "vexa/hash_table.h"
@@ -7,6 +10,8 @@
 #include "vexa/http_response.h"
 #include "vexa/json.h"
 #include "vexa/network.h"
+#include "vexa/own_certificates.h"
+#include "vexa/pse.h"
 #include "vexa/time.h"
 #include "vexa/url_parser.h"
 
@@ -21,6 +26,16 @@ constexpr const char* kCoreSlots[] = {"GetModuleInfo",      "reserved",         
                                       "CreateScramblerEx",  "EncodeBase64",     "DecodeBase64",
                                       "GetCipherBlockSize", "GetCipherKeyBits", "reserved",
                                       "CreatePkcs12",       "OpenPkcs12"};
+constexpr const char* kCaSlots[] = {"GetModuleInfo",   "CaSetExtensionA", "CaSetExtensionB",
+                                    "CaSetExtensionC", "CaSetExtensionD", "CaSetExtensionPair",
+                                    "SetKeyUsage",     "CaReserved"};
+constexpr const char* kCertificateSlots[] = {"GetModuleInfo",          "IsEncryptionCertificate",
+                                             "IsSignatureCertificate", "IsClientAuthCertificate",
+                                             "IsCACertificate",        "IsRootCACertificate",
+                                             "IsSelfIssuedEndEntity",  "HasExtendedKeyUsage",
+                                             "GetCertificateValueA",   "GetCertificateValueB",
+                                             "AppendCertificate",      "GetSecondName",
+                                             "GetFirstName",           "CertificateFromText"};
 constexpr const char* kHashTableSlots[] = {"GetModuleInfo", "CreateHashTable", "CreateHashTableEx"};
 constexpr const char* kJsonSlots[] = {"GetModuleInfo", "CreateObject", "Parse"};
 constexpr const char* kNetworkSlots[] = {"GetModuleInfo", "ConvertCookiePath",
@@ -28,22 +43,30 @@ constexpr const char* kNetworkSlots[] = {"GetModuleInfo", "ConvertCookiePath",
                                          "MatchesBypassList"};
 constexpr const char* kTimeSlots[] = {"GetModuleInfo", "GetCurrentFileTime", "ConvertTime",
                                       "ConvertLibraryTime"};
+constexpr const char* kCapiSlots[] = {"GetModuleInfo",     "CspImport",    "CspImportCACerts",
+                                      "CspDeleteOwnCerts", "CspImportKey", "DeleteCACertsByName"};
 constexpr const char* kClassFactorySlots[] = {"GetModuleInfo", "CreateInstance", "SetCreateHook"};
 
 constexpr ListEntry kLists[] = {
     {vexa::kAscListName, kAscSlots},
     {vexa::kCoreListName, kCoreSlots},
+    {vexa::kCaListName, kCaSlots},
+    {vexa::kCertificateListName, kCertificateSlots},
     {vexa::kHashTableListName, kHashTableSlots},
     {vexa::kJsonApiListName, kJsonSlots},
     {vexa::kNetworkListName, kNetworkSlots},
     {vexa::kTimeListName, kTimeSlots},
+    {vexa::kCapiListName, kCapiSlots},
     {vexa::kClassFactoryListName, kClassFactorySlots},
 };
 
 constexpr ClassEntry kClasses[] = {
+    {vexa::kCertificatesClassName, vexa::IID_ICertificates, true},
     {vexa::kClientMonitorClassName, vexa::IID_IClientMonitor, true},
     {vexa::kHttpRequestClassName, vexa::IID_IHTTPRequest, false},
     {vexa::kHttpResponseClassName, vexa::IID_IHTTPResponse, false},
+    {vexa::kOwnCertificatesClassName, vexa::IID_IOwnCertificates, true},
+    {vexa::kPseClassName, vexa::IID_IPse, true},
     {vexa::kUrlParserClassName, vexa::IID_IURLParser, false},
 };
 

@@ -3,7 +3,9 @@
 
 #include "options.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
   CLI::App app("vexahost: every service of vexabase from a shell", "vexahost");
   vexahost::Options options;
   app.require_subcommand(1);
@@ -24,9 +26,17 @@ int main(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error);
+  }
+  return options.exitStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "vexahost: %s\n", error.what());
     return 1;
   }
-  return options.exitStatus;
 }

@@ -3,6 +3,7 @@
 #include "base/buffer.h"
 #include "base/class_registry.h"
 #include "base/core_functions.h"
+#include "certs/pkcs12.h"
 #include "util/scrambler.h"
 
 namespace vexa::module {
@@ -23,8 +24,8 @@ constinit const CoreList kCoreList = {
     .GetCipherBlockSize = base::GetCipherBlockSize,
     .GetCipherKeyBits = base::GetCipherKeyBits,
     .reserved14 = [](uint32_t, uint8_t) { return kOk; },
-    .CreatePkcs12 = nullptr,
-    .OpenPkcs12 = nullptr,
+    .CreatePkcs12 = certs::aux_create_pkcs12,
+    .OpenPkcs12 = certs::aux_open_pkcs12,
 };
 
 }  // namespace vexa::module

@@ -1,6 +1,12 @@
 #include "base/asc_list.h"
 #include "base/binding.h"
 #include "base/class_registry.h"
+#include "certs/ca_functions.h"
+#include "certs/certificate_list.h"
+#include "certs/certificates.h"
+#include "certs/own_certificates.h"
+#include "certs/pse.h"
+#include "certs/store_import.h"
 #include "collections/hash_table.h"
 #include "json/json_api.h"
 #include "module/class_factory_list.h"
@@ -50,23 +56,30 @@ LoadRecord notify{nullptr, runtime::kNotifyName, &bound.notify.pointer};
 // Offered lists
 ListRecord ascList{kComponent, kAscListName, &base::kAscList};
 ListRecord coreList{kComponent, kCoreListName, &kCoreList};
+ListRecord caList{kComponent, kCaListName, &certs::kCaList};
+ListRecord certificateFunctions{kComponent, kCertificateListName, &certs::kCertificateFunctions};
 ListRecord hashTableList{kComponent, kHashTableListName, &collections::kHashTableList};
 ListRecord jsonApi{kComponent, kJsonApiListName, &json::kJsonApi};
 
 // Bound when own certificates are first asked for
-UnloadRecord pse{&bound.pse.pointer};
+UnloadRecord pseTable{&bound.pse.pointer};
 
 ListRecord networkList{kComponent, kNetworkListName, &webclient::kNetworkList};
 ListRecord timeList{kComponent, kTimeListName, &util::kTimeList};
+ListRecord capiList{kComponent, kCapiListName, &certs::kCapiList};
 ListRecord classFactoryList{kFramework, kClassFactoryListName, &kClassFactoryList};
 
 // Creatable classes
+FactoryRecord certificates{kComponent, kCertificatesClassName,
+                           certs::CCertificates::CreateInstance};
 FactoryRecord clientMonitor{kComponent, kClientMonitorClassName,
                             monitor::CClientMonitor::CreateInstance};
 FactoryRecord httpRequest{kComponent, kHttpRequestClassName,
                           webclient::CHTTPRequest::CreateInstance};
 FactoryRecord httpResponse{kComponent, kHttpResponseClassName,
                            webclient::CHTTPResponse::CreateInstance};
+FactoryRecord ownCertificates{kComponent, kOwnCertificatesClassName, certs::CreateOwnCertificates};
+FactoryRecord pse{kComponent, kPseClassName, certs::CPSE::CreateInstance};
 FactoryRecord urlParser{kComponent, kUrlParserClassName, webclient::URLParser::CreateInstance};
 
 }  // namespace

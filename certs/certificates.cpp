@@ -1,0 +1,41 @@
+#include "certs/certificates.h"
+
+namespace vexa::certs {
+
+const base::InterfaceMapRow* CCertificates::InterfaceMap() {
+  static const base::InterfaceMapRow map[] = {
+      base::mapRow<CCertificates, IContainerRO>(IID_IContainerRO),
+      base::mapRow<CCertificates, ICertificates>(IID_ICertificates),
+      base::mapEnd(),
+  };
+  return map;
+}
+
+int32_t CCertificates::FindOrAdd(runtime::Certificate* certificate, ICertificate** wrapper) {
+  if (wrapper == nullptr) {
+    return kNullPointer;
+  }
+  *wrapper = nullptr;
+  if (certificate == nullptr) {
+    return kInvalidArgument;
+  }
+  for (uint32_t i = 0; i < count_; ++i) {
+    if (items_[i]->IsEqual(certificate) == 1) {
+      items_[i]->AddRef();
+      *wrapper = items_[i];
+      return kOk;
+    }
+  }
+  base::ComPtr<base::CComObject<CCertificate>> added;
+  if (const int32_t result = base::createObject(added); failed(result)) {
+    return result;
+  }
+  added->wrap(certificate);
+  if (const int32_t result = append(added.get()); failed(result)) {
+    return result;
+  }
+  *wrapper = added.release();
+  return kOk;
+}
+
+}  // namespace vexa::certs

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "base/com_object.h"
+#include "certs/runtime_holders.h"
+#include "vexa/own_certificates.h"
+
+namespace vexa::certs {
+
+class COwnCertificate : public IOwnCertificate, public base::CComObjectRoot {
+ public:
+  static const base::InterfaceMapRow* InterfaceMap();
+
+  COwnCertificate() = default;
+  COwnCertificate(const COwnCertificate&) = delete;
+  COwnCertificate& operator=(const COwnCertificate&) = delete;
+
+  int32_t SetAttributes(runtime::AttributeRequest* list) override;
+  int32_t GetAttributes(runtime::AttributeRequest* list) override;
+  int32_t SetRecord(runtime::OwnCertificateRecord* record) override;
+  int32_t IsSame(runtime::OwnCertificateRecord* record) override;
+
+ protected:
+  ~COwnCertificate();
+
+ private:
+  int32_t serve(runtime::AttributeRequest& request) const;
+
+  runtime::OwnCertificateRecord* m_record = nullptr;  // one reference
+};
+
+class COwnCertificates : public base::CContainerUnkImpl<COwnCertificate, IOwnCertificates>,
+                         public base::CSingletonFactoryImpl<COwnCertificates>,
+                         public base::CComObjectRoot {
+ public:
+  static const base::InterfaceMapRow* InterfaceMap();
+
+  COwnCertificates() = default;
+  COwnCertificates(const COwnCertificates&) = delete;
+  COwnCertificates& operator=(const COwnCertificates&) = delete;
+
+  int32_t Refresh() override;
+
+ protected:
+  ~COwnCertificates() = default;
+
+ private:
+  bool isListed(runtime::OwnCertificateRecord* record) const;
+  base::ComPtr<COwnCertificate> takeOut(runtime::OwnCertificateRecord* record);
+  int32_t makeNewItems(runtime::OwnCertificateList* list, COwnCertificate** items) const;
+};
+
+// Creator of "OwnCertificates": binds SEC_PSE_1 first, once; its failure is returned as it stands.
+int32_t CreateOwnCertificates(const Guid* id, void** out);
+
+}  // namespace vexa::certs

@@ -1,0 +1,32 @@
+#include "certs/pse.h"
+
+namespace vexa::certs {
+
+const base::InterfaceMapRow* CPSE::InterfaceMap() {
+  static const base::InterfaceMapRow map[] = {
+      base::mapRow<CPSE, IPse>(IID_IPse),
+      base::mapEnd(),
+  };
+  return map;
+}
+
+// Without a context there is no PSE; the object then holds neither.
+CPSE::CPSE() {
+  if (!base::bound.asc || !base::bound.commonTypes) {
+    return;
+  }
+  const runtime::ContextParameters parameters = {
+      .version = 1,
+      .applicationName = "vexa",
+      .reserved3 = nullptr,
+      .typeOperations = base::bound.commonTypes->typeOperations,
+      .reserved5 = nullptr,
+  };
+  if (failed(base::bound.asc->CreateContext(&parameters, m_context.put())) ||
+      m_context.get() == nullptr) {
+    return;
+  }
+  (void)m_context->table->GetPse(m_context.get(), m_pse.put());
+}
+
+}  // namespace vexa::certs

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/com_object.h"
+#include "certs/runtime_holders.h"
+#include "vexa/pse.h"
+
+namespace vexa::certs {
+
+class CPSE : public IPse, public base::CSingletonFactoryImpl<CPSE>, public base::CComObjectRoot {
+ public:
+  static const base::InterfaceMapRow* InterfaceMap();
+
+  CPSE();
+  CPSE(const CPSE&) = delete;
+  CPSE& operator=(const CPSE&) = delete;
+
+  runtime::SecurityContext* GetContext() override { return m_context.get(); }
+  runtime::Pse* GetPSE() override { return m_pse.get(); }
+  int32_t Reserved6(void*, void*, void*) override { return kNotImplemented; }
+  int32_t Reserved7(void*, void*, void*) override { return kNotImplemented; }
+  int32_t Reserved8(void*, void*, void*) override { return kNotImplemented; }
+  int32_t Reserved9(void*, void*, void*) override { return kNotImplemented; }
+  int32_t Reserved10(void*, void*, void*) override { return kNotImplemented; }
+  int32_t Reserved11(void*, void*, void*) override { return kNotImplemented; }
+  int32_t Reserved12(void*, void*, void*) override { return kNotImplemented; }
+
+ protected:
+  ~CPSE() = default;  // the PSE goes before its context
+
+ private:
+  RuntimeRef<runtime::SecurityContext> m_context;
+  RuntimeRef<runtime::Pse> m_pse;
+};
+
+}  // namespace vexa::certs

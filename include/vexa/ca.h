@@ -1,0 +1,41 @@
+#pragma once
+
+#include "vexa/module.h"
+#include "vexa/runtime/certificate.h"
+
+namespace vexa {
+
+inline constexpr char kCaListName[] = "vexa.misc.base.ca.1";
+
+// What SetKeyUsage knows beside the single flags, whose codes are those of KeyUsageFlag.
+enum KeyUsageCode : uint32_t {
+  kUsageSignature = 16,   // digitalSignature, nonRepudiation
+  kUsageEncryption = 17,  // keyEncipherment, dataEncipherment
+  kUsageBoth = 18,
+};
+
+// The list "vexa.misc.base.ca.1": fields of a certificate that is about to be issued. Every entry
+// returns 0, whatever the runtime's setter answers, and requires a certificate under construction.
+struct CaList {
+  GetModuleInfoFunction GetModuleInfo;
+  int32_t (*CaSetExtensionA)(runtime::Certificate* certificate, void* value1, void* value2);
+  int32_t (*CaSetExtensionB)(runtime::Certificate* certificate, void* value1, void* value2);
+  int32_t (*CaSetExtensionC)(runtime::Certificate* certificate, void* value1, void* value2);
+  int32_t (*CaSetExtensionD)(runtime::Certificate* certificate, void* value1, void* value2);
+  // Both values to the first setter, then the second value to the second one.
+  int32_t (*CaSetExtensionPair)(runtime::Certificate* certificate, void* value1, void* value2);
+  // A critical KeyUsage extension; an unknown code sets no flag in it.
+  int32_t (*SetKeyUsage)(runtime::Certificate* certificate, uint32_t code);
+  int32_t (*CaReserved)(runtime::Certificate* certificate, uint32_t, uint32_t);  // does nothing
+};
+VEXA_SLOT(CaList, GetModuleInfo, 0);
+VEXA_SLOT(CaList, CaSetExtensionA, 1);
+VEXA_SLOT(CaList, CaSetExtensionB, 2);
+VEXA_SLOT(CaList, CaSetExtensionC, 3);
+VEXA_SLOT(CaList, CaSetExtensionD, 4);
+VEXA_SLOT(CaList, CaSetExtensionPair, 5);
+VEXA_SLOT(CaList, SetKeyUsage, 6);
+VEXA_SLOT(CaList, CaReserved, 7);
+static_assert(sizeof(CaList) == 8 * sizeof(void*));
+
+}  // namespace vexa
