@@ -45,11 +45,9 @@ int32_t createContext(const runtime::ContextParameters* parameters,
 
 }  // namespace
 
-constinit const runtime::AscTable ascTable = {.reserved0 = nullptr,
-                                              .CreateContext = createContext};
+constinit const runtime::AscTable ascTable = {.reserved0 = nullptr, .CreateContext = createContext};
 
-constinit const runtime::PseListTable pseListTable = {.reserved0 = nullptr,
-                                                      .OwnListRelease = releaseOwnNodes,
-                                                      .OwnRecordRelease = dropOwnRecord};
+constinit const runtime::PseListTable pseListTable = {
+    .reserved0 = nullptr, .OwnListRelease = releaseOwnNodes, .OwnRecordRelease = dropOwnRecord};
 
 }  // namespace vexa::velmora

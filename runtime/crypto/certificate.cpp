@@ -119,8 +119,8 @@ int32_t decodeCertificate(ByteView der, runtime::Certificate** out) {
 
 int32_t appendExtendedKeyUsage(CertificateObject& certificate, runtime::ObjectId* owned) {
   Ref<runtime::ObjectId> identifier(owned);
-  auto* const entry = static_cast<runtime::ExtendedKeyUsage*>(
-      allocateBlock(sizeof(runtime::ExtendedKeyUsage)));
+  auto* const entry =
+      static_cast<runtime::ExtendedKeyUsage*>(allocateBlock(sizeof(runtime::ExtendedKeyUsage)));
   if (entry == nullptr) return kOutOfMemory;
   entry->identifier = identifier.release();
   runtime::ExtendedKeyUsage** end = &certificate.extendedKeyUsage;

@@ -177,8 +177,8 @@ int32_t copyCertificate(const CertificateObject& source, void** copy) {
   int32_t result = copyPublicKey(&target->publicKey, &source.publicKey);
   for (auto* entry = source.extendedKeyUsage; entry != nullptr && !failed(result);
        entry = entry->next) {
-    result = appendExtendedKeyUsage(
-        *target.get(), Ref<runtime::ObjectId>::share(entry->identifier).release());
+    result = appendExtendedKeyUsage(*target.get(),
+                                    Ref<runtime::ObjectId>::share(entry->identifier).release());
   }
   if (failed(result)) return result;
   *copy = static_cast<runtime::Certificate*>(target.release());
@@ -195,7 +195,7 @@ int32_t signCertificate(CertificateObject& certificate, const runtime::KeyObject
   }
   int32_t result = ensureSerial(certificate);
   if (failed(result)) return result;
-  const runtime::Name* issuerName = issuer != nullptr ? issuer->table->GetSubject(issuer)
+  const runtime::Name* issuerName = issuer != nullptr    ? issuer->table->GetSubject(issuer)
                                     : certificate.issuer ? certificate.issuer.get()
                                                          : certificate.subject.get();
   Bytes signedPart;

@@ -5,10 +5,10 @@
 namespace vexa::velmora {
 namespace {
 
-constexpr size_t kDigits = 14;           // YYYYMMDDhhmmss
-constexpr size_t kDateDigits = 8;        // of them before the "T"
-constexpr size_t kUtcTimeLength = 13;    // YYMMDDhhmmssZ
-constexpr size_t kUtcNoSeconds = 11;     // YYMMDDhhmmZ, in certificates of the last century
+constexpr size_t kDigits = 14;         // YYYYMMDDhhmmss
+constexpr size_t kDateDigits = 8;      // of them before the "T"
+constexpr size_t kUtcTimeLength = 13;  // YYMMDDhhmmssZ
+constexpr size_t kUtcNoSeconds = 11;   // YYMMDDhhmmZ, in certificates of the last century
 constexpr size_t kGeneralizedLength = kDigits + 1;
 
 // Ranges of month, day, hour, minute, second.

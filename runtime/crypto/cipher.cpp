@@ -23,14 +23,10 @@ constexpr size_t kMaxKey = 32;
 constexpr size_t kNonceLength = 12;
 
 constexpr CipherAlgorithm kAlgorithms[] = {
-    {1, GCRY_CIPHER_DES, 8, 56, 8},
-    {2, GCRY_CIPHER_3DES, 8, 168, 24},
-    {4, GCRY_CIPHER_CAST5, 8, 128, 16},
-    {6, GCRY_CIPHER_CHACHA20, 0, 0, 32},
-    {7, GCRY_CIPHER_3DES, 8, 192, 24},
-    {10, GCRY_CIPHER_AES128, 16, 128, 16},
-    {11, GCRY_CIPHER_AES192, 16, 192, 24},
-    {12, GCRY_CIPHER_AES256, 16, 256, 32},
+    {1, GCRY_CIPHER_DES, 8, 56, 8},        {2, GCRY_CIPHER_3DES, 8, 168, 24},
+    {4, GCRY_CIPHER_CAST5, 8, 128, 16},    {6, GCRY_CIPHER_CHACHA20, 0, 0, 32},
+    {7, GCRY_CIPHER_3DES, 8, 192, 24},     {10, GCRY_CIPHER_AES128, 16, 128, 16},
+    {11, GCRY_CIPHER_AES192, 16, 192, 24}, {12, GCRY_CIPHER_AES256, 16, 256, 32},
 };
 
 // The key as libgcrypt takes it; wiped.
@@ -73,16 +69,14 @@ bool makeWorkKey(const CipherAlgorithm& algorithm, ByteView key, WorkKey& out) {
 CipherHandle open(const CipherOperation& operation, int mode) {
   WorkKey key;
   if (!makeWorkKey(*operation.algorithm, operation.key, key)) return nullptr;
-  return openCipher(operation.algorithm->cipher, mode,
-                    {key.bytes, operation.algorithm->keyBytes});
+  return openCipher(operation.algorithm->cipher, mode, {key.bytes, operation.algorithm->keyBytes});
 }
 
 int32_t runStream(const CipherOperation& operation, ByteView in, uint8_t* out, uint64_t& length) {
   const CipherHandle handle = open(operation, GCRY_CIPHER_MODE_STREAM);
   const uint8_t nonce[kNonceLength] = {};
   if (!handle || gcry_cipher_setiv(handle.get(), nonce, sizeof nonce) != 0) return kFail;
-  if (!in.empty() &&
-      gcry_cipher_encrypt(handle.get(), out, in.size(), in.data(), in.size()) != 0) {
+  if (!in.empty() && gcry_cipher_encrypt(handle.get(), out, in.size(), in.data(), in.size()) != 0) {
     return kFail;
   }
   length = in.size();
@@ -136,8 +130,7 @@ int32_t runPadded(const CipherOperation& operation, ByteView in, uint8_t* out, u
 }
 
 // Cipher feedback of any width in bytes, which libgcrypt does not have.
-int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out,
-                    uint64_t& length) {
+int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out, uint64_t& length) {
   const size_t block = operation.algorithm->blockBytes;
   const CipherHandle handle = open(operation, GCRY_CIPHER_MODE_ECB);
   if (!handle || operation.iv.size() != block || operation.feedbackBytes == 0 ||

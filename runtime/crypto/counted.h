@@ -61,8 +61,8 @@ struct CountedHeader {
     return kOk;
   }
 
-  static constexpr runtime::ObjectHeader table(
-      int32_t (*duplicate)(runtime::Object*, void**) = share) {
+  static constexpr runtime::ObjectHeader table(int32_t (*duplicate)(runtime::Object*,
+                                                                    void**) = share) {
     return {nothing3, addRef, release, typeName, duplicate, nothing1, nothing3};
   }
 };

@@ -64,9 +64,7 @@ void DerWriter::boolean(bool value) {
   element(kBoolean, {&byte, 1});
 }
 
-void DerWriter::objectId(const KnownId& identifier) {
-  element(kObjectId, identifier.content());
-}
+void DerWriter::objectId(const KnownId& identifier) { element(kObjectId, identifier.content()); }
 
 void DerWriter::bitString(ByteView bytes) {
   const size_t mark = begin(kBitString);

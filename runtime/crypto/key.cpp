@@ -27,7 +27,7 @@ void clearKeyRecord(Key* key) {
   *key = {};
 }
 
-runtime::BigInteger* integersOf(runtime::RsaPrivateKey* key) { 
+runtime::BigInteger* integersOf(runtime::RsaPrivateKey* key) {
   return reinterpret_cast<runtime::BigInteger*>(key);
 }
 

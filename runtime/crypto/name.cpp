@@ -138,8 +138,8 @@ void appendEscaped(ByteView utf8, Bytes& out) {
 void appendAttribute(const Attribute& attribute, Bytes& out) {
   const AttributeType* const type = findAttributeType(attribute.type);
   Bytes value;
-  const bool readable = type != nullptr && appendStringAsUtf8(attribute.value.tag,
-                                                              attribute.value.content, value);
+  const bool readable =
+      type != nullptr && appendStringAsUtf8(attribute.value.tag, attribute.value.content, value);
   if (value.failed()) out.fail();
   if (type != nullptr) {
     appendText(type->name, out);

@@ -94,7 +94,8 @@ struct KeyAndIv {
 };
 
 CipherHandle open(const KeyAndIv& material) {
-  CipherHandle handle = openCipher(material.cipher, material.mode, {material.key, material.keyLength});
+  CipherHandle handle =
+      openCipher(material.cipher, material.mode, {material.key, material.keyLength});
   if (handle && material.ivLength != 0 &&
       gcry_cipher_setiv(handle.get(), material.iv, material.ivLength) != 0) {
     return nullptr;
@@ -106,7 +107,8 @@ int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input,
   out.cipher = scheme.cipher;
   out.mode = scheme.mode;
   out.keyLength = scheme.keyLength;
-  out.ivLength = scheme.mode == GCRY_CIPHER_MODE_CBC ? gcry_cipher_get_algo_blklen(scheme.cipher) : 0;
+  out.ivLength =
+      scheme.mode == GCRY_CIPHER_MODE_CBC ? gcry_cipher_get_algo_blklen(scheme.cipher) : 0;
   const int32_t result = derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kKey, input,
                                       std::span(out.key).first(scheme.derivedLength));
   if (failed(result)) return result;
@@ -216,8 +218,8 @@ const PasswordScheme* findPasswordScheme(std::string_view name) {
   return nullptr;
 }
 
-int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password,
-                        uint32_t iterations, ByteView plain, DerWriter& algorithm, Bytes& out) {
+int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, uint32_t iterations,
+                        ByteView plain, DerWriter& algorithm, Bytes& out) {
   uint8_t salt[kSaltLength];
   if (!randomBytes(salt, sizeof salt)) return kFail;
   KeyAndIv material;

@@ -15,8 +15,8 @@ struct PasswordScheme;
 const PasswordScheme* findPasswordScheme(std::string_view name);
 
 // Writes the AlgorithmIdentifier, with a fresh salt, and appends the ciphertext to `out`.
-int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password,
-                        uint32_t iterations, ByteView plain, DerWriter& algorithm, Bytes& out);
+int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, uint32_t iterations,
+                        ByteView plain, DerWriter& algorithm, Bytes& out);
 
 // `algorithm` is the content of the AlgorithmIdentifier. Appends the plaintext to `out`.
 int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView cipher, Bytes& out);

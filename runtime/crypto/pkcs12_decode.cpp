@@ -99,8 +99,8 @@ class PfxReader {
     const MacDigest* const digest = findMacDigestByAlgorithm(algorithm->content);
     if (digest == nullptr) return kNotImplemented;
     Bytes code;
-    const int32_t result = passwordMac(
-        *digest, {password_.terminatedUtf16(), salt->content, iterations}, safes, code);
+    const int32_t result =
+        passwordMac(*digest, {password_.terminatedUtf16(), salt->content, iterations}, safes, code);
     if (failed(result)) return result;
     verified_ = equalBytes(code.view(), expected->content);
     return verified_ ? kOk : kFail;

@@ -182,7 +182,8 @@ class PfxWriter {
   }
 
   // ContentInfo with EncryptedData = SEQUENCE { version, EncryptedContentInfo }, which is
-  // SEQUENCE { contentType, contentEncryptionAlgorithm, encryptedContent [0] IMPLICIT OCTET STRING }
+  // SEQUENCE { contentType, contentEncryptionAlgorithm, encryptedContent [0] IMPLICIT OCTET STRING
+  // }
   int32_t encryptedContent(const Bytes& content, DerWriter& writer) {
     const size_t sequence = writer.begin(kSequence);
     writer.objectId(pkcs12::kEncryptedData);

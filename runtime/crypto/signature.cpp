@@ -74,8 +74,7 @@ Verdict verifyRsa(int digest, ByteView hash, ByteView signature, const runtime::
             numbers->modulus.data(), lengthArgument(numbers->exponent), numbers->exponent.data());
   const Sexp data = build("(data (flags pkcs1) (hash %s %b))", gcry_md_algo_name(digest),
                           lengthArgument(hash), hash.data());
-  const Sexp value =
-      build("(sig-val (rsa (s %b)))", lengthArgument(signature), signature.data());
+  const Sexp value = build("(sig-val (rsa (s %b)))", lengthArgument(signature), signature.data());
   return check(value, data, keyExpression);
 }
 
@@ -83,9 +82,8 @@ Verdict verifyRsa(int digest, ByteView hash, ByteView signature, const runtime::
 Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& key) {
   const auto curveId = derContent(viewOf(key.algorithm.parameters), kObjectId);
   if (!curveId) return Verdict::kUnsupported;
-  const auto curve = std::find_if(std::begin(kCurves), std::end(kCurves), [&](const Curve& known) {
-    return *curveId == known.objectId;
-  });
+  const auto curve = std::find_if(std::begin(kCurves), std::end(kCurves),
+                                  [&](const Curve& known) { return *curveId == known.objectId; });
   if (curve == std::end(kCurves)) return Verdict::kUnsupported;
 
   const auto sequence = derContent(signature, kSequence);
@@ -104,8 +102,7 @@ Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& ke
   const ByteView value = hash.first(std::min(hash.size(), curve->orderBytes));
   const Sexp keyExpression = build("(public-key (ecc (curve %s) (q %b)))", curve->name,
                                    lengthArgument(point), point.data());
-  const Sexp data =
-      build("(data (flags raw) (value %b))", lengthArgument(value), value.data());
+  const Sexp data = build("(data (flags raw) (value %b))", lengthArgument(value), value.data());
   const Sexp numbers = build("(sig-val (ecdsa (r %b) (s %b)))", lengthArgument(*r), r->data(),
                              lengthArgument(*s), s->data());
   return check(numbers, data, keyExpression);
@@ -207,8 +204,7 @@ int32_t signSha256WithRsa(const runtime::PrivateKeyMaterial& key, ByteView data,
   const Mpi number = takeMpi(result, "s");
   uint8_t value[kMaxModulusBytes + 1];
   size_t length = 0;
-  if (!number ||
-      gcry_mpi_print(GCRYMPI_FMT_USG, value, sizeof value, &length, number.get()) != 0 ||
+  if (!number || gcry_mpi_print(GCRYMPI_FMT_USG, value, sizeof value, &length, number.get()) != 0 ||
       length > n->size()) {
     return kFail;
   }

@@ -16,8 +16,8 @@ extern "C" {
 VELMORA_EXPORT int32_t velmora_pse_configure(const char* file, const char* password);
 
 // The file changed: live PSEs read it again when they are next asked. The result tells whether it
-// can be read now: kAccessDenied, or kFail for a wrong password or a file that is not PKCS#12 with a
-// MAC.
+// can be read now: kAccessDenied, or kFail for a wrong password or a file that is not PKCS#12 with
+// a MAC.
 VELMORA_EXPORT int32_t velmora_pse_reload();
 
 // --- Keys and certificates. One thread at a time per object. ---
@@ -52,8 +52,8 @@ VELMORA_EXPORT int32_t velmora_certificate_add_extended_key_usage(
     vexa::runtime::Certificate* certificate, const char* objectId);
 
 // Signs with SHA-256 and RSA; the certificate is complete then and does not change any more.
-// `issuerKey`: its private half is used. `issuer`: the certificate whose subject becomes the issuer;
-// null: the name set, or else the own subject. Validity and public key must have been set.
+// `issuerKey`: its private half is used. `issuer`: the certificate whose subject becomes the
+// issuer; null: the name set, or else the own subject. Validity and public key must have been set.
 VELMORA_EXPORT int32_t velmora_certificate_sign(vexa::runtime::Certificate* certificate,
                                                 const vexa::runtime::KeyObject* issuerKey,
                                                 vexa::runtime::Certificate* issuer);
