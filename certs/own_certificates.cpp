@@ -44,7 +44,7 @@ const base::InterfaceMapRow* COwnCertificate::InterfaceMap() {
 }
 
 // After the last module_final the table is gone, and the record with the runtime.
-COwnCertificate::~COwnCertificate() { (void)SetRecord(nullptr); }
+COwnCertificate::~COwnCertificate() { (void)COwnCertificate::SetRecord(nullptr); }
 
 int32_t COwnCertificate::SetAttributes(runtime::AttributeRequest* /*list*/) {
   return kAccessDenied;
