@@ -22,6 +22,11 @@ int run(int argc, char** argv) {
   vexahost::addScrambleCommand(app, options);
   vexahost::addProxyCommand(app, options);
   vexahost::addMonitorCommand(app, options);
+  vexahost::addCertsCommand(app, options);
+  vexahost::addOwnCommand(app, options);
+  vexahost::addP12Command(app, options);
+  vexahost::addCaCommand(app, options);
+  vexahost::addCapiCommand(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -14,9 +14,14 @@ struct Options {
   int exitStatus = 0;  // what the program ends with when nothing was thrown
 };
 
+void addCaCommand(CLI::App& app, Options& options);
+void addCapiCommand(CLI::App& app, Options& options);
+void addCertsCommand(CLI::App& app, Options& options);
 void addJsonCommand(CLI::App& app, Options& options);
 void addListsCommand(CLI::App& app, Options& options);
 void addMonitorCommand(CLI::App& app, Options& options);
+void addOwnCommand(CLI::App& app, Options& options);
+void addP12Command(CLI::App& app, Options& options);
 void addProxyCommand(CLI::App& app, Options& options);
 void addScrambleCommand(CLI::App& app, Options& options);
 void addServeCommand(CLI::App& app, Options& options);

@@ -1,15 +1,27 @@
 #include <cstdio>
 
 #include "options.h"
+#include "own_certificates.h"
+#include "password.h"
 #include "server/server.h"
 
 namespace vexahost {
 namespace {
 
-void serve(const Options& options, const ServeOptions& serveOptions) {
+// The endpoint's options and what the module is given before it serves.
+struct ServeRequest {
+  ServeOptions endpoint;
+  std::string pse;
+  Password password;
+};
+
+void serve(const Options& options, ServeRequest& request) {
   Module module(options.module);
+  if (!request.pse.empty()) {
+    configurePse(module, request.pse, request.password.get("Password of the PSE"));
+  }
   {
-    Server server(module, serveOptions);
+    Server server(module, request.endpoint);
     std::printf("vexahost: serving on http://127.0.0.1:%u (Ctrl-C ends)\n", server.port());
     std::fflush(stdout);
     server.run();
@@ -27,17 +39,20 @@ void serve(const Options& options, const ServeOptions& serveOptions) {
 void addServeCommand(CLI::App& app, Options& options) {
   CLI::App* const command =
       app.add_subcommand("serve", "The local HTTP endpoint, on 127.0.0.1, until Ctrl-C");
-  const auto serveOptions = std::make_shared<ServeOptions>();
-  serveOptions->port = 8420;
-  command->add_option("--port", serveOptions->port, "Port to listen on; 0 takes any free one")
+  const auto request = std::make_shared<ServeRequest>();
+  ServeOptions& endpoint = request->endpoint;
+  endpoint.port = 8420;
+  command->add_option("--port", endpoint.port, "Port to listen on; 0 takes any free one")
       ->capture_default_str();
-  command->add_option("--allow-origin", serveOptions->allowedOrigins,
+  command->add_option("--allow-origin", endpoint.allowedOrigins,
                       "Origin that may call, such as https://*.example.com; repeatable");
   command
-      ->add_option("--monitor-interval", serveOptions->monitorSeconds,
+      ->add_option("--monitor-interval", endpoint.monitorSeconds,
                    "Seconds between two looks at the network")
       ->capture_default_str();
-  command->callback([&options, serveOptions] { serve(options, *serveOptions); });
+  command->add_option("--pse", request->pse, "PKCS#12 file with the own certificates");
+  request->password.addOptions(*command);
+  command->callback([&options, request] { serve(options, *request); });
 }
 
 }  // namespace vexahost

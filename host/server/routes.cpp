@@ -7,6 +7,7 @@
 
 #include "catalog.h"
 #include "json_value.h"
+#include "own_certificates.h"
 #include "vexa/url_parser.h"
 
 namespace vexahost {
@@ -130,6 +131,17 @@ std::optional<Reply> answerStatus(Endpoint& endpoint, vexa::IHTTPRequest& reques
   return Reply{.body = answer.text()};
 }
 
+std::optional<Reply> answerCertificates(Endpoint& endpoint, vexa::IHTTPRequest&, const Turn&) {
+  JsonObjectRef answer(endpoint.module());
+  JsonArrayRef certificates = answer.addArray("certificates");
+  for (const OwnCertificate& own : ownCertificates(endpoint.module())) {
+    JsonObjectRef certificate = certificates.addObject();
+    certificate.setText("subject", own.subject);
+    certificate.setText("issuer", own.issuer);
+  }
+  return Reply{.body = answer.text()};
+}
+
 struct Route {
   std::string_view path;
   std::string_view method;  // empty: any
@@ -139,7 +151,7 @@ struct Route {
 constexpr Route kRoutes[] = {
     {"/v1/info", "GET", answerInfo},     {kEchoPath, "", answerEcho},
     {"/v1/json", "POST", answerJson},    {"/v1/url", "GET", answerUrl},
-    {"/v1/status", "GET", answerStatus},
+    {"/v1/status", "GET", answerStatus}, {"/v1/certificates", "GET", answerCertificates},
 };
 
 bool accepts(const Route& route, std::string_view method) {

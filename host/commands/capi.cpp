@@ -1,0 +1,90 @@
+#include <cstdio>
+
+#include "certificates.h"
+#include "options.h"
+#include "password.h"
+#include "vexa/capi.h"
+#include "windows_stores.h"
+
+namespace vexahost {
+namespace {
+
+constexpr uint32_t kExportable = 1;  // CRYPT_EXPORTABLE
+
+const vexa::CapiList& capi(const Module& module) {
+  return module.list<vexa::CapiList>(vexa::kCapiListName);
+}
+
+struct ImportRequest {
+  std::string file;
+  std::string container;
+  bool checkRoot = false;
+  bool exportable = false;
+  Password password;
+};
+
+void import(const Options& options, ImportRequest& request) {
+  const Module module(options.module);
+  const KeyAndChain content =
+      openPkcs12(module, request.file, request.password.get("Password of the file"));
+  const int32_t result = capi(module).CspImport(
+      toUtf16(module, request.container).c_str(), request.exportable ? kExportable : 0,
+      request.checkRoot ? 1 : 0, content.key, content.certificates);
+  if (result == vexa::kUntrustedRoot) {
+    throw HostError("the root is not trusted; nothing but the CA certificates was imported");
+  }
+  check(result, "the import");
+  std::printf("imported into %s\n", request.container.c_str());
+}
+
+void remove(const Options& options, const std::string& container) {
+  const Module module(options.module);
+  check(capi(module).CspDeleteOwnCerts(toUtf16(module, container).c_str()), "deleting");
+}
+
+void list(const Options& options) {
+  const Module module(options.module);
+  for (const char* const store : {"MY", "CA"}) {
+    std::printf("%s\n", store);
+    for (const StoredCertificate& stored : storedCertificates(store)) {
+      const vexa::runtime::ByteBuffer encoding = borrow(stored.encoding);
+      CertificateRef certificate;
+      const bool isReadable =
+          module.types().CertificateDecode(&encoding, certificate.put()) == 0 && certificate;
+      std::printf("  %s", isReadable ? subjectOf(module, certificate.get()).c_str() : "(unknown)");
+      if (!stored.container.empty()) {
+        std::printf("  [%s]", toUtf8(module, stored.container.c_str()).c_str());
+      }
+      std::printf("\n");
+    }
+  }
+}
+
+}  // namespace
+
+void addCapiCommand(CLI::App& app, Options& options) {
+  CLI::App* const command =
+      app.add_subcommand("capi", "The Windows certificate stores and key containers");
+  command->require_subcommand(1);
+
+  CLI::App* const importCommand = command->add_subcommand("import", "Import a PKCS#12 file");
+  const auto request = std::make_shared<ImportRequest>();
+  importCommand->add_option("file", request->file, "PKCS#12 file")->required();
+  importCommand->add_option("--container", request->container, "Key container")->required();
+  importCommand->add_flag("--check-root", request->checkRoot, "Refuse a root that is not trusted");
+  importCommand->add_flag("--exportable", request->exportable, "The key may be exported again");
+  request->password.addOptions(*importCommand);
+  importCommand->callback([&options, request] { import(options, *request); });
+
+  CLI::App* const deleteCommand =
+      command->add_subcommand("delete", "Delete a container with its certificates");
+  const auto container = std::make_shared<std::string>();
+  deleteCommand->add_option("--container", *container, "Key container")->required();
+  deleteCommand->callback([&options, container] { remove(options, *container); });
+
+  command->add_subcommand("list", "Certificates of the stores MY and CA")->callback([&options] {
+    list(options);
+  });
+}
+
+}  // namespace vexahost

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace vexahost {
+
+// A password that never stands on a command line: from a file (its first line), from the standard
+// input (a line), or asked for without echo. Wiped when it goes.
+class Password {
+ public:
+  Password() = default;
+  Password(const Password&) = delete;
+  Password& operator=(const Password&) = delete;
+  ~Password();
+
+  // Adds --NAME-file and --NAME-stdin to a command.
+  void addOptions(CLI::App& command, const std::string& name = "password");
+  // Gets it, once. `prompt` is shown when the user is asked. Throws HostError.
+  const std::string& get(const char* prompt);
+
+ private:
+  std::string file_;
+  bool fromInput_ = false;
+  bool known_ = false;
+  std::string text_;
+};
+
+}  // namespace vexahost
