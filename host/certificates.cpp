@@ -192,7 +192,7 @@ void readKey(const Module& module, const std::string& path, runtime::Certificate
   setAlgorithm(module, out);
   auto* const bytes = static_cast<uint8_t*>(module.root().Allocate(key.size()));
   if (bytes == nullptr) {
-    check(vexa::kOutOfMemory, "making a key");
+    throw HostError("out of memory");
   }
   std::memcpy(bytes, key.data(), key.size());
   out.key->privateKey.bytes = bytes;

@@ -24,6 +24,9 @@ void create(const Options& options, CreateRequest& request) {
       content.append(certificate.get());
     }
   }
+  if (content.certificates == nullptr) {
+    throw HostError("out of memory");
+  }
   readKey(module, request.keyFile, content.certificates->certificate, content);
   writeFile(
       request.out,
