@@ -321,9 +321,16 @@ int32_t CHTTPRequest::reserve(uint64_t capacity) {
   if (capacity_ >= capacity) {
     return kOk;
   }
+  const bool isParsing = cursor_ != nullptr;
+  const int64_t consumed = isParsing ? cursor_ - pending_ : 0;
+  const int64_t length = isParsing ? end_ - pending_ : 0;
   auto* const grown = static_cast<uint8_t*>(base::reallocate(pending_, capacity));
   if (grown == nullptr) {
     return kOutOfMemory;
+  }
+  if (isParsing) {  // the steps may be called one by one, so the positions follow the bytes
+    cursor_ = grown + consumed;
+    end_ = grown + length;
   }
   pending_ = grown;
   capacity_ = capacity;
@@ -334,7 +341,9 @@ int32_t CHTTPRequest::appendUnfinished(const uint8_t* bytes, uint64_t count) {
   if (count > UINT64_MAX - used_ || failed(reserve(used_ + count))) {
     return kOutOfMemory;
   }
-  std::memcpy(pending_ + used_, bytes, count);
+  if (count != 0) {
+    std::memcpy(pending_ + used_, bytes, count);
+  }
   used_ += count;
   traceUnfinished();
   return kOk;
