@@ -107,7 +107,7 @@ class HashTable_Impl final : public COMMON_FL_TEMPLATE<HashTable_void> {
       return kNullPointer;
     }
     *key = nullptr;
-    for (uint64_t bucket = 0; bucket < bucketCount_; ++bucket) {
+    for (uint64_t bucket = usedFrom(0); bucket < bucketCount_; bucket = usedFrom(bucket + 1)) {
       for (Node* node = heads_[bucket]; node != nullptr; node = node->next) {
         if (index-- == 0) {
           *key = node->key;
@@ -119,7 +119,7 @@ class HashTable_Impl final : public COMMON_FL_TEMPLATE<HashTable_void> {
   }
 
   int32_t RemoveAll() override {
-    for (uint64_t bucket = 0; bucket < bucketCount_; ++bucket) {
+    for (uint64_t bucket = usedFrom(0); bucket < bucketCount_; bucket = usedFrom(bucket + 1)) {
       while (Node* const node = heads_[bucket]) {
         heads_[bucket] = node->next;
         freeNode(node);
@@ -151,6 +151,25 @@ class HashTable_Impl final : public COMMON_FL_TEMPLATE<HashTable_void> {
     void* const self = this;
     this->~HashTable_Impl();
     base::processFree(self);
+  }
+
+  // The first bucket from this one on that has a chain, or the count. Most tables live for a moment
+  // and are nearly empty, so empty buckets are passed over several at a time.
+  uint64_t usedFrom(uint64_t bucket) const {
+    constexpr uint64_t kStride = 8;
+    for (; bucketCount_ - bucket >= kStride; bucket += kStride) {
+      uintptr_t any = 0;
+      for (uint64_t i = 0; i < kStride; ++i) {
+        any |= reinterpret_cast<uintptr_t>(heads_[bucket + i]);
+      }
+      if (any != 0) {
+        break;
+      }
+    }
+    while (bucket < bucketCount_ && heads_[bucket] == nullptr) {
+      ++bucket;
+    }
+    return bucket;
   }
 
   Node** bucketOf(const HashTableKeyRecord& record) const {

@@ -21,10 +21,8 @@ using base::String;
 constexpr uint64_t kTableBuckets = 257;
 constexpr const char* kMethods[] = {"OPTIONS", "GET",    "HEAD",  "POST",
                                     "PUT",     "DELETE", "TRACE", "CONNECT"};
-constexpr const char* kKeptHeaders[] = {"Referer", "Origin"};
-
-// A negative result of a string operation.
-int32_t outOfMemoryUnless(bool good) { return good ? kOk : kOutOfMemory; }
+constexpr std::string_view kKeptHeaders[] = {"Referer", "Origin"};
+constexpr std::string_view kContentLength = "Content-Length";
 
 // The carriage return of the first line end at or behind `from`; null when there is none.
 uint8_t* findLineEnd(uint8_t* from, const uint8_t* end) {
@@ -211,11 +209,11 @@ int32_t CHTTPRequest::parseHeaderLine(uint8_t* start, uint8_t* lineEnd) {
     return scope.leave(kFail);
   }
   *lineEnd = 0;
-  String line;
+  auto* const text = reinterpret_cast<char*>(cursor_);
+  const runtime::StringObject line{text, std::strlen(text)};  // borrows the pending bytes
   String name;
   String value;
-  if (failed(line.assign(reinterpret_cast<const char*>(cursor_))) ||
-      failed(line.splitFirst(":", name, value))) {
+  if (failed(base::bound.strings->SplitFirst(&line, ":", name.get(), value.get()))) {
     return scope.leave(kOutOfMemory);
   }
   if (name.empty()) {
@@ -229,12 +227,14 @@ int32_t CHTTPRequest::parseHeaderLine(uint8_t* start, uint8_t* lineEnd) {
 }
 
 int32_t CHTTPRequest::keepHeader(const String& name, const String& value) {
-  for (const char* const kept : kKeptHeaders) {
-    if (name.equalsText(kept)) {
-      return outOfMemoryUnless(succeeded(headers_.put(name.text(), value.text())));
-    }
+  const uint64_t length = name.length();
+  const auto isNamed = [&](std::string_view other) {
+    return length == other.size() && name.equalsText(other.data());
+  };
+  if (std::any_of(std::begin(kKeptHeaders), std::end(kKeptHeaders), isNamed)) {
+    return failed(headers_.put(name.text(), value.text())) ? kOutOfMemory : kOk;
   }
-  if (name.equalsText("Content-Length")) {
+  if (isNamed(kContentLength)) {
     readContentLength(value);
   }
   return kOk;
