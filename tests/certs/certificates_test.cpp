@@ -1,0 +1,221 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "sample_certificates.h"
+#include "support/module_fixture.h"
+#include "support/sweep.h"
+#include "vexa/certificates.h"
+
+namespace vexa::test {
+namespace {
+
+using runtime::AttributeRequest;
+using runtime::Certificate;
+
+uint32_t referencesOf(Certificate* certificate) {
+  auto* const object = reinterpret_cast<runtime::Object*>(certificate);
+  object->table->AddRef(object);
+  return object->table->Release(object);
+}
+
+class Certificates : public ModuleTest {
+ protected:
+  void SetUp() override {
+    ModuleTest::SetUp();
+    container = create(kCertificatesClassName, IID_IContainerRO);
+  }
+  void TearDown() override {
+    if (container != nullptr) {
+      call<uint32_t>(container, 2);
+    }
+    ModuleTest::TearDown();
+  }
+  uint32_t count() {
+    uint32_t number = 99;
+    EXPECT_EQ(call<int32_t>(container, 3, &number), kOk);
+    return number;
+  }
+  void* findOrAdd(Certificate* certificate) {
+    void* wrapper = nullptr;
+    EXPECT_EQ(call<int32_t>(container, 6, certificate, &wrapper), kOk);
+    return wrapper;
+  }
+
+  const SampleCertificates& samples = SampleCertificates::instance();
+  void* container = nullptr;
+};
+
+TEST_F(Certificates, FindOrAddTwiceGivesTheSameWrapper) {
+  void* first = findOrAdd(samples.jane);
+  void* second = findOrAdd(samples.jane);
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(count(), 1u);
+  EXPECT_EQ(call<uint32_t>(first, 2), 2u) << "container and second";
+  EXPECT_EQ(call<uint32_t>(second, 2), 1u);
+}
+
+TEST_F(Certificates, AnotherObjectOfEqualContentGivesTheFirstWrapper) {
+  Certificate* const equal = decodeAgain(samples.jane);
+  void* first = findOrAdd(samples.jane);
+  EXPECT_EQ(findOrAdd(equal), first);
+  EXPECT_EQ(count(), 1u);
+  EXPECT_EQ(referencesOf(equal), 1u) << "only a new wrapper takes a reference";
+  call<uint32_t>(first, 2);
+  call<uint32_t>(first, 2);
+  auto* const object = reinterpret_cast<runtime::Object*>(equal);
+  object->table->Release(object);
+}
+
+TEST_F(Certificates, AWrapperHoldsOneReferenceUntilTheEnd) {
+  const uint32_t before = referencesOf(samples.jane);
+  void* wrapper = findOrAdd(samples.jane);
+  EXPECT_EQ(referencesOf(samples.jane), before + 1);
+  call<uint32_t>(wrapper, 2);
+  EXPECT_EQ(referencesOf(samples.jane), before + 1) << "the container keeps it";
+  call<uint32_t>(container, 2);
+  container = nullptr;
+  stop();
+  EXPECT_EQ(referencesOf(samples.jane), before);
+}
+
+TEST_F(Certificates, ItemsComeInTheOrderOfTheirComing) {
+  void* jane = findOrAdd(samples.jane);
+  void* root = findOrAdd(samples.root);
+  void* item = nullptr;
+  ASSERT_EQ(call<int32_t>(container, 5, 1u, &item), kOk);
+  EXPECT_EQ(item, root);
+  EXPECT_EQ(call<uint32_t>(item, 2), 2u) << "GetItem added a reference";
+  ASSERT_EQ(call<int32_t>(container, 4, 0u, &IID_IAttributes, &item), kOk);
+  EXPECT_EQ(item, jane);
+  call<uint32_t>(item, 2);
+  call<uint32_t>(jane, 2);
+  call<uint32_t>(root, 2);
+}
+
+TEST_F(Certificates, GetItemAtTheCountIsInvalidAndGivesNull) {
+  void* wrapper = findOrAdd(samples.jane);
+  void* item = this;
+  EXPECT_EQ(call<int32_t>(container, 5, 1u, &item), kInvalidArgument);
+  EXPECT_EQ(item, nullptr);
+  EXPECT_EQ(call<int32_t>(container, 3, static_cast<uint32_t*>(nullptr)), kNullPointer);
+  call<uint32_t>(wrapper, 2);
+}
+
+TEST_F(Certificates, FindOrAddRefusesNull) {
+  EXPECT_EQ(call<int32_t>(container, 6, samples.jane, static_cast<void**>(nullptr)), kNullPointer);
+  void* wrapper = this;
+  EXPECT_EQ(call<int32_t>(container, 6, static_cast<Certificate*>(nullptr), &wrapper),
+            kInvalidArgument);
+  EXPECT_EQ(wrapper, nullptr);
+  EXPECT_EQ(count(), 0u);
+}
+
+TEST_F(Certificates, FindOrAddSurvivesEveryFailedAllocation) {
+  const uint32_t before = referencesOf(samples.jane);
+  for (uint64_t n = 1; n < 10; ++n) {
+    allocation_gate::failAt(n, false);
+    void* wrapper = nullptr;
+    const int32_t result = call<int32_t>(container, 6, samples.jane, &wrapper);
+    const bool refused = allocation_gate::refused() != 0;
+    allocation_gate::neverFail();
+    if (refused) {
+      EXPECT_EQ(result, kOutOfMemory) << n;
+      EXPECT_EQ(wrapper, nullptr);
+      EXPECT_EQ(count(), 0u);
+      EXPECT_EQ(referencesOf(samples.jane), before);
+    } else {
+      EXPECT_EQ(result, kOk);
+      call<uint32_t>(wrapper, 2);
+      return;
+    }
+  }
+}
+
+// --- Attributes of one certificate ---
+
+class CertificateAttributes : public Certificates {
+ protected:
+  void SetUp() override {
+    Certificates::SetUp();
+    wrapper = findOrAdd(samples.jane);
+  }
+  void TearDown() override {
+    call<uint32_t>(wrapper, 2);
+    Certificates::TearDown();
+  }
+
+  void* wrapper = nullptr;
+};
+
+TEST_F(CertificateAttributes, ServesWhatItKnowsAndSaysWhatItDoesNot) {
+  AttributeRequest third{56, {}, 7, nullptr};
+  AttributeRequest second{99, {}, 7, &third};
+  AttributeRequest first{54, {}, 7, &second};
+  second.value.pointer = this;
+  EXPECT_EQ(call<int32_t>(wrapper, 4, &first), kFalse);
+  EXPECT_EQ(first.found, 1);
+  EXPECT_STREQ(spy.strings.GetText(&first.value.string), "CN=Authority,O=Orlind");
+  EXPECT_EQ(second.found, 0);
+  EXPECT_EQ(second.value.pointer, nullptr) << "the first word is cleared all the same";
+  EXPECT_EQ(third.found, 1);
+  const runtime::ByteBuffer* const der = samples.jane->table->GetEncoding(samples.jane);
+  ASSERT_EQ(third.value.blob.length, der->length);
+  EXPECT_EQ(std::memcmp(third.value.blob.data, der->data, der->length), 0);
+  spy.strings.Clear(&first.value.string);
+}
+
+TEST_F(CertificateAttributes, Attribute55IsTheSubjectAndAllServedGives0) {
+  AttributeRequest request{55, {}, 0, nullptr};
+  EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kOk);
+  EXPECT_EQ(request.found, 1);
+  EXPECT_STREQ(spy.strings.GetText(&request.value.string), "CN=Jane,O=Orlind");
+  spy.strings.Clear(&request.value.string);
+  EXPECT_EQ(call<int32_t>(wrapper, 4, static_cast<AttributeRequest*>(nullptr)), kOk);
+}
+
+TEST_F(CertificateAttributes, TheBlobSetterGetsBytesLengthAndCopyFlag0) {
+  static runtime::ByteBuffer* target;
+  static uint32_t copyFlag;
+  spy.encode.SetBlob = [](runtime::ByteBuffer* value, const uint8_t*, uint32_t, uint32_t copy) {
+    target = value;
+    copyFlag = copy;
+    return kOk;
+  };
+  copyFlag = 99;
+  AttributeRequest request{56, {}, 0, nullptr};
+  EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kOk);
+  EXPECT_EQ(target, &request.value.blob);
+  EXPECT_EQ(copyFlag, 0u);
+}
+
+TEST_F(CertificateAttributes, NothingCanBeWritten) {
+  AttributeRequest request{54, {}, 7, nullptr};
+  EXPECT_EQ(call<int32_t>(wrapper, 3, &request), kAccessDenied);
+  EXPECT_EQ(request.found, 7);
+  EXPECT_EQ(call<int32_t>(wrapper, 3, static_cast<AttributeRequest*>(nullptr)), kAccessDenied);
+}
+
+TEST_F(CertificateAttributes, IsEqualComparesContents) {
+  Certificate* const equal = decodeAgain(samples.jane);
+  EXPECT_EQ(call<int32_t>(wrapper, 5, equal), 1);
+  EXPECT_EQ(call<int32_t>(wrapper, 5, samples.root), 0);
+  EXPECT_EQ(call<int32_t>(wrapper, 5, static_cast<Certificate*>(nullptr)), 0);
+  auto* const object = reinterpret_cast<runtime::Object*>(equal);
+  object->table->Release(object);
+}
+
+TEST_F(CertificateAttributes, SurvivesEveryFailedAllocation) {
+  sweepAllocations(spy, [this] {
+    AttributeRequest second{55, {}, 0, nullptr};
+    AttributeRequest first{54, {}, 0, &second};
+    const int32_t result = call<int32_t>(wrapper, 4, &first);
+    EXPECT_EQ(result == kOk, first.found == 1 && second.found == 1);
+    spy.strings.Clear(&first.value.string);
+    spy.strings.Clear(&second.value.string);
+    return result == kOk;
+  });
+}
+
+}  // namespace
+}  // namespace vexa::test

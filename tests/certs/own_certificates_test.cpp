@@ -1,0 +1,392 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "pal/windows_api.h"
+#include "support/module_fixture.h"
+#include "support/sweep.h"
+#include "vexa/core.h"
+#include "vexa/own_certificates.h"
+#include "vexa/pse.h"
+
+namespace vexa::test {
+namespace {
+
+using runtime::AttributeRequest;
+using runtime::OwnCertificateList;
+using runtime::OwnCertificateRecord;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// A runtime object that counts.
+struct FakeObject {
+  runtime::Object object{&table()};
+  uint32_t references = 1;
+  int releasedAt = 0;  // place in the order of releases
+
+  static inline int releases = 0;
+  static FakeObject& self(void* o) { return *static_cast<FakeObject*>(o); }
+  static const runtime::ObjectHeader& table() {
+    static const runtime::ObjectHeader header = [] {
+      runtime::ObjectHeader h{};
+      h.AddRef = [](runtime::Object* o) { return ++self(o).references; };
+      h.Release = [](runtime::Object* o) {
+        self(o).releasedAt = ++releases;
+        return --self(o).references;
+      };
+      h.Duplicate = [](runtime::Object* o, void** copy) {
+        ++self(o).references;
+        *copy = o;
+        return kOk;
+      };
+      return h;
+    }();
+    return header;
+  }
+};
+
+// The context and the PSE behind it, and what they were asked.
+struct FakeWorld {
+  runtime::SecurityContextTable contextTable{};
+  runtime::PseTable pseTable{};
+  struct {
+    const runtime::SecurityContextTable* table;
+    FakeObject counter;
+  } context{};
+  struct {
+    const runtime::PseTable* table;
+    FakeObject counter;
+  } pse{};
+  std::vector<std::string> calls;
+  runtime::ContextParameters parameters{};
+  std::string applicationName;
+  bool hasContext = true;
+  bool hasPse = true;
+  int32_t listResult = kOk;
+  std::vector<OwnCertificateRecord*>
+      records;  // what the next listing gives; null for an empty node
+  std::vector<OwnCertificateRecord*> released;
+} world;
+
+OwnCertificateList* makeList() {
+  OwnCertificateList* head = nullptr;
+  OwnCertificateList** link = &head;
+  for (OwnCertificateRecord* record : world.records) {
+    *link = static_cast<OwnCertificateList*>(
+        SpyRuntime::current().root.Allocate(sizeof(OwnCertificateList)));
+    if (*link == nullptr) {
+      while (head != nullptr) {
+        OwnCertificateList* const next = head->next;
+        SpyRuntime::current().root.Free(head);
+        head = next;
+      }
+      return nullptr;
+    }
+    (*link)->record = record;
+    link = &(*link)->next;
+  }
+  return head;
+}
+
+class OwnCertificates : public ModuleTest {
+ protected:
+  void SetUp() override {
+    world = {};
+    world.contextTable.header.Release = [](runtime::Object*) -> uint32_t {
+      world.calls.push_back("release context");
+      return 0;
+    };
+    world.contextTable.GetPse = [](runtime::SecurityContext*, runtime::Pse** out) {
+      world.calls.push_back("get PSE");
+      *out = world.hasPse ? reinterpret_cast<runtime::Pse*>(&world.pse) : nullptr;
+      return world.hasPse ? kOk : kFail;
+    };
+    world.pseTable.header.Release = [](runtime::Object*) -> uint32_t {
+      world.calls.push_back("release PSE");
+      return 0;
+    };
+    world.pseTable.ListOwnCertificates = [](runtime::Pse*, const void* option1, const void* option2,
+                                            OwnCertificateList** out) {
+      EXPECT_EQ(option1, nullptr);
+      EXPECT_EQ(option2, nullptr);
+      world.calls.push_back("list");
+      *out = world.listResult == kOk ? makeList() : nullptr;
+      return *out == nullptr && !world.records.empty() && world.listResult == kOk
+                 ? kOutOfMemory
+                 : world.listResult;
+    };
+    world.context.table = &world.contextTable;
+    world.pse.table = &world.pseTable;
+    spy.asc.CreateContext = [](const runtime::ContextParameters* parameters,
+                               runtime::SecurityContext** out) {
+      world.calls.push_back("create context");
+      world.parameters = *parameters;
+      world.applicationName = parameters->applicationName;
+      *out =
+          world.hasContext ? reinterpret_cast<runtime::SecurityContext*>(&world.context) : nullptr;
+      return world.hasContext ? kOk : kFail;
+    };
+    spy.pse.OwnListRelease = [](OwnCertificateList* head) {
+      world.calls.push_back("release list");
+      while (head != nullptr) {
+        OwnCertificateList* const next = head->next;
+        if (head->record != nullptr) {
+          world.released.push_back(head->record);
+        }
+        SpyRuntime::current().root.Free(head);
+        head = next;
+      }
+    };
+    spy.pse.OwnRecordRelease = [](OwnCertificateRecord* record) {
+      world.released.push_back(record);
+    };
+    ModuleTest::SetUp();
+  }
+
+  void* own() { return create(kOwnCertificatesClassName, IID_IOwnCertificates); }
+  static int32_t refresh(void* container) { return call<int32_t>(container, 6); }
+  static uint32_t count(void* container) {
+    uint32_t number = 99;
+    EXPECT_EQ(call<int32_t>(container, 3, &number), kOk);
+    return number;
+  }
+  static void* item(void* container, uint32_t index) {
+    void* found = nullptr;
+    EXPECT_EQ(call<int32_t>(container, 5, index, &found), kOk);
+    call<uint32_t>(found, 2);
+    return found;
+  }
+
+  OwnCertificateRecord a{};
+  OwnCertificateRecord b{};
+  OwnCertificateRecord c{};
+};
+
+// --- The PSE object ---
+
+TEST_F(OwnCertificates, ThePseOpensAContextWithItsParametersAndAsksItForThePse) {
+  void* pse = create(kPseClassName, IID_IPse);
+  EXPECT_THAT(world.calls, ElementsAre("create context", "get PSE"));
+  EXPECT_EQ(world.parameters.version, 1u);
+  EXPECT_EQ(world.applicationName, "vexa");
+  EXPECT_EQ(world.parameters.reserved3, nullptr);
+  EXPECT_EQ(world.parameters.typeOperations, spy.commonTypes.typeOperations);
+  EXPECT_EQ(world.parameters.reserved5, nullptr);
+  EXPECT_EQ(call<void*>(pse, 4), &world.context);
+  EXPECT_EQ(call<void*>(pse, 5), &world.pse);
+  void* const null = nullptr;
+  for (int slotNumber = 6; slotNumber <= 12; ++slotNumber) {
+    EXPECT_EQ(call<int32_t>(pse, slotNumber, null, null, null), kNotImplemented);
+  }
+  call<uint32_t>(pse, 2);
+  world.calls.clear();
+  stop();
+  EXPECT_THAT(world.calls, ElementsAre("release PSE", "release context"));
+}
+
+TEST_F(OwnCertificates, ThePseIsOneObjectAndBindsNoTable) {
+  spy.clearRootCalls();
+  void* first = create(kPseClassName, IID_IPse);
+  void* second = create(kPseClassName, IID_IPse);
+  EXPECT_EQ(first, second);
+  EXPECT_THAT(spy.rootCallNames(), IsEmpty());
+  call<uint32_t>(first, 2);
+  call<uint32_t>(second, 2);
+}
+
+TEST_F(OwnCertificates, WithoutAContextThereIsNoPse) {
+  world.hasContext = false;
+  void* pse = create(kPseClassName, IID_IPse);
+  EXPECT_EQ(call<void*>(pse, 4), nullptr);
+  EXPECT_EQ(call<void*>(pse, 5), nullptr);
+  call<uint32_t>(pse, 2);
+}
+
+TEST_F(OwnCertificates, TheAscListReachesThePse) {
+  const void* asc = list(kAscListName);
+  EXPECT_EQ(tableEntry<void*()>(asc, 1)(), &world.context);
+  EXPECT_EQ(tableEntry<void*()>(asc, 2)(), &world.pse);
+  for (const int entry : {3, 4}) {
+    EXPECT_EQ((tableEntry<int32_t(void*, void*, void*)>(asc, entry)(nullptr, nullptr, nullptr)),
+              kNotImplemented);
+  }
+  EXPECT_THAT(world.calls, ElementsAre("create context", "get PSE")) << "one object serves all";
+}
+
+// --- Binding ---
+
+TEST_F(OwnCertificates, TheFirstRequestBindsThePseTableOnce) {
+  spy.clearRootCalls();
+  void* first = own();
+  void* second = own();
+  EXPECT_THAT(spy.rootCallNames(), ElementsAre("SEC_PSE_1"));
+  call<uint32_t>(first, 2);
+  call<uint32_t>(second, 2);
+  spy.clearRootCalls();
+  stop();
+  EXPECT_EQ(spy.rootCallNames().front(), "-SEC_PSE_1");
+}
+
+TEST_F(OwnCertificates, AFailedBindingIsReturnedAsItStands) {
+  for (const int32_t result : {kAccessDenied, int32_t{5}}) {
+    spy.failBinding("SEC_PSE_1", result);
+    void* out = this;
+    EXPECT_EQ(create(kOwnCertificatesClassName, IID_IOwnCertificates, &out), result);
+    EXPECT_EQ(out, nullptr);
+  }
+  spy.allowBindings();
+  call<uint32_t>(own(), 2);
+}
+
+// --- Refresh ---
+
+TEST_F(OwnCertificates, TheContainerIsEmptyUntilTheFirstRefresh) {
+  void* container = own();
+  EXPECT_EQ(count(container), 0u);
+  call<uint32_t>(container, 2);
+}
+
+TEST_F(OwnCertificates, APseWithoutOwnCertificatesLeavesAnEmptyContainer) {
+  void* container = own();
+  EXPECT_EQ(refresh(container), kOk);
+  EXPECT_EQ(count(container), 0u);
+  call<uint32_t>(container, 2);
+}
+
+TEST_F(OwnCertificates, WithoutAPseRefreshWorksOnAnEmptyList) {
+  world.hasPse = false;
+  void* container = own();
+  EXPECT_EQ(refresh(container), kOk);
+  EXPECT_EQ(count(container), 0u);
+  call<uint32_t>(container, 2);
+}
+
+TEST_F(OwnCertificates, TheSameRecordKeepsItsObjectAndAVanishedOneIsReleased) {
+  void* container = own();
+  world.records = {&a, nullptr, &b};
+  ASSERT_EQ(refresh(container), kOk);
+  ASSERT_EQ(count(container), 2u);
+  void* const forA = item(container, 0);
+  void* const forB = item(container, 1);
+  EXPECT_NE(forA, forB);
+  EXPECT_THAT(world.released, IsEmpty()) << "new wrappers took the records over";
+
+  world.records = {&c, &b};
+  ASSERT_EQ(refresh(container), kOk);
+  ASSERT_EQ(count(container), 2u);
+  EXPECT_EQ(item(container, 1), forB);
+  EXPECT_THAT(world.released, testing::UnorderedElementsAre(&a, &b))
+      << "a's wrapper went; the list's own reference to b went with the list";
+  EXPECT_EQ(call<int32_t>(item(container, 0), 6, &c), 1);
+  EXPECT_EQ(call<int32_t>(item(container, 0), 6, &a), 0);
+  world.released.clear();
+  call<uint32_t>(container, 2);
+  stop();
+  EXPECT_THAT(world.released, testing::UnorderedElementsAre(&b, &c));
+}
+
+TEST_F(OwnCertificates, ARecordListedTwiceGetsTwoWrappers) {
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  world.records = {&a, &a};
+  ASSERT_EQ(refresh(container), kOk);
+  ASSERT_EQ(count(container), 2u);
+  EXPECT_NE(item(container, 0), item(container, 1));
+  call<uint32_t>(container, 2);
+}
+
+TEST_F(OwnCertificates, AWrapperThatOutlivesTheEndDropsNothing) {
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  void* kept = nullptr;
+  ASSERT_EQ(call<int32_t>(container, 5, 0u, &kept), kOk);
+  call<uint32_t>(container, 2);
+  stop();
+  EXPECT_THAT(world.released, IsEmpty());
+  EXPECT_EQ(call<uint32_t>(kept, 2), 0u);
+  EXPECT_THAT(world.released, IsEmpty());
+}
+
+TEST_F(OwnCertificates, AFailedListingForMemoryChangesNothing) {
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  void* const before = item(container, 0);
+  world.listResult = kOutOfMemory;
+  EXPECT_EQ(refresh(container), kOutOfMemory);
+  EXPECT_EQ(item(container, 0), before);
+  call<uint32_t>(container, 2);
+}
+
+TEST_F(OwnCertificates, RefreshSurvivesEveryFailedAllocation) {
+  void* container = own();
+  ASSERT_EQ(refresh(container), kOk);
+  world.records = {&a, &b};
+  for (uint64_t n = 1; n < 20; ++n) {
+    allocation_gate::failAt(n, false);
+    const int32_t result = refresh(container);
+    const bool refused = allocation_gate::refused() != 0;
+    allocation_gate::neverFail();
+    if (!refused) {
+      EXPECT_EQ(result, kOk);
+      break;
+    }
+    EXPECT_EQ(result, kOutOfMemory) << n;
+    EXPECT_EQ(count(container), 0u);
+  }
+  EXPECT_EQ(count(container), 2u);
+  call<uint32_t>(container, 2);
+}
+
+#if !defined(_WIN32)  // the process heap of Windows cannot be made to fail
+TEST_F(OwnCertificates, WithoutThePseObjectRefreshThrows) {
+  void* container = own();
+  allocation_gate::failAt(1, true);
+  EXPECT_THROW((void)static_cast<IOwnCertificates*>(container)->Refresh(), _com_error);
+  allocation_gate::neverFail();
+  try {
+    allocation_gate::failAt(1, true);
+    (void)static_cast<IOwnCertificates*>(container)->Refresh();
+  } catch (const _com_error& error) {
+    EXPECT_EQ(error.Error(), kNullPointer);
+  }
+  allocation_gate::neverFail();
+  call<uint32_t>(container, 2);
+}
+#endif
+
+// --- Attributes ---
+
+TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
+  FakeObject first;
+  FakeObject second;
+  a.field1 = &first.object;
+  a.field2 = &second.object;  // field 6 stays null
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  void* const wrapper = item(container, 0);
+  AttributeRequest unknown{1, {}, 7, nullptr};
+  AttributeRequest request240{240, {}, 7, &unknown};
+  AttributeRequest request58{58, {}, 7, &request240};
+  AttributeRequest request13{13, {}, 7, &request58};
+  EXPECT_EQ(call<int32_t>(wrapper, 4, &request13), kFalse);
+  EXPECT_EQ(request13.found, 1);
+  EXPECT_EQ(request13.value.pointer, nullptr);
+  EXPECT_EQ(request58.found, 1);
+  EXPECT_EQ(request58.value.pointer, &second);
+  EXPECT_EQ(second.references, 2u);
+  EXPECT_EQ(request240.found, 1);
+  EXPECT_EQ(request240.value.pointer, &first);
+  EXPECT_EQ(first.references, 2u);
+  EXPECT_EQ(unknown.found, 0);
+  EXPECT_EQ(call<int32_t>(wrapper, 3, &request13), kAccessDenied);
+  call<uint32_t>(container, 2);
+}
+
+}  // namespace
+}  // namespace vexa::test
