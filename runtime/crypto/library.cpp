@@ -1,13 +1,25 @@
 #include "runtime/crypto/library.h"
 
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 namespace vexa::velmora {
+namespace {
+
+// Warnings and worse go where libgcrypt's own handler writes them. Its notes, such as the one on
+// disk statistics that each start on Windows brings, are for nobody here.
+void logFromLibrary(void*, int level, const char* format, va_list arguments) {
+  if (level >= GCRY_LOG_WARN && level != GCRY_LOG_DEBUG) std::vfprintf(stderr, format, arguments);
+}
+
+}  // namespace
 
 bool libraryReady() {
   static const bool ready = [] {
     if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) return true;
     if (gcry_check_version("1.8.0") == nullptr) return false;
+    gcry_set_log_handler(logFromLibrary, nullptr);
     gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
     gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
     return true;
