@@ -1,0 +1,246 @@
+#!/usr/bin/env python3
+"""Runs the commands of vexahost and holds what they say against OpenSSL and NSS.
+
+check_host.py [--report FILE] -- COMMAND...
+
+COMMAND starts the host. Exit status 0: every check passed. FILE receives the counts.
+"""
+
+import argparse
+import json
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+CA_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
+PASSWORD = "geheim-äöü"
+
+
+class Checks:
+    def __init__(self):
+        self.passed = 0
+        self.failed = 0
+
+    def expect(self, what, good, detail=""):
+        if good:
+            self.passed += 1
+            print(f"ok      {what}")
+        else:
+            self.failed += 1
+            print(f"FAILED  {what}" + (f": {detail}" if detail else ""))
+
+
+class Host:
+    """Runs one command of the host in a folder of its own."""
+
+    def __init__(self, command, folder):
+        self.command = command
+        self.folder = folder
+        self.said = ""
+
+    def run(self, *arguments, text=None):
+        result = subprocess.run(
+            [*self.command, *arguments],
+            cwd=self.folder,
+            input=None if text is None else text.encode(),
+            stdin=subprocess.DEVNULL if text is None else None,
+            capture_output=True,
+            timeout=120,
+            check=False,
+        )
+        output = result.stdout.decode(errors="replace").replace("\r\n", "\n")
+        self.said += output + result.stderr.decode(errors="replace")
+        return result.returncode, output
+
+
+def openssl(folder, *arguments):
+    result = subprocess.run(
+        ["openssl", *arguments], cwd=folder, capture_output=True, timeout=60, check=False
+    )
+    return result.returncode, result.stdout.decode(errors="replace")
+
+
+def make_chain(folder):
+    """A root, Jane's certificate under it, and Jane's key."""
+    openssl(folder, "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", "ca.key",
+            "-out", "ca.pem", "-subj", "/C=DE/O=Orlind/CN=Test Root", "-days", "30")
+    openssl(folder, "req", "-newkey", "rsa:2048", "-nodes", "-keyout", "jane.key", "-out",
+            "jane.csr", "-subj", "/C=DE/O=Orlind/CN=Jane")
+    openssl(folder, "x509", "-req", "-in", "jane.csr", "-CA", "ca.pem", "-CAkey", "ca.key",
+            "-CAcreateserial", "-out", "jane.pem", "-days", "20")
+    (folder / "pw").write_text(PASSWORD + "\n")
+    (folder / "empty").write_text("\n")
+    (folder / "wrong").write_text("wrong\n")
+
+
+def check_texts(checks, host):
+    status, text = host.run("json", "-", text='{"b":[1,null],"a":"x/y"}')
+    checks.expect("json reads and writes", status == 0 and text ==
+                  '{\n"b" : [\n1,\nnull\n]\n,\n"a" : "x\\/y"\n}\n', text)
+    status, _ = host.run("json", "-", text="[1]")
+    checks.expect("json refuses an array with status 1", status == 1, status)
+    status, _ = host.run("json", "no-such-file")
+    checks.expect("json reports a missing file with status 1", status == 1, status)
+
+    _, text = host.run("url", "https://a.example.com:444/x", "--pattern", "https://*.example.com",
+                       "--pattern", "https://*.example.com:444", "--same-as",
+                       "https://a.example.com:444/y")
+    checks.expect("url tells the port", "port    444\n" in text, text)
+    checks.expect("url matches patterns with their port",
+                  "match   no  https://*.example.com\n" in text
+                  and "match   yes  https://*.example.com:444\n" in text, text)
+    checks.expect("url compares origins", "same    yes" in text, text)
+
+    for arguments, answer in [
+        (("0", "--from", "unix", "--to", "filetime"), "116444736000000000"),
+        (("1500", "--from", "0x22", "--to", "0x21"), "1"),
+        (("7", "--from", "0x121", "--to", "0x21"), "7"),
+    ]:
+        _, text = host.run("time", *arguments)
+        checks.expect(f"time {' '.join(arguments)}", text.strip() == answer, text)
+    status, _ = host.run("time", "x")
+    checks.expect("time refuses what is no number", status == 1, status)
+
+    status, text = host.run("scramble")
+    checks.expect("scramble passes its self-test", status == 0 and text.count("ok") == 10, text)
+    status, text = host.run("lists")
+    checks.expect("lists shows ten lists, none with a missing slot",
+                  text.count(" slots)") == 10 and "missing" not in text, text)
+
+
+def check_pkcs12(checks, host, folder):
+    status, _ = host.run("p12", "create", "--key", "jane.key", "--cert", "jane.pem", "--cert",
+                         "ca.pem", "--name", "Jane's key", "--out", "ours.p12",
+                         "--password-file", "pw")
+    checks.expect("p12 create writes a file", status == 0, status)
+    status, text = openssl(folder, "pkcs12", "-legacy", "-in", "ours.p12", "-passin",
+                           f"pass:{PASSWORD}", "-nodes")
+    checks.expect("OpenSSL opens it", status == 0 and "PRIVATE KEY" in text, text[-300:])
+    checks.expect("... with both certificates", text.count("BEGIN CERTIFICATE") == 2, text)
+    checks.expect("... the friendly names", "friendlyName: Jane's key" in text
+                  and "friendlyName: Test Root" in text, text)
+    checks.expect("... and the local key id twice", text.count("localKeyID: 01") == 2, text)
+    nss = subprocess.run(["pk12util", "-l", "ours.p12", "-w", "pw"], cwd=folder,
+                         capture_output=True, check=False)
+    checks.expect("NSS opens it", nss.returncode == 0 and b"Test Root" in nss.stdout,
+                  nss.stderr.decode(errors="replace"))
+
+    variants = {
+        "old.p12": ["-legacy", "-certfile", "ca.pem", "-passout", f"pass:{PASSWORD}"],
+        "new.p12": ["-certfile", "ca.pem", "-passout", f"pass:{PASSWORD}"],
+        "single.p12": ["-legacy", "-passout", f"pass:{PASSWORD}"],
+        "nopassword.p12": ["-legacy", "-passout", "pass:"],
+    }
+    for name, options in variants.items():
+        openssl(folder, "pkcs12", "-export", "-inkey", "jane.key", "-in", "jane.pem", "-out", name,
+                *options)
+        password = "empty" if name == "nopassword.p12" else "pw"
+        status, text = host.run("p12", "open", name, "--password-file", password)
+        count = 2 if "-certfile" in options else 1
+        checks.expect(f"p12 open reads OpenSSL's {name}",
+                      status == 0 and text.startswith("certificate  CN=Jane")
+                      and text.count("certificate  ") == count
+                      and "of the first certificate" in text, text)
+    status, text = host.run("p12", "open", "ours.p12", "--password-file", "wrong")
+    checks.expect("a wrong password gives status 1", status == 1 and text == "", text)
+    cut = (folder / "ours.p12").read_bytes()
+    (folder / "cut.p12").write_bytes(cut[: len(cut) // 2])
+    status, _ = host.run("p12", "open", "cut.p12", "--password-file", "pw")
+    checks.expect("a cut file gives status 1", status == 1, status)
+    damaged = bytearray(cut)
+    damaged[len(cut) // 2] ^= 1
+    (folder / "damaged.p12").write_bytes(bytes(damaged))
+    status, _ = host.run("p12", "open", "damaged.p12", "--password-file", "pw")
+    checks.expect("a damaged file gives status 1", status == 1, status)
+
+    status, text = host.run("own", "--pse", "ours.p12", "--password-file", "pw")
+    checks.expect("own lists the user's certificate", "subject  CN=Jane,O=Orlind,C=DE" in text, text)
+
+
+def check_issuing(checks, host, folder):
+    openssl(folder, "pkcs12", "-export", "-inkey", "ca.key", "-in", "ca.pem", "-out", "ca.p12",
+            "-passout", f"pass:{PASSWORD}")
+    for code, usage in [("0", "Digital Signature"), ("5", "Certificate Sign"),
+                        ("18", "Digital Signature, Non Repudiation, Key Encipherment, "
+                               "Data Encipherment")]:
+        status, text = host.run("ca", "issue", "--issuer", "ca.p12", "--issuer-password-file", "pw",
+                                "--subject", "CN=Bob,O=Orlind,C=DE", "--usage", code, "--like",
+                                "jane.pem", "--out", "bob.pem")
+        checks.expect(f"ca issue with usage {code}", status == 0, text)
+        status, text = openssl(folder, "verify", "-CAfile", "ca.pem", "bob.pem")
+        checks.expect("... OpenSSL accepts the signature", status == 0, text)
+        _, text = openssl(folder, "x509", "-in", "bob.pem", "-noout", "-ext", "keyUsage")
+        checks.expect("... with a critical key usage",
+                      re.search(r"Key Usage: critical\n\s+" + re.escape(usage) + r"\n", text), text)
+
+
+def expected_answers(folder, pem):
+    """encrypt, sign, client, CA, root and self-issued, by what OpenSSL says of the certificate."""
+    (folder / "one.pem").write_text(pem)
+    _, text = openssl(folder, "x509", "-in", "one.pem", "-noout", "-subject", "-issuer",
+                      "-nameopt", "RFC2253", "-ext",
+                      "keyUsage,extendedKeyUsage,basicConstraints")
+    usage = re.search(r"X509v3 Key Usage:.*\n(.*)\n", text)
+    extended = re.search(r"X509v3 Extended Key Usage:.*\n(.*)\n", text)
+    constraints = re.search(r"X509v3 Basic Constraints:.*\n(.*)\n", text)
+    same = (re.search(r"subject=(.*)", text).group(1) == re.search(r"issuer=(.*)", text).group(1))
+
+    def allows(*flags):
+        return usage is None or any(flag in usage.group(1) for flag in flags)
+
+    is_ca = allows("Certificate Sign", "CRL Sign") and (
+        constraints is None or "CA:TRUE" in constraints.group(1))
+    return [
+        allows("Key Encipherment", "Data Encipherment"),
+        allows("Digital Signature", "Non Repudiation"),
+        extended is not None and "TLS Web Client Authentication" in extended.group(1),
+        is_ca,
+        is_ca and same,
+        same and not is_ca,
+    ]
+
+
+def check_bundle(checks, host, folder):
+    bundle = CA_BUNDLE.read_text()
+    pems = re.findall(r"-----BEGIN CERTIFICATE-----.*?-----END CERTIFICATE-----\n", bundle, re.S)
+    (folder / "bundle.pem").write_text(bundle)
+    status, text = host.run("certs", "bundle.pem")
+    rows = text.splitlines()[1:]
+    checks.expect(f"certs reads the machine's {len(pems)} authorities",
+                  status == 0 and len(rows) == len(pems), f"{status}, {len(rows)} rows")
+    wrong = []
+    for pem, row in zip(pems, rows):
+        answers = [row[start:end].strip() == "yes"
+                   for start, end in [(0, 8), (8, 14), (14, 22), (22, 27), (27, 33), (33, 45)]]
+        if answers != expected_answers(folder, pem):
+            wrong.append(row)
+    checks.expect("... and answers as OpenSSL does for each", not wrong, wrong[:3])
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--report", type=pathlib.Path)
+    parser.add_argument("command", nargs="+")
+    arguments = parser.parse_args()
+    checks = Checks()
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        host = Host(arguments.command, folder)
+        make_chain(folder)
+        check_texts(checks, host)
+        check_pkcs12(checks, host, folder)
+        check_issuing(checks, host, folder)
+        check_bundle(checks, host, folder)
+        secrets = [PASSWORD, "PRIVATE KEY"]
+        checks.expect("no output shows a password or a key",
+                      not any(secret in host.said for secret in secrets))
+    print(f"{checks.passed} passed, {checks.failed} failed")
+    if arguments.report:
+        arguments.report.write_text(json.dumps({"passed": checks.passed, "failed": checks.failed}))
+    sys.exit(1 if checks.failed else 0)
+
+
+if __name__ == "__main__":
+    main()
