@@ -120,6 +120,10 @@ TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
   }
 }
 
+TEST_F(NameTest, BytesMayBeEscapedInHexadecimal) {
+  EXPECT_EQ(text(name("CN=K\\C3\\b6ln\\2C x").get()), "CN=Köln\\, x");
+}
+
 TEST_F(NameTest, MalformedTextIsRefused) {
   for (const char* each : {"CN", "=x", "XX=y", "CN=a,", ",CN=a", "CN=a;b", "CN=\\", "CN=\\zz",
                            "CN=#0", "CN=#0C", "CN=#0C0141ff", "1.=x", "CN=a\"b"}) {
