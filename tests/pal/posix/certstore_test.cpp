@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include "../samples.h"
+#include "pal/posix/counters.h"
+#include "pal/posix/der.h"
+#include "pal/windows_api.h"
+
+namespace {
+
+using pal::posix::certificateIdentity;
+using pal::posix::DerResult;
+using samples::bytes;
+
+PCCERT_CONTEXT create(std::string_view hex) {
+  const auto encoded = bytes(hex);
+  return CertCreateCertificateContext(X509_ASN_ENCODING, encoded.data(),
+                                      static_cast<DWORD>(encoded.size()));
+}
+
+constexpr LPCWSTR kProvider = u"Microsoft Enhanced Cryptographic Provider v1.0";
+
+}  // namespace
+
+TEST(PosixCertStore, EveryReferenceToAContextIsCounted) {
+  const std::size_t before = pal::posix::openContexts();
+  PCCERT_CONTEXT one = create(samples::kOne);
+  CertDuplicateCertificateContext(one);
+  EXPECT_EQ(pal::posix::openContexts(), before + 2);
+  CertFreeCertificateContext(one);
+  CertFreeCertificateContext(one);
+  EXPECT_EQ(pal::posix::openContexts(), before);
+}
+
+TEST(PosixCertStore, StoresLastWhileTheirHandlesComeAndGo) {
+  pal::posix::clearCertificateStores();
+  const std::size_t before = pal::posix::openStores();
+  HCERTSTORE store = CertOpenSystemStoreW(0, u"MY");
+  EXPECT_EQ(pal::posix::openStores(), before + 1);
+  PCCERT_CONTEXT one = create(samples::kOne);
+  EXPECT_TRUE(CertAddCertificateContextToStore(store, one, CERT_STORE_ADD_USE_EXISTING, nullptr));
+  CertFreeCertificateContext(one);
+  EXPECT_TRUE(CertCloseStore(store, 0));
+  EXPECT_EQ(pal::posix::openStores(), before);
+
+  store = CertOpenSystemStoreW(0, u"my");
+  PCCERT_CONTEXT found = CertEnumCertificatesInStore(store, nullptr);
+  EXPECT_NE(found, nullptr);
+  CertFreeCertificateContext(found);
+  HCERTSTORE other = CertOpenSystemStoreW(0, u"CA");
+  EXPECT_EQ(CertEnumCertificatesInStore(other, nullptr), nullptr);
+  CertCloseStore(other, 0);
+  CertCloseStore(store, 0);
+  pal::posix::clearCertificateStores();
+}
+
+TEST(PosixCertStore, AStoreThatIsNotOpenIsRefused) {
+  PCCERT_CONTEXT one = create(samples::kOne);
+  HCERTSTORE store = CertOpenSystemStoreW(0, u"MY");
+  CertCloseStore(store, 0);
+  const std::size_t before = pal::posix::openContexts();
+  SetLastError(0);
+  EXPECT_FALSE(CertAddCertificateContextToStore(store, one, CERT_STORE_ADD_NEW, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  EXPECT_FALSE(CertCloseStore(store, 0));
+  EXPECT_EQ(CertEnumCertificatesInStore(store, CertDuplicateCertificateContext(one)), nullptr);
+  EXPECT_EQ(pal::posix::openContexts(), before) << "the previous context is freed all the same";
+  CertFreeCertificateContext(one);
+}
+
+TEST(PosixCertStore, OtherPropertiesAreNotBuilt) {
+  PCCERT_CONTEXT one = create(samples::kOne);
+  CRYPT_DATA_BLOB blob{};
+  constexpr DWORD kDescription = 13;
+  SetLastError(0);
+  EXPECT_FALSE(CertSetCertificateContextProperty(one, kDescription, 0, &blob));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  CertFreeCertificateContext(one);
+}
+
+TEST(PosixCertStore, ChainsAreCounted) {
+  const std::size_t before = pal::posix::openChains();
+  PCCERT_CONTEXT one = create(samples::kOne);
+  CERT_CHAIN_PARA parameters{};
+  PCCERT_CHAIN_CONTEXT chain = nullptr;
+  SetLastError(0);
+  EXPECT_FALSE(
+      CertGetCertificateChain(nullptr, one, nullptr, nullptr, &parameters, 0, nullptr, &chain));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG)) << "cbSize is 0";
+  parameters.cbSize = sizeof(parameters);
+  EXPECT_TRUE(
+      CertGetCertificateChain(nullptr, one, nullptr, nullptr, &parameters, 0, nullptr, &chain));
+  EXPECT_EQ(pal::posix::openChains(), before + 1);
+  CertFreeCertificateChain(chain);
+  CertFreeCertificateContext(one);
+  EXPECT_EQ(pal::posix::openChains(), before);
+}
+
+TEST(PosixKeyContainers, ProvidersAndKeysAreCounted) {
+  pal::posix::clearKeyContainers();
+  const std::size_t providers = pal::posix::openProviders();
+  const std::size_t keys = pal::posix::openKeys();
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"c", kProvider, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  EXPECT_EQ(pal::posix::storedKeys(), 0u);
+  const auto blob = bytes(samples::kKeyBlob);
+  HCRYPTKEY key = 0;
+  ASSERT_TRUE(CryptImportKey(provider, blob.data(), static_cast<DWORD>(blob.size()), 0, 0, &key));
+  EXPECT_EQ(pal::posix::openProviders(), providers + 1);
+  EXPECT_EQ(pal::posix::openKeys(), keys + 1);
+  EXPECT_EQ(pal::posix::storedKeys(), 1u);
+
+  EXPECT_TRUE(CryptDestroyKey(key));
+  EXPECT_TRUE(CryptReleaseContext(provider, 0));
+  EXPECT_EQ(pal::posix::openProviders(), providers);
+  EXPECT_EQ(pal::posix::openKeys(), keys);
+  EXPECT_EQ(pal::posix::storedKeys(), 1u) << "the container keeps its key";
+  pal::posix::clearKeyContainers();
+}
+
+TEST(PosixKeyContainers, ABlobOfAnotherLengthThanItsKeyAsksForIsRefused) {
+  pal::posix::clearKeyContainers();
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"c", kProvider, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  const auto blob = bytes(samples::kKeyBlob);
+  HCRYPTKEY key = 0;
+  for (std::size_t size = 0; size < blob.size(); ++size) {
+    const std::vector<BYTE> cut(blob.begin(), blob.begin() + static_cast<std::ptrdiff_t>(size));
+    SetLastError(0);
+    EXPECT_FALSE(CryptImportKey(provider, cut.data(), static_cast<DWORD>(size), 0, 0, &key));
+    if (size > 0) {
+      EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_DATA)) << size;
+    }
+  }
+  auto longer = blob;
+  longer.push_back(0);
+  EXPECT_FALSE(
+      CryptImportKey(provider, longer.data(), static_cast<DWORD>(longer.size()), 0, 0, &key));
+  CryptReleaseContext(provider, 0);
+  pal::posix::clearKeyContainers();
+}
+
+TEST(PosixKeyContainers, NamesDoNotDistinguishCaseButMachineAndUserDo) {
+  pal::posix::clearKeyContainers();
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"Name", nullptr, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  CryptReleaseContext(provider, 0);
+  SetLastError(0);
+  EXPECT_FALSE(CryptAcquireContextW(&provider, u"NAME", nullptr, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_EXISTS));
+  EXPECT_TRUE(CryptAcquireContextW(&provider, u"name", nullptr, PROV_RSA_FULL,
+                                   CRYPT_NEWKEYSET | CRYPT_MACHINE_KEYSET));
+  CryptReleaseContext(provider, 0);
+  pal::posix::clearKeyContainers();
+}
+
+TEST(Der, IssuerAndSerialMakeTheIdentity) {
+  // Certificate { tbs { [0] version, serial 5, algorithm {}, issuer { NULL } }, {}, BIT STRING }
+  const auto certificate = bytes(
+      "3015"
+      "300e"
+      "a003020102"
+      "020105"
+      "3000"
+      "30020500"
+      "3000"
+      "030100");
+  std::string identity;
+  ASSERT_EQ(certificateIdentity(certificate.data(), certificate.size(), identity), DerResult::kOk);
+  const auto expected = bytes(
+      "30020500"
+      "020105");
+  EXPECT_EQ(identity, std::string(expected.begin(), expected.end()));
+}
+
+TEST(Der, TheVersionMayBeMissing) {
+  const auto certificate = bytes(
+      "3011"
+      "3009"
+      "020105"
+      "3000"
+      "30020500"
+      "3000"
+      "03020000");
+  std::string identity;
+  EXPECT_EQ(certificateIdentity(certificate.data(), certificate.size(), identity), DerResult::kOk);
+}
+
+TEST(Der, LengthsThatLeadOutsideEndEarly) {
+  for (const char* hex : {"", "30", "3082", "3005", "308501", "3080", "3003300530"}) {
+    const auto encoded = bytes(hex);
+    std::string identity;
+    EXPECT_NE(certificateIdentity(encoded.data(), encoded.size(), identity), DerResult::kOk) << hex;
+  }
+}

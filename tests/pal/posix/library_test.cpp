@@ -1,0 +1,44 @@
+#include <gtest/gtest.h>
+
+#include "pal/posix/counters.h"
+#include "pal/windows_api.h"
+
+TEST(PosixLibrary, TheSystemFolderHoldsTheCLibrary) {
+  const std::size_t before = pal::posix::openLibraries();
+  char path[MAX_PATH] = {};
+  GetSystemDirectoryA(path, sizeof(path));
+  PathAppendA(path, "libc.so.6");
+  HMODULE module = LoadLibraryA(path);
+  ASSERT_NE(module, nullptr);
+  EXPECT_NE(GetProcAddress(module, "strlen"), nullptr);
+  EXPECT_EQ(pal::posix::openLibraries(), before + 1);
+  EXPECT_TRUE(FreeLibrary(module));
+  EXPECT_EQ(pal::posix::openLibraries(), before);
+}
+
+TEST(PosixLibrary, AHandleThatWasNeverGivenIsRefused) {
+  int local = 0;
+  const HMODULE module = reinterpret_cast<HMODULE>(&local);
+  char path[MAX_PATH] = {};
+  SetLastError(0);
+  EXPECT_EQ(GetProcAddress(module, "strlen"), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
+  EXPECT_EQ(GetModuleFileNameA(module, path, sizeof(path)), 0u);
+  EXPECT_FALSE(FreeLibrary(module));
+}
+
+TEST(PosixLibrary, AHandleFromAnAddressHoldsNoReference) {
+  HMODULE program = nullptr;
+  const auto* here = reinterpret_cast<const char*>(&pal::posix::openLibraries);
+  ASSERT_TRUE(GetModuleHandleExA(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, here,
+      &program));
+  EXPECT_FALSE(FreeLibrary(program));
+}
+
+TEST(PosixLibrary, OnlyAddressesLeadToHandles) {
+  HMODULE module = nullptr;
+  SetLastError(0);
+  EXPECT_FALSE(GetModuleHandleExA(0, "libc.so.6", &module));
+  EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+}

@@ -1,0 +1,57 @@
+#include <gtest/gtest.h>
+
+#include "pal/posix/counters.h"
+#include "pal/windows_api.h"
+
+TEST(PosixSync, ClosedHandlesAreNotOpenAnyMore) {
+  const std::size_t before = pal::posix::openHandles();
+  HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  HANDLE thread = CreateThread(
+      nullptr, 0, [](void*) -> DWORD { return 0; }, nullptr, 0, nullptr);
+  EXPECT_EQ(pal::posix::openHandles(), before + 2);
+  CloseHandle(event);
+  CloseHandle(thread);
+  EXPECT_EQ(pal::posix::openHandles(), before);
+}
+
+TEST(PosixSync, ANumberIsNeverUsedTwice) {
+  HANDLE first = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  CloseHandle(first);
+  HANDLE second = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  EXPECT_NE(first, second);
+  CloseHandle(second);
+}
+
+TEST(PosixSync, WhatIsNotBuiltFails) {
+  SetLastError(0);
+  EXPECT_EQ(CreateEventA(nullptr, FALSE, FALSE, "name"), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+  SetLastError(0);
+  constexpr DWORD kCreateSuspended = 4;
+  EXPECT_EQ(CreateThread(
+                nullptr, 0, [](void*) -> DWORD { return 0; }, nullptr, kCreateSuspended, nullptr),
+            nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+}
+
+TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
+  static CRITICAL_SECTION section;
+  static HANDLE running;
+  InitializeCriticalSection(&section);
+  running = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  const auto body = [](void*) -> DWORD {
+    SetEvent(running);
+    for (;;) {
+      EnterCriticalSection(&section);
+      LeaveCriticalSection(&section);
+    }
+  };
+  HANDLE thread = CreateThread(nullptr, 0, body, nullptr, 0, nullptr);
+  EXPECT_EQ(WaitForSingleObject(running, INFINITE), WAIT_OBJECT_0);
+  EXPECT_TRUE(TerminateThread(thread, 0));
+  EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+  EnterCriticalSection(&section);
+  LeaveCriticalSection(&section);
+  CloseHandle(thread);
+  CloseHandle(running);
+}
