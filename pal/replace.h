@@ -13,12 +13,14 @@
 // function stands for itself; leave alone those that the C runtime calls before main.
 #ifdef _WIN32
 
-// Callers go through this pointer, which the import library would define.
-#define PAL_REPLACE(result, name, parameters)                         \
-  extern "C" result WINAPI pal_replaced_##name parameters;            \
-  extern "C" {                                                        \
-  decltype(&pal_replaced_##name) __imp_##name = &pal_replaced_##name; \
-  }                                                                   \
+// Callers go through the pointer __imp_name or, where the SDK declares the function without
+// dllimport, straight to its name. The import library would define both.
+#define PAL_REPLACE(result, name, parameters)                              \
+  extern "C" result WINAPI pal_replaced_##name parameters;                 \
+  extern "C" {                                                             \
+  decltype(&pal_replaced_##name) __imp_##name = &pal_replaced_##name;      \
+  }                                                                        \
+  __asm__(".globl " #name "\n\t.set " #name ", pal_replaced_" #name "\n"); \
   extern "C" result WINAPI pal_replaced_##name parameters
 
 #else
