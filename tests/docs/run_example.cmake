@@ -1,0 +1,10 @@
+# cmake -DCOMMAND=program;argument -DEXPECTED=file -P run_example.cmake
+list(REMOVE_ITEM COMMAND "")
+execute_process(COMMAND ${COMMAND} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+string(REPLACE "\r" "" output "${output}")
+file(READ ${EXPECTED} expected)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "exit status ${status}\n${output}\n${errors}")
+elseif(NOT output STREQUAL expected)
+  message(FATAL_ERROR "printed:\n${output}\nexpected:\n${expected}")
+endif()
