@@ -8,13 +8,13 @@ namespace {
 bool splitUtf8Url(const char* url, base::WideString& host) {
   base::WideString wideUrl;
   base::WideString scheme;
-  return succeeded(wideUrl.fromUtf8(url)) && splitUrl(wideUrl.text(), scheme, host);
+  return succeeded(wideUrl.fromUtf8(url)) && succeeded(splitUrl(wideUrl.text(), scheme, host));
 }
 
 }  // namespace
 
-bool splitUrl(const char16_t* url, base::WideString& scheme, base::WideString& host) {
-  return succeeded(base::bound.url->Split(url, scheme.get(), host.get()));
+int32_t splitUrl(const char16_t* url, base::WideString& scheme, base::WideString& host) {
+  return base::bound.url->Split(url, scheme.get(), host.get());
 }
 
 bool isLocalHost(const base::WideString& host) {

@@ -5,8 +5,9 @@
 // Tests of a URL's host. The string component and SEC_URL_1 do the splitting and matching.
 namespace vexa::webclient {
 
-// Scheme (lower case) and host of a URL. False when it has none; both are empty then.
-bool splitUrl(const char16_t* url, base::WideString& scheme, base::WideString& host);
+// Scheme (lower case) and host of a URL. kOutOfMemory, or another failure when it has none; both
+// are empty then.
+int32_t splitUrl(const char16_t* url, base::WideString& scheme, base::WideString& host);
 
 // Neither "." nor ":" in it: a name of the local network. An empty host is not local.
 bool isLocalHost(const base::WideString& host);

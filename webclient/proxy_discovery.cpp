@@ -170,7 +170,9 @@ class ProxySearch {
       log(base::kTraceInfo, u"No proxy for the target host was found, using Direct Connect.");
       return kOk;
     }
-    (void)splitUrl(url_, scheme_, host_);
+    if (failed(split())) {
+      return kOutOfMemory;
+    }
     const int32_t bypassed = matchBypass(scriptBypass_);
     if (bypassed != 0) {
       return failed(bypassed) ? bypassed : kOk;
@@ -185,8 +187,10 @@ class ProxySearch {
 
   int32_t useStaticProxy() {
     log(base::kTraceInfo, u"static proxy settings detected.");
-    const bool isSplit = splitUrl(url_, scheme_, host_);
-    int32_t result = kOk;
+    int32_t result = split();
+    if (failed(result)) {
+      return result;
+    }
     if (bypassesLocalHosts(result) && isLocalHost(host_)) {
       log(base::kTraceInfo, u"ignore local addresses enabled and detected. bypass static proxy");
       decided_ = true;
@@ -205,7 +209,7 @@ class ProxySearch {
     }
     if (setting.find(u"=") == runtime::kNotFound) {
       proxy_ = std::move(setting);
-    } else if (result = findSchemeProxy(setting, isSplit); failed(result) || !decided_) {
+    } else if (result = findSchemeProxy(setting); failed(result) || !decided_) {
       return result;
     }
     decided_ = true;
@@ -213,6 +217,14 @@ class ProxySearch {
     log(base::kTraceInfo, u"Use static proxy: %s", proxy_.text());
     return kOk;
   }
+
+  // kOk also for a URL without a host, which is not local and matches no bypass entry.
+  // kOutOfMemory.
+  int32_t split() {
+    const int32_t result = splitUrl(url_, scheme_, host_);
+    return result == kOutOfMemory ? result : kOk;
+  }
+  bool hasHost() const { return !host_.empty(); }
 
   bool bypassesLocalHosts(int32_t& result) const {
     if (!staticBypass_) {
@@ -227,11 +239,11 @@ class ProxySearch {
   }
 
   // "scheme=host:port;...": the entry of the URL's scheme, or else that of http.
-  int32_t findSchemeProxy(const base::WideString& setting, bool isSplit) {
+  int32_t findSchemeProxy(const base::WideString& setting) {
     static constexpr char16_t kFallback[] = u"http=";
     uint64_t at = runtime::kNotFound;
     uint64_t keyLength = 0;
-    if (isSplit) {
+    if (hasHost()) {
       if (failed(scheme_.append(u"="))) {
         return kOutOfMemory;
       }
@@ -251,7 +263,7 @@ class ProxySearch {
   }
 
   int32_t matchBypass(const WinHttpText& list) const {
-    return list ? matchesBypassList(host_, list.get()) : 0;
+    return list && hasHost() ? matchesBypassList(host_, list.get()) : 0;
   }
 
   // The text before the first ";".
