@@ -34,11 +34,11 @@ def header_slots():
 
 
 def page_slots(page):
-    """The same of the contract: rows "| 3 | `Write` | fixed |" below a heading with the table's name."""
+    """The same of the contract: rows "| 3 | `Write` | fixed |" below a heading that ends with the table."""
     slots, table = set(), None
     for line in page.read_text().splitlines():
         if line.startswith("#"):
-            name = re.search(r"`(\w+)`", line)
+            name = re.search(r": `(\w+)`$", line)
             table = name and name.group(1)
         row = re.match(r"\| (\d+) \| `(\w+)` \| (fixed|assigned) \|", line)
         if row:
