@@ -16,7 +16,7 @@
 namespace vexa::velmora {
 namespace {
 
-// Level 0 carries the ends of scopes; they show where the scopes' beginnings do.
+// A message without a level (0) shows where the scopes do.
 constexpr uint32_t kScopeLevel = 4;
 
 class Trace {
