@@ -1,0 +1,133 @@
+#!/usr/bin/env python3
+"""Real network changes in a network namespace of the test's own, seen by `vexahost monitor`.
+
+check_namespace.py [--report FILE] -- COMMAND...
+
+COMMAND starts the host. Where no namespace can be made the check is skipped, and says so. FILE
+receives the counts.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import queue
+import signal
+import subprocess
+import sys
+import threading
+import time
+
+NAMESPACE = f"vexa-{os.getpid()}"
+PATIENCE = 15  # seconds for one change to be told; the interval is one
+QUIET = 4  # seconds in which nothing must be told
+
+
+def ip(*arguments):
+    return subprocess.run(["ip", *arguments], capture_output=True, check=False).returncode == 0
+
+
+def inside(*arguments):
+    return ip("-n", NAMESPACE, *arguments)
+
+
+class Monitor:
+    """The running host and the changes that it tells."""
+
+    def __init__(self, command):
+        self.process = subprocess.Popen(
+            ["ip", "netns", "exec", NAMESPACE, *command, "monitor", "--interval", "1"],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.lines = queue.SimpleQueue()
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.put(line.decode(errors="replace").strip())
+
+    def wait_for(self, start, seconds):
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            try:
+                line = self.lines.get(timeout=max(0.01, deadline - time.monotonic()))
+            except queue.Empty:
+                return False
+            if line.startswith(start):
+                return True
+        return False
+
+    def tells_change(self):
+        started = time.monotonic()
+        told = self.wait_for("change", PATIENCE)
+        print(f"        after {time.monotonic() - started:.1f} s" if told else "        nothing")
+        # One step may be several changes to the machine; what follows is not about this one.
+        while self.wait_for("change", 2.5):
+            pass
+        return told
+
+
+CHANGES = [
+    ("an interface is added", ("link", "add", "vexa0", "type", "veth", "peer", "name", "vexa1")),
+    ("an interface is renamed", ("link", "set", "vexa0", "name", "vexa2")),
+    ("both ends are set up", ("link", "set", "vexa1", "up")),
+    ("an address is changed", ("addr", "del", "192.0.2.1/24", "dev", "vexa2")),
+    ("an interface is set down", ("link", "set", "vexa1", "down")),
+    ("an interface is removed", ("link", "del", "vexa2")),
+]
+
+
+def check(command, expect):
+    monitor = Monitor(command)
+    expect("the monitor starts", monitor.wait_for("watching", 60))
+    time.sleep(1.5)
+    for what, step in CHANGES:
+        if what.startswith("both ends"):
+            inside("link", "set", "vexa2", "up")  # without its peer it does not come up yet
+        if what.startswith("an address"):
+            # A list that is merely longer is no change; what is changed is the first address.
+            for address in ("192.0.2.1/24", "198.51.100.7/24"):
+                inside("addr", "add", address, "dev", "vexa2")
+                expect("not told: an address is appended", not monitor.wait_for("change", QUIET))
+        if not inside(*step):
+            expect(f"{what}: the step itself", False)
+            continue
+        expect(f"told: {what}", monitor.tells_change())
+    monitor.process.send_signal(signal.SIGINT)
+    try:
+        expect("Ctrl-C ends it", monitor.process.wait(20) == 0)
+    except subprocess.TimeoutExpired:
+        monitor.process.kill()
+        expect("Ctrl-C ends it", False)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--report", type=pathlib.Path)
+    parser.add_argument("command", nargs="+")
+    arguments = parser.parse_args()
+    counts = {"passed": 0, "failed": 0, "skipped": 0}
+
+    def expect(what, good):
+        counts["passed" if good else "failed"] += 1
+        print(("ok      " if good else "FAILED  ") + what)
+
+    if ip("netns", "add", NAMESPACE) and inside("link", "set", "lo", "up"):
+        # IPv6 addresses come and go by themselves, and stand behind those that are appended.
+        subprocess.run(["ip", "netns", "exec", NAMESPACE, "sh", "-c",
+                        "for f in all default; do echo 1 >/proc/sys/net/ipv6/conf/$f/disable_ipv6;"
+                        " done"], capture_output=True, check=False)
+        try:
+            check(arguments.command, expect)
+        finally:
+            ip("netns", "del", NAMESPACE)
+    else:
+        counts["skipped"] = 1
+        print("skipped: no network namespace can be made here")
+    print(f"{counts['passed']} passed, {counts['failed']} failed, {counts['skipped']} skipped")
+    if arguments.report:
+        arguments.report.write_text(json.dumps(counts))
+    sys.exit(1 if counts["failed"] else 0)
+
+
+if __name__ == "__main__":
+    main()
