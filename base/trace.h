@@ -20,7 +20,7 @@ enum TraceFlags : uint32_t {
   kTraceInfo = 4,
   kTraceDetail = 5,
   kTraceScopeEntry = 0x10000004,
-  kTraceScopeExit = 0x20000000,  // no level in it: the end of a scope goes out at level 0
+  kTraceScopeExit = 0x20000004,
 };
 
 // Message with a format and its arguments.

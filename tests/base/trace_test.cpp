@@ -29,7 +29,7 @@ TEST_F(TraceTest, AScopeTracesItsNameAndItsResult) {
   }
   const std::string source = defaultTraceSource();
   EXPECT_THAT(spy.trace(), ElementsAre(TraceLine{4, source, "{ URLParser::parse"},
-                                       TraceLine{0, source, "} 80004005"}));
+                                       TraceLine{4, source, "} 80004005"}));
 }
 
 TEST_F(TraceTest, AScopesResultIs0UntilItIsSet) {

@@ -165,7 +165,7 @@ TEST_F(UrlParser, OpensAScopeNamedAfterEachOperation) {
     const std::vector<TraceLine> lines = spy.trace();
     EXPECT_GE(lines.size(), 2u);
     EXPECT_EQ(lines.front().level, 4u);
-    EXPECT_EQ(lines.back().level, 0u);
+    EXPECT_EQ(lines.back().level, 4u);
     return lines.front().text;
   };
   EXPECT_EQ(firstScope([&] { (void)url.parse("https://a"); }), "{ URLParser::parse");
