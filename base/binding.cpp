@@ -37,10 +37,8 @@ int32_t CLoadAPI_SEC_PKCS12::Load() {
   if (failed(result)) {
     return result;
   }
-  const runtime::Pkcs12TypesTable* companion = nullptr;
-  const int32_t companionResult = bound.pkcs12->GetTypes(&companion);
-  bound.pkcs12Types.pointer = companion;
-  return companionResult;
+  return bound.pkcs12->GetTypes(
+      reinterpret_cast<const runtime::Pkcs12TypesTable**>(&bound.pkcs12Types.pointer));
 }
 
 int32_t CLoadAPI_SEC_PKCS12::Unload(uint32_t pass) {

@@ -162,6 +162,10 @@ class ProxySearch {
 
   // A host on the bypass list gets no proxy, which is a decision too.
   int32_t useScriptAnswer() {
+    for (WinHttpText* const setting :
+         {&detectedUrl_, &autoConfigUrl_, &staticProxy_, &staticBypass_}) {
+      setting->reset();  // before the messages that follow
+    }
     log(base::kTraceInfo, u"Access type %d detected.", static_cast<int>(accessType_));
     if (scriptProxies_) {
       log(base::kTraceInfo, u"Proxies %s detected.", scriptProxies_.get());
