@@ -20,12 +20,6 @@ constexpr int32_t kFailure = -1;
 // Containers of keys that live in the PSE; the user's name follows.
 constexpr std::u16string_view kPseContainerPrefix = u"\\\\.\\mem://orlind/";
 
-int32_t failWithError(const char* format) {
-  // NOLINTNEXTLINE(clang-diagnostic-format-nonliteral): the callers' literals
-  base::traceFormat(base::kTraceError, nullptr, format, GetLastError());
-  return kFailure;
-}
-
 // Parts the user's certificate from the others. A later certificate of the same key takes the
 // place of an earlier one, which is then neither.
 int32_t sortCertificates(const runtime::KeyObject* key,

@@ -14,13 +14,6 @@ static_assert(sizeof(CERT_CHAIN_PARA) == 32);
 static_assert(sizeof(CERT_CHAIN_POLICY_PARA) == 16);
 static_assert(sizeof(CERT_CHAIN_POLICY_STATUS) == 24);
 
-// Traces a hard failure with Windows' error number.
-int32_t failWithError(const char* format) {
-  // NOLINTNEXTLINE(clang-diagnostic-format-nonliteral): the callers' literals
-  base::traceFormat(base::kTraceError, nullptr, format, GetLastError());
-  return kFailure;
-}
-
 int32_t makeContainerAnew(const char16_t* container, HCRYPTPROV* provider) {
   const WCHAR* const name = pal::wide(container);
   const WCHAR* const type = pal::wide(kKeyProvider);
@@ -90,6 +83,12 @@ int32_t setFriendlyName(PCCERT_CONTEXT context, const char* name) {
 }
 
 }  // namespace
+
+int32_t failWithError(const char* format) {
+  // NOLINTNEXTLINE(clang-diagnostic-format-nonliteral): the callers' literals
+  base::traceFormat(base::kTraceError, nullptr, format, GetLastError());
+  return kFailure;
+}
 
 int32_t csp_import(const CspImportRequest& request) {
   base::TraceScope scope("csp_import");

@@ -32,4 +32,7 @@ int32_t csp_delete_certs(const char16_t* store, const char16_t* container, const
 // 1 when Windows trusts the certificate's chain, else 0.
 int32_t CspCheckCert(PCCERT_CONTEXT context);
 
+// Traces a hard failure with Windows' last error for its one number, and answers -1.
+int32_t failWithError(const char* format);
+
 }  // namespace vexa::certs

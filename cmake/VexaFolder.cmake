@@ -23,19 +23,6 @@ function(vexa_include_root name out)
   set(${out} ${root} PARENT_SCOPE)
 endfunction()
 
-# Leaves out of a list of sources those that are not there, with a warning.
-function(vexa_existing list)
-  set(existing)
-  foreach(source ${${list}})
-    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${source} OR IS_ABSOLUTE ${source})
-      list(APPEND existing ${source})
-    else()
-      message(WARNING "missing: ${CMAKE_CURRENT_SOURCE_DIR}/${source}")
-    endif()
-  endforeach()
-  set(${list} ${existing} PARENT_SCOPE)
-endfunction()
-
 # vexa_folder(NAME SOURCES a.cpp ... DEPENDS vexa_base ...): the static library vexa_NAME of one
 # source folder. What it depends on is visible to those who use it.
 function(vexa_folder name)
@@ -44,7 +31,6 @@ function(vexa_folder name)
     message(FATAL_ERROR "vexa_folder(${name}): unknown ${arg_UNPARSED_ARGUMENTS}")
   endif()
   vexa_include_root(${name} root)
-  vexa_existing(arg_SOURCES)
   if(arg_SOURCES)
     add_library(vexa_${name} STATIC ${arg_SOURCES})
     target_include_directories(vexa_${name} PUBLIC ${root})
