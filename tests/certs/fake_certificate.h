@@ -28,6 +28,9 @@ struct FakeCertificate {
   runtime::Name* issuer = nullptr;
   runtime::Name* subject = nullptr;
   runtime::ByteBuffer encoding{};
+  bool isEncoded = true;  // false: the certificate has no encoding
+  const runtime::PublicKey* publicKey = nullptr;
+  uint8_t selfSigned = 0;
   const uint8_t* keyUsage = nullptr;
   const runtime::ExtendedKeyUsage* extendedKeyUsage = nullptr;
   const runtime::BasicConstraints* basicConstraints = nullptr;
@@ -56,14 +59,15 @@ struct FakeCertificate {
       t.GetIssuer = [](runtime::Certificate* c) { return self(c).issuer; };
       t.GetSubject = [](runtime::Certificate* c) { return self(c).subject; };
       t.GetEncoding = [](runtime::Certificate* c) -> const runtime::ByteBuffer* {
-        return &self(c).encoding;
+        return self(c).isEncoded ? &self(c).encoding : nullptr;
       };
       t.GetValueA = [](runtime::Certificate* c) -> void* { return &self(c).references; };
       t.GetValueB = [](runtime::Certificate* c) -> void* { return &self(c).encoding; };
       t.GetKeyUsage = [](runtime::Certificate* c) { return self(c).keyUsage; };
       t.GetExtendedKeyUsage = [](runtime::Certificate* c) { return self(c).extendedKeyUsage; };
       t.GetBasicConstraints = [](runtime::Certificate* c) { return self(c).basicConstraints; };
-      t.GetPublicKey = [](runtime::Certificate*) -> const runtime::PublicKey* { return nullptr; };
+      t.GetPublicKey = [](runtime::Certificate* c) { return self(c).publicKey; };
+      t.IsSelfSigned = [](runtime::Certificate* c) { return self(c).selfSigned; };
       t.SetKeyUsage = [](runtime::Certificate* c, const uint8_t* flags, uint32_t critical) {
         self(c).usageFlags.assign(flags, flags + runtime::kKeyUsageFlags);
         self(c).usageCritical = critical;
