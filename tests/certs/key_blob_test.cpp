@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "sample_certificates.h"
 #include "support/module_fixture.h"
 #include "support/sweep.h"
 
@@ -116,6 +117,31 @@ TEST_F(KeyBlob, KeysOfEverySizeHaveThePublishedLayout) {
     SyntheticKey key(bits / 8);
     EXPECT_EQ(convert(key), expectedBlob(key, 0xA400)) << bits;
   }
+}
+
+// As decoded: a zero byte stands in front of every number whose first bit is set.
+TEST_F(KeyBlob, ARealKeyHasThePublishedLayout) {
+  const auto& material = test::SampleCertificates::instance().janeKey->privateKey;
+  runtime::RsaPrivateKey* decoded = nullptr;
+  ASSERT_EQ(spy.commonTypes.RsaPrivateKeyDecode(material.bytes, material.bitLength / 8, &decoded),
+            kOk);
+  const auto copy = [](const BigInteger& from) {
+    return Bytes(from.bytes, from.bytes + from.length);
+  };
+  SyntheticKey key(0);
+  key.modulus = copy(decoded->modulus);
+  key.publicExponent = copy(decoded->publicExponent);
+  key.privateExponent = copy(decoded->privateExponent);
+  key.prime1 = copy(decoded->prime1);
+  key.prime2 = copy(decoded->prime2);
+  key.exponent1 = copy(decoded->exponent1);
+  key.exponent2 = copy(decoded->exponent2);
+  key.coefficient = copy(decoded->coefficient);
+  spy.commonTypes.RsaPrivateKeyRelease(decoded);
+  EXPECT_EQ(key.modulus.size(), 129u);
+  const Bytes blob = convert(key);
+  EXPECT_EQ(blob, expectedBlob(key, 0xA400));
+  EXPECT_EQ(blob.size(), 20u + 128 + 5 * 64 + 128);
 }
 
 TEST_F(KeyBlob, A2048BitKeyTakes1172Bytes) {
