@@ -54,6 +54,15 @@ TEST_F(StoreImport, ACertificateListedTwiceIsAddedOnce) {
   EXPECT_EQ(added, 1);
 }
 
+TEST_F(StoreImport, RecordsWithoutACertificateAreReadOver) {
+  const CertificateChain chain{nullptr, authority_, nullptr, jane_};
+  EXPECT_EQ(cspImport(u"box", key(), chain.get()), 0);
+  EXPECT_EQ(crypt().encodings(u"CA"), Texts{"authority"});
+  EXPECT_EQ(crypt().encodings(u"MY"), Texts{"jane"});
+  EXPECT_EQ(importCaCerts(chain.get()), 0);
+  EXPECT_EQ(crypt().encodings(u"CA"), (Texts{"authority", "jane"}));
+}
+
 TEST_F(StoreImport, ALaterCertificateOfTheKeyReplacesAnEarlierOne) {
   const CertificateChain chain{older_, authority_, jane_};
   EXPECT_EQ(cspImport(u"box", key(), chain.get()), 0);

@@ -191,6 +191,18 @@ TEST_F(ChangeThread, EndsAtTheLastModuleFinalWhileTheHostHoldsTheMonitor) {
   EXPECT_EQ(spy.trace().size(), traced);
 }
 
+TEST_F(ChangeThread, WithoutTheRuntimeNothingIsCompared) {
+  store({{"a", {}}});
+  stop();
+  adapters().show({{"b", {}}});
+  EXPECT_EQ(monitor().checkNetwork(), kOk);
+  EXPECT_EQ(monitor().status(), 0u);
+  EXPECT_EQ(monitor().reset(), kOk);
+  EXPECT_EQ(monitor().onPowerEvent(18), kOk);
+  EXPECT_EQ(monitor().status(), 1u);
+  EXPECT_EQ(monitor().stop(), kOk);
+}
+
 TEST_F(ChangeThread, ANewStartOfTheModuleHasAMonitorOfItsOwn) {
   store({{"a", {}}});
   EXPECT_EQ(monitor().start(kDays), kOk);
