@@ -59,7 +59,6 @@ class Conformance : public testing::Test {
         nullptr, nullptr, nullptr, nullptr, nullptr);
   }
 
-  static inline LoadedLibrary* runtimeLibrary = nullptr;
   static inline LoadedModule* module = nullptr;
   static inline GetModuleInterfaceFunction lookup = nullptr;
 };
