@@ -32,9 +32,6 @@ constexpr Guid kUnknownId{0xDEADBEEF, 1, 2, {3}};
 class Conformance : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    // Both stay loaded to the end: unloading is tested elsewhere, and LeakSanitizer cannot look
-    // into thread-local storage of a library that has gone.
-    runtimeLibrary = new LoadedLibrary(builtFiles() / kRuntimeFile);
     module = new LoadedModule(builtFiles() / kModuleFile);
     ASSERT_NE(module->init, nullptr);
     ASSERT_EQ(module->init(nullptr, &lookup), kOk);
