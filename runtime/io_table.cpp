@@ -11,6 +11,32 @@ namespace {
 
 extern const runtime::ObjectHeader streamHeader;
 
+// Two overlapping words.
+template <class Word>
+void copyEnds(uint8_t* to, const uint8_t* from, uint64_t count) {
+  Word first;
+  Word last;
+  std::memcpy(&first, from, sizeof(Word));
+  std::memcpy(&last, from + count - sizeof(Word), sizeof(Word));
+  std::memcpy(to, &first, sizeof(Word));
+  std::memcpy(to + count - sizeof(Word), &last, sizeof(Word));
+}
+
+// memcpy for pieces that are short most of the time. At least one byte.
+inline void copyPiece(uint8_t* to, const uint8_t* from, uint64_t count) {
+  if (count > 16) {
+    std::memcpy(to, from, count);
+  } else if (count >= 8) {
+    copyEnds<uint64_t>(to, from, count);
+  } else if (count >= 4) {
+    copyEnds<uint32_t>(to, from, count);
+  } else if (count >= 2) {
+    copyEnds<uint16_t>(to, from, count);
+  } else {
+    *to = *from;
+  }
+}
+
 // A growing block. One thread at a time; only the reference count is interlocked.
 struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr char kTypeName[] = "MemoryStream";
@@ -24,7 +50,7 @@ struct MemoryStream final : Counted<runtime::Stream> {
       return kOutOfMemory;
     }
     if (count != 0) {
-      std::memcpy(bytes + length, source, count);
+      copyPiece(bytes + length, static_cast<const uint8_t*>(source), count);
       length += count;
     }
     return kOk;
@@ -35,7 +61,8 @@ struct MemoryStream final : Counted<runtime::Stream> {
   uint64_t capacity = 0;
 
  private:
-  bool grow(uint64_t count) {
+  // Rare, and kept out of the way of what is not.
+  [[gnu::noinline]] bool grow(uint64_t count) {
     if (count > ~uint64_t{0} - length) {
       return false;
     }

@@ -64,6 +64,21 @@ TEST_F(IoTableTest, LongContentIsKept) {
   release(stream);
 }
 
+TEST_F(IoTableTest, PiecesOfEveryLengthAreCopiedExactly) {
+  runtime::Stream* const stream = create();
+  std::string expected;
+  for (size_t length = 0; length < 70; ++length) {
+    std::string piece;
+    for (size_t i = 0; i < length; ++i) {
+      piece += static_cast<char>(length * 31 + i * 7);
+    }
+    write(stream, piece);
+    expected += piece;
+  }
+  EXPECT_EQ(content(stream), expected);
+  release(stream);
+}
+
 TEST_F(IoTableTest, SlotsHaveTheirNumbers) {
   runtime::Stream* stream = nullptr;
   EXPECT_EQ(tableEntry<int32_t(runtime::Stream**)>(&spy.io, 5)(&stream), kOk);
