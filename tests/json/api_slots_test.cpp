@@ -106,5 +106,22 @@ TEST_F(JsonApi, OtherInterfacesAreNotThere) {
   EXPECT_EQ(array.references(), 2u);
 }
 
+TEST_F(JsonApi, ObjectsHeldBeyondTheModulesEndFailWithoutHarm) {
+  RawObject object = createObject();
+  stop();
+  auto* text = reinterpret_cast<runtime::ByteBuffer*>(this);
+  void* child = this;
+  EXPECT_EQ(object.toText(&text), kFail);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(object.setString("a", "x"), kOutOfMemory);
+  EXPECT_EQ(object.setInteger("a", 1), kOutOfMemory);
+  EXPECT_EQ(object.addArray("a", &child), kOutOfMemory);
+  EXPECT_EQ(child, nullptr);
+  EXPECT_EQ(object.getCount(), 0u);
+  EXPECT_EQ(object.getTypeOf("a"), 0u);
+  EXPECT_EQ(parse("{}", object), kOutOfMemory);  // releases the old one
+  EXPECT_FALSE(object);
+}
+
 }  // namespace
 }  // namespace vexa::test
