@@ -78,7 +78,7 @@ int32_t COwnCertificate::serve(runtime::AttributeRequest& request) const {
 
 int32_t COwnCertificate::SetRecord(runtime::OwnCertificateRecord* record) {
   runtime::OwnCertificateRecord* const old = std::exchange(m_record, record);
-  if (old != nullptr && base::bound.pse) {
+  if (old != nullptr && old != record && base::bound.pse) {
     base::bound.pse->OwnRecordRelease(old);
   }
   return kOk;

@@ -359,7 +359,50 @@ TEST_F(OwnCertificates, WithoutThePseObjectRefreshThrows) {
 }
 #endif
 
+// --- Records ---
+
+TEST_F(OwnCertificates, ANewRecordReleasesTheOneBeforeButNotItself) {
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  void* const wrapper = item(container, 0);
+  EXPECT_EQ(call<int32_t>(wrapper, 5, &a), kOk);
+  EXPECT_THAT(world.released, IsEmpty());
+  EXPECT_EQ(call<int32_t>(wrapper, 6, &a), 1);
+  EXPECT_EQ(call<int32_t>(wrapper, 5, &b), kOk);
+  EXPECT_THAT(world.released, ElementsAre(&a));
+  EXPECT_EQ(call<int32_t>(wrapper, 6, &a), 0);
+  EXPECT_EQ(call<int32_t>(wrapper, 6, &b), 1);
+  call<uint32_t>(container, 2);
+}
+
+TEST_F(OwnCertificates, AnItemAnswersForItsAttributesAndNothingElse) {
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  void* found = nullptr;
+  EXPECT_EQ(call<int32_t>(container, 4, 0u, &IID_IAttributes, &found), kOk);
+  EXPECT_EQ(found, item(container, 0));
+  call<uint32_t>(found, 2);
+  EXPECT_EQ(call<int32_t>(container, 4, 0u, &IID_IContainerRO, &found), kNoInterface);
+  EXPECT_EQ(found, nullptr);
+  call<uint32_t>(container, 2);
+}
+
 // --- Attributes ---
+
+TEST_F(OwnCertificates, WithoutARecordNothingIsServed) {
+  void* container = own();
+  world.records = {&a};
+  ASSERT_EQ(refresh(container), kOk);
+  void* const wrapper = item(container, 0);
+  EXPECT_EQ(call<int32_t>(wrapper, 5, static_cast<void*>(nullptr)), kOk);
+  AttributeRequest request{kOwnField1, {}, 7, nullptr};
+  EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kFalse);
+  EXPECT_EQ(request.found, 0);
+  EXPECT_EQ(request.value.pointer, nullptr);
+  call<uint32_t>(container, 2);
+}
 
 TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
   FakeObject first;
