@@ -192,6 +192,9 @@ TEST_F(MonitorTest, TheHostsEventStaysOpen) {
 struct PowerCase {
   uint32_t code;
   const char* message;
+
+  // GoogleTest would print the bytes, padding included.
+  friend void PrintTo(const PowerCase& tested, std::ostream* out) { *out << tested.message; }
 };
 
 class PowerEvent : public MonitorTest, public testing::WithParamInterface<PowerCase> {};
