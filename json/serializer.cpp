@@ -45,6 +45,58 @@ uint64_t bytesToEscape(uint64_t word) {
          ~word & kHighBits;
 }
 
+// --- Short pieces are put together in registers and stored at once: whoever takes a piece reads it
+// in words right away, and would wait for bytes that were stored one by one. ---
+
+constexpr size_t kWord = sizeof(uint64_t);
+constexpr size_t kHalf = kWord / 2;
+constexpr size_t kLongestShort = 2 * kWord;
+
+// Two words of a text, the first byte lowest, zeros behind the text.
+struct Words {
+  uint64_t low = 0;
+  uint64_t high = 0;
+};
+
+int32_t writeShort(runtime::Stream* stream, Words words, size_t size) {
+  const uint64_t __attribute__((vector_size(2 * kWord))) bytes = {words.low, words.high};
+  return writePiece(stream, {reinterpret_cast<const char*>(&bytes), size});
+}
+
+// Loads a text of up to two words; false when some of it is to be escaped.
+bool loadPlain(const char* text, size_t size, Words& words) {
+  if (size >= kWord) {
+    const uint64_t last = loadWord(text + size - kWord);  // may overlap the first
+    words.low = loadWord(text);
+    words.high = size == kWord ? 0 : last >> ((2 * kWord - size) * 8);
+    return (bytesToEscape(words.low) | bytesToEscape(last)) == 0;
+  }
+  if (size >= kHalf) {
+    uint32_t first;
+    uint32_t last;
+    std::memcpy(&first, text, kHalf);
+    std::memcpy(&last, text + size - kHalf, kHalf);
+    words.low = first | uint64_t{last} << ((size - kHalf) * 8);
+    return bytesToEscape(first | uint64_t{last} << 32) == 0;
+  }
+  for (size_t i = 0; i < size; ++i) {
+    const auto byte = static_cast<uint8_t>(text[i]);
+    if (kEscapes[byte] != kPlain) {
+      return false;
+    }
+    words.low |= uint64_t{byte} << (i * 8);
+  }
+  return true;
+}
+
+// Puts a quote before and one behind a text of at most two words less two bytes.
+Words quoted(Words text, size_t size) {
+  Words words{text.low << 8 | uint64_t{'"'}, text.high << 8 | text.low >> 56};
+  const size_t closing = size + 1;
+  (closing < kWord ? words.low : words.high) |= uint64_t{'"'} << (closing % kWord * 8);
+  return words;
+}
+
 // Gathers one string. Leaves for the stream whenever 1024 bytes or more are pending before the next
 // byte, and at the end.
 class EscapedWriter {
@@ -72,8 +124,6 @@ class EscapedWriter {
 
  private:
   static constexpr size_t kFlushAt = 1024;
-  static constexpr size_t kWord = sizeof(uint64_t);
-  static constexpr size_t kHalf = kWord / 2;
   static constexpr size_t kLongestEscape = 6;  // \u0031
   static constexpr size_t kSize = 1032;
   static_assert(kFlushAt - 1 + kLongestEscape + 1 <= kSize && kFlushAt + kWord <= kSize);
@@ -142,6 +192,11 @@ class EscapedWriter {
   size_t pending_ = 0;
   char buffer_[kSize];
 };
+
+// By itself, so that short strings do without its buffer.
+[[gnu::noinline]] int32_t writeGathered(runtime::Stream* stream, std::string_view text) {
+  return EscapedWriter(stream).write(text);
+}
 
 constexpr std::string_view kSeparator = ",\n";
 
@@ -225,13 +280,35 @@ int32_t writePiece(runtime::Stream* stream, std::string_view piece) {
 }
 
 int32_t writeInteger(runtime::Stream* stream, int32_t value) {
-  char digits[std::numeric_limits<int32_t>::digits10 + 2];  // all digits and a sign
-  const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
-  return writePiece(stream, {digits, static_cast<size_t>(end - digits)});
+  constexpr uint32_t kShortLimit = 10'000'000;  // with a sign they fill a word
+  auto rest = static_cast<uint32_t>(value);
+  rest = value < 0 ? 0 - rest : rest;
+  if (rest >= kShortLimit) {
+    char digits[std::numeric_limits<int32_t>::digits10 + 2];  // all digits and a sign
+    const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+    return writePiece(stream, {digits, static_cast<size_t>(end - digits)});
+  }
+  uint64_t word = 0;
+  size_t size = 0;
+  do {
+    word = word << 8 | ('0' + rest % 10);
+    ++size;
+    rest /= 10;
+  } while (rest != 0);
+  if (value < 0) {
+    word = word << 8 | '-';
+    ++size;
+  }
+  return writeShort(stream, {word, 0}, size);
 }
 
 int32_t writeEscaped(runtime::Stream* stream, std::string_view text) {
-  return EscapedWriter(stream).write(text);
+  if (text.size() + 2 <= kLongestShort) {
+    if (Words words; loadPlain(text.data(), text.size(), words)) {
+      return writeShort(stream, quoted(words, text.size()), text.size() + 2);
+    }
+  }
+  return writeGathered(stream, text);
 }
 
 int32_t writeCollection(runtime::Stream* stream, JsonCollection& collection) {

@@ -22,17 +22,17 @@ void copyEnds(uint8_t* to, const uint8_t* from, uint64_t count) {
   std::memcpy(to + count - sizeof(Word), &last, sizeof(Word));
 }
 
-// memcpy for pieces that are short most of the time. At least one byte.
-inline void copyPiece(uint8_t* to, const uint8_t* from, uint64_t count) {
-  if (count > 16) {
-    std::memcpy(to, from, count);
-  } else if (count >= 8) {
+// The longest piece that is copied without a call. Most are short.
+constexpr uint64_t kShortPiece = 16;
+
+inline void copyShort(uint8_t* to, const uint8_t* from, uint64_t count) {
+  if (count >= 8) {
     copyEnds<uint64_t>(to, from, count);
   } else if (count >= 4) {
     copyEnds<uint32_t>(to, from, count);
   } else if (count >= 2) {
     copyEnds<uint16_t>(to, from, count);
-  } else {
+  } else if (count != 0) {
     *to = *from;
   }
 }
@@ -40,19 +40,17 @@ inline void copyPiece(uint8_t* to, const uint8_t* from, uint64_t count) {
 // A growing block. One thread at a time; only the reference count is interlocked.
 struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr char kTypeName[] = "MemoryStream";
-  static constexpr uint64_t kFirstCapacity = 256;
+  static constexpr uint64_t kFirstCapacity = 512;
 
   MemoryStream() : Counted(&streamHeader) {}
   ~MemoryStream() { freeBlock(bytes); }
 
   int32_t append(const void* source, uint64_t count) {
-    if (count > capacity - length && !grow(count)) {
-      return kOutOfMemory;
+    if (count > kShortPiece || count > capacity - length) {
+      return appendLong(source, count);
     }
-    if (count != 0) {
-      copyPiece(bytes + length, static_cast<const uint8_t*>(source), count);
-      length += count;
-    }
+    copyShort(bytes + length, static_cast<const uint8_t*>(source), count);
+    length += count;
     return kOk;
   }
 
@@ -61,12 +59,23 @@ struct MemoryStream final : Counted<runtime::Stream> {
   uint64_t capacity = 0;
 
  private:
-  // Rare, and kept out of the way of what is not.
-  [[gnu::noinline]] bool grow(uint64_t count) {
+  // What needs a call, kept out of the way of what does not.
+  [[gnu::noinline]] int32_t appendLong(const void* source, uint64_t count) {
+    if (count > capacity - length && !grow(count)) {
+      return kOutOfMemory;
+    }
+    if (count != 0) {
+      std::memcpy(bytes + length, source, count);
+      length += count;
+    }
+    return kOk;
+  }
+
+  bool grow(uint64_t count) {
     if (count > ~uint64_t{0} - length) {
       return false;
     }
-    const uint64_t wanted = std::max({length + count, capacity * 2, kFirstCapacity});
+    const uint64_t wanted = std::max({length + count, capacity * 4, kFirstCapacity});
     auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes, wanted));
     if (grown == nullptr) {
       return false;

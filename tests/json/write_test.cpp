@@ -110,13 +110,29 @@ std::string escaped(uint8_t byte) {
 TEST_F(JsonWrite, EscapesEveryByteOfAString) {
   const RawObject object = createObject();
   for (int byte = 1; byte < 256; ++byte) {
-    // At every place of a word that might be looked at as one.
-    for (size_t place = 0; place < 18; ++place) {
-      const std::string before(place, 'x');
-      const std::string behind(17 - place, 'x');
-      ASSERT_EQ(object.setString("a", (before + static_cast<char>(byte) + behind).c_str()), kOk);
-      EXPECT_EQ(textOf(object), "{\n\"a\" : \"" + before + escaped(static_cast<uint8_t>(byte)) +
-                                    behind + "\"\n}\n");
+    // At every place of a word that might be looked at as one, in strings of every short length.
+    for (size_t length = 0; length < 18; ++length) {
+      for (size_t place = 0; place <= length; ++place) {
+        const std::string before = std::string("abcdefghijklmnopqr").substr(0, place);
+        const std::string behind = std::string("ABCDEFGHIJKLMNOPQR").substr(place, length - place);
+        ASSERT_EQ(object.setString("a", (before + static_cast<char>(byte) + behind).c_str()), kOk);
+        ASSERT_EQ(textOf(object), "{\n\"a\" : \"" + before + escaped(static_cast<uint8_t>(byte)) +
+                                      behind + "\"\n}\n");
+      }
+    }
+  }
+}
+
+TEST_F(JsonWrite, NumbersOfEveryLength) {
+  const RawObject object = createObject();
+  int64_t power = 1;
+  for (int digits = 1; digits <= 10; ++digits, power *= 10) {
+    for (const int64_t number : {power - 1, power, power + 1, power / 3 * 4, power * 2}) {
+      for (const int64_t signedNumber : {number, -number}) {
+        const auto value = static_cast<int32_t>(signedNumber);
+        ASSERT_EQ(object.setInteger("a", value), kOk);
+        EXPECT_EQ(textOf(object), "{\n\"a\" : " + std::to_string(value) + "\n}\n");
+      }
     }
   }
 }
