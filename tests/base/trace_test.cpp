@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/module_fixture.h"
+#include "support/sweep.h"
 
 namespace vexa::base {
 namespace {
@@ -118,6 +119,20 @@ TEST_F(TraceTest, NothingHappensWhileTracingIsUnbound) {
   }
   EXPECT_FALSE(isTraceOn(0, nullptr));
   EXPECT_THAT(spy.trace(), IsEmpty());
+}
+
+TEST_F(TraceTest, WithoutMemoryAWideMessageIsNotSent) {
+  const int swept = test::sweepAllocations(spy, [this] {
+    spy.clearTrace();
+    traceWide(kTraceInfo, kModuleSource, u"wide");
+    traceWideFormat(kTraceInfo, kModuleSource, u"%s %d", u"format", 5);
+    const auto texts = spy.traceTexts();
+    for (const std::string& text : texts) {
+      EXPECT_TRUE(text == "wide" || text == "format 5") << text;
+    }
+    return texts.size() == 2;
+  });
+  EXPECT_EQ(swept, 3) << "a conversion each, and the formatted text";
 }
 
 }  // namespace

@@ -395,5 +395,23 @@ TEST_F(Scrambler, SurvivesEveryFailedAllocationOfAString) {
   });
 }
 
+TEST_F(Scrambler, AKeyIsCopiedOrTheTargetHasNone) {
+  RawScrambler source(12, 0, 256);
+  RawScrambler target;
+  target.createBare();
+  RawScrambler keyless;
+  keyless.createBare();
+  const int swept = sweepAllocations(spy, [&] {
+    const int32_t result = source.copyKeyTo(target.get());
+    EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+    EXPECT_EQ(keyless.copyKeyTo(target.get()), kOk) << "takes the key away again";
+    return result == kOk;
+  });
+  EXPECT_GE(swept, 1);
+  EXPECT_FALSE(target.hasKey());
+  EXPECT_EQ(source.copyKeyTo(target.get()), kOk);
+  EXPECT_EQ(target.scrambled("text"), source.scrambled("text"));
+}
+
 }  // namespace
 }  // namespace vexa::test

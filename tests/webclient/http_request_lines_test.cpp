@@ -164,5 +164,21 @@ TEST_F(HttpRequestLines, EveryFailedAllocationOfAStepIsReported) {
   });
 }
 
+TEST_F(HttpRequestLines, EveryFailedAllocationOfALookUpIsReported) {
+  ASSERT_EQ(parse("GET /a?x=1 HTTP/1.1\r\nOrigin: o\r\n\r\n"), kOk);
+  for (const int slotNumber : {11, 12}) {
+    const char* const name = slotNumber == 11 ? "origin" : "x";
+    const int swept = sweepAllocations(spy, [&] {
+      char* value = nullptr;
+      const int32_t result = call<int32_t>(request, slotNumber, name, &value);
+      EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+      EXPECT_EQ(value != nullptr, result == kOk);
+      spy.root.Free(value);
+      return result == kOk;
+    });
+    EXPECT_GE(swept, 2) << "the name, and the value's copy";
+  }
+}
+
 }  // namespace
 }  // namespace vexa::test
