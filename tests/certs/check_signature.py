@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""Keys imported into a Windows key container sign for their certificate: OpenSSL says so.
+
+check_signature.py [--report FILE] --host VEXAHOST --signer SIGN_WITH_CONTAINER -- COMMAND...
+
+COMMAND starts a Windows program. FILE receives the counts. The containers are deleted at the end.
+"""
+
+import argparse
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+PASSWORD = "import"
+NO_CONTAINER = 3  # the signer's exit status
+MESSAGE = b"signed through the container"
+
+
+def openssl(folder, *arguments):
+    result = subprocess.run(["openssl", *arguments], cwd=folder, capture_output=True, check=False)
+    return result.returncode, (result.stdout + result.stderr).decode(errors="replace")
+
+
+def make_chain(folder, bits):
+    """leaf.p12 with its issuer, and leaf.pub, the public key as the certificate has it."""
+    for name, subject, issuer in (("root", "/CN=Signing root", ()),
+                                  ("leaf", "/CN=Signer", ("-CA", "root.pem", "-CAkey", "root.key"))):
+        openssl(folder, "req", "-x509", "-newkey", f"rsa:{bits}", "-nodes", "-days", "30", "-subj",
+                subject, "-keyout", f"{name}.key", "-out", f"{name}.pem", *issuer)
+    openssl(folder, "pkcs12", "-export", "-legacy", "-inkey", "leaf.key", "-in", "leaf.pem",
+            "-certfile", "root.pem", "-name", "Signer", "-passout", f"pass:{PASSWORD}", "-out",
+            "leaf.p12")
+    _, public = openssl(folder, "x509", "-in", "leaf.pem", "-noout", "-pubkey")
+    (folder / "leaf.pub").write_text(public)
+    (folder / "password").write_text(PASSWORD)
+    (folder / "message").write_bytes(MESSAGE)
+    (folder / "tampered").write_bytes(MESSAGE + b".")
+
+
+class Windows:
+    """The host and the signer, both separate processes, as a client's programs are."""
+
+    def __init__(self, arguments, folder):
+        self.arguments = arguments
+        self.folder = folder
+
+    def run(self, *command):
+        result = subprocess.run([*self.arguments.command, *command], cwd=self.folder,
+                                stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
+                                check=False)
+        return result.returncode, (result.stdout + result.stderr).decode(errors="replace")
+
+    def host(self, *command):
+        return self.run(self.arguments.host, *command)
+
+    def sign(self, container):
+        return self.run(self.arguments.signer, container, "message", "signature")
+
+
+def verifies(folder, file):
+    status, _ = openssl(folder, "dgst", "-sha1", "-verify", "leaf.pub", "-signature", "signature",
+                        file)
+    return status == 0
+
+
+def check_size(windows, bits, expect):
+    folder, container = windows.folder, f"vexabase signature check {bits}"
+    make_chain(folder, bits)
+    try:
+        said = windows.host("capi", "import", "leaf.p12", "--container", container,
+                            "--password-file", "password")
+        expect(f"{bits} bits: the import", said[0] == 0, said)
+        said = windows.sign(container)
+        expect(f"{bits} bits: another program signs through the container", said[0] == 0, said)
+        expect(f"{bits} bits: OpenSSL verifies with the certificate", verifies(folder, "message"),
+               "")
+        expect(f"{bits} bits: and refuses another message", not verifies(folder, "tampered"), "")
+    finally:
+        said = windows.host("capi", "delete", "--container", container)
+    expect(f"{bits} bits: the container is deleted",
+           said[0] == 0 and windows.sign(container)[0] == NO_CONTAINER, said)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--report", type=pathlib.Path)
+    parser.add_argument("--host", required=True)
+    parser.add_argument("--signer", required=True)
+    parser.add_argument("command", nargs="+")
+    arguments = parser.parse_args()
+    counts = {"passed": 0, "failed": 0}
+
+    def expect(what, good, detail):
+        counts["passed" if good else "failed"] += 1
+        print(f"ok      {what}" if good else f"FAILED  {what}: {detail}")
+
+    for bits in (1024, 2048, 4096):
+        with tempfile.TemporaryDirectory() as folder:
+            check_size(Windows(arguments, pathlib.Path(folder)), bits, expect)
+    print(f"{counts['passed']} passed, {counts['failed']} failed")
+    if arguments.report:
+        arguments.report.write_text(json.dumps(counts))
+    sys.exit(1 if counts["failed"] else 0)
+
+
+if __name__ == "__main__":
+    main()
