@@ -37,9 +37,15 @@ void import(const Options& options, ImportRequest& request) {
   std::printf("imported into %s\n", request.container.c_str());
 }
 
-void remove(const Options& options, const std::string& container) {
+// What is empty is left alone.
+void remove(const Options& options, const std::string& container, const std::string& issuer) {
   const Module module(options.module);
-  check(capi(module).CspDeleteOwnCerts(toUtf16(module, container).c_str()), "deleting");
+  if (!container.empty()) {
+    check(capi(module).CspDeleteOwnCerts(toUtf16(module, container).c_str()), "deleting");
+  }
+  if (!issuer.empty()) {
+    check(capi(module).DeleteCACertsByName(issuer.c_str()), "deleting CA certificates");
+  }
 }
 
 void list(const Options& options) {
@@ -77,10 +83,14 @@ void addCapiCommand(CLI::App& app, Options& options) {
   importCommand->callback([&options, request] { import(options, *request); });
 
   CLI::App* const deleteCommand =
-      command->add_subcommand("delete", "Delete a container with its certificates");
+      command->add_subcommand("delete", "Delete a container with its certificates, or CA ones");
   const auto container = std::make_shared<std::string>();
-  deleteCommand->add_option("--container", *container, "Key container")->required();
-  deleteCommand->callback([&options, container] { remove(options, *container); });
+  const auto issuer = std::make_shared<std::string>();
+  CLI::Option_group* const what = deleteCommand->add_option_group("what");
+  what->add_option("--container", *container, "Key container");
+  what->add_option("--issuer", *issuer, "CA certificates of this issuer, \"CN=Root,O=Example\"");
+  what->require_option(1, 2);
+  deleteCommand->callback([&options, container, issuer] { remove(options, *container, *issuer); });
 
   command->add_subcommand("list", "Certificates of the stores MY and CA")->callback([&options] {
     list(options);

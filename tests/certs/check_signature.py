@@ -14,6 +14,8 @@ import sys
 import tempfile
 
 PASSWORD = "import"
+ISSUER = "CN=vexabase signature check"
+STORE = r"HKCU\Software\Microsoft\SystemCertificates\CA\Certificates" + "\\"
 NO_CONTAINER = 3  # the signer's exit status
 MESSAGE = b"signed through the container"
 
@@ -25,7 +27,7 @@ def openssl(folder, *arguments):
 
 def make_chain(folder, bits):
     """leaf.p12 with its issuer, and leaf.pub, the public key as the certificate has it."""
-    for name, subject, issuer in (("root", "/CN=Signing root", ()),
+    for name, subject, issuer in (("root", f"/{ISSUER}", ()),
                                   ("leaf", "/CN=Signer", ("-CA", "root.pem", "-CAkey", "root.key"))):
         openssl(folder, "req", "-x509", "-newkey", f"rsa:{bits}", "-nodes", "-days", "30", "-subj",
                 subject, "-keyout", f"{name}.key", "-out", f"{name}.pem", *issuer)
@@ -55,6 +57,11 @@ class Windows:
     def host(self, *command):
         return self.run(self.arguments.host, *command)
 
+    def forget_authority(self):
+        """Wine keeps a deleted certificate until somebody commits the store."""
+        _, text = openssl(self.folder, "x509", "-in", "root.pem", "-noout", "-fingerprint", "-sha1")
+        self.run("reg", "delete", STORE + text.strip().split("=")[1].replace(":", ""), "/f")
+
     def sign(self, container):
         return self.run(self.arguments.signer, container, "message", "signature")
 
@@ -78,9 +85,10 @@ def check_size(windows, bits, expect):
                "")
         expect(f"{bits} bits: and refuses another message", not verifies(folder, "tampered"), "")
     finally:
-        said = windows.host("capi", "delete", "--container", container)
+        said = windows.host("capi", "delete", "--container", container, "--issuer", ISSUER)
     expect(f"{bits} bits: the container is deleted",
            said[0] == 0 and windows.sign(container)[0] == NO_CONTAINER, said)
+    windows.forget_authority()
 
 
 def main():
