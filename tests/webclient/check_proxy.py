@@ -66,8 +66,12 @@ class Prefix:
         for text in (proxy, bypass, script):
             block += struct.pack("<I", len(text)) + text.encode()
         block += bytes(32)
-        self.run("reg", "add", CONNECTIONS, "/v", "DefaultConnectionSettings", "/t", "REG_BINARY",
-                 "/d", block.hex(), "/f")
+        for _ in range(3):
+            said = self.run("reg", "add", CONNECTIONS, "/v", "DefaultConnectionSettings", "/t",
+                            "REG_BINARY", "/d", block.hex(), "/f")
+            if "success" in said:
+                return
+        print(f"the settings could not be written: {said}")
 
     def proxy_for(self, url):
         return self.run(self.host, "proxy", url, "--why")
