@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace vexa::base {
@@ -43,6 +45,13 @@ TEST(WideFormat, WidthAndPrecisionOfTexts) {
   EXPECT_EQ(format(u"[%5s][%-5s][%.2s][%*s][%-*.*s]", u"ab", u"ab", u"abc", 3, u"x", 4, 1, u"yz"),
             u"[   ab][ab   ][ab][  x][y   ]");
   EXPECT_EQ(format(u"[%*s]", -4, u"ab"), u"[ab  ]") << "a negative width aligns left";
+}
+
+TEST(WideFormat, PointersAreWrittenAsTheLibraryWritesThem) {
+  const void* const pointer = "somewhere";
+  char expected[32];
+  std::snprintf(expected, sizeof(expected), "[%20p]", pointer);
+  EXPECT_EQ(format(u"[%20p]", pointer), std::u16string(expected, expected + std::strlen(expected)));
 }
 
 TEST(WideFormat, NumbersOfEverySize) {

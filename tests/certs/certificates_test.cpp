@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "certs/certificate.h"
+#include "fake_certificate.h"
 #include "sample_certificates.h"
 #include "support/module_fixture.h"
 #include "support/sweep.h"
@@ -187,6 +189,25 @@ TEST_F(CertificateAttributes, TheBlobSetterGetsBytesLengthAndCopyFlag0) {
   EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kOk);
   EXPECT_EQ(target, &request.value.blob);
   EXPECT_EQ(copyFlag, 0u);
+}
+
+TEST_F(CertificateAttributes, WithoutAnEncodingTheBlobIsNotServed) {
+  FakeCertificate fake;
+  fake.isEncoded = false;
+  int32_t result = kFail;
+  auto* const made = base::CComObject<certs::CCertificate>::Create(&result);
+  ASSERT_NE(made, nullptr);
+  made->AddRef();
+  void* const object = static_cast<ICertificate*>(made);
+  AttributeRequest request{kDerEncoding, {}, 7, nullptr};
+  EXPECT_EQ(call<int32_t>(object, 4, &request), kFalse) << "nor without a certificate";
+  EXPECT_EQ(request.found, 0);
+  made->wrap(fake);
+  request.found = 7;
+  EXPECT_EQ(call<int32_t>(object, 4, &request), kFalse);
+  EXPECT_EQ(request.found, 0);
+  EXPECT_EQ(call<uint32_t>(object, 2), 0u);
+  EXPECT_EQ(fake.references, 1u);
 }
 
 TEST_F(CertificateAttributes, NothingCanBeWritten) {

@@ -256,6 +256,12 @@ TEST_F(HttpResponseEdges, ABufferThatIsLargeEnoughIsWrittenInPlace) {
   EXPECT_EQ(text, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
 }
 
+TEST_F(HttpResponseEdges, SerialisingNeedsBothPlaces) {
+  EXPECT_EQ(call<int32_t>(response, 3, static_cast<void*>(nullptr), &size), kNullPointer);
+  EXPECT_EQ(call<int32_t>(response, 3, &buffer, static_cast<void*>(nullptr)), kNullPointer);
+  EXPECT_EQ(serialise(), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n") << "no header was added";
+}
+
 TEST_F(HttpResponseEdges, SerialisingTwiceAddsASecondContentLength) {
   (void)serialise();
   EXPECT_EQ(serialise(), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\nContent-Length: 0\r\n\r\n");
