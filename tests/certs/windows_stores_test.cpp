@@ -101,6 +101,23 @@ class WindowsStores : public ModuleTest {
     CertCloseStore(store, 0);
     return found;
   }
+  // Another program's certificate in "MY", said to belong to a container.
+  static void addToOwn(Certificate* certificate, const char16_t* container) {
+    const Bytes encoding = encodingOf(certificate);
+    const PCCERT_CONTEXT context = CertCreateCertificateContext(
+        X509_ASN_ENCODING, encoding.data(), static_cast<DWORD>(encoding.size()));
+    CRYPT_KEY_PROV_INFO info{};
+    info.pwszContainerName = const_cast<WCHAR*>(pal::wide(container));
+    info.pwszProvName = const_cast<WCHAR*>(pal::wide(kProvider));
+    info.dwProvType = PROV_RSA_FULL;
+    info.dwKeySpec = AT_KEYEXCHANGE;
+    EXPECT_TRUE(CertSetCertificateContextProperty(context, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+    const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(u"MY"));
+    EXPECT_TRUE(
+        CertAddCertificateContextToStore(store, context, CERT_STORE_ADD_REPLACE_EXISTING, nullptr));
+    CertCloseStore(store, 0);
+    CertFreeCertificateContext(context);
+  }
   // A signature made with the container's key, checked with the certificate's public key.
   bool containerSignsForTheCertificate() {
     const char text[] = "signed through the container";
@@ -163,6 +180,17 @@ TEST_F(WindowsStores, DeletingTakesTheCertificateAndTheContainerAway) {
   EXPECT_EQ(capi().CspDeleteOwnCerts(kContainer), 0);
   EXPECT_TRUE(stored(u"MY").empty());
   EXPECT_FALSE(containerExists());
+}
+
+TEST_F(WindowsStores, DeletingTakesAllCertificatesOfTheContainerAway) {
+  for (Certificate* const certificate : {samples.jane, samples.authority, samples.root}) {
+    addToOwn(certificate, certificate == samples.root ? u"vexabase other container" : kContainer);
+  }
+  ASSERT_EQ(stored(u"MY").size(), 3u);
+  EXPECT_EQ(capi().CspDeleteOwnCerts(kContainer), 0);
+  EXPECT_EQ(stored(u"MY"), std::vector<Bytes>{encodingOf(samples.root)});
+  EXPECT_EQ(capi().CspDeleteOwnCerts(u"vexabase other container"), 0);
+  EXPECT_TRUE(stored(u"MY").empty());
 }
 
 TEST_F(WindowsStores, AnUntrustedRootIsRefusedAndStays) {
