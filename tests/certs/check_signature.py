@@ -104,7 +104,7 @@ def main():
         counts["passed" if good else "failed"] += 1
         print(f"ok      {what}" if good else f"FAILED  {what}: {detail}")
 
-    for bits in (1024, 2048, 4096):
+    for bits in (512, 1024, 2048, 3072, 4096):
         with tempfile.TemporaryDirectory() as folder:
             check_size(Windows(arguments, pathlib.Path(folder)), bits, expect)
     print(f"{counts['passed']} passed, {counts['failed']} failed")
