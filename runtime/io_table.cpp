@@ -75,7 +75,7 @@ struct MemoryStream final : Counted<runtime::Stream> {
     if (count > ~uint64_t{0} - length) {
       return false;
     }
-    const uint64_t wanted = std::max({length + count, capacity * 4, kFirstCapacity});
+    const uint64_t wanted = std::max({length + count, capacity * 2, kFirstCapacity});
     auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes, wanted));
     if (grown == nullptr) {
       return false;
