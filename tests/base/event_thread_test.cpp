@@ -74,6 +74,18 @@ TEST(Thread, WaitTimesOutWhileItRunsAndClosesWhenItHasEnded) {
   EXPECT_EQ(thread.id(), 0u);
 }
 
+TEST(Thread, TerminateEndsItByForceAndKeepsTheId) {
+  static Meeting meeting;  // nobody tells when the thread has let go of it
+  Thread thread;
+  Thread::Start(&thread, meet, &meeting);
+  ASSERT_TRUE(meeting.entered.Wait(kLong));
+  const uint32_t id = thread.id();
+  thread.Terminate();
+  EXPECT_EQ(thread.handle(), nullptr);
+  EXPECT_EQ(thread.id(), id);
+  EXPECT_FALSE(thread.Wait(0));
+}
+
 TEST(Thread, ADetachedThreadRunsWithoutAHolder) {
   Meeting meeting;
   meeting.mayLeave.Signal();
