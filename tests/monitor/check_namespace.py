@@ -78,7 +78,7 @@ CHANGES = [
 
 def check(command, expect):
     monitor = Monitor(command)
-    expect("the monitor starts", monitor.wait_for("watching", 60))
+    expect("the monitor starts", monitor.wait_for("watching", 120))
     time.sleep(1.5)
     for what, step in CHANGES:
         if what.startswith("both ends"):
