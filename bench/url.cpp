@@ -1,136 +1,140 @@
+#include "vexa/url_parser.h"
+
 #include <benchmark/benchmark.h>
 
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
-#include <string_view>
+#include <string>
+#include <vector>
 
-#include "vexa/module.h"
-#include "vexa/runtime/reference.h"
-#include "webclient/url_parser.h"
+#include "loaded_module.h"
 
 // A URL split into scheme, host, port and the start of its path, beside a well-known library that
-// keeps views into the text, too; and what else is asked of URLs on the way of a request. The rate
-// counts URLs.
+// keeps views into the text, too; the same question of origin asked of two texts; and what else is
+// asked of URLs on the way of a request. The rate counts URLs.
 //
-// The module's operations trace their entry and exit, with the level off, as in a client that runs
-// normally. "untraced" is the same with no tracing bound.
-extern "C" {
-int32_t module_init(const vexa::runtime::RootList* root, vexa::GetModuleInterfaceFunction* lookup);
-int32_t module_final();
-}
-
+// The module's operations trace their entry and exit, with the level off.
 namespace {
 
 using vexa::IURLParser;
+using vexa::bench::LoadedModule;
+using Parser = vexa::bench::Created<IURLParser>;
 
-constexpr const char* kUrls[] = {
-    "https://portal.example.com/login",
-    "http://127.0.0.1:8080/api/v1/status?verbose=1",
-    "https://sso.corporate.example.com:8443/adfs/ls/?wa=wsignin1.0&wtrealm=urn%3Aexample%3Aportal",
-    "https://example.com",
-    "http://intranet/index.html",
-    "https://cdn.static.assets.example.net/libraries/framework/3.7.1/framework.min.js",
-    "https://mail.example.org:443/inbox",
-    "https://search.example.com/results?q=how+to+read+a+url&lang=en&page=12#top",
+constexpr const char* kHosts[] = {
+    "https://portal.example.com",
+    "http://127.0.0.1:8080",
+    "https://sso.corporate.example.com:8443",
+    "http://intranet",
+    "https://cdn.static.assets.example.net",
+    "https://mail.example.org:443",
+    "https://search.example.com",
+};
+constexpr const char* kPaths[] = {
+    "/login",
+    "/api/v1/status?verbose=1",
+    "/adfs/ls/?wa=wsignin1.0&wtrealm=urn%3Aexample%3Aportal",
+    "",
+    "/libraries/framework/3.7.1/framework.min.js",
+    "/results?q=how+to+read+a+url&lang=en&page=12#top",
 };
 
-// A parser over a started module, with the tracing of the reference runtime or none.
-class Parser {
- public:
-  Parser() {
-    const vexa::runtime::RootList* root = nullptr;
-    if (quorix_get_f_list(0, 0, &root, 0, "", 0) != 0 || module_init(root, nullptr) != 0 ||
-        vexa::webclient::URLParser::CreateInstance(&vexa::IID_IURLParser, &object_) != 0) {
-      std::abort();
-    }
+std::vector<std::string> urls() {
+  std::vector<std::string> made;
+  for (size_t i = 0; i < 1000; ++i) {
+    made.push_back(std::string(kHosts[i % std::size(kHosts)]) + kPaths[i % std::size(kPaths)]);
   }
-  Parser(const Parser&) = delete;
-  Parser& operator=(const Parser&) = delete;
-  ~Parser() {
-    get()->Release();
-    module_final();
-  }
+  return made;
+}
 
-  IURLParser* get() const { return static_cast<IURLParser*>(object_); }
-
- private:
-  void* object_ = nullptr;
-};
+constexpr char kFirst[] = "https://portal.example.com:443/x";
+constexpr char kSecond[] = "https://portal.example.com/login";
 
 void countUrls(benchmark::State& state, size_t perIteration) {
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(perIteration));
 }
 
-// All that the interface tells of each URL.
-void splitAll(benchmark::State& state, IURLParser* parser) {
+void split(benchmark::State& state) {
+  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const std::vector<std::string> texts = urls();
   for (auto _ : state) {
-    for (const char* const url : kUrls) {
-      benchmark::DoNotOptimize(parser->parse(url));
+    for (const std::string& url : texts) {
+      benchmark::DoNotOptimize(parser->parse(url.c_str()));
       benchmark::DoNotOptimize(parser->isHTTPS());
       benchmark::DoNotOptimize(parser->getPort());
       benchmark::DoNotOptimize(parser->getLength());
     }
   }
-  countUrls(state, std::size(kUrls));
-}
-
-void splitVexa(benchmark::State& state) {
-  const Parser parser;
-  splitAll(state, parser.get());
-}
-
-// An object that outlives the module traces nothing.
-void splitUntraced(benchmark::State& state) {
-  IURLParser* object = nullptr;
-  {
-    const Parser parser;
-    object = parser.get();
-    object->AddRef();
-  }
-  splitAll(state, object);
-  object->Release();
+  countUrls(state, texts.size());
 }
 
 void splitBoost(benchmark::State& state) {
+  const std::vector<std::string> texts = urls();
   for (auto _ : state) {
-    for (const char* const url : kUrls) {
+    for (const std::string& url : texts) {
       const auto view = boost::urls::parse_uri(url);
       if (!view) {
         std::abort();
       }
       benchmark::DoNotOptimize(view->scheme_id());
       benchmark::DoNotOptimize(view->port_number());
-      benchmark::DoNotOptimize(view->encoded_origin().size());
+      benchmark::DoNotOptimize(view->encoded_host().data());
+      benchmark::DoNotOptimize(view->encoded_path().data());
     }
   }
-  countUrls(state, std::size(kUrls));
+  countUrls(state, texts.size());
 }
 
-void compareWithText(benchmark::State& state) {
-  const Parser parser;
-  (void)parser.get()->parse("https://portal.example.com:443/x");
+void sameOrigin(benchmark::State& state) {
+  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(parser.get()->cmp("https://portal.example.com/login"));
+    benchmark::DoNotOptimize(parser->parse(kFirst));
+    benchmark::DoNotOptimize(parser->cmpText(kSecond));
   }
-  countUrls(state, 1);
+  countUrls(state, 2);
+}
+
+uint16_t portOf(const boost::urls::url_view& url) {
+  if (url.has_port()) {
+    return url.port_number();
+  }
+  return url.scheme_id() == boost::urls::scheme::https ? 443 : 80;
+}
+
+void sameOriginBoost(benchmark::State& state) {
+  for (auto _ : state) {
+    const auto first = boost::urls::parse_uri(kFirst);
+    const auto second = boost::urls::parse_uri(kSecond);
+    benchmark::DoNotOptimize(first && second && first->scheme_id() == second->scheme_id() &&
+                             portOf(*first) == portOf(*second) &&
+                             first->encoded_host() == second->encoded_host());
+  }
+  countUrls(state, 2);
 }
 
 void matchPattern(benchmark::State& state) {
-  const Parser parser;
-  (void)parser.get()->parse("https://portal.example.com/login");
+  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  (void)parser->parse(kSecond);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(parser.get()->pattern_match("https://*.example.com"));
+    benchmark::DoNotOptimize(parser->pattern_match("https://*.example.com"));
   }
   countUrls(state, 1);
 }
 
-BENCHMARK(splitVexa)->Name("url/split/vexabase");
-BENCHMARK(splitUntraced)->Name("url/split/vexabase untraced");
-BENCHMARK(splitBoost)->Name("url/split/boost.url");
-BENCHMARK(compareWithText)->Name("url/compare/vexabase");
+void createAndRelease(benchmark::State& state) {
+  (void)LoadedModule::get();
+  for (auto _ : state) {
+    const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+    benchmark::DoNotOptimize(parser.get());
+  }
+}
+
+BENCHMARK(split)->Name("url/split 1000/vexabase");
+BENCHMARK(splitBoost)->Name("url/split 1000/boost.url");
+BENCHMARK(sameOrigin)->Name("url/same origin/vexabase");
+BENCHMARK(sameOriginBoost)->Name("url/same origin/boost.url");
 BENCHMARK(matchPattern)->Name("url/pattern/vexabase");
+BENCHMARK(createAndRelease)->Name("url/create and release/vexabase");
 
 }  // namespace
