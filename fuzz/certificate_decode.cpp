@@ -1,8 +1,9 @@
 #include <cstdlib>
 #include <initializer_list>
 
+#include "runtime/basic_tables.h"
+#include "runtime/exports/common_types.h"
 #include "runtime/heap.h"
-#include "runtime/tables.h"
 #include "vexa/results.h"
 
 // A certificate, in DER or as text: what is read has an encoding that reads again as an equal

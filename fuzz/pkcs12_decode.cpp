@@ -1,9 +1,10 @@
 #include <cstdlib>
 
-#include "runtime/crypto/password_derivation.h"
-#include "runtime/crypto/tables.h"
+#include "runtime/basic_tables.h"
+#include "runtime/exports/common_types.h"
 #include "runtime/heap.h"
-#include "runtime/tables.h"
+#include "runtime/pkcs12/password_derivation.h"
+#include "runtime/pkcs12/pkcs12_table.h"
 #include "vexa/results.h"
 
 // A PKCS#12 file under the password "secret": bags come only with success, each is complete, and

@@ -1,8 +1,8 @@
 #include <cstring>
 
 #include "runtime/base64.h"
+#include "runtime/basic_tables.h"
 #include "runtime/heap.h"
-#include "runtime/tables.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {

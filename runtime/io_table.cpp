@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "runtime/crypto/counted.h"
+#include "runtime/basic_tables.h"
+#include "runtime/counted.h"
 #include "runtime/heap.h"
-#include "runtime/tables.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <optional>
 
-#include "runtime/tables.h"
+#include "runtime/basic_tables.h"
 #include "vexa/results.h"
 
 // A library time is a text YYYYMMDDThhmmss in UTC.

@@ -1,7 +1,7 @@
 #include <string_view>
 
+#include "runtime/basic_tables.h"
 #include "runtime/string_operations.h"
-#include "runtime/tables.h"
 
 namespace vexa::velmora {
 namespace {

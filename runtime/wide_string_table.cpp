@@ -1,5 +1,5 @@
+#include "runtime/basic_tables.h"
 #include "runtime/string_operations.h"
-#include "runtime/tables.h"
 #include "runtime/utf.h"
 
 namespace vexa::velmora {

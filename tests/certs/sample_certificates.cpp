@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "runtime/tables.h"
+#include "runtime/exports/common_types.h"
 #include "vexa/runtime/reference_crypto.h"
 
 namespace vexa::test {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "runtime_fixture.h"
+#include "runtime/runtime_fixture.h"
 #include "support/exact_bytes.h"
 
 namespace vexa::test {

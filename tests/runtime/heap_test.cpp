@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "runtime_fixture.h"
+#include "runtime/runtime_fixture.h"
 #include "vexa/runtime/reference.h"
 
 namespace vexa::test {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "runtime_fixture.h"
+#include "runtime/runtime_fixture.h"
 #include "support/exact_bytes.h"
 #include "support/slot.h"
 #include "support/sweep.h"

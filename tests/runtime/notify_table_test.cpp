@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "runtime/tables.h"
+#include "runtime/basic_tables.h"
 #include "vexa/results.h"
 #include "vexa/runtime/reference.h"
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <ostream>
 
-#include "runtime_fixture.h"
+#include "runtime/runtime_fixture.h"
 #include "support/exact_bytes.h"
 #include "support/slot.h"
 #include "support/sweep.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "runtime_fixture.h"
+#include "runtime/runtime_fixture.h"
 #include "support/exact_bytes.h"
 #include "support/sweep.h"
 

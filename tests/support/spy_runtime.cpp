@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "runtime/heap.h"
-#include "runtime/registry.h"
+#include "runtime/exports/registry.h"
 #include "support/allocation_gate.h"
 
 namespace vexa::test {

@@ -1,0 +1,72 @@
+#include "runtime/certificates/certificate.h"
+
+#include "runtime/keys/signature.h"
+
+namespace vexa::velmora {
+namespace {
+
+const runtime::ByteBuffer* encodingOf(runtime::Certificate* certificate) {
+  return certificate->table->GetEncoding(certificate);
+}
+
+}  // namespace
+
+CertificateObject::CertificateObject() : Counted(&kTable) {}
+
+CertificateObject::~CertificateObject() {
+  clearPublicKey(&publicKey);
+  while (extendedKeyUsage != nullptr) {
+    runtime::ExtendedKeyUsage* const next = extendedKeyUsage->next;
+    Ref<runtime::ObjectId> identifier(extendedKeyUsage->identifier);
+    freeBlock(extendedKeyUsage);
+    extendedKeyUsage = next;
+  }
+}
+
+int32_t appendExtendedKeyUsage(CertificateObject& certificate, runtime::ObjectId* owned) {
+  Ref<runtime::ObjectId> identifier(owned);
+  auto* const entry =
+      static_cast<runtime::ExtendedKeyUsage*>(allocateBlock(sizeof(runtime::ExtendedKeyUsage)));
+  if (entry == nullptr) return kOutOfMemory;
+  entry->identifier = identifier.release();
+  runtime::ExtendedKeyUsage** end = &certificate.extendedKeyUsage;
+  while (*end != nullptr) end = &(*end)->next;
+  *end = entry;
+  return kOk;
+}
+
+bool equalCertificates(runtime::Certificate* a, runtime::Certificate* b) {
+  if (a == nullptr || b == nullptr) return false;
+  if (a == b) return true;
+  const runtime::ByteBuffer* const first = encodingOf(a);
+  const runtime::ByteBuffer* const second = encodingOf(b);
+  return first != nullptr && second != nullptr && equalBytes(viewOf(*first), viewOf(*second));
+}
+
+bool isSelfSigned(const CertificateObject& certificate) {
+  if (!certificate.isComplete() ||
+      !equalNames(certificate.issuer.get(), certificate.subject.get())) {
+    return false;
+  }
+  return verifySignature(certificate.signatureAlgorithm, certificate.signedPart,
+                         certificate.signature, certificate.publicKey) != Verdict::kInvalid;
+}
+
+bool isIssuedBy(runtime::Certificate* certificate, runtime::Certificate* issuer) {
+  const CertificateObject& child = *implementationOf(certificate);
+  const CertificateObject& parent = *implementationOf(issuer);
+  return equalNames(child.issuer.get(), parent.subject.get()) &&
+         verifySignature(child.signatureAlgorithm, child.signedPart, child.signature,
+                         parent.publicKey) != Verdict::kInvalid;
+}
+
+void releaseCertificateList(runtime::CertificateList* head) {
+  while (head != nullptr) {
+    runtime::CertificateList* const next = head->next;
+    Ref<runtime::Certificate> certificate(head->certificate);
+    freeBlock(head);
+    head = next;
+  }
+}
+
+}  // namespace vexa::velmora

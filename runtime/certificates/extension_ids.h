@@ -1,0 +1,12 @@
+#pragma once
+
+#include "runtime/der/object_id.h"
+
+// Extensions of RFC 5280, 4.2.1.
+namespace vexa::velmora {
+
+inline constexpr KnownId kKeyUsageId = "2.5.29.15";
+inline constexpr KnownId kBasicConstraintsId = "2.5.29.19";
+inline constexpr KnownId kExtendedKeyUsageId = "2.5.29.37";
+
+}  // namespace vexa::velmora

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string_view>
+
+#include "runtime/der/der_reader.h"
+#include "runtime/der/object_id.h"
+
+// Distinguished names (X.501): counted objects that never change and keep their encoding.
+namespace vexa::velmora {
+
+// `encoding` is the DER of an RDNSequence. One without any name gives null and 0. kFail: malformed.
+int32_t makeName(ByteView encoding, runtime::Name** out);
+
+// From the text form of RFC 4514, the last relative name first. kInvalidArgument: malformed.
+int32_t makeNameFromText(std::string_view text, runtime::Name** out);
+
+ByteView encodingOf(const runtime::Name* name);
+
+// Equal encodings; null equals nothing.
+bool equalNames(const runtime::Name* a, const runtime::Name* b);
+
+// Appends the text form of RFC 4514, UTF-8, the last relative name first.
+void appendNameText(const runtime::Name* name, Bytes& out);
+
+// An attribute type with a name of its own ("CN").
+struct AttributeType {
+  const char* name;
+  KnownId objectId;
+  uint8_t stringTag;  // what values made from text are encoded as
+};
+const AttributeType* findAttributeType(std::string_view name);  // any letter case
+const AttributeType* findAttributeType(ByteView objectId);
+
+}  // namespace vexa::velmora

@@ -1,0 +1,20 @@
+#include "vexa/runtime/reference.h"
+
+#include "runtime/exports/registry.h"
+#include "runtime/heap.h"
+#include "vexa/results.h"
+
+int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** out, uint64_t,
+                          const char* /*options*/, uint64_t) {
+  if (out == nullptr) {
+    return vexa::kNullPointer;
+  }
+  *out = &vexa::velmora::rootList;
+  return vexa::kOk;
+}
+
+uint64_t velmora_live_blocks() { return vexa::velmora::liveBlocks(); }
+
+uint64_t velmora_heap_errors() { return vexa::velmora::heapErrors(); }
+
+int64_t velmora_bound_interfaces() { return vexa::velmora::boundInterfaces(); }

@@ -1,0 +1,176 @@
+#include "runtime/pse/pse.h"
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+
+#include "runtime/counted.h"
+#include "runtime/pkcs12/pfx_decoder.h"
+#include "runtime/pkcs12/pkcs12_types.h"
+#include "runtime/pse/own_records.h"
+
+namespace vexa::velmora {
+namespace {
+
+constexpr std::streamoff kMaxFileSize = 64 << 20;
+
+// A text that is wiped when it goes. Not on the root heap: it outlives the root list's users.
+class Secret {
+ public:
+  Secret() = default;
+  explicit Secret(const char* text) : isNull_(text == nullptr), text_(text ? text : "") {}
+  ~Secret() { wipe(text_.data(), text_.size()); }
+  Secret(const Secret&) = default;
+  Secret& operator=(const Secret&) = delete;
+  void swap(Secret& other) noexcept {
+    std::swap(isNull_, other.isNull_);
+    text_.swap(other.text_);
+  }
+
+  Password password() const {
+    const runtime::StringObject string{const_cast<char*>(text_.data()), text_.size()};
+    return Password(isNull_ ? nullptr : &string);
+  }
+
+ private:
+  bool isNull_ = true;
+  std::string text_;
+};
+
+struct Configuration {
+  std::string file;  // UTF-8
+  Secret password;
+  uint64_t generation = 1;
+};
+
+std::mutex configurationLock;
+Configuration& configurationLocked() {
+  static Configuration configuration;
+  return configuration;
+}
+
+// May throw std::bad_alloc.
+Configuration currentConfiguration() {
+  const std::lock_guard<std::mutex> lock(configurationLock);
+  return configurationLocked();
+}
+
+// May throw what the standard library throws.
+int32_t readFile(const std::string& file, Bytes& out) {
+  const auto* const text = reinterpret_cast<const char8_t*>(file.data());
+  std::ifstream stream(std::filesystem::path(text, text + file.size()), std::ios::binary);
+  stream.seekg(0, std::ios::end);
+  const std::streamoff size = stream.tellg();
+  if (!stream || size < 0 || size > kMaxFileSize) return kAccessDenied;
+  stream.seekg(0);
+  out.resize(static_cast<size_t>(size));
+  if (out.failed()) return kOutOfMemory;
+  if (size != 0 && !stream.read(reinterpret_cast<char*>(out.data()), size)) return kAccessDenied;
+  return kOk;
+}
+
+struct BagListOwner {
+  ~BagListOwner() { releaseBagList(bags); }
+  runtime::BagNode* bags = nullptr;
+};
+
+int32_t readOwnRecords(const Configuration& configuration, OwnList** out) {
+  *out = nullptr;
+  if (configuration.file.empty()) return kOk;
+  Bytes content;
+  int32_t result = readFile(configuration.file, content);
+  if (failed(result)) return result;
+  const Password password = configuration.password.password();
+  if (password.failed()) return kOutOfMemory;
+  BagListOwner owner;
+  bool verified = false;
+  result = decodePfx(content.view(), password, &owner.bags, verified);
+  if (failed(result)) return result;
+  return verified ? ownRecordsOf(owner.bags, out) : kFail;
+}
+
+struct PseObject : Counted<runtime::Pse> {
+  static constexpr char kTypeName[] = "Pse";
+  static const runtime::PseTable kTable;
+
+  PseObject() : Counted(&kTable) {}
+  ~PseObject() { releaseOwnNodes(own); }
+
+  std::mutex lock;
+  uint64_t generation = 0;  // of the configuration that was read
+  OwnList* own = nullptr;
+};
+
+// Keeps what was read before when reading fails.
+int32_t refreshLocked(PseObject& pse) {
+  try {
+    const Configuration configuration = currentConfiguration();
+    if (pse.generation == configuration.generation) return kOk;
+    OwnList* own = nullptr;
+    const int32_t result = readOwnRecords(configuration, &own);
+    if (failed(result)) return result;
+    releaseOwnNodes(std::exchange(pse.own, own));
+    pse.generation = configuration.generation;
+    return kOk;
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  } catch (...) {
+    return kAccessDenied;
+  }
+}
+
+int32_t listOwnCertificates(runtime::Pse* self, const void*, const void*, OwnList** list) {
+  if (list == nullptr) return kNullPointer;
+  *list = nullptr;
+  PseObject& pse = *static_cast<PseObject*>(self);
+  const std::lock_guard<std::mutex> lock(pse.lock);
+  const int32_t result = refreshLocked(pse);
+  return failed(result) ? result : copyOwnNodes(pse.own, list);
+}
+
+constinit const runtime::PseTable PseObject::kTable = {
+    .header = CountedHeader<PseObject>::table(),
+    .ListOwnCertificates = listOwnCertificates,
+};
+
+}  // namespace
+
+int32_t configurePse(const char* file, const char* password) {
+  try {
+    std::string name(file == nullptr ? "" : file);
+    Secret secret(password);
+    const std::lock_guard<std::mutex> lock(configurationLock);
+    Configuration& configuration = configurationLocked();
+    configuration.file.swap(name);
+    configuration.password.swap(secret);
+    ++configuration.generation;
+    return kOk;
+  } catch (...) {
+    return kOutOfMemory;
+  }
+}
+
+int32_t reloadPse() {
+  try {
+    {
+      const std::lock_guard<std::mutex> lock(configurationLock);
+      ++configurationLocked().generation;
+    }
+    OwnList* own = nullptr;
+    const int32_t result = readOwnRecords(currentConfiguration(), &own);
+    releaseOwnNodes(own);
+    return result;
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  } catch (...) {
+    return kAccessDenied;
+  }
+}
+
+int32_t makePse(runtime::Pse** out) {
+  *out = makeOnHeap<PseObject>();
+  return *out == nullptr ? kOutOfMemory : kOk;
+}
+
+}  // namespace vexa::velmora

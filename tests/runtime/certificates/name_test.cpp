@@ -1,0 +1,176 @@
+#include "runtime/certificates/name.h"
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/samples.h"
+#include "support/sweep.h"
+
+namespace vexa::test {
+namespace {
+
+class ObjectIdTest : public CryptoTest {};
+
+TEST_F(ObjectIdTest, IdentifiersAreEqualByValue) {
+  Owned<runtime::ObjectId> a, b, c;
+  ASSERT_EQ(types.ObjectIdFromText("1.3.6.1.5.5.7.3.2", a.put()), kOk);
+  ASSERT_EQ(types.ObjectIdFromText("1.3.6.1.5.5.7.3.2", b.put()), kOk);
+  ASSERT_EQ(types.ObjectIdFromText("1.3.6.1.5.5.7.3.3", c.put()), kOk);
+  EXPECT_EQ(types.ObjectIdCompare(a.get(), b.get()), 0);
+  EXPECT_NE(types.ObjectIdCompare(a.get(), c.get()), 0);
+  EXPECT_NE(types.ObjectIdCompare(nullptr, a.get()), 0);
+  EXPECT_NE(types.ObjectIdCompare(nullptr, nullptr), 0);
+}
+
+TEST_F(ObjectIdTest, MalformedTextIsRefusedAndLeavesNull) {
+  for (const char* text :
+       {"", "1", "1.", ".1", "1..2", "3.1", "1.40", "1.02", "1.2x", "1.2.18446744073709551616"}) {
+    runtime::ObjectId* out = reinterpret_cast<runtime::ObjectId*>(this);
+    EXPECT_EQ(types.ObjectIdFromText(text, &out), kInvalidArgument) << text;
+    EXPECT_EQ(out, nullptr);
+  }
+}
+
+TEST_F(ObjectIdTest, TextAndEncodingLeadToEachOther) {
+  for (const char* text : {"0.0", "1.39", "2.5.29.15", "2.999.3", "1.2.840.113549.1.1.11",
+                           "2.25.18446744073709551535"}) {
+    Owned<runtime::ObjectId> identifier;
+    ASSERT_EQ(types.ObjectIdFromText(text, identifier.put()), kOk) << text;
+    velmora::Bytes back;
+    EXPECT_TRUE(velmora::appendObjectIdText(velmora::contentOf(identifier.get()), back));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(back.data()), back.size()), text);
+  }
+}
+
+TEST_F(ObjectIdTest, ADuplicateIsTheSameObject) {
+  Owned<runtime::ObjectId> identifier;
+  ASSERT_EQ(types.ObjectIdFromText("2.5.4.3", identifier.put()), kOk);
+  void* copy = nullptr;
+  auto* const object = reinterpret_cast<runtime::Object*>(identifier.get());
+  ASSERT_EQ(types.typeOperations->Duplicate(object, &copy), kOk);
+  EXPECT_EQ(copy, identifier.get());
+  EXPECT_EQ(object->table->Release(object), 1u);
+  EXPECT_STREQ(object->table->GetTypeName(object), "ObjectId");
+}
+
+class NameTest : public CryptoTest {
+ protected:
+  Owned<runtime::Name> name(std::string_view text) {
+    Owned<runtime::Name> made;
+    EXPECT_EQ(velmora::makeNameFromText(text, made.put()), kOk) << text;
+    return made;
+  }
+  // A name of one attribute, given as the DER of its value.
+  Owned<runtime::Name> nameOfValue(const std::string& typeHex, const std::string& valueHex) {
+    const auto wrap = [](const char* tag, const std::string& content) {
+      const auto length = static_cast<uint8_t>(content.size());
+      return fromHex(tag) + static_cast<char>(length) + content;
+    };
+    const std::string attribute = wrap("30", fromHex(typeHex) + fromHex(valueHex));
+    const ExactBytes encoding(wrap("30", wrap("31", attribute)));
+    Owned<runtime::Name> made;
+    EXPECT_EQ(velmora::makeName({encoding.data(), encoding.size()}, made.put()), kOk);
+    return made;
+  }
+};
+
+constexpr char kCommonName[] = "0603550403";
+
+TEST_F(NameTest, TextHasTheLastNameFirstAndEscapesWhatItMust) {
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  EXPECT_EQ(text(leaf->table->GetIssuer(leaf.get())), "CN=Orlind Test Root,O=Orlind,C=DE");
+  EXPECT_EQ(text(leaf->table->GetSubject(leaf.get())),
+            "CN=\\ Jane #1\\ ,OU=a+emailAddress=jane@example.org,"
+            "O=Köln\\, \\\"Dom\\\" \\+ Söhne,DC=example");
+}
+
+TEST_F(NameTest, AttributesComeUnescaped) {
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  runtime::Name* const subject = leaf->table->GetSubject(leaf.get());
+  EXPECT_EQ(attribute(subject, "CN"), " Jane #1 ");
+  EXPECT_EQ(attribute(subject, "cn"), " Jane #1 ");
+  EXPECT_EQ(attribute(subject, "O"), "Köln, \"Dom\" + Söhne");
+  EXPECT_EQ(attribute(subject, "C"), "");
+  EXPECT_EQ(attribute(subject, "no such type"), "");
+}
+
+TEST_F(NameTest, TheCommonNameIsTheFirstOneOfTheText) {
+  EXPECT_EQ(attribute(name("CN=front,CN=back").get(), "CN"), "front");
+}
+
+TEST_F(NameTest, StringTypesBecomeUtf8) {
+  EXPECT_EQ(text(nameOfValue(kCommonName, "1e04d83dde00").get()), "CN=😀");
+  EXPECT_EQ(text(nameOfValue(kCommonName, "1c040001f600").get()), "CN=😀");
+  EXPECT_EQ(text(nameOfValue(kCommonName, "1402f6e4").get()), "CN=öä");
+  EXPECT_EQ(text(nameOfValue(kCommonName, "13024142").get()), "CN=AB");
+  EXPECT_EQ(text(nameOfValue(kCommonName, "0c03006162").get()), "CN=\\00ab");
+}
+
+TEST_F(NameTest, ValuesThatAreNoTextAndUnknownTypesAreWrittenInHexadecimal) {
+  EXPECT_EQ(text(nameOfValue(kCommonName, "0c02c328").get()), "CN=#0C02C328");
+  EXPECT_EQ(text(nameOfValue(kCommonName, "1e0141").get()), "CN=#1E0141");
+  EXPECT_EQ(text(nameOfValue(kCommonName, "020105").get()), "CN=#020105");
+  EXPECT_EQ(text(nameOfValue("06032a0304", "0c0141").get()), "1.2.3.4=#0C0141");
+  EXPECT_EQ(attribute(nameOfValue(kCommonName, "0c02c328").get(), "CN"), "");
+}
+
+TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
+  for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "OU=a+CN=b,DC=x", "CN=\\#x\\ ",
+                           "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen",
+                           "CN=", "1.2.3.4=#0C0141", "CN=#020105"}) {
+    EXPECT_EQ(text(name(each).get()), each);
+  }
+}
+
+TEST_F(NameTest, BytesMayBeEscapedInHexadecimal) {
+  EXPECT_EQ(text(name("CN=K\\C3\\b6ln\\2C x").get()), "CN=Köln\\, x");
+}
+
+TEST_F(NameTest, MalformedTextIsRefused) {
+  for (const char* each : {"CN", "=x", "XX=y", "CN=a,", ",CN=a", "CN=a;b", "CN=\\", "CN=\\zz",
+                           "CN=#0", "CN=#0C", "CN=#0C0141ff", "1.=x", "CN=a\"b"}) {
+    runtime::Name* out = nullptr;
+    EXPECT_EQ(velmora::makeNameFromText(each, &out), kInvalidArgument) << each;
+  }
+}
+
+TEST_F(NameTest, NamesAreEqualByEncoding) {
+  EXPECT_EQ(types.NameCompare(name("CN=a").get(), name("CN=a").get()), 0);
+  EXPECT_NE(types.NameCompare(name("CN=a").get(), name("CN=A").get()), 0);
+  EXPECT_NE(types.NameCompare(nameOfValue(kCommonName, "0c0141").get(),
+                              nameOfValue(kCommonName, "130141").get()),
+            0);
+  EXPECT_NE(types.NameCompare(nullptr, nullptr), 0);
+  EXPECT_NE(types.NameCompare(name("CN=a").get(), nullptr), 0);
+}
+
+TEST_F(NameTest, ANullNameGivesAnEmptyString) { EXPECT_EQ(text(nullptr), ""); }
+
+TEST_F(NameTest, ANameOutlivesItsCertificate) {
+  OwnedCertificate leaf = certificate(samples::kLeaf);
+  auto* const subject = reinterpret_cast<runtime::Object*>(leaf->table->GetSubject(leaf.get()));
+  void* copy = nullptr;
+  ASSERT_EQ(types.typeOperations->Duplicate(subject, &copy), kOk);
+  leaf.reset();
+  Owned<runtime::Name> kept;
+  *kept.put() = static_cast<runtime::Name*>(copy);
+  EXPECT_EQ(attribute(kept.get(), "DC"), "example");
+}
+
+TEST_F(NameTest, EveryFailedAllocationIsSurvived) {
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  const int swept = sweepAllocations(spy, [&] {
+    runtime::StringObject string{};
+    runtime::Name* const subject = leaf->table->GetSubject(leaf.get());
+    const int32_t copied = types.StringCopy(&string, subject);
+    const bool right =
+        copied == kOk && std::string_view(string.text, string.length).starts_with("CN=\\ Jane");
+    EXPECT_TRUE(right || copied == kOutOfMemory);
+    const int32_t got = subject->table->GetAttribute(subject, "CN", &string);
+    EXPECT_TRUE(got == kOutOfMemory || std::string_view(string.text, string.length) == " Jane #1 ");
+    spy.strings.Clear(&string);
+    return right && got == kOk;
+  });
+  EXPECT_GT(swept, 5);
+}
+
+}  // namespace
+}  // namespace vexa::test

@@ -1,0 +1,200 @@
+#include "runtime/crypto_fixture.h"
+#include "runtime/samples.h"
+#include "support/sweep.h"
+
+namespace vexa::test {
+namespace {
+
+class KeyTest : public CryptoTest {
+ protected:
+  // An RSA public key in a record of its own; the bytes are borrowed from `der`.
+  struct PublicKey {
+    PublicKey(const runtime::CommonTypes& types, std::string der, std::string parametersHex = {})
+        : bytes(std::move(der)), parameters(fromHex(parametersHex)) {
+      EXPECT_EQ(types.ObjectIdFromText("1.2.840.113549.1.1.1", identifier.put()), kOk);
+      record = {{identifier.get(), bufferOf(parameters)},
+                8 * bytes.size(),
+                reinterpret_cast<uint8_t*>(bytes.data())};
+    }
+    std::string bytes;
+    std::string parameters;
+    Owned<runtime::ObjectId> identifier;
+    runtime::PublicKey record;
+  };
+};
+
+TEST_F(KeyTest, RsaKeysAreEqualAsNumbers) {
+  const PublicKey key(types,
+                      fromHex("3007"
+                              "020211d5"
+                              "020103"),
+                      "0500");
+  const PublicKey padded(types,
+                         fromHex("3009"
+                                 "02030011d5"
+                                 "02020003"),
+                         "0500");
+  const PublicKey other(types,
+                        fromHex("3007"
+                                "020211d7"
+                                "020103"),
+                        "0500");
+  EXPECT_EQ(types.KeyCompare(&key.record, &padded.record), 0);
+  EXPECT_NE(types.KeyCompare(&key.record, &other.record), 0);
+}
+
+TEST_F(KeyTest, AbsentAndNullParametersAreTheSame) {
+  const PublicKey with(types,
+                       fromHex("3007"
+                               "020211d5"
+                               "020103"),
+                       "0500");
+  const PublicKey without(types, fromHex("3007"
+                                         "020211d5"
+                                         "020103"));
+  const PublicKey others(types,
+                         fromHex("3007"
+                                 "020211d5"
+                                 "020103"),
+                         "020101");
+  EXPECT_EQ(types.KeyCompare(&with.record, &without.record), 0);
+  EXPECT_NE(types.KeyCompare(&with.record, &others.record), 0);
+}
+
+TEST_F(KeyTest, AnEmptyKeyEqualsNothing) {
+  const runtime::PublicKey empty{};
+  const PublicKey key(types, fromHex("3007"
+                                     "020211d5"
+                                     "020103"));
+  EXPECT_NE(types.KeyCompare(&empty, &empty), 0);
+  EXPECT_NE(types.KeyCompare(&empty, &key.record), 0);
+  EXPECT_NE(types.KeyCompare(nullptr, &key.record), 0);
+}
+
+TEST_F(KeyTest, KeysOfOtherKindsAreEqualByBytes) {
+  const OwnedCertificate curve = certificate(samples::kCurve);
+  const OwnedCertificate plain = certificate(samples::kPlain);
+  const auto* const key = curve->table->GetPublicKey(curve.get());
+  EXPECT_EQ(types.KeyCompare(key, key), 0);
+  EXPECT_NE(types.KeyCompare(key, plain->table->GetPublicKey(plain.get())), 0);
+}
+
+TEST_F(KeyTest, TwoCertificatesOnOneKeyHaveEqualKeys) {
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  const OwnedCertificate plain = certificate(samples::kPlain);
+  const OwnedCertificate root = certificate(samples::kRoot);
+  const auto* const key = leaf->table->GetPublicKey(leaf.get());
+  EXPECT_EQ(types.KeyCompare(key, plain->table->GetPublicKey(plain.get())), 0);
+  EXPECT_NE(types.KeyCompare(key, root->table->GetPublicKey(root.get())), 0);
+}
+
+TEST_F(KeyTest, CopiesAreIndependentAndReplaceWhatWasThere) {
+  HeldKey key;
+  ASSERT_EQ(types.KeyCreate(key.put()), kOk);
+  EXPECT_EQ(key->publicKey.bytes, nullptr);
+  {
+    const OwnedCertificate root = certificate(samples::kRoot);
+    const auto* const source = root->table->GetPublicKey(root.get());
+    ASSERT_EQ(types.PublicKeyCopy(&key->publicKey, source), kOk);
+    ASSERT_EQ(types.PublicKeyCopy(&key->publicKey, source), kOk);
+    ASSERT_EQ(types.AlgorithmIdCopy(&key->privateKey.algorithm, &source->algorithm), kOk);
+    ASSERT_EQ(types.AlgorithmIdCopy(&key->privateKey.algorithm, &source->algorithm), kOk);
+    EXPECT_EQ(types.KeyCompare(&key->publicKey, source), 0);
+  }
+  EXPECT_EQ(bytesOf(&key->privateKey.algorithm.parameters), fromHex("0500"));
+  ASSERT_EQ(types.PublicKeyCopy(&key->publicKey, &key->publicKey), kOk);  // onto itself
+  EXPECT_NE(key->publicKey.bytes, nullptr);
+}
+
+TEST_F(KeyTest, CopyingAnEmptyKeyEmptiesTheTarget) {
+  HeldKey key;
+  ASSERT_EQ(types.KeyCreate(key.put()), kOk);
+  const OwnedCertificate root = certificate(samples::kRoot);
+  ASSERT_EQ(types.PublicKeyCopy(&key->publicKey, root->table->GetPublicKey(root.get())), kOk);
+  const runtime::PublicKey empty{};
+  ASSERT_EQ(types.PublicKeyCopy(&key->publicKey, &empty), kOk);
+  EXPECT_EQ(key->publicKey.bytes, nullptr);
+  EXPECT_EQ(key->publicKey.algorithm.identifier, nullptr);
+}
+
+TEST_F(KeyTest, RsaIntegersKeepTheirEncoding) {
+  const std::string der = fromHex(samples::kLeafKey);
+  runtime::RsaPrivateKey* key = nullptr;
+  const ExactBytes exact(der);
+  ASSERT_EQ(types.RsaPrivateKeyDecode(exact.data(), exact.size(), &key), kOk);
+  EXPECT_EQ(key->version.length, 1u);
+  EXPECT_EQ(key->modulus.length, 129u);  // 1024 bits, the highest one set
+  EXPECT_EQ(key->modulus.bytes[0], 0);
+  EXPECT_EQ(toHex(key->publicExponent.bytes, key->publicExponent.length), "010001");
+  EXPECT_GE(key->prime1.length, 64u);
+  types.RsaPrivateKeyRelease(key);
+  types.RsaPrivateKeyRelease(nullptr);
+}
+
+TEST_F(KeyTest, EveryTruncationOfARsaKeyIsRefused) {
+  const std::string der = fromHex(samples::kLeafKey);
+  for (size_t length = 0; length < der.size(); ++length) {
+    runtime::RsaPrivateKey* key = nullptr;
+    const ExactBytes exact(std::string_view(der).substr(0, length));
+    EXPECT_LT(types.RsaPrivateKeyDecode(exact.data(), exact.size(), &key), 0) << length;
+    EXPECT_EQ(key, nullptr);
+  }
+  runtime::RsaPrivateKey* key = nullptr;
+  const ExactBytes longer(der + '\0');
+  EXPECT_LT(types.RsaPrivateKeyDecode(longer.data(), longer.size(), &key), 0);
+}
+
+TEST_F(KeyTest, ReleasedPrivateKeysAreWiped) {
+  const std::string der = fromHex(samples::kLeafKey);
+  HeldKey key = privateKey(der);
+  runtime::RsaPrivateKey* numbers = nullptr;
+  const ExactBytes exact(der);
+  ASSERT_EQ(types.RsaPrivateKeyDecode(exact.data(), exact.size(), &numbers), kOk);
+  const std::string prime(reinterpret_cast<const char*>(numbers->prime1.bytes), 64);
+  int found = 0;
+  spy.onFree = [&](const uint8_t* block, uint64_t size) {
+    const std::string_view bytes(reinterpret_cast<const char*>(block), size);
+    found += bytes.find(prime) != std::string_view::npos;
+  };
+  key.reset();
+  types.RsaPrivateKeyRelease(numbers);
+  spy.onFree = nullptr;
+  EXPECT_EQ(found, 0);
+}
+
+TEST_F(KeyTest, EveryFailedAllocationIsSurvived) {
+  const std::string der = fromHex(samples::kLeafKey);
+  const OwnedCertificate root = certificate(samples::kRoot);
+  sweepAllocations(spy, [&] {
+    runtime::RsaPrivateKey* numbers = nullptr;
+    runtime::KeyObject* key = nullptr;
+    const int32_t decoded = types.RsaPrivateKeyDecode(reinterpret_cast<const uint8_t*>(der.data()),
+                                                      der.size(), &numbers);
+    int32_t result = types.KeyCreate(&key);
+    if (result == kOk) {
+      result = types.PublicKeyCopy(&key->publicKey, root->table->GetPublicKey(root.get()));
+    }
+    types.RsaPrivateKeyRelease(numbers);
+    types.KeyRelease(key);
+    return decoded == kOk && result == kOk;
+  });
+}
+
+TEST_F(KeyTest, GeneratedKeysHaveMatchingHalves) {
+  HeldKey key;
+  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  runtime::RsaPrivateKey* numbers = nullptr;
+  ASSERT_EQ(
+      types.RsaPrivateKeyDecode(key->privateKey.bytes, key->privateKey.bitLength / 8, &numbers),
+      kOk);
+  const std::string modulus = toHex(numbers->modulus.bytes + 1, numbers->modulus.length - 1);
+  EXPECT_NE(toHex(key->publicKey.bytes, key->publicKey.bitLength / 8).find(modulus),
+            std::string::npos);
+  types.RsaPrivateKeyRelease(numbers);
+  EXPECT_EQ(velmora_key_generate_rsa(512, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_rsa(32768, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_rsa(1024, nullptr), kNullPointer);
+}
+
+}  // namespace
+}  // namespace vexa::test

@@ -1,0 +1,219 @@
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "runtime/crypto_fixture.h"
+#include "vexa/runtime/pkcs12.h"
+
+// Files that OpenSSL and NSS write and we read, and the reverse.
+namespace vexa::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class OpensslTest : public CryptoTest {
+ protected:
+  OpensslTest() {
+    const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
+    folder_ = fs::temp_directory_path() / (std::string("openssl-") + test->name());
+    fs::remove_all(folder_);
+    fs::create_directory(folder_);
+  }
+  ~OpensslTest() override { fs::remove_all(folder_); }
+
+  // Runs a shell command in the test's folder; its standard output goes to the file "out".
+  int shell(const std::string& command) {
+    return std::system(
+        ("cd '" + folder_.string() + "' && { " + command + "; } >out 2>err").c_str());
+  }
+  std::string read(const char* name) {
+    std::ostringstream text;
+    text << std::ifstream(folder_ / name, std::ios::binary).rdbuf();
+    return text.str();
+  }
+  void write(const char* name, const std::string& content) {
+    std::ofstream(folder_ / name, std::ios::binary).write(content.data(), std::ssize(content));
+  }
+
+  // A signed certificate on a key of our own.
+  OwnedCertificate issue(const char* subject, const runtime::KeyObject* key,
+                         const runtime::KeyObject* issuerKey, runtime::Certificate* issuer) {
+    OwnedCertificate made;
+    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
+    EXPECT_EQ(velmora_certificate_set_subject(made.get(), subject), kOk);
+    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20200101T000000", "20600101T000000"),
+              kOk);
+    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+    const bool isCa = issuer == nullptr;
+    EXPECT_EQ(velmora_certificate_set_basic_constraints(made.get(), isCa, -1), kOk);
+    uint8_t flags[9] = {};
+    flags[isCa ? runtime::kKeyCertSign : runtime::kDigitalSignature] = 1;
+    EXPECT_EQ(made->table->SetKeyUsage(made.get(), flags, 1), kOk);
+    EXPECT_EQ(velmora_certificate_sign(made.get(), issuerKey, issuer), kOk);
+    return made;
+  }
+  std::string encodingOf(const OwnedCertificate& of) {
+    return bytesOf(of->table->GetEncoding(of.get()));
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(OpensslTest, RsaCertificatesOfEverySizeAndDigestAreReadAndChecked) {
+  for (const char* options : {"rsa:1024 -sha1", "rsa:2048 -sha256", "rsa:3072 -sha384",
+                              "rsa:4096 -sha512", "ec -pkeyopt ec_paramgen_curve:P-256 -sha256",
+                              "ec -pkeyopt ec_paramgen_curve:P-384 -sha512",
+                              "ec -pkeyopt ec_paramgen_curve:P-521 -sha512"}) {
+    ASSERT_EQ(shell(std::string("openssl req -x509 -nodes -subj /CN=x -keyout key -outform DER "
+                                "-out der -newkey ") +
+                    options),
+              0)
+        << read("err");
+    std::string der = read("der");
+    OwnedCertificate good, bad;
+    ASSERT_EQ(decode(der, good.put()), kOk) << options;
+    EXPECT_EQ(good->table->IsSelfSigned(good.get()), 1) << options;
+    der.back() = static_cast<char>(der.back() ^ 1);
+    ASSERT_EQ(decode(der, bad.put()), kOk);
+    EXPECT_EQ(bad->table->IsSelfSigned(bad.get()), 0) << options;
+  }
+}
+
+TEST_F(OpensslTest, OurCertificatesVerifyThere) {
+  HeldKey rootKey, key;
+  ASSERT_EQ(velmora_key_generate_rsa(2048, rootKey.put()), kOk);
+  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  const OwnedCertificate root = issue("CN=Root,O=Örlind", rootKey.get(), rootKey.get(), nullptr);
+  const OwnedCertificate leaf =
+      issue("CN=Jane+UID=j,O=Örlind", key.get(), rootKey.get(), root.get());
+  write("root.der", encodingOf(root));
+  write("leaf.der", encodingOf(leaf));
+  EXPECT_EQ(shell("openssl x509 -inform DER -in root.der -out root.pem && "
+                  "openssl x509 -inform DER -in leaf.der -out leaf.pem && "
+                  "openssl verify -x509_strict -no_check_time -auth_level 0 -check_ss_sig "
+                  "-CAfile root.pem leaf.pem || "
+                  "openssl verify -no_check_time -auth_level 0 -CAfile root.pem leaf.pem"),
+            0)
+      << read("err");
+  ASSERT_EQ(shell("openssl x509 -in leaf.pem -noout -subject -nameopt RFC2253,utf8,-esc_msb"), 0);
+  EXPECT_EQ(read("out"), "subject=UID=j+CN=Jane,O=Örlind\n");
+  ASSERT_EQ(shell("openssl x509 -in leaf.pem -noout -ext keyUsage"), 0);
+  EXPECT_NE(read("out").find("critical\n    Digital Signature\n"), std::string::npos)
+      << read("out");
+}
+
+TEST_F(OpensslTest, OurKeysAreConsistentThere) {
+  HeldKey key;
+  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  write("key",
+        std::string(reinterpret_cast<char*>(key->privateKey.bytes), key->privateKey.bitLength / 8));
+  EXPECT_EQ(shell("openssl rsa -inform DER -in key -check -noout"), 0) << read("err");
+}
+
+TEST_F(OpensslTest, OurFilesOpenThereAndInNss) {
+  HeldKey key;
+  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  const OwnedCertificate own = issue("CN=Jane", key.get(), key.get(), nullptr);
+  HeldParameters parameters;
+  ASSERT_EQ(spy.pkcs12Types.ParametersCreate(parameters.put()), kOk);
+  parameters->version = 3;
+  parameters->iterations = 2048;
+  parameters->macDigest = types.TextDuplicate("SHA-1");
+  parameters->bagEncryption1 = types.TextDuplicate("pbeWithSHA1And128BitRC4");
+  parameters->bagEncryption2 = types.TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
+  runtime::BagNode** end = &parameters->contents;
+  for (const uint32_t type : {runtime::kKeyBag, runtime::kCertificateBag}) {
+    ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(end), kOk);
+    ASSERT_EQ(spy.pkcs12Types.BagCreate(&(*end)->bag), kOk);
+    runtime::SafeBag* const bag = (*end)->bag;
+    bag->type = type;
+    ASSERT_EQ(spy.strings.Create(&bag->friendlyName), kOk);
+    ASSERT_EQ(spy.strings.AssignText(bag->friendlyName, "Jäne"), kOk);
+    ASSERT_EQ(types.BufferFromHex("01", &bag->localKeyId), kOk);
+    end = &(*end)->next;
+  }
+  runtime::SafeBag* const keyBag = parameters->contents->bag;
+  keyBag->shrouded = 1;
+  ASSERT_EQ(spy.pkcs12Types.PrivateKeyInfoCreate(&keyBag->key), kOk);
+  ASSERT_EQ(types.AlgorithmIdCopy(&keyBag->key->algorithm, &key->publicKey.algorithm), kOk);
+  const uint64_t length = key->privateKey.bitLength / 8;
+  keyBag->key->key = {length, static_cast<uint8_t*>(spy.root.Allocate(length))};
+  std::copy_n(key->privateKey.bytes, length, keyBag->key->key.data);
+  void* copy = nullptr;
+  ASSERT_EQ(own->table->header.Duplicate(reinterpret_cast<runtime::Object*>(own.get()), &copy),
+            kOk);
+  parameters->contents->next->bag->certificate = static_cast<runtime::Certificate*>(copy);
+
+  for (const char* password : {"sécret", ""}) {
+    HeldBuffer pfx;
+    String secret(password);
+    ASSERT_EQ(spy.pkcs12.Encode(parameters.get(), secret.get(), pfx.put()), kOk);
+    write("pfx", bytesOf(pfx.get()));
+    ASSERT_EQ(shell(std::string("openssl pkcs12 -legacy -in pfx -nodes -passin 'pass:") + password +
+                    "' | tee pem && grep -q 'BEGIN PRIVATE KEY' pem && "
+                    "grep -q 'BEGIN CERTIFICATE' pem && grep -q 'localKeyID: 01' pem"),
+              0)
+        << read("err");
+  }
+  HeldBuffer pfx;
+  String secret("secret");
+  ASSERT_EQ(spy.pkcs12.Encode(parameters.get(), secret.get(), pfx.put()), kOk);
+  write("pfx", bytesOf(pfx.get()));
+  EXPECT_EQ(shell("command -v pk12util >/dev/null || exit 0; mkdir db && "
+                  "certutil -N -d sql:db --empty-password && "
+                  "pk12util -i pfx -d sql:db -W secret -K '' && certutil -K -d sql:db"),
+            0)
+      << read("err");
+}
+
+TEST_F(OpensslTest, TheirFilesOpenHere) {
+  ASSERT_EQ(shell("openssl req -x509 -nodes -subj /CN=x -keyout key -out cert -newkey rsa:2048"),
+            0);
+  ASSERT_EQ(shell("openssl rsa -in key -traditional -outform DER -out key.der"), 0);
+  for (const char* options :
+       {"", "-legacy", "-legacy -descert",
+        "-legacy -certpbe PBE-SHA1-RC4-128 -keypbe PBE-SHA1-3DES",
+        "-keypbe AES-256-CBC -certpbe NONE", "-macalg sha512", "-iter 100000", "-nomaciter"}) {
+    ASSERT_EQ(shell(std::string("openssl pkcs12 -export -in cert -inkey key -out pfx "
+                                "-passout 'pass:pässwörd €' ") +
+                    options),
+              0)
+        << read("err");
+    const std::string pfx = read("pfx");
+    const runtime::ByteBuffer data = bufferOf(pfx);
+    String password("pässwörd €");
+    HeldBags bags;
+    uint8_t verified = 0;
+    EXPECT_EQ(spy.pkcs12.Decode(&data, nullptr, password.get(), bags.put(), &verified), kOk)
+        << options;
+    EXPECT_EQ(verified, 1) << options;
+    std::string key;
+    for (auto* node = bags.get(); node != nullptr; node = node->next) {
+      if (node->bag->type == runtime::kKeyBag) key = bytesOf(&node->bag->key->key);
+    }
+    EXPECT_EQ(key, read("key.der")) << options;
+  }
+}
+
+TEST_F(OpensslTest, TheCertificatesOfTheMachineAreRead) {
+  std::ifstream bundle("/etc/ssl/certs/ca-certificates.crt");
+  std::ostringstream all;
+  all << bundle.rdbuf();
+  const std::string text = all.str();
+  constexpr std::string_view kEnd = "-----END CERTIFICATE-----";
+  int count = 0;
+  for (size_t at = 0, end; (end = text.find(kEnd, at)) != std::string::npos;
+       at = end + kEnd.size()) {
+    OwnedCertificate read;
+    ASSERT_EQ(decode(text.substr(at, end + kEnd.size() - at), read.put()), kOk)
+        << text.substr(at, end - at);
+    EXPECT_EQ(read->table->IsSelfSigned(read.get()), 1)
+        << this->text(read->table->GetSubject(read.get()));
+    ++count;
+  }
+  RecordProperty("certificates", count);
+}
+
+}  // namespace
+}  // namespace vexa::test

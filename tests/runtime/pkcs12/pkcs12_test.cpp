@@ -1,0 +1,400 @@
+#include "vexa/runtime/pkcs12.h"
+
+#include <optional>
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/samples.h"
+#include "support/sweep.h"
+
+namespace vexa::test {
+namespace {
+
+constexpr char kRsaId[] = "1.2.840.113549.1.1.1";
+
+class Pkcs12Test : public CryptoTest {
+ protected:
+  struct Opened {
+    int32_t result = 0;
+    uint8_t verified = 0xFF;
+    HeldBags bags;
+  };
+
+  Opened open(const std::string& pfx, const char* password) {
+    Opened opened;
+    const ExactBytes exact(pfx);
+    const runtime::ByteBuffer data = exact.buffer();
+    String secret(password == nullptr ? "" : password);
+    opened.result = spy.pkcs12.Decode(&data, nullptr, password == nullptr ? nullptr : secret.get(),
+                                      opened.bags.put(), &opened.verified);
+    return opened;
+  }
+
+  static std::string textOf(const runtime::StringObject* string) {
+    return string == nullptr ? "(none)" : std::string(string->text, string->length);
+  }
+
+  // Parameters as a creator of files fills them, with no bags yet.
+  HeldParameters parameters(const char* first = "pbeWithSHA1And128BitRC4",
+                            const char* second = "pbeWithSHA1And3-KeyTripleDES-CBC") {
+    HeldParameters made;
+    EXPECT_EQ(spy.pkcs12Types.ParametersCreate(made.put()), kOk);
+    made->version = 3;
+    made->iterations = 2048;
+    made->macDigest = types.TextDuplicate("SHA-1");
+    made->bagEncryption1 = types.TextDuplicate(first);
+    made->bagEncryption2 = types.TextDuplicate(second);
+    return made;
+  }
+
+  runtime::SafeBag* addBag(runtime::PfxParameters* to, uint32_t type) {
+    runtime::BagNode** end = &to->contents;
+    while (*end != nullptr) end = &(*end)->next;
+    EXPECT_EQ(spy.pkcs12Types.BagNodeCreate(end), kOk);
+    EXPECT_EQ(spy.pkcs12Types.BagCreate(&(*end)->bag), kOk);
+    (*end)->bag->type = type;
+    return (*end)->bag;
+  }
+
+  void setName(runtime::SafeBag* bag, const char* name) {
+    EXPECT_EQ(spy.strings.Create(&bag->friendlyName), kOk);
+    EXPECT_EQ(spy.strings.AssignText(bag->friendlyName, name), kOk);
+  }
+
+  runtime::SafeBag* addKey(runtime::PfxParameters* to, uint8_t shrouded) {
+    runtime::SafeBag* const bag = addBag(to, runtime::kKeyBag);
+    bag->shrouded = shrouded;
+    EXPECT_EQ(spy.pkcs12Types.PrivateKeyInfoCreate(&bag->key), kOk);
+    EXPECT_EQ(types.ObjectIdFromText(kRsaId, &bag->key->algorithm.identifier), kOk);
+    const std::string der = fromHex(samples::kLeafKey);
+    bag->key->key.data = static_cast<uint8_t*>(spy.root.Allocate(der.size()));
+    bag->key->key.length = der.size();
+    std::copy(der.begin(), der.end(), bag->key->key.data);
+    return bag;
+  }
+
+  runtime::SafeBag* addCertificate(runtime::PfxParameters* to, const char* hex) {
+    runtime::SafeBag* const bag = addBag(to, runtime::kCertificateBag);
+    EXPECT_EQ(decode(fromHex(hex), &bag->certificate), kOk);
+    return bag;
+  }
+
+  // The key, its certificate and the root, as a creator of files makes them.
+  HeldParameters usual() {
+    HeldParameters made = parameters();
+    for (runtime::SafeBag* bag :
+         {addKey(made.get(), 1), addCertificate(made.get(), samples::kLeaf)}) {
+      setName(bag, "Jäne 😀");
+      EXPECT_EQ(types.BufferFromHex("01", &bag->localKeyId), kOk);
+    }
+    setName(addCertificate(made.get(), samples::kRoot), "Orlind Test Root");
+    return made;
+  }
+
+  std::string encode(runtime::PfxParameters* from, const char* password) {
+    HeldBuffer out;
+    String secret(password == nullptr ? "" : password);
+    EXPECT_EQ(spy.pkcs12.Encode(from, password == nullptr ? nullptr : secret.get(), out.put()),
+              kOk);
+    return bytesOf(out.get());
+  }
+
+  // Refused, with nothing handed out.
+  void expectRefused(runtime::PfxParameters* from) {
+    HeldBuffer out;
+    EXPECT_LT(spy.pkcs12.Encode(from, nullptr, out.put()), 0);
+    EXPECT_EQ(out.get(), nullptr);
+  }
+};
+
+TEST_F(Pkcs12Test, TheCompanionIsTheSameEachTime) {
+  const runtime::Pkcs12TypesTable* first = nullptr;
+  const runtime::Pkcs12TypesTable* second = nullptr;
+  ASSERT_EQ(spy.pkcs12.GetTypes(&first), kOk);
+  ASSERT_EQ(spy.pkcs12.GetTypes(&second), kOk);
+  EXPECT_EQ(first, second);
+}
+
+TEST_F(Pkcs12Test, ReleasingNullIsHarmless) {
+  spy.pkcs12Types.ParametersRelease(nullptr);
+  spy.pkcs12Types.BagListRelease(nullptr);
+  spy.pkcs12Types.BagRelease(nullptr);
+  spy.pkcs12Types.PrivateKeyInfoRelease(nullptr);
+}
+
+struct SampleCase {
+  const char* name;
+  const char* hex;
+  int certificates;
+};
+void PrintTo(const SampleCase& value, std::ostream* out) { *out << value.name; }
+class Pkcs12Sample : public Pkcs12Test, public ::testing::WithParamInterface<SampleCase> {};
+
+TEST_P(Pkcs12Sample, Opens) {
+  Opened opened = open(fromHex(GetParam().hex), "secret");
+  ASSERT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.verified, 1);
+  const runtime::SafeBag* key = nullptr;
+  const runtime::SafeBag* own = nullptr;
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  int certificates = 0;
+  for (auto* node = opened.bags.get(); node != nullptr; node = node->next) {
+    if (node->bag->type == runtime::kKeyBag) key = node->bag;
+    if (node->bag->type != runtime::kCertificateBag) continue;
+    ++certificates;
+    if (types.CertificateCompare(node->bag->certificate, leaf.get()) == 0) own = node->bag;
+  }
+  ASSERT_NE(key, nullptr);
+  EXPECT_EQ(bytesOf(&key->key->key), fromHex(samples::kLeafKey));
+  ASSERT_NE(key->localKeyId, nullptr);
+  EXPECT_EQ(textOf(key->friendlyName), "Jane's €");
+  EXPECT_EQ(certificates, GetParam().certificates);
+  ASSERT_NE(own, nullptr);
+  EXPECT_EQ(types.BufferCompare(own->localKeyId, key->localKeyId), 0);
+}
+
+TEST_P(Pkcs12Sample, RefusesAnotherPassword) {
+  for (const char* password : {static_cast<const char*>(nullptr), "", "Secret", "secret "}) {
+    const Opened opened = open(fromHex(GetParam().hex), password);
+    EXPECT_LT(opened.result, 0);
+    EXPECT_EQ(opened.verified, 0);
+    EXPECT_EQ(opened.bags.get(), nullptr);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Pkcs12Sample,
+                         ::testing::Values(SampleCase{"Legacy", samples::kLegacyPfx, 2},
+                                           SampleCase{"Rc4", samples::kRc4Pfx, 2},
+                                           SampleCase{"Swapped", samples::kSwappedPfx, 1},
+                                           SampleCase{"TwoKey", samples::kTwoKeyPfx, 1},
+                                           SampleCase{"Rc2", samples::kRc2Pfx, 1},
+                                           SampleCase{"Modern", samples::kModernPfx, 2},
+                                           SampleCase{"Aes128", samples::kAes128Pfx, 1},
+                                           SampleCase{"Open", samples::kOpenPfx, 1},
+                                           SampleCase{"Nss", samples::kNssPfx, 2},
+                                           SampleCase{"NssLegacy", samples::kNssLegacyPfx, 2}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(Pkcs12Test, AFileWithoutMacIsReadButNotVerified) {
+  const Opened opened = open(fromHex(samples::kNoMacPfx), "secret");
+  EXPECT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.verified, 0);
+  EXPECT_NE(opened.bags.get(), nullptr);
+}
+
+TEST_F(Pkcs12Test, AnEmptyPasswordAndNoneAreTwoThings) {
+  EXPECT_EQ(open(fromHex(samples::kEmptyPasswordPfx), "").verified, 1);
+  EXPECT_EQ(open(fromHex(samples::kEmptyPasswordPfx), nullptr).verified, 0);
+  const std::string none = encode(usual().get(), nullptr);
+  EXPECT_EQ(open(none, nullptr).verified, 1);
+  EXPECT_EQ(open(none, "").verified, 0);
+}
+
+TEST_F(Pkcs12Test, WhatWasWrittenIsReadBack) {
+  const Opened opened = open(encode(usual().get(), "pässwörd"), "pässwörd");
+  ASSERT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.verified, 1);
+  // The certificates' safe comes first, each kind in its order.
+  const runtime::BagNode* node = opened.bags.get();
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(node->bag->type, runtime::kCertificateBag);
+  EXPECT_EQ(textOf(node->bag->friendlyName), "Jäne 😀");
+  EXPECT_EQ(bytesOf(node->bag->localKeyId), "\x01");
+  node = node->next;
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(textOf(node->bag->friendlyName), "Orlind Test Root");
+  EXPECT_EQ(node->bag->localKeyId, nullptr);
+  node = node->next;
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(node->bag->type, runtime::kKeyBag);
+  EXPECT_EQ(node->bag->shrouded, 1);
+  EXPECT_EQ(bytesOf(&node->bag->key->key), fromHex(samples::kLeafKey));
+  EXPECT_EQ(node->next, nullptr);
+}
+
+TEST_F(Pkcs12Test, TheNamesChooseTheAlgorithms) {
+  const std::string rc4 = fromHex("060a2a864886f70d010c0101");
+  const std::string tripleDes = fromHex("060a2a864886f70d010c0103");
+  const std::string pfx = encode(usual().get(), "x");
+  // The certificates' algorithm stands open; that of the key comes behind it.
+  EXPECT_LT(pfx.find(rc4), pfx.find(tripleDes));
+  EXPECT_NE(pfx.find(tripleDes), std::string::npos);
+  HeldParameters other = parameters("pbeWithSHA1And40BitRC2-CBC", "pbeWithSHA1And40BitRC4");
+  addKey(other.get(), 1);
+  addCertificate(other.get(), samples::kLeaf);
+  EXPECT_EQ(open(encode(other.get(), "x"), "x").verified, 1);
+}
+
+TEST_F(Pkcs12Test, AKeyThatIsNotShroudedIsStoredOpen) {
+  HeldParameters plain = parameters();
+  addKey(plain.get(), 0);
+  const std::string pfx = encode(plain.get(), "x");
+  EXPECT_NE(pfx.find(fromHex(samples::kLeafKey)), std::string::npos);
+  const Opened opened = open(pfx, "x");
+  ASSERT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.bags->bag->shrouded, 0);
+}
+
+TEST_F(Pkcs12Test, EmptyNamesAndIdsAreNotWritten) {
+  HeldParameters made = parameters();
+  setName(addCertificate(made.get(), samples::kLeaf), "");
+  const Opened opened = open(encode(made.get(), "x"), "x");
+  ASSERT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.bags->bag->friendlyName, nullptr);
+  EXPECT_EQ(opened.bags->bag->localKeyId, nullptr);
+}
+
+TEST_F(Pkcs12Test, AFileWithoutBagsIsAFile) {
+  const Opened opened = open(encode(parameters().get(), "x"), "x");
+  EXPECT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.verified, 1);
+  EXPECT_EQ(opened.bags.get(), nullptr);
+}
+
+TEST_F(Pkcs12Test, IncompleteParametersAreRefused) {
+  HeldParameters noAlgorithm = usual();
+  auto* const identifier = reinterpret_cast<runtime::Object*>(
+      std::exchange(noAlgorithm->contents->bag->key->algorithm.identifier, nullptr));
+  identifier->table->Release(identifier);
+  expectRefused(noAlgorithm.get());
+
+  expectRefused(parameters("no such scheme").get());
+  expectRefused(parameters("pbeWithSHA1And128BitRC4", "no such scheme").get());
+
+  HeldParameters version = usual();
+  version->version = 2;
+  expectRefused(version.get());
+
+  HeldParameters iterations = usual();
+  iterations->iterations = 0;
+  expectRefused(iterations.get());
+
+  HeldParameters digest = usual();
+  types.TextRelease(std::exchange(digest->macDigest, nullptr));
+  expectRefused(digest.get());
+
+  HeldParameters content = parameters();
+  addBag(content.get(), runtime::kKeyBag);
+  expectRefused(content.get());
+  HeldParameters unsignedOne = parameters();
+  ASSERT_EQ(
+      velmora_certificate_create(&addBag(unsignedOne.get(), runtime::kCertificateBag)->certificate),
+      kOk);
+  expectRefused(unsignedOne.get());
+}
+
+// The MAC is made anew behind damaged safes by changing a file before its MAC is computed: a bag
+// whose certificate is none.
+TEST_F(Pkcs12Test, ARightMacOverDamagedContentIsVerifiedButFails) {
+  HeldParameters made = parameters();
+  addKey(made.get(), 0);
+  runtime::PrivateKeyInfo* const key = made->contents->bag->key;
+  // Parameters that are no DER element: written as they are, and refused when read.
+  key->algorithm.parameters.data = static_cast<uint8_t*>(spy.root.Allocate(1));
+  key->algorithm.parameters.length = 1;
+  key->algorithm.parameters.data[0] = 0x30;
+  const Opened opened = open(encode(made.get(), "x"), "x");
+  EXPECT_LT(opened.result, 0);
+  EXPECT_EQ(opened.verified, 1);
+  EXPECT_EQ(opened.bags.get(), nullptr);
+}
+
+TEST_F(Pkcs12Test, TheFlagIsWrittenInEveryCase) {
+  uint8_t verified = 0xFF;
+  runtime::BagNode* bags = nullptr;
+  EXPECT_EQ(spy.pkcs12.Decode(nullptr, nullptr, nullptr, &bags, &verified), kNullPointer);
+  EXPECT_EQ(verified, 0);
+  const Opened opened = open("no PKCS#12", "x");
+  EXPECT_LT(opened.result, 0);
+  EXPECT_EQ(opened.verified, 0);
+}
+
+TEST_F(Pkcs12Test, ImmodestIterationCountsAreRefused) {
+  std::string pfx = encode(usual().get(), "x");
+  // The count of the MAC ends the file: 2048 turned into 0x7F000000 more would take hours.
+  ASSERT_EQ(toHex(pfx.data() + pfx.size() - 4, 4), "02020800");
+  HeldParameters greedy = usual();
+  greedy->iterations = 20'000'000;
+  expectRefused(greedy.get());
+}
+
+TEST_F(Pkcs12Test, EveryTruncationIsRefused) {
+  for (const char* hex : {samples::kRc4Pfx, samples::kOpenPfx}) {
+    const std::string pfx = fromHex(hex);
+    for (size_t length = 0; length < pfx.size(); ++length) {
+      const Opened opened = open(pfx.substr(0, length), "secret");
+      EXPECT_LT(opened.result, 0) << length;
+      EXPECT_EQ(opened.bags.get(), nullptr);
+    }
+  }
+}
+
+// One bit in each byte turned over, in a file that nothing checks.
+TEST_F(Pkcs12Test, DamageIsRefusedOrRead) {
+  for (const char* hex : {samples::kNoMacPfx, samples::kOpenPfx, samples::kRc2Pfx}) {
+    const std::string pfx = fromHex(hex);
+    for (size_t at = 0; at < pfx.size(); ++at) {
+      std::string damaged = pfx;
+      damaged[at] = static_cast<char>(damaged[at] ^ (1 << (at % 8)));
+      const Opened opened = open(damaged, "secret");
+      if (opened.result < 0) {
+        EXPECT_EQ(opened.bags.get(), nullptr);
+      }
+      EXPECT_LE(opened.verified, 1);
+    }
+  }
+}
+
+TEST_F(Pkcs12Test, NoFreedBlockHoldsTheKeyOrThePassword) {
+  const std::string prime = fromHex(samples::kLeafKey).substr(300, 48);
+  const std::string password("\0p\0a\0s\0s\0w\0o\0r\0d", 16);
+  int found = 0;
+  HeldParameters made = usual();
+  String secret("password");
+  HeldBuffer out;
+  HeldBags bags;
+  uint8_t verified = 0;
+  spy.onFree = [&](const uint8_t* block, uint64_t size) {
+    const std::string_view bytes(reinterpret_cast<const char*>(block), size);
+    found += bytes.find(prime) != std::string_view::npos ||
+             bytes.find(password) != std::string_view::npos;
+  };
+  EXPECT_EQ(spy.pkcs12.Encode(made.get(), secret.get(), out.put()), kOk);
+  EXPECT_EQ(spy.pkcs12.Decode(out.get(), nullptr, secret.get(), bags.put(), &verified), kOk);
+  EXPECT_EQ(verified, 1);
+  made.reset();
+  bags.reset();
+  spy.onFree = nullptr;
+  EXPECT_EQ(found, 0);
+}
+
+TEST_F(Pkcs12Test, EveryFailedAllocationIsSurvivedWhenWriting) {
+  HeldParameters made = usual();
+  made->iterations = 1;
+  String secret("x");
+  const int swept = sweepAllocations(spy, [&] {
+    HeldBuffer out;
+    const int32_t result = spy.pkcs12.Encode(made.get(), secret.get(), out.put());
+    EXPECT_TRUE(result == kOk || (result == kOutOfMemory && out.get() == nullptr)) << result;
+    return result == kOk;
+  });
+  EXPECT_GT(swept, 20);
+}
+
+TEST_F(Pkcs12Test, EveryFailedAllocationIsSurvivedWhenReading) {
+  for (const char* hex : {samples::kRc4Pfx, samples::kAes128Pfx}) {
+    const std::string pfx = fromHex(hex);
+    String secret("secret");
+    const int swept = sweepAllocations(spy, [&] {
+      HeldBags bags;
+      uint8_t verified = 0;
+      const runtime::ByteBuffer data = bufferOf(pfx);
+      const int32_t result = spy.pkcs12.Decode(&data, nullptr, secret.get(), bags.put(), &verified);
+      EXPECT_TRUE(result == kOk || (result == kOutOfMemory && bags.get() == nullptr)) << result;
+      return result == kOk;
+    });
+    EXPECT_GT(swept, 20);
+  }
+}
+
+}  // namespace
+}  // namespace vexa::test

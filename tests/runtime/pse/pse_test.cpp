@@ -1,0 +1,179 @@
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/samples.h"
+#include "support/sweep.h"
+
+namespace vexa::test {
+namespace {
+
+class PseTest : public CryptoTest {
+ protected:
+  using OwnList = runtime::OwnCertificateList;
+  static void releaseList(OwnList* list) { SpyRuntime::current().pse.OwnListRelease(list); }
+  using HeldList = Held<OwnList, releaseList>;
+
+  PseTest() {
+    const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
+    file_ = std::filesystem::temp_directory_path() / (std::string("pse-") + test->name() + ".pfx");
+  }
+  void TearDown() override {
+    EXPECT_EQ(velmora_pse_configure(nullptr, nullptr), kOk);
+    std::filesystem::remove(file_);
+    CryptoTest::TearDown();
+  }
+
+  void write(const std::string& content) {
+    std::ofstream(file_, std::ios::binary).write(content.data(), std::ssize(content));
+  }
+  std::string path() const {
+    const std::u8string name = file_.u8string();
+    return {name.begin(), name.end()};
+  }
+  // A PSE shows this file.
+  void use(const char* hex, const char* password = "secret") {
+    write(fromHex(hex));
+    EXPECT_EQ(velmora_pse_configure(path().c_str(), password), kOk);
+  }
+
+  int32_t open(Owned<runtime::Pse>* pse) {
+    const runtime::ContextParameters parameters{1, "vexa", nullptr, types.typeOperations, nullptr};
+    Owned<runtime::SecurityContext> context;
+    const int32_t result = spy.asc.CreateContext(&parameters, context.put());
+    if (result < 0) return result;
+    return context->table->GetPse(context.get(), pse->put());
+  }
+  Owned<runtime::Pse> opened() {
+    Owned<runtime::Pse> pse;
+    EXPECT_EQ(open(&pse), kOk);
+    return pse;
+  }
+  HeldList list(const Owned<runtime::Pse>& pse) {
+    HeldList head;
+    EXPECT_EQ(pse->table->ListOwnCertificates(pse.get(), nullptr, nullptr, head.put()), kOk);
+    return head;
+  }
+
+  std::filesystem::path file_;
+};
+
+TEST_F(PseTest, WithoutAFileThereAreNoOwnCertificates) {
+  const auto pse = opened();
+  EXPECT_EQ(list(pse).get(), nullptr);
+}
+
+TEST_F(PseTest, ARecordHoldsCertificateIssuerAndSubject) {
+  use(samples::kModernPfx);
+  const auto pse = opened();
+  const HeldList head = list(pse);
+  ASSERT_NE(head.get(), nullptr);
+  EXPECT_EQ(head->next, nullptr) << "the root has no key here";
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  const OwnedCertificate root = certificate(samples::kRoot);
+  const auto* const record = head->record;
+  EXPECT_EQ(
+      types.CertificateCompare(reinterpret_cast<runtime::Certificate*>(record->field1), leaf.get()),
+      0);
+  EXPECT_EQ(
+      types.CertificateCompare(reinterpret_cast<runtime::Certificate*>(record->field2), root.get()),
+      0);
+  EXPECT_EQ(attribute(reinterpret_cast<runtime::Name*>(record->field6), "DC"), "example");
+}
+
+TEST_F(PseTest, AnUnknownIssuerIsNull) {
+  use(samples::kAes128Pfx);
+  EXPECT_EQ(list(opened())->record->field2, nullptr);
+}
+
+TEST_F(PseTest, TheSameCertificateHasTheSameRecord) {
+  use(samples::kModernPfx);
+  const auto pse = opened();
+  const HeldList first = list(pse);
+  EXPECT_EQ(list(pse)->record, first->record);
+  EXPECT_EQ(velmora_pse_reload(), kOk);
+  EXPECT_EQ(list(pse)->record, first->record);
+  EXPECT_EQ(list(opened())->record, first->record) << "another PSE";
+  use(samples::kRc4Pfx);
+  EXPECT_EQ(list(pse)->record, first->record) << "another file with the same certificate";
+}
+
+TEST_F(PseTest, ARecordOutlivesThePse) {
+  use(samples::kModernPfx);
+  auto pse = opened();
+  HeldList head = list(pse);
+  runtime::OwnCertificateRecord* const record = std::exchange(head->record, nullptr);
+  head.reset();  // frees the node and not the record
+  pse.reset();
+  EXPECT_EQ(attribute(reinterpret_cast<runtime::Name*>(record->field6), "DC"), "example");
+  spy.pse.OwnRecordRelease(record);
+  spy.pse.OwnRecordRelease(nullptr);
+}
+
+TEST_F(PseTest, AVanishedCertificateIsNotListedAnyMore) {
+  use(samples::kModernPfx);
+  const auto pse = opened();
+  const HeldList before = list(pse);
+  ASSERT_NE(before.get(), nullptr);
+  EXPECT_EQ(velmora_pse_configure(nullptr, nullptr), kOk);
+  EXPECT_EQ(list(pse).get(), nullptr);
+}
+
+TEST_F(PseTest, AChangedFileIsReadAfterReload) {
+  use(samples::kModernPfx);
+  const auto pse = opened();
+  ASSERT_NE(list(pse).get(), nullptr);
+  write("damaged");
+  EXPECT_NE(list(pse).get(), nullptr) << "nobody said that it changed";
+  EXPECT_EQ(velmora_pse_reload(), kFail);
+  HeldList head;
+  EXPECT_EQ(pse->table->ListOwnCertificates(pse.get(), nullptr, nullptr, head.put()), kFail);
+  EXPECT_EQ(head.get(), nullptr);
+}
+
+TEST_F(PseTest, WhatCannotBeReadSaysWhy) {
+  use(samples::kModernPfx, "wrong");
+  EXPECT_EQ(velmora_pse_reload(), kFail);
+  use(samples::kNoMacPfx);
+  EXPECT_EQ(velmora_pse_reload(), kFail);
+  EXPECT_EQ(velmora_pse_configure((path() + ".missing").c_str(), "secret"), kOk);
+  EXPECT_EQ(velmora_pse_reload(), kAccessDenied);
+  EXPECT_EQ(velmora_pse_configure(std::filesystem::temp_directory_path().string().c_str(), ""),
+            kOk);
+  EXPECT_LT(velmora_pse_reload(), 0) << "a folder";
+}
+
+TEST_F(PseTest, AFileMayHaveANameInAnyScript) {
+  file_.replace_filename(u8"pse-ключ-鍵.pfx");
+  use(samples::kEmptyPasswordPfx, "");
+  EXPECT_EQ(velmora_pse_reload(), kOk);
+  EXPECT_NE(list(opened()).get(), nullptr);
+}
+
+TEST_F(PseTest, AContextNeedsVersionOne) {
+  runtime::ContextParameters parameters{2, "vexa", nullptr, nullptr, nullptr};
+  runtime::SecurityContext* context = reinterpret_cast<runtime::SecurityContext*>(this);
+  EXPECT_EQ(spy.asc.CreateContext(&parameters, &context), kInvalidArgument);
+  EXPECT_EQ(context, nullptr);
+  EXPECT_EQ(spy.asc.CreateContext(nullptr, &context), kNullPointer);
+  EXPECT_EQ(spy.asc.CreateContext(&parameters, nullptr), kNullPointer);
+}
+
+TEST_F(PseTest, EveryFailedAllocationIsSurvived) {
+  use(samples::kRc4Pfx);
+  const int swept = sweepAllocations(spy, [&] {
+    Owned<runtime::Pse> pse;
+    HeldList head;
+    int32_t result = open(&pse);
+    if (result == kOk) {
+      result = pse->table->ListOwnCertificates(pse.get(), nullptr, nullptr, head.put());
+    }
+    EXPECT_TRUE(result == kOk || (result == kOutOfMemory && head.get() == nullptr)) << result;
+    return result == kOk;
+  });
+  EXPECT_GT(swept, 20);
+}
+
+}  // namespace
+}  // namespace vexa::test
