@@ -6,6 +6,7 @@
 #include "base/class_registry.h"
 #include "base/heap.h"
 #include "base/library.h"
+#include "base/list_registry.h"
 #include "base/unload_registry.h"
 #include "pal/windows_api.h"
 

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "json/json_api.h"
+#include "json/jsonapi_list.h"
 #include "vexa/json.h"
 #include "vexa/module.h"
 #include "vexa/runtime/reference.h"

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "base/buffer.h"
-#include "base/class_registry.h"
-#include "base/heap.h"
-#include "certs/runtime_holders.h"
+#include "base/certificate_chain.h"
+#include "base/list_registry.h"
+#include "base/runtime_holders.h"
 
 namespace vexa::certs {
 namespace {
@@ -54,7 +54,7 @@ int32_t IsClientAuthCertificate(Certificate* certificate) {
   if (certificate == nullptr) {
     return 0;
   }
-  RuntimeRef<ObjectId> usage;
+  base::RuntimeRef<ObjectId> usage;
   if (failed(base::bound.commonTypes->ObjectIdFromText(kClientAuthentication, usage.put()))) {
     return 0;
   }
@@ -91,7 +91,7 @@ void* GetCertificateValueB(Certificate* certificate) {
 runtime::CertificateList* AppendCertificate(runtime::CertificateList* head,
                                             Certificate* certificate) {
   // Without memory the list stays as it is: this entry has no result to say so.
-  (void)appendCertificate(&head, certificate);
+  (void)base::appendCertificate(&head, certificate);
   return head;
 }
 
@@ -119,26 +119,6 @@ void CertificateFromText(const char* text, Certificate** out) {
 }
 
 }  // namespace
-
-int32_t appendCertificate(runtime::CertificateList** head, Certificate* certificate) {
-  if (certificate == nullptr) {
-    return kOk;
-  }
-  runtime::CertificateList** link = head;
-  for (; *link != nullptr; link = &(*link)->next) {
-    if (base::bound.commonTypes->CertificateCompare((*link)->certificate, certificate) == 0) {
-      return kOk;
-    }
-  }
-  auto* const record =
-      static_cast<runtime::CertificateList*>(base::allocate(sizeof(runtime::CertificateList)));
-  if (record == nullptr) {
-    return kOutOfMemory;
-  }
-  *record = {addReference(certificate), nullptr, 1};
-  *link = record;
-  return kOk;
-}
 
 constinit const CertificateFunctions kCertificateFunctions = {
     .GetModuleInfo = base::GetModuleInfo<kCertificateListName>,

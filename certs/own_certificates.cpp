@@ -105,7 +105,7 @@ int32_t COwnCertificates::Refresh() {
   if (!pse) {
     throw _com_error(kNullPointer);
   }
-  OwnListHolder list;
+  base::OwnListHolder list;
   if (runtime::Pse* const source = pse->GetPSE(); source != nullptr) {
     const int32_t result = source->table->ListOwnCertificates(source, nullptr, nullptr, list.put());
     if (result == kOutOfMemory) {

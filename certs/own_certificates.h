@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/com_object.h"
-#include "certs/runtime_holders.h"
+#include "base/runtime_holders.h"
 #include "vexa/own_certificates.h"
 
 namespace vexa::certs {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/com_object.h"
-#include "certs/runtime_holders.h"
+#include "base/runtime_holders.h"
 #include "vexa/pse.h"
 
 namespace vexa::certs {
@@ -28,8 +28,8 @@ class CPSE : public IPse, public base::CSingletonFactoryImpl<CPSE>, public base:
   ~CPSE() = default;  // the PSE goes before its context
 
  private:
-  RuntimeRef<runtime::SecurityContext> m_context;
-  RuntimeRef<runtime::Pse> m_pse;
+  base::RuntimeRef<runtime::SecurityContext> m_context;
+  base::RuntimeRef<runtime::Pse> m_pse;
 };
 
 }  // namespace vexa::certs

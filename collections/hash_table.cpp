@@ -3,8 +3,8 @@
 #include <cstring>
 #include <new>
 
-#include "base/class_registry.h"
 #include "base/heap.h"
+#include "base/list_registry.h"
 #include "collections/hash_helpers.h"
 
 namespace vexa::collections {

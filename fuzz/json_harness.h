@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "json/json_api.h"
+#include "json/jsonapi_list.h"
 #include "vexa/json.h"
 #include "vexa/module.h"
 #include "vexa/runtime/reference.h"

@@ -1,6 +1,7 @@
 #include "module/class_factory_list.h"
 
 #include "base/class_registry.h"
+#include "base/list_registry.h"
 
 namespace vexa::module {
 

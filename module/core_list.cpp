@@ -1,10 +1,11 @@
 #include "module/core_list.h"
 
+#include "base/base64.h"
 #include "base/buffer.h"
-#include "base/class_registry.h"
-#include "base/core_functions.h"
-#include "certs/pkcs12.h"
-#include "util/scrambler.h"
+#include "base/cipher_sizes.h"
+#include "base/list_registry.h"
+#include "pkcs12/pkcs12.h"
+#include "scrambler/scrambler.h"
 
 namespace vexa::module {
 
@@ -17,15 +18,15 @@ constinit const CoreList kCoreList = {
     .AllocBuffer = base::AllocBuffer,
     .BufferFromBytes = base::BufferFromBytes,
     .BufferFromRange = base::BufferFromRange,
-    .CreateScrambler = util::CreateScrambler,
-    .CreateScramblerEx = util::CreateScramblerEx,
+    .CreateScrambler = scrambler::CreateScrambler,
+    .CreateScramblerEx = scrambler::CreateScramblerEx,
     .EncodeBase64 = base::EncodeBase64,
     .DecodeBase64 = base::DecodeBase64,
     .GetCipherBlockSize = base::GetCipherBlockSize,
     .GetCipherKeyBits = base::GetCipherKeyBits,
     .reserved14 = [](uint32_t, uint8_t) { return kOk; },
-    .CreatePkcs12 = certs::aux_create_pkcs12,
-    .OpenPkcs12 = certs::aux_open_pkcs12,
+    .CreatePkcs12 = pkcs12::aux_create_pkcs12,
+    .OpenPkcs12 = pkcs12::aux_open_pkcs12,
 };
 
 }  // namespace vexa::module

@@ -1,21 +1,22 @@
-#include "base/asc_list.h"
 #include "base/binding.h"
 #include "base/class_registry.h"
-#include "certs/ca_functions.h"
+#include "base/list_registry.h"
+#include "capi/capi_api_list.h"
+#include "certs/asc_list.h"
+#include "certs/ca_list.h"
 #include "certs/certificate_list.h"
 #include "certs/certificates.h"
 #include "certs/own_certificates.h"
 #include "certs/pse.h"
-#include "certs/store_import.h"
 #include "collections/hash_table.h"
-#include "json/json_api.h"
+#include "json/jsonapi_list.h"
 #include "module/class_factory_list.h"
 #include "module/core_list.h"
 #include "monitor/client_monitor.h"
-#include "util/time.h"
+#include "time/timeapi_list.h"
 #include "webclient/http_request.h"
 #include "webclient/http_response.h"
-#include "webclient/proxy_discovery.h"
+#include "webclient/network_list.h"
 #include "webclient/url_parser.h"
 
 // The module's table of contents: every static record, in the order of construction. Tables are
@@ -54,7 +55,7 @@ LoadRecord time{nullptr, runtime::kTimeName, &bound.time.pointer};
 LoadRecord notify{nullptr, runtime::kNotifyName, &bound.notify.pointer};
 
 // Offered lists
-ListRecord ascList{kComponent, kAscListName, &base::kAscList};
+ListRecord ascList{kComponent, kAscListName, &certs::kAscList};
 ListRecord coreList{kComponent, kCoreListName, &kCoreList};
 ListRecord caList{kComponent, kCaListName, &certs::kCaList};
 ListRecord certificateFunctions{kComponent, kCertificateListName, &certs::kCertificateFunctions};
@@ -65,8 +66,8 @@ ListRecord jsonApi{kComponent, kJsonApiListName, &json::kJsonApi};
 UnloadRecord pseTable{&bound.pse.pointer};
 
 ListRecord networkList{kComponent, kNetworkListName, &webclient::kNetworkList};
-ListRecord timeList{kComponent, kTimeListName, &util::kTimeList};
-ListRecord capiList{kComponent, kCapiListName, &certs::kCapiList};
+ListRecord timeList{kComponent, kTimeListName, &time::kTimeList};
+ListRecord capiList{kComponent, kCapiListName, &capi::kCapiList};
 ListRecord classFactoryList{kFramework, kClassFactoryListName, &kClassFactoryList};
 
 // Creatable classes

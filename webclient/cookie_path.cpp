@@ -1,7 +1,8 @@
+#include "webclient/cookie_path.h"
+
 #include <cstring>
 
 #include "base/heap.h"
-#include "webclient/proxy_discovery.h"
 
 namespace vexa::webclient {
 namespace {

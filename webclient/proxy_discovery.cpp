@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "base/class_registry.h"
 #include "base/string.h"
 #include "base/trace.h"
 #include "pal/wide.h"
@@ -320,13 +319,5 @@ int32_t GetIEUserSettingProxy(const char16_t* url, runtime::WideStringObject** p
   }
   return scope.leave(handOut(search.proxy(), proxy));
 }
-
-constinit const NetworkList kNetworkList = {
-    .GetModuleInfo = base::GetModuleInfo<kNetworkListName>,
-    .ConvertCookiePath = ConvertCookiePath,
-    .GetIEUserSettingProxy = GetIEUserSettingProxy,
-    .IsLocalHost = IsLocalHost,
-    .MatchesBypassList = MatchesBypassList,
-};
 
 }  // namespace vexa::webclient

@@ -1,4 +1,5 @@
 #include "base/class_registry.h"
+#include "base/list_registry.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/class_registry.h"
+#include "base/list_registry.h"
 #include "support/module_fixture.h"
 #include "vexa/core.h"
 #include "vexa/unknown.h"

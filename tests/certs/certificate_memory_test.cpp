@@ -3,8 +3,8 @@
 #include <string>
 
 #include "base/string.h"
-#include "sample_certificates.h"
 #include "support/module_fixture.h"
+#include "support/sample_certificates.h"
 #include "support/sweep.h"
 #include "vexa/certificates.h"
 #include "vexa/core.h"

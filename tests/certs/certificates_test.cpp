@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "certs/certificate.h"
-#include "fake_certificate.h"
-#include "sample_certificates.h"
+#include "support/fake_certificate.h"
 #include "support/module_fixture.h"
+#include "support/sample_certificates.h"
 #include "support/sweep.h"
 #include "vexa/certificates.h"
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "json/array.h"
-#include "json/json_api.h"
+#include "json/jsonapi_list.h"
 #include "json/object.h"
 #include "json/parser.h"
 #include "support/bound_fixture.h"

@@ -1,0 +1,139 @@
+#include <cstring>
+#include <string_view>
+
+#include "base/heap.h"
+#include "base/string.h"
+#include "base/trace.h"
+#include "capi/windows_store.h"
+#include "pal/wide.h"
+#include "vexa/runtime/certificate.h"
+
+namespace vexa::capi {
+namespace {
+
+constexpr int32_t kFailure = -1;
+
+enum class Match { kNo, kYes, kOutOfMemory };
+
+// Tells which certificates are to go.
+class CertificateFilter {
+ public:
+  CertificateFilter(const char16_t* container, const char* issuer)
+      : container_(container), issuer_(issuer) {}
+
+  bool prepare() { return issuer_ == nullptr || succeeded(issuerText_.fromUtf8(issuer_)); }
+
+  Match matches(PCCERT_CONTEXT context) {
+    return issuer_ != nullptr ? matchesIssuer(context) : matchesContainer(context);
+  }
+
+ private:
+  // A context that the runtime cannot decode does not match.
+  Match matchesIssuer(PCCERT_CONTEXT context) const {
+    const runtime::ByteBuffer encoding = {context->cbCertEncoded, context->pbCertEncoded};
+    runtime::Certificate* certificate = nullptr;
+    if (base::bound.commonTypes->CertificateDecode(&encoding, &certificate) != kOk ||
+        certificate == nullptr) {
+      return Match::kNo;
+    }
+    base::String name;
+    base::WideString text;
+    const bool copied = succeeded(base::bound.commonTypes->StringCopy(
+                            name.get(), certificate->table->GetIssuer(certificate))) &&
+                        succeeded(text.fromUtf8(name.text()));
+    certificate->table->header.Release(reinterpret_cast<runtime::Object*>(certificate));
+    if (!copied) {
+      return Match::kOutOfMemory;
+    }
+    return text.equals(issuerText_) ? Match::kYes : Match::kNo;
+  }
+
+  Match matchesContainer(PCCERT_CONTEXT context) {
+    DWORD size = 0;
+    if (container_ == nullptr ||
+        CertGetCertificateContextProperty(context, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size) ==
+            FALSE) {
+      return Match::kNo;
+    }
+    if (size > capacity_ && !grow(size)) {
+      return Match::kOutOfMemory;
+    }
+    if (size < sizeof(CRYPT_KEY_PROV_INFO) ||
+        CertGetCertificateContextProperty(context, CERT_KEY_PROV_INFO_PROP_ID, buffer_.get(),
+                                          &size) == FALSE) {
+      return Match::kNo;
+    }
+    const auto* info = reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(buffer_.get());
+    if (info->pwszContainerName == nullptr ||
+        std::u16string_view(pal::utf16(info->pwszContainerName)) != container_) {
+      return Match::kNo;
+    }
+    base::traceWideFormat(base::kTraceDetail, nullptr, u"delete certificate in container %s",
+                          container_);
+    return Match::kYes;
+  }
+
+  bool grow(DWORD size) {
+    void* const grown = base::reallocate(buffer_.get(), size);
+    if (grown == nullptr) {
+      return false;
+    }
+    (void)buffer_.release();
+    buffer_.reset(static_cast<uint8_t*>(grown));
+    capacity_ = size;
+    return true;
+  }
+
+  const char16_t* container_;
+  const char* issuer_;
+  base::WideString issuerText_;
+  base::RootBlock<uint8_t> buffer_;  // the property, grown as needed
+  DWORD capacity_ = 0;
+};
+
+// Deletion is one step behind: a certificate goes only when the enumeration has moved on.
+int32_t deleteMatching(HCERTSTORE store, CertificateFilter& filter) {
+  int32_t result = kOk;
+  PCCERT_CONTEXT marked = nullptr;
+  PCCERT_CONTEXT context = nullptr;
+  do {
+    context = CertEnumCertificatesInStore(store, context);
+    if (marked != nullptr && CertDeleteCertificateFromStore(marked) == FALSE) {
+      base::traceFormat(base::kTraceDetail, nullptr, "Can not delete a Certificate: 0x%08x",
+                        static_cast<unsigned>(GetLastError()));
+    }
+    marked = nullptr;
+    if (context != nullptr) {
+      const Match match = filter.matches(context);
+      marked = match == Match::kYes ? CertDuplicateCertificateContext(context) : nullptr;
+      if (match == Match::kOutOfMemory) {
+        CertFreeCertificateContext(context);
+        context = nullptr;
+        result = kFailure;
+      }
+    }
+  } while (context != nullptr);
+  return result;
+}
+
+}  // namespace
+
+int32_t csp_delete_certs(const char16_t* storeName, const char16_t* container,
+                         const char* filterText) {
+  base::TraceScope scope("csp_delete_certs");
+  CertificateFilter filter(container, filterText);
+  if (!filter.prepare()) {
+    return scope.leave(kFailure);
+  }
+  const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(storeName));
+  if (store == nullptr) {
+    base::traceWideFormat(base::kTraceDetail, nullptr, u"Can not open the '%s' Certificate store",
+                          storeName);
+    return scope.leave(kFailure);
+  }
+  const int32_t result = deleteMatching(store, filter);
+  CertCloseStore(store, 0);
+  return scope.leave(result);
+}
+
+}  // namespace vexa::capi

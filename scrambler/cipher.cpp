@@ -1,0 +1,94 @@
+#include "scrambler/cipher.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/buffer.h"
+#include "base/heap.h"
+#include "base/tables.h"
+#include "base/wipe.h"
+#include "scrambler/cipher_items.h"
+
+namespace vexa::scrambler {
+namespace {
+
+using base::bound;
+
+// Gives *out a zeroed block for `size` bytes, at least one; the block it held goes to `old`.
+int32_t prepareOutput(runtime::ByteBuffer** out, uint64_t size, base::RootBlock<uint8_t>& old) {
+  auto block = base::RootBlock<uint8_t>::ofBytes(std::max<uint64_t>(size, 1));
+  if (!block) {
+    return kOutOfMemory;
+  }
+  if (const int32_t result = base::ensureBuffer(out); failed(result)) {
+    return result;
+  }
+  old.reset(std::exchange((*out)->data, block.release()));
+  (*out)->length = size;
+  return kOk;
+}
+
+}  // namespace
+
+int32_t generateKey(uint32_t algorithm, uint64_t keyBits, runtime::SymmetricKey** key) {
+  *key = nullptr;
+  if (keyBits == 0 || keyBits > kMaxKeyBits) {
+    return kBadKeyLength;
+  }
+  if (!bound.crypt) {
+    return kFail;
+  }
+  auto bits = static_cast<uint32_t>(keyBits);
+  CipherItems<2> items;
+  items.add(runtime::kCipherKeyBits, &bits);
+  items.add(runtime::kCipherAlgorithm, &algorithm);
+  runtime::CipherItem generated{};
+  generated.tag = runtime::kCipherKey;
+  const int32_t result = bound.crypt->GenerateKey(items.first(), &generated, algorithm);
+  if (succeeded(result)) {
+    *key = static_cast<runtime::SymmetricKey*>(generated.value);
+  }
+  return result;
+}
+
+int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuffer* in,
+                  runtime::ByteBuffer** out) {
+  if (parameters == nullptr || in == nullptr || out == nullptr) {
+    return kBadKeyLength;
+  }
+  const runtime::ByteBuffer input = *in;  // *out may be the same buffer
+  uint64_t size = 0;
+  int32_t result =
+      bound.crypt ? bound.crypt->GetOutputSize(parameters, input.length, &size) : kFail;
+  base::RootBlock<uint8_t> old;
+  if (succeeded(result)) {
+    if (result = prepareOutput(out, size, old); failed(result)) {
+      return result;
+    }
+    result = bound.crypt->Cipher(parameters, input.data, input.length, (*out)->data, *out);
+  }
+  if (failed(result)) {
+    releaseWiped(std::exchange(*out, nullptr));
+    return kFail;
+  }
+  return kOk;
+}
+
+void releaseWiped(runtime::ByteBuffer* buffer) {
+  if (buffer != nullptr) {
+    if (buffer->data != nullptr) {
+      base::wipe(buffer->data, buffer->length);
+    }
+    base::releaseBuffer(buffer);
+  }
+}
+
+void releaseWiped(runtime::SymmetricKey* key) {
+  // Without the crypto runtime the key's own table is gone, too.
+  if (key != nullptr && bound.crypt) {
+    base::wipe(key->table->GetBytes(key), key->table->GetBitLength(key) / 8);
+    key->table->header.Release(reinterpret_cast<runtime::Object*>(key));
+  }
+}
+
+}  // namespace vexa::scrambler

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "vexa/time.h"
-
-namespace vexa::util {
-
-extern const TimeList kTimeList;  // "timeapi"
-
-}  // namespace vexa::util
