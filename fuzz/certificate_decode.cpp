@@ -14,7 +14,9 @@ using namespace vexa;
 using namespace vexa::velmora;
 
 void require(bool holds) {
-  if (!holds) std::abort();
+  if (!holds) {
+    std::abort();
+  }
 }
 
 void readAll(runtime::Certificate* certificate) {
@@ -23,7 +25,9 @@ void readAll(runtime::Certificate* certificate) {
     runtime::StringObject text{};
     require(commonTypes().StringCopy(&text, name) == kOk);
     require((name == nullptr) == (text.length == 0));
-    if (name != nullptr) require(name->table->GetAttribute(name, "CN", &text) == kOk);
+    if (name != nullptr) {
+      require(name->table->GetAttribute(name, "CN", &text) == kOk);
+    }
     stringTable.Clear(&text);
   }
   for (void* time : {table->GetValueA(certificate), table->GetValueB(certificate)}) {
@@ -31,7 +35,9 @@ void readAll(runtime::Certificate* certificate) {
     timeTable.ToUnixSeconds(static_cast<runtime::LibraryTime*>(time), &seconds);
   }
   if (const uint8_t* flags = table->GetKeyUsage(certificate)) {
-    for (int i = 0; i < runtime::kKeyUsageFlags; ++i) require(flags[i] <= 1);
+    for (int i = 0; i < runtime::kKeyUsageFlags; ++i) {
+      require(flags[i] <= 1);
+    }
   }
   for (auto* usage = table->GetExtendedKeyUsage(certificate); usage != nullptr;
        usage = usage->next) {

@@ -17,7 +17,9 @@ using namespace vexa::velmora;
 constexpr uint32_t kMostIterations = 64;  // a mutated count must not eat the time
 
 void require(bool holds) {
-  if (!holds) std::abort();
+  if (!holds) {
+    std::abort();
+  }
 }
 
 void readAll(const runtime::BagNode* node) {
@@ -33,7 +35,9 @@ void readAll(const runtime::BagNode* node) {
       require(bag.type == runtime::kCertificateBag && bag.certificate != nullptr);
       require(commonTypes().CertificateCompare(bag.certificate, bag.certificate) == 0);
     }
-    if (bag.friendlyName != nullptr) stringTable.GetText(bag.friendlyName);
+    if (bag.friendlyName != nullptr) {
+      stringTable.GetText(bag.friendlyName);
+    }
     if (bag.localKeyId != nullptr) {
       require(commonTypes().BufferCompare(bag.localKeyId, bag.localKeyId) == 0);
     }
@@ -47,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint64_t before = liveBlocks();
   const runtime::ByteBuffer input{size, const_cast<uint8_t*>(data)};
   char text[] = "secret";
-  const runtime::StringObject password{text, sizeof text - 1};
+  const runtime::StringObject password{text, sizeof(text) - 1};
   runtime::BagNode* bags = nullptr;
   uint8_t verified = 0xFF;
   const int32_t result = pkcs12Table.Decode(&input, nullptr, &password, &bags, &verified);

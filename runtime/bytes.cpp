@@ -14,7 +14,9 @@ constexpr size_t kFirstCapacity = 32;
 // memcpy and its like want valid pointers, even for no bytes.
 void copyBytes(uint8_t* target, ByteView source) {
   // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): capacity means that there is a block
-  if (!source.empty()) std::memcpy(target, source.data(), source.size());
+  if (!source.empty()) {
+    std::memcpy(target, source.data(), source.size());
+  }
 }
 
 }  // namespace
@@ -26,13 +28,17 @@ bool equalBytes(ByteView a, ByteView b) {
 int compareBytes(ByteView a, ByteView b) {
   const size_t common = std::min(a.size(), b.size());
   const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
-  if (order != 0) return order < 0 ? -1 : 1;
+  if (order != 0) {
+    return order < 0 ? -1 : 1;
+  }
   return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
 }
 
 void wipe(void* block, size_t length) {
   volatile uint8_t* const bytes = static_cast<volatile uint8_t*>(block);
-  for (size_t i = 0; i < length; ++i) bytes[i] = 0;
+  for (size_t i = 0; i < length; ++i) {
+    bytes[i] = 0;
+  }
 }
 
 Bytes& Bytes::operator=(Bytes&& other) noexcept {
@@ -47,20 +53,26 @@ Bytes& Bytes::operator=(Bytes&& other) noexcept {
 }
 
 void Bytes::append(ByteView bytes) {
-  if (failed_ || !reserve(size_ + bytes.size())) return;
+  if (failed_ || !reserve(size_ + bytes.size())) {
+    return;
+  }
   copyBytes(data_ + size_, bytes);
   size_ += bytes.size();
 }
 
 void Bytes::insert(size_t position, ByteView bytes) {
-  if (failed_ || bytes.empty() || !reserve(size_ + bytes.size())) return;
+  if (failed_ || bytes.empty() || !reserve(size_ + bytes.size())) {
+    return;
+  }
   std::memmove(data_ + position + bytes.size(), data_ + position, size_ - position);
   copyBytes(data_ + position, bytes);
   size_ += bytes.size();
 }
 
 void Bytes::resize(size_t size) {
-  if (failed_ || !reserve(size)) return;
+  if (failed_ || !reserve(size)) {
+    return;
+  }
   if (size > size_) {
     std::memset(data_ + size_, 0, size - size_);
   } else if (size < size_) {
@@ -90,7 +102,9 @@ uint8_t* Bytes::release() {
 }
 
 bool Bytes::reserve(size_t capacity) {
-  if (capacity <= capacity_) return true;
+  if (capacity <= capacity_) {
+    return true;
+  }
   const size_t roomy = std::max({capacity, 2 * capacity_, kFirstCapacity});
   auto* const block = static_cast<uint8_t*>(allocateBlock(roomy));
   if (block == nullptr) {
@@ -108,11 +122,15 @@ bool Bytes::reserve(size_t capacity) {
 }
 
 int32_t handOut(Bytes&& bytes, runtime::ByteBuffer** out) {
-  if (bytes.failed()) return kOutOfMemory;
+  if (bytes.failed()) {
+    return kOutOfMemory;
+  }
   runtime::ByteBuffer* buffer = *out;
   if (buffer == nullptr) {
     buffer = static_cast<runtime::ByteBuffer*>(allocateBlock(sizeof(runtime::ByteBuffer)));
-    if (buffer == nullptr) return kOutOfMemory;
+    if (buffer == nullptr) {
+      return kOutOfMemory;
+    }
   } else {
     clearBuffer(buffer);
   }
@@ -124,8 +142,12 @@ int32_t handOut(Bytes&& bytes, runtime::ByteBuffer** out) {
 
 int32_t assignBuffer(runtime::ByteBuffer* target, ByteView bytes) {
   Bytes copy;
-  if (!bytes.empty()) copy.append(bytes);
-  if (copy.failed()) return kOutOfMemory;
+  if (!bytes.empty()) {
+    copy.append(bytes);
+  }
+  if (copy.failed()) {
+    return kOutOfMemory;
+  }
   clearBuffer(target);
   target->length = copy.size();
   target->data = copy.release();

@@ -12,22 +12,24 @@
 namespace vexa::velmora {
 
 // Null when the heap is exhausted. The constructor must not allocate.
-template <typename T, typename... Arguments>
+template <class T, class... Arguments>
 T* makeOnHeap(Arguments&&... arguments) {
   void* const block = allocateBlock(sizeof(T));
   return block == nullptr ? nullptr : new (block) T(std::forward<Arguments>(arguments)...);
 }
 
-template <typename T>
+template <class T>
 void destroyOnHeap(T* object) {
-  if (object == nullptr) return;
+  if (object == nullptr) {
+    return;
+  }
   object->~T();
   freeBlock(object);
 }
 
 // An object of the interface `Base` (Name, Certificate, ...), which holds nothing but its table.
 // Starts with one reference.
-template <typename Base>
+template <class Base>
 struct Counted : Base {
   explicit Counted(decltype(Base::table) operations) : Base{operations} {}
   Counted(const Counted&) = delete;
@@ -38,7 +40,7 @@ struct Counted : Base {
 
 // The header of the table of `T`, which derives from Counted and has kTypeName. `duplicate` is
 // kOperation 4; null: the object never changes, so that a duplicate is one more reference.
-template <typename T>
+template <class T>
 struct CountedHeader {
   static T* self(runtime::Object* object) { return static_cast<T*>(static_cast<void*>(object)); }
 
@@ -50,12 +52,16 @@ struct CountedHeader {
   static uint32_t release(runtime::Object* object) {
     T* const target = self(object);
     const uint32_t left = target->references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0) destroyOnHeap(target);
+    if (left == 0) {
+      destroyOnHeap(target);
+    }
     return left;
   }
   static const char* typeName(runtime::Object*) { return T::kTypeName; }
   static int32_t share(runtime::Object* object, void** copy) {
-    if (copy == nullptr) return kNullPointer;
+    if (copy == nullptr) {
+      return kNullPointer;
+    }
     addRef(object);
     *copy = object;
     return kOk;
@@ -71,7 +77,7 @@ struct CountedHeader {
 inline runtime::Object* asObject(void* object) { return static_cast<runtime::Object*>(object); }
 
 // Owns one reference to an object of any maker.
-template <typename T>
+template <class T>
 class Ref {
  public:
   Ref() = default;
@@ -85,7 +91,9 @@ class Ref {
 
   // One reference more.
   static Ref share(T* object) {
-    if (object != nullptr) asObject(object)->table->AddRef(asObject(object));
+    if (object != nullptr) {
+      asObject(object)->table->AddRef(asObject(object));
+    }
     return Ref(object);
   }
 
@@ -95,7 +103,9 @@ class Ref {
   T* release() { return std::exchange(object_, nullptr); }
   void reset(T* owned = nullptr) {
     T* const old = std::exchange(object_, owned);
-    if (old != nullptr) asObject(old)->table->Release(asObject(old));
+    if (old != nullptr) {
+      asObject(old)->table->Release(asObject(old));
+    }
   }
 
  private:

@@ -27,17 +27,25 @@ int32_t appendExtendedKeyUsage(CertificateObject& certificate, runtime::ObjectId
   Ref<runtime::ObjectId> identifier(owned);
   auto* const entry =
       static_cast<runtime::ExtendedKeyUsage*>(allocateBlock(sizeof(runtime::ExtendedKeyUsage)));
-  if (entry == nullptr) return kOutOfMemory;
+  if (entry == nullptr) {
+    return kOutOfMemory;
+  }
   entry->identifier = identifier.release();
   runtime::ExtendedKeyUsage** end = &certificate.extendedKeyUsage;
-  while (*end != nullptr) end = &(*end)->next;
+  while (*end != nullptr) {
+    end = &(*end)->next;
+  }
   *end = entry;
   return kOk;
 }
 
 bool equalCertificates(runtime::Certificate* a, runtime::Certificate* b) {
-  if (a == nullptr || b == nullptr) return false;
-  if (a == b) return true;
+  if (a == nullptr || b == nullptr) {
+    return false;
+  }
+  if (a == b) {
+    return true;
+  }
   const runtime::ByteBuffer* const first = encodingOf(a);
   const runtime::ByteBuffer* const second = encodingOf(b);
   return first != nullptr && second != nullptr && equalBytes(viewOf(*first), viewOf(*second));

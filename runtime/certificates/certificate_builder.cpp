@@ -31,7 +31,9 @@ void writeKeyUsageBits(const KeyUsageFlags& flags, DerWriter& writer) {
   uint8_t content[3] = {};
   size_t used = 0;  // bits
   for (size_t i = 0; i < flags.size(); ++i) {
-    if (flags[i] == 0) continue;
+    if (flags[i] == 0) {
+      continue;
+    }
     content[1 + i / 8] |= static_cast<uint8_t>(0x80 >> (i % 8));
     used = i + 1;
   }
@@ -41,11 +43,13 @@ void writeKeyUsageBits(const KeyUsageFlags& flags, DerWriter& writer) {
 }
 
 // Extension = SEQUENCE { extnID, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
-template <typename Value>
+template <class Value>
 void writeExtension(const KnownId& identifier, bool critical, DerWriter& writer, Value&& value) {
   const size_t sequence = writer.begin(kSequence);
   writer.objectId(identifier);
-  if (critical) writer.boolean(true);
+  if (critical) {
+    writer.boolean(true);
+  }
   const size_t octets = writer.begin(kOctetString);
   value();
   writer.end(octets);
@@ -56,8 +60,12 @@ void writeExtensions(const CertificateObject& certificate, DerWriter& writer) {
   if (certificate.basicConstraints) {
     writeExtension(kBasicConstraintsId, true, writer, [&] {
       const size_t mark = writer.begin(kSequence);
-      if (certificate.basicConstraints->cA != 0) writer.boolean(true);
-      if (certificate.pathLength) writer.smallInteger(*certificate.pathLength);
+      if (certificate.basicConstraints->cA != 0) {
+        writer.boolean(true);
+      }
+      if (certificate.pathLength) {
+        writer.smallInteger(*certificate.pathLength);
+      }
       writer.end(mark);
     });
   }
@@ -112,9 +120,13 @@ void writeSignedPart(const CertificateObject& certificate, const runtime::Name* 
 
 // A random positive number, when none was set.
 int32_t ensureSerial(CertificateObject& certificate) {
-  if (certificate.serial.size() != 0) return kOk;
+  if (certificate.serial.size() != 0) {
+    return kOk;
+  }
   uint8_t serial[kSerialLength];
-  if (!randomBytes(serial, sizeof serial)) return kFail;
+  if (!randomBytes(serial, sizeof(serial))) {
+    return kFail;
+  }
   serial[0] = static_cast<uint8_t>((serial[0] & 0x3F) | 0x40);
   certificate.serial.append(serial);
   return certificate.serial.takeFailure() ? kOutOfMemory : kOk;
@@ -123,10 +135,14 @@ int32_t ensureSerial(CertificateObject& certificate) {
 // Reads the encoding back and takes over what the construction did not have.
 int32_t complete(CertificateObject& certificate, Bytes&& encoding) {
   Ref<CertificateObject> read(makeOnHeap<CertificateObject>());
-  if (!read) return kOutOfMemory;
+  if (!read) {
+    return kOutOfMemory;
+  }
   read->encoding = std::move(encoding);
   const int32_t result = readCertificate(*read.get());
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   certificate.encoding = std::move(read->encoding);
   certificate.encodingRecord = read->encodingRecord;
   certificate.signedPart = read->signedPart;
@@ -136,7 +152,7 @@ int32_t complete(CertificateObject& certificate, Bytes&& encoding) {
   return kOk;
 }
 
-template <typename T>
+template <class T>
 Ref<T> shareOf(const Ref<T>& other) {
   return Ref<T>::share(other.get());
 }
@@ -144,9 +160,13 @@ Ref<T> shareOf(const Ref<T>& other) {
 }  // namespace
 
 int32_t setKeyUsage(runtime::Certificate* self, const uint8_t* flags, uint32_t critical) {
-  if (flags == nullptr) return kNullPointer;
+  if (flags == nullptr) {
+    return kNullPointer;
+  }
   CertificateObject& certificate = *implementationOf(self);
-  if (certificate.isComplete()) return kAccessDenied;
+  if (certificate.isComplete()) {
+    return kAccessDenied;
+  }
   KeyUsageFlags copy;
   std::transform(flags, flags + copy.size(), copy.begin(),
                  [](uint8_t flag) { return flag != 0 ? uint8_t{1} : uint8_t{0}; });
@@ -157,13 +177,15 @@ int32_t setKeyUsage(runtime::Certificate* self, const uint8_t* flags, uint32_t c
 
 int32_t recordSetterCall(CertificateObject& certificate, const SetterCall& call) {
   const auto* const bytes = reinterpret_cast<const uint8_t*>(&call);
-  certificate.setterCalls.append({bytes, sizeof call});
+  certificate.setterCalls.append({bytes, sizeof(call)});
   return certificate.setterCalls.takeFailure() ? kOutOfMemory : kOk;
 }
 
 int32_t copyCertificate(const CertificateObject& source, void** copy) {
   Ref<CertificateObject> target(makeOnHeap<CertificateObject>());
-  if (!target) return kOutOfMemory;
+  if (!target) {
+    return kOutOfMemory;
+  }
   target->serial.append(source.serial.view());
   target->setterCalls.append(source.setterCalls.view());
   target->issuer = shareOf(source.issuer);
@@ -174,38 +196,50 @@ int32_t copyCertificate(const CertificateObject& source, void** copy) {
   target->keyUsageCritical = source.keyUsageCritical;
   target->basicConstraints = source.basicConstraints;
   target->pathLength = source.pathLength;
-  if (target->serial.failed() || target->setterCalls.failed()) return kOutOfMemory;
+  if (target->serial.failed() || target->setterCalls.failed()) {
+    return kOutOfMemory;
+  }
   int32_t result = copyPublicKey(&target->publicKey, &source.publicKey);
   for (auto* entry = source.extendedKeyUsage; entry != nullptr && !failed(result);
        entry = entry->next) {
     result = appendExtendedKeyUsage(*target.get(),
                                     Ref<runtime::ObjectId>::share(entry->identifier).release());
   }
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   *copy = static_cast<runtime::Certificate*>(target.release());
   return kOk;
 }
 
 int32_t signCertificate(CertificateObject& certificate, const runtime::KeyObject& issuerKey,
                         runtime::Certificate* issuer) {
-  if (certificate.isComplete()) return kAccessDenied;
+  if (certificate.isComplete()) {
+    return kAccessDenied;
+  }
   if (certificate.notBefore.text[0] == '\0' || certificate.notAfter.text[0] == '\0' ||
       certificate.publicKey.algorithm.identifier == nullptr ||
       certificate.publicKey.bytes == nullptr) {
     return kInvalidArgument;
   }
   int32_t result = ensureSerial(certificate);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   const runtime::Name* issuerName = issuer != nullptr    ? issuer->table->GetSubject(issuer)
                                     : certificate.issuer ? certificate.issuer.get()
                                                          : certificate.subject.get();
   Bytes signedPart;
   DerWriter signedWriter(signedPart);
   writeSignedPart(certificate, issuerName, signedWriter);
-  if (signedPart.failed()) return kOutOfMemory;
+  if (signedPart.failed()) {
+    return kOutOfMemory;
+  }
   Bytes signature;
   result = signSha256WithRsa(issuerKey.privateKey, signedPart.view(), signature);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
 
   Bytes encoding;
   DerWriter writer(encoding);
@@ -214,7 +248,9 @@ int32_t signCertificate(CertificateObject& certificate, const runtime::KeyObject
   writeSignatureAlgorithm(writer);
   writer.bitString(signature.view());
   writer.end(mark);
-  if (encoding.failed()) return kOutOfMemory;
+  if (encoding.failed()) {
+    return kOutOfMemory;
+  }
   return complete(certificate, std::move(encoding));
 }
 

@@ -48,7 +48,9 @@ int32_t recordPairSecond(runtime::Certificate* self, void* value2) {
 }
 
 int32_t duplicate(runtime::Object* object, void** copy) {
-  if (copy == nullptr) return kNullPointer;
+  if (copy == nullptr) {
+    return kNullPointer;
+  }
   *copy = nullptr;
   CertificateObject* const self = CountedHeader<CertificateObject>::self(object);
   return self->isComplete() ? CountedHeader<CertificateObject>::share(object, copy)
@@ -59,9 +61,15 @@ constexpr runtime::CertificateTable makeTable() {
   runtime::CertificateTable table{};
   table.header = CountedHeader<CertificateObject>::table(duplicate);
   table.slot7 = table.slot10 = table.slot12 = notImplemented;
-  for (auto& slot : table.slots20to40) slot = notImplemented;
-  for (auto& slot : table.slots42to55) slot = notImplemented;
-  for (auto& slot : table.slots58to59) slot = notImplemented;
+  for (auto& slot : table.slots20to40) {
+    slot = notImplemented;
+  }
+  for (auto& slot : table.slots42to55) {
+    slot = notImplemented;
+  }
+  for (auto& slot : table.slots58to59) {
+    slot = notImplemented;
+  }
   table.GetIssuer = getIssuer;
   table.GetSubject = getSubject;
   table.GetEncoding = getEncoding;

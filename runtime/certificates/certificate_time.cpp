@@ -14,7 +14,9 @@ constexpr size_t kGeneralizedLength = kDigits + 1;
 // Ranges of month, day, hour, minute, second.
 bool isPlausible(const char (&digits)[kDigits]) {
   for (const char c : digits) {
-    if (c < '0' || c > '9') return false;
+    if (c < '0' || c > '9') {
+      return false;
+    }
   }
   const auto number = [&digits](size_t at) {
     return (digits[at] - '0') * 10 + digits[at + 1] - '0';
@@ -27,9 +29,11 @@ bool isPlausible(const char (&digits)[kDigits]) {
 
 bool readTime(const DerElement& element, LibraryTimeText& out) {
   const ByteView content = element.content;
-  if (content.empty() || content.back() != 'Z') return false;
+  if (content.empty() || content.back() != 'Z') {
+    return false;
+  }
   char digits[kDigits];
-  std::memset(digits, '0', sizeof digits);
+  std::memset(digits, '0', sizeof(digits));
   if (element.tag == kUtcTime &&
       (content.size() == kUtcTimeLength || content.size() == kUtcNoSeconds)) {
     // Two digits mean 1950 to 2049.
@@ -40,7 +44,9 @@ bool readTime(const DerElement& element, LibraryTimeText& out) {
   } else {
     return false;
   }
-  if (!isPlausible(digits)) return false;
+  if (!isPlausible(digits)) {
+    return false;
+  }
   std::memcpy(out.text, digits, kDateDigits);
   out.text[kDateDigits] = 'T';
   std::memcpy(out.text + kDateDigits + 1, digits + kDateDigits, kDigits - kDateDigits);
@@ -49,7 +55,9 @@ bool readTime(const DerElement& element, LibraryTimeText& out) {
 }
 
 bool isLibraryTime(const char* text) {
-  if (std::strlen(text) != kDigits + 1 || text[kDateDigits] != 'T') return false;
+  if (std::strlen(text) != kDigits + 1 || text[kDateDigits] != 'T') {
+    return false;
+  }
   char digits[kDigits];
   std::memcpy(digits, text, kDateDigits);
   std::memcpy(digits + kDateDigits, text + kDateDigits + 1, kDigits - kDateDigits);

@@ -43,9 +43,13 @@ constexpr AttributeType kAttributeTypes[] = {
 constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
+  if (a.size() != b.size()) {
+    return false;
+  }
   for (size_t i = 0; i < a.size(); ++i) {
-    if (lower(a[i]) != lower(b[i])) return false;
+    if (lower(a[i]) != lower(b[i])) {
+      return false;
+    }
   }
   return true;
 }
@@ -58,21 +62,29 @@ struct Attribute {
 
 std::optional<Attribute> takeAttribute(DerReader& relativeName) {
   const auto sequence = relativeName.take(kSequence);
-  if (!sequence) return std::nullopt;
+  if (!sequence) {
+    return std::nullopt;
+  }
   DerReader reader(sequence->content);
   const auto type = reader.take(kObjectId);
   const auto value = reader.takeAny();
-  if (!type || !value || !reader.atEnd()) return std::nullopt;
+  if (!type || !value || !reader.atEnd()) {
+    return std::nullopt;
+  }
   return Attribute{type->content, *value};
 }
 
 // RelativeDistinguishedName = SET SIZE (1..MAX) OF AttributeTypeAndValue
 bool isRelativeName(ByteView content) {
   DerReader reader(content);
-  if (reader.atEnd()) return false;
+  if (reader.atEnd()) {
+    return false;
+  }
   while (!reader.atEnd()) {
     const auto attribute = takeAttribute(reader);
-    if (!attribute || !isObjectId(attribute->type)) return false;
+    if (!attribute || !isObjectId(attribute->type)) {
+      return false;
+    }
   }
   return true;
 }
@@ -82,7 +94,9 @@ std::optional<size_t> countRelativeNames(ByteView sequence) {
   size_t count = 0;
   for (; !reader.atEnd(); ++count) {
     const auto set = reader.take(kSet);
-    if (!set || !isRelativeName(set->content) || count == kMaxRelativeNames) return std::nullopt;
+    if (!set || !isRelativeName(set->content) || count == kMaxRelativeNames) {
+      return std::nullopt;
+    }
   }
   return count;
 }
@@ -90,17 +104,21 @@ std::optional<size_t> countRelativeNames(ByteView sequence) {
 // The relative name at `index` of a name that was checked when it was made.
 ByteView relativeNameAt(const NameObject& name, size_t index) {
   DerReader reader(*derContent(name.encoding.view(), kSequence));
-  while (index-- != 0) reader.takeAny();
+  while (index-- != 0) {
+    reader.takeAny();
+  }
   return reader.takeAny()->content;
 }
 
 // Calls `use` with each attribute in the order of the text form until it answers false.
-template <typename Use>
+template <class Use>
 void forEachAttribute(const NameObject& name, Use&& use) {
   for (size_t index = name.relativeNames; index-- != 0;) {
     DerReader reader(relativeNameAt(name, index));
     for (bool first = true; !reader.atEnd(); first = false) {
-      if (!use(*takeAttribute(reader), first)) return;
+      if (!use(*takeAttribute(reader), first)) {
+        return;
+      }
     }
   }
 }
@@ -140,7 +158,9 @@ void appendAttribute(const Attribute& attribute, Bytes& out) {
   Bytes value;
   const bool readable =
       type != nullptr && appendStringAsUtf8(attribute.value.tag, attribute.value.content, value);
-  if (value.failed()) out.fail();
+  if (value.failed()) {
+    out.fail();
+  }
   if (type != nullptr) {
     appendText(type->name, out);
   } else {
@@ -156,13 +176,19 @@ void appendAttribute(const Attribute& attribute, Bytes& out) {
 }
 
 int32_t getAttribute(runtime::Name* self, const char* attribute, runtime::StringObject* value) {
-  if (self == nullptr || attribute == nullptr || value == nullptr) return kNullPointer;
+  if (self == nullptr || attribute == nullptr || value == nullptr) {
+    return kNullPointer;
+  }
   const AttributeType* const type = findAttributeType(attribute);
   Bytes text;
   if (type != nullptr) {
     forEachAttribute(*static_cast<NameObject*>(self), [&](const Attribute& candidate, bool) {
-      if (candidate.type != type->objectId) return true;
-      if (appendStringAsUtf8(candidate.value.tag, candidate.value.content, text)) return false;
+      if (candidate.type != type->objectId) {
+        return true;
+      }
+      if (appendStringAsUtf8(candidate.value.tag, candidate.value.content, text)) {
+        return false;
+      }
       text.reset();
       return true;
     });
@@ -177,14 +203,18 @@ constinit const runtime::NameTable NameObject::kTable = {CountedHeader<NameObjec
 
 const AttributeType* findAttributeType(std::string_view name) {
   for (const AttributeType& type : kAttributeTypes) {
-    if (equalIgnoringCase(name, type.name)) return &type;
+    if (equalIgnoringCase(name, type.name)) {
+      return &type;
+    }
   }
   return nullptr;
 }
 
 const AttributeType* findAttributeType(ByteView objectId) {
   for (const AttributeType& type : kAttributeTypes) {
-    if (objectId == type.objectId) return &type;
+    if (objectId == type.objectId) {
+      return &type;
+    }
   }
   return nullptr;
 }
@@ -192,14 +222,22 @@ const AttributeType* findAttributeType(ByteView objectId) {
 int32_t makeName(ByteView encoding, runtime::Name** out) {
   const auto sequence = derContent(encoding, kSequence);
   const auto count = sequence ? countRelativeNames(*sequence) : std::nullopt;
-  if (!count) return kFail;
+  if (!count) {
+    return kFail;
+  }
   *out = nullptr;
-  if (*count == 0) return kOk;
+  if (*count == 0) {
+    return kOk;
+  }
   Bytes copy;
   copy.append(encoding);
-  if (copy.failed()) return kOutOfMemory;
+  if (copy.failed()) {
+    return kOutOfMemory;
+  }
   auto* const name = makeOnHeap<NameObject>();
-  if (name == nullptr) return kOutOfMemory;
+  if (name == nullptr) {
+    return kOutOfMemory;
+  }
   name->encoding = std::move(copy);
   name->relativeNames = *count;
   *out = name;
@@ -218,7 +256,9 @@ void appendNameText(const runtime::Name* name, Bytes& out) {
   bool start = true;
   forEachAttribute(*static_cast<const NameObject*>(name),
                    [&](const Attribute& attribute, bool first) {
-                     if (!start) out.append(first ? uint8_t{','} : uint8_t{'+'});
+                     if (!start) {
+                       out.append(first ? uint8_t{','} : uint8_t{'+'});
+                     }
                      start = false;
                      appendAttribute(attribute, out);
                      return true;

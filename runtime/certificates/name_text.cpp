@@ -8,9 +8,15 @@ namespace {
 constexpr std::string_view kAlwaysEscaped = "\"+,;<>\\";
 
 int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= '0' && c <= '9') {
+    return c - '0';
+  }
+  if (c >= 'a' && c <= 'f') {
+    return c - 'a' + 10;
+  }
+  if (c >= 'A' && c <= 'F') {
+    return c - 'A' + 10;
+  }
   return -1;
 }
 
@@ -21,11 +27,17 @@ class NameTextReader {
   // distinguishedName = [ relativeDistinguishedName *( "," relativeDistinguishedName ) ]
   // Writes the content of the RDNSequence, which has the opposite order.
   bool name(Bytes& content) {
-    if (rest_.empty()) return true;
+    if (rest_.empty()) {
+      return true;
+    }
     do {
       Bytes relative;
-      if (!relativeName(relative)) return false;
-      if (relative.failed()) content.fail();
+      if (!relativeName(relative)) {
+        return false;
+      }
+      if (relative.failed()) {
+        content.fail();
+      }
       content.insert(0, relative.view());
     } while (takeChar(','));
     return rest_.empty();
@@ -38,7 +50,9 @@ class NameTextReader {
     DerWriter writer(out);
     const size_t set = writer.begin(kSet);
     do {
-      if (!attribute(writer)) return false;
+      if (!attribute(writer)) {
+        return false;
+      }
     } while (takeChar('+'));
     writer.end(set);
     return true;
@@ -47,7 +61,9 @@ class NameTextReader {
   // attribute = type "=" ( "#" hexstring / string )
   bool attribute(DerWriter& writer) {
     const size_t equals = rest_.find('=');
-    if (equals == std::string_view::npos) return false;
+    if (equals == std::string_view::npos) {
+      return false;
+    }
     const std::string_view typeText = rest_.substr(0, equals);
     rest_.remove_prefix(equals + 1);
 
@@ -64,10 +80,14 @@ class NameTextReader {
     }
     Bytes value;
     if (takeChar('#')) {
-      if (!hexString(value)) return false;
+      if (!hexString(value)) {
+        return false;
+      }
       writer.element(value);
     } else {
-      if (!string(value)) return false;
+      if (!string(value)) {
+        return false;
+      }
       writer.element(type != nullptr ? type->stringTag : uint8_t{kUtf8String}, value);
     }
     writer.end(sequence);
@@ -87,10 +107,14 @@ class NameTextReader {
   bool string(Bytes& out) {
     while (!rest_.empty() && rest_[0] != ',' && rest_[0] != '+') {
       if (rest_[0] == '\\') {
-        if (!escaped(out)) return false;
+        if (!escaped(out)) {
+          return false;
+        }
         continue;
       }
-      if (kAlwaysEscaped.find(rest_[0]) != std::string_view::npos) return false;
+      if (kAlwaysEscaped.find(rest_[0]) != std::string_view::npos) {
+        return false;
+      }
       out.append(static_cast<uint8_t>(rest_[0]));
       rest_.remove_prefix(1);
     }
@@ -106,14 +130,18 @@ class NameTextReader {
       return true;
     }
     constexpr std::string_view kMayBeEscaped = "\"+,;<>\\ #=";
-    if (rest_.empty() || kMayBeEscaped.find(rest_[0]) == std::string_view::npos) return false;
+    if (rest_.empty() || kMayBeEscaped.find(rest_[0]) == std::string_view::npos) {
+      return false;
+    }
     out.append(static_cast<uint8_t>(rest_[0]));
     rest_.remove_prefix(1);
     return true;
   }
 
   bool takeChar(char c) {
-    if (rest_.empty() || rest_[0] != c) return false;
+    if (rest_.empty() || rest_[0] != c) {
+      return false;
+    }
     rest_.remove_prefix(1);
     return true;
   }
@@ -130,7 +158,9 @@ int32_t makeNameFromText(std::string_view text, runtime::Name** out) {
   }
   Bytes encoding;
   DerWriter(encoding).element(kSequence, content);
-  if (encoding.failed()) return kOutOfMemory;
+  if (encoding.failed()) {
+    return kOutOfMemory;
+  }
   const int32_t result = makeName(encoding.view(), out);
   return result == kFail ? kInvalidArgument : result;
 }

@@ -16,30 +16,40 @@ class Units {
  public:
   void append(uint32_t unit) {
     const auto value = static_cast<char16_t>(unit);
-    uint8_t bytes[sizeof value];
-    std::memcpy(bytes, &value, sizeof value);
+    uint8_t bytes[sizeof(value)];
+    std::memcpy(bytes, &value, sizeof(value));
     bytes_.append(bytes);
   }
   void fromUtf8(ByteView utf8) {
     const auto* const text = reinterpret_cast<const char*>(utf8.data());
-    if (utf8.empty()) return;
+    if (utf8.empty()) {
+      return;
+    }
     bytes_.resize(utf8ToUtf16(text, utf8.size(), nullptr) * sizeof(char16_t));
-    if (bytes_.failed()) return;
+    if (bytes_.failed()) {
+      return;
+    }
     utf8ToUtf16(text, utf8.size(), reinterpret_cast<char16_t*>(bytes_.data()));
   }
   void toUtf8(Bytes& out) const {
-    if (bytes_.failed()) out.fail();
-    if (bytes_.size() == 0 || out.failed()) return;
+    if (bytes_.failed()) {
+      out.fail();
+    }
+    if (bytes_.size() == 0 || out.failed()) {
+      return;
+    }
     const auto* const units = reinterpret_cast<const char16_t*>(bytes_.data());
     const size_t before = out.size();
     out.resize(before + utf16ToUtf8(units, size(), nullptr));
-    if (out.failed()) return;
+    if (out.failed()) {
+      return;
+    }
     utf16ToUtf8(units, size(), reinterpret_cast<char*>(out.data() + before));
   }
   size_t size() const { return bytes_.size() / sizeof(char16_t); }
   char16_t operator[](size_t index) const {
     char16_t unit;
-    std::memcpy(&unit, bytes_.data() + index * sizeof unit, sizeof unit);
+    std::memcpy(&unit, bytes_.data() + index * sizeof(unit), sizeof(unit));
     return unit;
   }
   bool failed() const { return bytes_.failed(); }
@@ -63,13 +73,17 @@ bool appendUtf8(ByteView text, Bytes& out) {
 }
 
 bool appendUniversal(ByteView content, Bytes& out) {
-  if (content.size() % 4 != 0) return false;
+  if (content.size() % 4 != 0) {
+    return false;
+  }
   Units units;
   for (; !content.empty(); content = content.subspan(4)) {
     const uint32_t code = static_cast<uint32_t>(content[0]) << 24 |
                           static_cast<uint32_t>(content[1]) << 16 |
                           static_cast<uint32_t>(content[2]) << 8 | content[3];
-    if (code > kLastCodePoint || isSurrogate(code)) return false;
+    if (code > kLastCodePoint || isSurrogate(code)) {
+      return false;
+    }
     if (code < 0x10000) {
       units.append(code);
     } else {
@@ -83,7 +97,9 @@ bool appendUniversal(ByteView content, Bytes& out) {
 
 bool appendAscii(ByteView content, Bytes& out) {
   for (const uint8_t byte : content) {
-    if (byte >= 0x80) return false;
+    if (byte >= 0x80) {
+      return false;
+    }
   }
   out.append(content);
   return true;
@@ -91,7 +107,9 @@ bool appendAscii(ByteView content, Bytes& out) {
 
 void appendLatin1(ByteView content, Bytes& out) {
   Units units;
-  for (const uint8_t byte : content) units.append(byte);
+  for (const uint8_t byte : content) {
+    units.append(byte);
+  }
   units.toUtf8(out);
 }
 
@@ -110,7 +128,9 @@ bool appendStringAsUtf8(uint8_t tag, ByteView content, Bytes& out) {
       appendLatin1(content, out);
       return true;
     case kBmpString:
-      if (content.size() % 2 != 0) return false;
+      if (content.size() % 2 != 0) {
+        return false;
+      }
       appendUtf8FromUtf16(content, out);
       return true;
     case kUniversalString:

@@ -35,7 +35,9 @@ class BerRewriter {
   // One element at the front of `rest`, which is moved behind it.
   bool element(ByteView& rest, int depth) {
     const auto header = readElementHeader(rest, LengthRules::kBer);
-    if (!header || depth > kMaxNesting) return false;
+    if (!header || depth > kMaxNesting) {
+      return false;
+    }
     rest = rest.subspan(header->headerLength);
     const uint8_t primitiveTag = static_cast<uint8_t>(header->tag & ~kConstructedBit);
     if ((header->tag & kConstructedBit) == 0) {
@@ -45,7 +47,9 @@ class BerRewriter {
     }
     const bool pieces = mayComeInPieces(primitiveTag);
     const size_t mark = writer_.begin(pieces ? primitiveTag : header->tag);
-    if (!content(rest, *header, pieces, depth)) return false;
+    if (!content(rest, *header, pieces, depth)) {
+      return false;
+    }
     writer_.end(mark);
     return true;
   }
@@ -54,7 +58,9 @@ class BerRewriter {
   bool content(ByteView& rest, const ElementHeader& header, bool pieces, int depth) {
     if (header.indefinite) {
       while (!(rest.size() >= 2 && rest[0] == 0 && rest[1] == 0)) {
-        if (!(pieces ? piece(rest, depth + 1) : element(rest, depth + 1))) return false;
+        if (!(pieces ? piece(rest, depth + 1) : element(rest, depth + 1))) {
+          return false;
+        }
       }
       rest = rest.subspan(2);
       return true;
@@ -62,7 +68,9 @@ class BerRewriter {
     ByteView inner = rest.first(header.contentLength);
     rest = rest.subspan(header.contentLength);
     while (!inner.empty()) {
-      if (!(pieces ? piece(inner, depth + 1) : element(inner, depth + 1))) return false;
+      if (!(pieces ? piece(inner, depth + 1) : element(inner, depth + 1))) {
+        return false;
+      }
     }
     return true;
   }
@@ -70,10 +78,16 @@ class BerRewriter {
   // A piece of a string: its bytes without a header, in order.
   bool piece(ByteView& rest, int depth) {
     const auto header = readElementHeader(rest, LengthRules::kBer);
-    if (!header || depth > kMaxNesting) return false;
-    if (!mayComeInPieces(static_cast<uint8_t>(header->tag & ~kConstructedBit))) return false;
+    if (!header || depth > kMaxNesting) {
+      return false;
+    }
+    if (!mayComeInPieces(static_cast<uint8_t>(header->tag & ~kConstructedBit))) {
+      return false;
+    }
     rest = rest.subspan(header->headerLength);
-    if ((header->tag & kConstructedBit) != 0) return content(rest, *header, true, depth);
+    if ((header->tag & kConstructedBit) != 0) {
+      return content(rest, *header, true, depth);
+    }
     writer_.raw(rest.first(header->contentLength));
     rest = rest.subspan(header->contentLength);
     return true;

@@ -6,7 +6,9 @@ namespace vexa::velmora {
 
 std::optional<DerElement> DerReader::takeAny() {
   const auto header = readElementHeader(rest_, LengthRules::kDer);
-  if (!header) return std::nullopt;
+  if (!header) {
+    return std::nullopt;
+  }
   const ByteView whole = rest_.first(header->headerLength + header->contentLength);
   rest_ = rest_.subspan(whole.size());
   return DerElement{header->tag, whole.subspan(header->headerLength), whole};
@@ -19,25 +21,37 @@ std::optional<DerElement> DerReader::take(uint8_t tag) {
 std::optional<ByteView> derContent(ByteView bytes, uint8_t tag) {
   DerReader reader(bytes);
   const auto element = reader.take(tag);
-  if (!element || !reader.atEnd()) return std::nullopt;
+  if (!element || !reader.atEnd()) {
+    return std::nullopt;
+  }
   return element->content;
 }
 
 std::optional<uint32_t> derSmallInteger(ByteView content) {
-  if (content.empty() || content.size() > 4 || content[0] >= 0x80) return std::nullopt;
+  if (content.empty() || content.size() > 4 || content[0] >= 0x80) {
+    return std::nullopt;
+  }
   uint32_t value = 0;
-  for (const uint8_t byte : content) value = value << 8 | byte;
+  for (const uint8_t byte : content) {
+    value = value << 8 | byte;
+  }
   return value;
 }
 
 std::optional<ByteView> derUnsigned(ByteView content) {
-  if (content.empty() || content[0] >= 0x80) return std::nullopt;
-  while (!content.empty() && content[0] == 0) content = content.subspan(1);
+  if (content.empty() || content[0] >= 0x80) {
+    return std::nullopt;
+  }
+  while (!content.empty() && content[0] == 0) {
+    content = content.subspan(1);
+  }
   return content;
 }
 
 std::optional<ByteView> derBitStringBytes(ByteView content) {
-  if (content.empty() || content[0] != 0) return std::nullopt;
+  if (content.empty() || content[0] != 0) {
+    return std::nullopt;
+  }
   return content.subspan(1);
 }
 

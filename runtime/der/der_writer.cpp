@@ -8,7 +8,9 @@ size_t DerWriter::begin(uint8_t tag) {
 }
 
 void DerWriter::end(size_t mark) {
-  if (out_.failed()) return;
+  if (out_.failed()) {
+    return;
+  }
   const size_t length = out_.size() - mark;
   uint8_t header[5];
   size_t used = 0;
@@ -16,9 +18,13 @@ void DerWriter::end(size_t mark) {
     header[used++] = static_cast<uint8_t>(length);
   } else {
     size_t count = 1;
-    while (count < sizeof(uint32_t) && length >> (8 * count) != 0) ++count;
+    while (count < sizeof(uint32_t) && length >> (8 * count) != 0) {
+      ++count;
+    }
     header[used++] = static_cast<uint8_t>(0x80 | count);
-    while (count-- != 0) header[used++] = static_cast<uint8_t>(length >> (8 * count));
+    while (count-- != 0) {
+      header[used++] = static_cast<uint8_t>(length >> (8 * count));
+    }
   }
   if (length > UINT32_MAX) {
     out_.fail();
@@ -35,12 +41,16 @@ void DerWriter::element(uint8_t tag, ByteView content) {
 
 void DerWriter::element(uint8_t tag, const Bytes& content) {
   element(tag, content.view());
-  if (content.failed()) out_.fail();
+  if (content.failed()) {
+    out_.fail();
+  }
 }
 
 void DerWriter::element(const Bytes& whole) {
   raw(whole.view());
-  if (whole.failed()) out_.fail();
+  if (whole.failed()) {
+    out_.fail();
+  }
 }
 
 void DerWriter::smallInteger(uint32_t value) {
@@ -50,9 +60,13 @@ void DerWriter::smallInteger(uint32_t value) {
 }
 
 void DerWriter::unsignedInteger(ByteView bigEndian) {
-  while (!bigEndian.empty() && bigEndian[0] == 0) bigEndian = bigEndian.subspan(1);
+  while (!bigEndian.empty() && bigEndian[0] == 0) {
+    bigEndian = bigEndian.subspan(1);
+  }
   const size_t mark = begin(kInteger);
-  if (bigEndian.empty() || bigEndian[0] >= 0x80) out_.append(uint8_t{0});
+  if (bigEndian.empty() || bigEndian[0] >= 0x80) {
+    out_.append(uint8_t{0});
+  }
   raw(bigEndian);
   end(mark);
 }

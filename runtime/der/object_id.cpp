@@ -17,9 +17,13 @@ constinit const runtime::ObjectHeader ObjectIdObject::kTable =
     CountedHeader<ObjectIdObject>::table();
 
 int32_t makeFrom(Bytes&& content, runtime::ObjectId** out) {
-  if (content.failed()) return kOutOfMemory;
+  if (content.failed()) {
+    return kOutOfMemory;
+  }
   auto* const object = makeOnHeap<ObjectIdObject>();
-  if (object == nullptr) return kOutOfMemory;
+  if (object == nullptr) {
+    return kOutOfMemory;
+  }
   object->content = std::move(content);
   *out = object;
   return kOk;
@@ -27,20 +31,26 @@ int32_t makeFrom(Bytes&& content, runtime::ObjectId** out) {
 
 void appendDecimal(uint64_t value, Bytes& out) {
   char digits[20];
-  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
   out.append({reinterpret_cast<const uint8_t*>(digits), static_cast<size_t>(end - digits)});
 }
 
 // An arc in groups of seven bits, the last one without the high bit, and no leading zero group.
 bool takeArc(ByteView& rest, uint64_t& arc) {
   arc = 0;
-  if (rest.empty() || rest[0] == 0x80) return false;
+  if (rest.empty() || rest[0] == 0x80) {
+    return false;
+  }
   while (!rest.empty()) {
     const uint8_t byte = rest[0];
     rest = rest.subspan(1);
-    if (arc > UINT64_MAX >> 7) return false;
+    if (arc > UINT64_MAX >> 7) {
+      return false;
+    }
     arc = arc << 7 | (byte & 0x7Fu);
-    if (byte < 0x80) return true;
+    if (byte < 0x80) {
+      return true;
+    }
   }
   return false;
 }
@@ -50,22 +60,30 @@ bool takeArc(ByteView& rest, uint64_t& arc) {
 bool isObjectId(ByteView content) {
   uint64_t arc = 0;
   do {
-    if (!takeArc(content, arc)) return false;
+    if (!takeArc(content, arc)) {
+      return false;
+    }
   } while (!content.empty());
   return true;
 }
 
 bool appendObjectIdText(ByteView content, Bytes& out) {
   uint64_t arc = 0;
-  if (!takeArc(content, arc)) return false;
+  if (!takeArc(content, arc)) {
+    return false;
+  }
   const uint64_t first = arc < 80 ? arc / 40 : 2;
   appendDecimal(first, out);
   arc -= 40 * first;
   for (;;) {
     out.append(uint8_t{'.'});
     appendDecimal(arc, out);
-    if (content.empty()) return true;
-    if (!takeArc(content, arc)) return false;
+    if (content.empty()) {
+      return true;
+    }
+    if (!takeArc(content, arc)) {
+      return false;
+    }
   }
 }
 

@@ -10,7 +10,7 @@
 namespace vexa::velmora {
 
 // Hands the content of `dotted` to `sink` byte by byte; false when the text is malformed.
-template <typename Sink>
+template <class Sink>
 constexpr bool encodeObjectId(std::string_view dotted, Sink&& sink) {
   uint64_t first = 0;
   for (int index = 0;; ++index) {
@@ -18,27 +18,41 @@ constexpr bool encodeObjectId(std::string_view dotted, Sink&& sink) {
     size_t digits = 0;
     while (digits < dotted.size() && dotted[digits] >= '0' && dotted[digits] <= '9') {
       const auto digit = static_cast<uint64_t>(dotted[digits] - '0');
-      if (arc > (UINT64_MAX - digit) / 10) return false;
+      if (arc > (UINT64_MAX - digit) / 10) {
+        return false;
+      }
       arc = arc * 10 + digit;
       ++digits;
     }
-    if (digits == 0 || (digits > 1 && dotted[0] == '0')) return false;
+    if (digits == 0 || (digits > 1 && dotted[0] == '0')) {
+      return false;
+    }
     dotted.remove_prefix(digits);
     if (index == 0) {
-      if (arc > 2) return false;
+      if (arc > 2) {
+        return false;
+      }
       first = arc;
     } else {
       if (index == 1) {
-        if ((first < 2 && arc >= 40) || arc > UINT64_MAX - 80) return false;
+        if ((first < 2 && arc >= 40) || arc > UINT64_MAX - 80) {
+          return false;
+        }
         arc += 40 * first;
       }
       for (int shift = 63; shift > 0; shift -= 7) {
-        if (arc >> shift != 0) sink(static_cast<uint8_t>(0x80 | ((arc >> shift) & 0x7F)));
+        if (arc >> shift != 0) {
+          sink(static_cast<uint8_t>(0x80 | ((arc >> shift) & 0x7F)));
+        }
       }
       sink(static_cast<uint8_t>(arc & 0x7F));
     }
-    if (dotted.empty()) return index >= 1;
-    if (dotted[0] != '.') return false;
+    if (dotted.empty()) {
+      return index >= 1;
+    }
+    if (dotted[0] != '.') {
+      return false;
+    }
     dotted.remove_prefix(1);
   }
 }

@@ -14,21 +14,33 @@ constexpr int32_t kDifferent = 1;
 int32_t verdict(bool equal) { return equal ? 0 : kDifferent; }
 
 int32_t stringCopy(runtime::StringObject* string, runtime::Name* name) {
-  if (string == nullptr) return kNullPointer;
+  if (string == nullptr) {
+    return kNullPointer;
+  }
   Bytes text;
-  if (name != nullptr) appendNameText(name, text);
+  if (name != nullptr) {
+    appendNameText(name, text);
+  }
   return text.failed() ? kOutOfMemory : assignString(string, text.view());
 }
 
 int32_t nameCompare(runtime::Name* a, runtime::Name* b) { return verdict(equalNames(a, b)); }
 
 int32_t certificateDecode(const runtime::ByteBuffer* encoding, runtime::Certificate** out) {
-  if (out == nullptr) return kNullPointer;
+  if (out == nullptr) {
+    return kNullPointer;
+  }
   *out = nullptr;
-  if (encoding == nullptr) return kNullPointer;
+  if (encoding == nullptr) {
+    return kNullPointer;
+  }
   const ByteView bytes = viewOf(*encoding);
-  if (bytes.empty() || bytes.data() == nullptr) return kFail;
-  if (bytes[0] == kDerStart) return decodeCertificate(bytes, out);
+  if (bytes.empty() || bytes.data() == nullptr) {
+    return kFail;
+  }
+  if (bytes[0] == kDerStart) {
+    return decodeCertificate(bytes, out);
+  }
   Bytes der;
   const int32_t result = readCertificateText(bytes, der);
   return failed(result) ? result : decodeCertificate(der.view(), out);
@@ -39,7 +51,9 @@ int32_t certificateCompare(runtime::Certificate* a, runtime::Certificate* b) {
 }
 
 int32_t objectIdFromText(const char* dotted, runtime::ObjectId** out) {
-  if (out == nullptr) return kNullPointer;
+  if (out == nullptr) {
+    return kNullPointer;
+  }
   *out = nullptr;
   return dotted == nullptr ? kNullPointer : makeObjectId(dotted, out);
 }
@@ -63,9 +77,13 @@ int32_t publicKeyCopy(runtime::PublicKey* target, const runtime::PublicKey* sour
 int32_t keyCreate(runtime::KeyObject** out) { return out == nullptr ? kNullPointer : makeKey(out); }
 
 int32_t rsaPrivateKeyDecode(const uint8_t* bytes, uint64_t count, runtime::RsaPrivateKey** out) {
-  if (out == nullptr) return kNullPointer;
+  if (out == nullptr) {
+    return kNullPointer;
+  }
   *out = nullptr;
-  if (bytes == nullptr) return kNullPointer;
+  if (bytes == nullptr) {
+    return kNullPointer;
+  }
   return decodeRsaPrivateKey({bytes, static_cast<size_t>(count)}, out);
 }
 

@@ -34,7 +34,7 @@ struct WorkKey {
   WorkKey() = default;
   WorkKey(const WorkKey&) = delete;
   WorkKey& operator=(const WorkKey&) = delete;
-  ~WorkKey() { wipe(bytes, sizeof bytes); }
+  ~WorkKey() { wipe(bytes, sizeof(bytes)); }
 
   uint8_t bytes[kMaxKey] = {};
 };
@@ -42,11 +42,15 @@ struct WorkKey {
 // Seven bytes become the eight of a DES key: seven bits each, above a bit of odd parity.
 void spreadDesKey(const uint8_t* seven, uint8_t* eight) {
   uint64_t bits = 0;
-  for (int i = 0; i < 7; ++i) bits = bits << 8 | seven[i];
+  for (int i = 0; i < 7; ++i) {
+    bits = bits << 8 | seven[i];
+  }
   for (int i = 0; i < 8; ++i) {
     const auto upper = static_cast<uint8_t>((bits >> (49 - 7 * i) & 0x7F) << 1);
     int ones = 0;
-    for (int bit = 1; bit < 8; ++bit) ones += upper >> bit & 1;
+    for (int bit = 1; bit < 8; ++bit) {
+      ones += upper >> bit & 1;
+    }
     eight[i] = static_cast<uint8_t>(upper | (ones % 2 == 0 ? 1 : 0));
   }
 }
@@ -68,14 +72,18 @@ bool makeWorkKey(const CipherAlgorithm& algorithm, ByteView key, WorkKey& out) {
 
 CipherHandle open(const CipherOperation& operation, int mode) {
   WorkKey key;
-  if (!makeWorkKey(*operation.algorithm, operation.key, key)) return nullptr;
+  if (!makeWorkKey(*operation.algorithm, operation.key, key)) {
+    return nullptr;
+  }
   return openCipher(operation.algorithm->cipher, mode, {key.bytes, operation.algorithm->keyBytes});
 }
 
 int32_t runStream(const CipherOperation& operation, ByteView in, uint8_t* out, uint64_t& length) {
   const CipherHandle handle = open(operation, GCRY_CIPHER_MODE_STREAM);
   const uint8_t nonce[kNonceLength] = {};
-  if (!handle || gcry_cipher_setiv(handle.get(), nonce, sizeof nonce) != 0) return kFail;
+  if (!handle || gcry_cipher_setiv(handle.get(), nonce, sizeof(nonce)) != 0) {
+    return kFail;
+  }
   if (!in.empty() && gcry_cipher_encrypt(handle.get(), out, in.size(), in.data(), in.size()) != 0) {
     return kFail;
   }
@@ -89,23 +97,33 @@ int32_t encryptPadded(gcry_cipher_hd_t handle, size_t block, ByteView in, uint8_
   const size_t rest = in.size() - whole;
   uint8_t last[kMaxBlock];
   std::fill(last, last + block, static_cast<uint8_t>(block - rest));
-  if (rest != 0) std::memcpy(last, in.data() + whole, rest);
+  if (rest != 0) {
+    std::memcpy(last, in.data() + whole, rest);
+  }
   const bool done =
       (whole == 0 || gcry_cipher_encrypt(handle, out, whole, in.data(), whole) == 0) &&
       gcry_cipher_encrypt(handle, out + whole, block, last, block) == 0;
-  wipe(last, sizeof last);
-  if (!done) return kFail;
+  wipe(last, sizeof(last));
+  if (!done) {
+    return kFail;
+  }
   length = whole + block;
   return kOk;
 }
 
 int32_t decryptPadded(gcry_cipher_hd_t handle, size_t block, ByteView in, uint8_t* out,
                       uint64_t& length) {
-  if (in.empty() || in.size() % block != 0) return kFail;
-  if (gcry_cipher_decrypt(handle, out, in.size(), in.data(), in.size()) != 0) return kFail;
+  if (in.empty() || in.size() % block != 0) {
+    return kFail;
+  }
+  if (gcry_cipher_decrypt(handle, out, in.size(), in.data(), in.size()) != 0) {
+    return kFail;
+  }
   const size_t padding = out[in.size() - 1];
   bool fits = padding != 0 && padding <= block;
-  for (size_t i = 1; fits && i <= padding; ++i) fits = out[in.size() - i] == padding;
+  for (size_t i = 1; fits && i <= padding; ++i) {
+    fits = out[in.size() - i] == padding;
+  }
   if (!fits) {
     wipe(out, in.size());
     return kFail;
@@ -120,7 +138,9 @@ int32_t runPadded(const CipherOperation& operation, ByteView in, uint8_t* out, u
   const bool chained = operation.mode == CipherMode::kCbc;
   const CipherHandle handle =
       open(operation, chained ? GCRY_CIPHER_MODE_CBC : GCRY_CIPHER_MODE_ECB);
-  if (!handle) return kInvalidArgument;
+  if (!handle) {
+    return kInvalidArgument;
+  }
   if (chained && (operation.iv.size() != block ||
                   gcry_cipher_setiv(handle.get(), operation.iv.data(), block) != 0)) {
     return kInvalidArgument;
@@ -142,7 +162,9 @@ int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out,
   uint8_t keyStream[kMaxBlock];
   std::memcpy(shift, operation.iv.data(), block);
   for (size_t at = 0; at < in.size(); at += width) {
-    if (gcry_cipher_encrypt(handle.get(), keyStream, block, shift, block) != 0) return kFail;
+    if (gcry_cipher_encrypt(handle.get(), keyStream, block, shift, block) != 0) {
+      return kFail;
+    }
     const size_t count = std::min(width, in.size() - at);
     std::memmove(shift, shift + width, block - width);
     for (size_t i = 0; i < count; ++i) {
@@ -152,7 +174,7 @@ int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out,
       shift[block - width + i] = operation.reverse ? before : after;
     }
   }
-  wipe(keyStream, sizeof keyStream);
+  wipe(keyStream, sizeof(keyStream));
   length = in.size();
   return kOk;
 }
@@ -161,7 +183,9 @@ int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out,
 
 const CipherAlgorithm* findCipher(uint32_t number) {
   for (const CipherAlgorithm& algorithm : kAlgorithms) {
-    if (algorithm.number == number) return &algorithm;
+    if (algorithm.number == number) {
+      return &algorithm;
+    }
   }
   return nullptr;
 }
@@ -174,13 +198,19 @@ bool fitsKeyLength(const CipherAlgorithm& algorithm, uint64_t bits) {
 
 uint64_t outputSize(const CipherOperation& operation, uint64_t inLength) {
   const size_t block = operation.algorithm->blockBytes;
-  if (block == 0 || operation.mode == CipherMode::kCfb || operation.reverse) return inLength;
+  if (block == 0 || operation.mode == CipherMode::kCfb || operation.reverse) {
+    return inLength;
+  }
   return (inLength / block + 1) * block;
 }
 
 int32_t runCipher(const CipherOperation& operation, ByteView in, uint8_t* out, uint64_t& length) {
-  if (!libraryReady()) return kFail;
-  if (isStreamCipher(*operation.algorithm)) return runStream(operation, in, out, length);
+  if (!libraryReady()) {
+    return kFail;
+  }
+  if (isStreamCipher(*operation.algorithm)) {
+    return runStream(operation, in, out, length);
+  }
   return operation.mode == CipherMode::kCfb ? runFeedback(operation, in, out, length)
                                             : runPadded(operation, in, out, length);
 }

@@ -17,7 +17,7 @@ bool equalRsaKeys(ByteView a, ByteView b) {
 }
 
 // Both a public key and private material: algorithm, length in bits, bytes.
-template <typename Key>
+template <class Key>
 void clearKeyRecord(Key* key) {
   clearAlgorithm(&key->algorithm);
   if (key->bytes != nullptr) {
@@ -36,9 +36,13 @@ runtime::BigInteger* integersOf(runtime::RsaPrivateKey* key) {
 std::optional<AlgorithmView> readAlgorithm(ByteView content) {
   DerReader reader(content);
   const auto objectId = reader.take(kObjectId);
-  if (!objectId || !isObjectId(objectId->content)) return std::nullopt;
+  if (!objectId || !isObjectId(objectId->content)) {
+    return std::nullopt;
+  }
   const ByteView parameters = content.subspan(objectId->whole.size());
-  if (!reader.atEnd() && (!reader.takeAny() || !reader.atEnd())) return std::nullopt;
+  if (!reader.atEnd() && (!reader.takeAny() || !reader.atEnd())) {
+    return std::nullopt;
+  }
   return AlgorithmView{objectId->content, parameters};
 }
 
@@ -47,9 +51,13 @@ bool equalParameters(ByteView a, ByteView b) {
 }
 
 int32_t copyAlgorithm(runtime::AlgorithmId* target, const runtime::AlgorithmId* source) {
-  if (target == source) return kOk;
+  if (target == source) {
+    return kOk;
+  }
   const int32_t result = assignBuffer(&target->parameters, viewOf(source->parameters));
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   auto identifier = Ref<runtime::ObjectId>::share(source->identifier);
   Ref<runtime::ObjectId> old(std::exchange(target->identifier, identifier.release()));
   return kOk;
@@ -58,10 +66,14 @@ int32_t copyAlgorithm(runtime::AlgorithmId* target, const runtime::AlgorithmId* 
 int32_t assignAlgorithm(runtime::AlgorithmId* target, const AlgorithmView& source) {
   runtime::ObjectId* made = nullptr;
   int32_t result = makeObjectId(source.objectId, &made);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   Ref<runtime::ObjectId> identifier(made);
   result = assignBuffer(&target->parameters, source.parameters);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   Ref<runtime::ObjectId> old(std::exchange(target->identifier, identifier.release()));
   return kOk;
 }
@@ -83,13 +95,21 @@ void writeAlgorithm(const runtime::AlgorithmId& algorithm, DerWriter& writer) {
 }
 
 int32_t copyPublicKey(runtime::PublicKey* target, const runtime::PublicKey* source) {
-  if (target == source) return kOk;
+  if (target == source) {
+    return kOk;
+  }
   Bytes bytes;
-  if (source->bytes != nullptr) bytes.append(bytesOf(*source));
-  if (bytes.failed()) return kOutOfMemory;
+  if (source->bytes != nullptr) {
+    bytes.append(bytesOf(*source));
+  }
+  if (bytes.failed()) {
+    return kOutOfMemory;
+  }
   runtime::PublicKey copy{};
   const int32_t result = copyAlgorithm(&copy.algorithm, &source->algorithm);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   copy.bitLength = source->bitLength;
   copy.bytes = bytes.release();
   clearPublicKey(target);
@@ -101,10 +121,14 @@ int32_t assignPublicKey(runtime::PublicKey* target, const AlgorithmView& algorit
                         ByteView bytes) {
   Bytes copied;
   copied.append(bytes);
-  if (copied.failed()) return kOutOfMemory;
+  if (copied.failed()) {
+    return kOutOfMemory;
+  }
   runtime::PublicKey key{};
   const int32_t result = assignAlgorithm(&key.algorithm, algorithm);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   key.bitLength = 8 * uint64_t{copied.size()};
   key.bytes = copied.release();
   clearPublicKey(target);
@@ -115,40 +139,56 @@ int32_t assignPublicKey(runtime::PublicKey* target, const AlgorithmView& algorit
 void clearPublicKey(runtime::PublicKey* key) { clearKeyRecord(key); }
 
 bool equalKeys(const runtime::PublicKey* a, const runtime::PublicKey* b) {
-  if (a == nullptr || b == nullptr || a->bytes == nullptr || b->bytes == nullptr) return false;
+  if (a == nullptr || b == nullptr || a->bytes == nullptr || b->bytes == nullptr) {
+    return false;
+  }
   if (!equalIds(a->algorithm.identifier, b->algorithm.identifier) ||
       !equalParameters(viewOf(a->algorithm.parameters), viewOf(b->algorithm.parameters))) {
     return false;
   }
-  if (equalBytes(bytesOf(*a), bytesOf(*b))) return !bytesOf(*a).empty();
+  if (equalBytes(bytesOf(*a), bytesOf(*b))) {
+    return !bytesOf(*a).empty();
+  }
   return contentOf(a->algorithm.identifier) == kRsaEncryption &&
          equalRsaKeys(bytesOf(*a), bytesOf(*b));
 }
 
 std::optional<RsaPublicNumbers> readRsaPublicKey(ByteView der) {
   const auto sequence = derContent(der, kSequence);
-  if (!sequence) return std::nullopt;
+  if (!sequence) {
+    return std::nullopt;
+  }
   DerReader reader(*sequence);
   const auto modulus = reader.take(kInteger);
   const auto exponent = reader.take(kInteger);
-  if (!modulus || !exponent || !reader.atEnd()) return std::nullopt;
+  if (!modulus || !exponent || !reader.atEnd()) {
+    return std::nullopt;
+  }
   const auto n = derUnsigned(modulus->content);
   const auto e = derUnsigned(exponent->content);
-  if (!n || !e) return std::nullopt;
+  if (!n || !e) {
+    return std::nullopt;
+  }
   return RsaPublicNumbers{*n, *e};
 }
 
 std::optional<RsaPrivateNumbers> readRsaPrivateKey(ByteView der) {
   const auto sequence = derContent(der, kSequence);
-  if (!sequence) return std::nullopt;
+  if (!sequence) {
+    return std::nullopt;
+  }
   DerReader reader(*sequence);
   RsaPrivateNumbers numbers;
   for (ByteView& integer : numbers.integers) {
     const auto element = reader.take(kInteger);
-    if (!element || element->content.empty()) return std::nullopt;
+    if (!element || element->content.empty()) {
+      return std::nullopt;
+    }
     integer = element->content;
   }
-  if (!reader.atEnd()) return std::nullopt;
+  if (!reader.atEnd()) {
+    return std::nullopt;
+  }
   return numbers;
 }
 
@@ -158,7 +198,9 @@ int32_t makeKey(runtime::KeyObject** out) {
 }
 
 void releaseKey(runtime::KeyObject* key) {
-  if (key == nullptr) return;
+  if (key == nullptr) {
+    return;
+  }
   clearKeyRecord(&key->publicKey);
   clearKeyRecord(&key->privateKey);
   freeBlock(key);
@@ -167,10 +209,14 @@ void releaseKey(runtime::KeyObject* key) {
 int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out) {
   *out = nullptr;
   const auto numbers = readRsaPrivateKey(der);
-  if (!numbers) return kFail;
+  if (!numbers) {
+    return kFail;
+  }
   auto* const key =
       static_cast<runtime::RsaPrivateKey*>(allocateBlock(sizeof(runtime::RsaPrivateKey)));
-  if (key == nullptr) return kOutOfMemory;
+  if (key == nullptr) {
+    return kOutOfMemory;
+  }
   for (int i = 0; i < kRsaPrivateIntegers; ++i) {
     Bytes copy;
     copy.append(numbers->integers[i]);
@@ -186,10 +232,14 @@ int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out) {
 }
 
 void releaseRsaPrivateKey(runtime::RsaPrivateKey* key) {
-  if (key == nullptr) return;
+  if (key == nullptr) {
+    return;
+  }
   for (int i = 0; i < kRsaPrivateIntegers; ++i) {
     runtime::BigInteger& integer = integersOf(key)[i];
-    if (integer.bytes == nullptr) continue;
+    if (integer.bytes == nullptr) {
+      continue;
+    }
     wipe(integer.bytes, static_cast<size_t>(integer.length));
     freeBlock(integer.bytes);
   }

@@ -10,15 +10,21 @@ namespace {
 // Warnings and worse go where libgcrypt's own handler writes them. Its notes, such as the one on
 // disk statistics that each start on Windows brings, are for nobody here.
 void logFromLibrary(void*, int level, const char* format, va_list arguments) {
-  if (level >= GCRY_LOG_WARN && level != GCRY_LOG_DEBUG) std::vfprintf(stderr, format, arguments);
+  if (level >= GCRY_LOG_WARN && level != GCRY_LOG_DEBUG) {
+    std::vfprintf(stderr, format, arguments);
+  }
 }
 
 }  // namespace
 
 bool libraryReady() {
   static const bool ready = [] {
-    if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) return true;
-    if (gcry_check_version("1.8.0") == nullptr) return false;
+    if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) {
+      return true;
+    }
+    if (gcry_check_version("1.8.0") == nullptr) {
+      return false;
+    }
     gcry_set_log_handler(logFromLibrary, nullptr);
     gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
     gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
@@ -28,32 +34,48 @@ bool libraryReady() {
 }
 
 CipherHandle openCipher(int algorithm, int mode, ByteView key) {
-  if (!libraryReady()) return nullptr;
+  if (!libraryReady()) {
+    return nullptr;
+  }
   gcry_cipher_hd_t handle = nullptr;
-  if (gcry_cipher_open(&handle, algorithm, mode, 0) != 0) return nullptr;
+  if (gcry_cipher_open(&handle, algorithm, mode, 0) != 0) {
+    return nullptr;
+  }
   CipherHandle owner(handle);
   // The keys of old PKCS#12 files are derived, not chosen: a weak one must open its file too.
   static_cast<void>(gcry_cipher_ctl(handle, GCRYCTL_SET_ALLOW_WEAK_KEY, nullptr, 1));
   const gcry_error_t set = gcry_cipher_setkey(handle, key.data(), key.size());
-  if (set != 0 && gcry_err_code(set) != GPG_ERR_WEAK_KEY) return nullptr;
+  if (set != 0 && gcry_err_code(set) != GPG_ERR_WEAK_KEY) {
+    return nullptr;
+  }
   return owner;
 }
 
 bool hmac(int algorithm, ByteView key, ByteView data, uint8_t* digest) {
-  if (!libraryReady()) return false;
+  if (!libraryReady()) {
+    return false;
+  }
   gcry_md_hd_t handle = nullptr;
-  if (gcry_md_open(&handle, algorithm, GCRY_MD_FLAG_HMAC) != 0) return false;
+  if (gcry_md_open(&handle, algorithm, GCRY_MD_FLAG_HMAC) != 0) {
+    return false;
+  }
   const DigestHandle owner(handle);
-  if (gcry_md_setkey(handle, key.data(), key.size()) != 0) return false;
+  if (gcry_md_setkey(handle, key.data(), key.size()) != 0) {
+    return false;
+  }
   gcry_md_write(handle, data.data(), data.size());
   const uint8_t* result = gcry_md_read(handle, algorithm);
-  if (result == nullptr) return false;
+  if (result == nullptr) {
+    return false;
+  }
   std::memcpy(digest, result, gcry_md_get_algo_dlen(algorithm));
   return true;
 }
 
 bool randomBytes(uint8_t* out, size_t length) {
-  if (!libraryReady()) return false;
+  if (!libraryReady()) {
+    return false;
+  }
   gcry_randomize(out, length, GCRY_STRONG_RANDOM);
   return true;
 }

@@ -15,7 +15,7 @@ bool libraryReady();
 
 template <auto Close>
 struct Closer {
-  template <typename T>
+  template <class T>
   void operator()(T* handle) const {
     Close(handle);
   }

@@ -44,7 +44,7 @@ constexpr Curve kCurves[] = {
 // libgcrypt's %b takes a length and a pointer.
 int lengthArgument(ByteView bytes) { return static_cast<int>(bytes.size()); }
 
-template <typename... Arguments>
+template <class... Arguments>
 Sexp build(const char* format, Arguments... arguments) {
   gcry_sexp_t expression = nullptr;
   return gcry_sexp_build(&expression, nullptr, format, arguments...) == 0 ? Sexp(expression)
@@ -52,7 +52,9 @@ Sexp build(const char* format, Arguments... arguments) {
 }
 
 Verdict check(const Sexp& signature, const Sexp& data, const Sexp& key) {
-  if (!signature || !data || !key) return Verdict::kUnsupported;
+  if (!signature || !data || !key) {
+    return Verdict::kUnsupported;
+  }
   return gcry_pk_verify(signature.get(), data.get(), key.get()) == 0 ? Verdict::kValid
                                                                      : Verdict::kInvalid;
 }
@@ -67,8 +69,12 @@ bool isSound(const RsaPublicNumbers& numbers) {
 
 Verdict verifyRsa(int digest, ByteView hash, ByteView signature, const runtime::PublicKey& key) {
   const auto numbers = readRsaPublicKey(bytesOf(key));
-  if (!numbers || !isSound(*numbers)) return Verdict::kUnsupported;
-  if (signature.empty() || signature.size() > numbers->modulus.size()) return Verdict::kInvalid;
+  if (!numbers || !isSound(*numbers)) {
+    return Verdict::kUnsupported;
+  }
+  if (signature.empty() || signature.size() > numbers->modulus.size()) {
+    return Verdict::kInvalid;
+  }
   const Sexp keyExpression =
       build("(public-key (rsa (n %b) (e %b)))", lengthArgument(numbers->modulus),
             numbers->modulus.data(), lengthArgument(numbers->exponent), numbers->exponent.data());
@@ -81,13 +87,19 @@ Verdict verifyRsa(int digest, ByteView hash, ByteView signature, const runtime::
 // ECDSA-Sig-Value = SEQUENCE { r INTEGER, s INTEGER }
 Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& key) {
   const auto curveId = derContent(viewOf(key.algorithm.parameters), kObjectId);
-  if (!curveId) return Verdict::kUnsupported;
+  if (!curveId) {
+    return Verdict::kUnsupported;
+  }
   const auto curve = std::find_if(std::begin(kCurves), std::end(kCurves),
                                   [&](const Curve& known) { return *curveId == known.objectId; });
-  if (curve == std::end(kCurves)) return Verdict::kUnsupported;
+  if (curve == std::end(kCurves)) {
+    return Verdict::kUnsupported;
+  }
 
   const auto sequence = derContent(signature, kSequence);
-  if (!sequence) return Verdict::kInvalid;
+  if (!sequence) {
+    return Verdict::kInvalid;
+  }
   DerReader reader(*sequence);
   const auto first = reader.take(kInteger);
   const auto second = reader.take(kInteger);
@@ -98,7 +110,9 @@ Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& ke
     return Verdict::kInvalid;
   }
   const ByteView point = bytesOf(key);
-  if (point.size() != 2 * curve->orderBytes + 1 || point[0] != 4) return Verdict::kUnsupported;
+  if (point.size() != 2 * curve->orderBytes + 1 || point[0] != 4) {
+    return Verdict::kUnsupported;
+  }
   const ByteView value = hash.first(std::min(hash.size(), curve->orderBytes));
   const Sexp keyExpression = build("(public-key (ecc (curve %s) (q %b)))", curve->name,
                                    lengthArgument(point), point.data());
@@ -118,9 +132,11 @@ Mpi takeMpi(gcry_sexp_t expression, const char* token) {
 void writeMpi(gcry_mpi_t number, DerWriter& writer) {
   uint8_t bytes[kMaxModulusBytes + 1];
   size_t length = 0;
-  if (gcry_mpi_print(GCRYMPI_FMT_USG, bytes, sizeof bytes, &length, number) != 0) writer.fail();
+  if (gcry_mpi_print(GCRYMPI_FMT_USG, bytes, sizeof(bytes), &length, number) != 0) {
+    writer.fail();
+  }
   writer.unsignedInteger({bytes, length});
-  wipe(bytes, sizeof bytes);
+  wipe(bytes, sizeof(bytes));
 }
 
 // d mod (prime - 1)
@@ -137,7 +153,9 @@ Mpi exponentFor(gcry_mpi_t d, gcry_mpi_t prime) {
 bool writePrivateKey(gcry_sexp_t pair, Bytes& out) {
   const Mpi n = takeMpi(pair, "n"), e = takeMpi(pair, "e"), d = takeMpi(pair, "d");
   const Mpi prime1 = takeMpi(pair, "q"), prime2 = takeMpi(pair, "p"), u = takeMpi(pair, "u");
-  if (!n || !e || !d || !prime1 || !prime2 || !u) return false;
+  if (!n || !e || !d || !prime1 || !prime2 || !u) {
+    return false;
+  }
   const Mpi exponent1 = exponentFor(d.get(), prime1.get());
   const Mpi exponent2 = exponentFor(d.get(), prime2.get());
   DerWriter writer(out);
@@ -152,7 +170,9 @@ bool writePrivateKey(gcry_sexp_t pair, Bytes& out) {
 
 bool writePublicKey(gcry_sexp_t pair, Bytes& out) {
   const Mpi n = takeMpi(pair, "n"), e = takeMpi(pair, "e");
-  if (!n || !e) return false;
+  if (!n || !e) {
+    return false;
+  }
   DerWriter writer(out);
   const size_t mark = writer.begin(kSequence);
   writeMpi(n.get(), writer);
@@ -165,11 +185,15 @@ bool writePublicKey(gcry_sexp_t pair, Bytes& out) {
 
 Verdict verifySignature(const AlgorithmView& algorithm, ByteView data, ByteView signature,
                         const runtime::PublicKey& key) {
-  if (!libraryReady() || key.algorithm.identifier == nullptr) return Verdict::kUnsupported;
+  if (!libraryReady() || key.algorithm.identifier == nullptr) {
+    return Verdict::kUnsupported;
+  }
   const auto known =
       std::find_if(std::begin(kSignatureAlgorithms), std::end(kSignatureAlgorithms),
                    [&](const auto& candidate) { return algorithm.objectId == candidate.objectId; });
-  if (known == std::end(kSignatureAlgorithms)) return Verdict::kUnsupported;
+  if (known == std::end(kSignatureAlgorithms)) {
+    return Verdict::kUnsupported;
+  }
   const ByteView keyId = contentOf(key.algorithm.identifier);
   if (keyId != (known->kind == KeyKind::kRsa ? kRsaEncryption : kEcPublicKey)) {
     return Verdict::kInvalid;
@@ -183,12 +207,18 @@ Verdict verifySignature(const AlgorithmView& algorithm, ByteView data, ByteView 
 
 int32_t signSha256WithRsa(const runtime::PrivateKeyMaterial& key, ByteView data, Bytes& signature) {
   const auto numbers = readRsaPrivateKey(bytesOf(key));
-  if (!numbers) return kInvalidArgument;
+  if (!numbers) {
+    return kInvalidArgument;
+  }
   const auto n = derUnsigned(numbers->integers[1]);
   const auto e = derUnsigned(numbers->integers[2]);
   const auto d = derUnsigned(numbers->integers[3]);
-  if (!n || !e || !d || d->empty() || !isSound({*n, *e})) return kInvalidArgument;
-  if (!libraryReady()) return kFail;
+  if (!n || !e || !d || d->empty() || !isSound({*n, *e})) {
+    return kInvalidArgument;
+  }
+  if (!libraryReady()) {
+    return kFail;
+  }
 
   uint8_t hash[32];
   gcry_md_hash_buffer(GCRY_MD_SHA256, hash, data.data(), data.size());
@@ -196,40 +226,57 @@ int32_t signSha256WithRsa(const runtime::PrivateKeyMaterial& key, ByteView data,
       build("(private-key (rsa (n %b) (e %b) (d %b)))", lengthArgument(*n), n->data(),
             lengthArgument(*e), e->data(), lengthArgument(*d), d->data());
   const Sexp dataExpression =
-      build("(data (flags pkcs1) (hash sha256 %b))", static_cast<int>(sizeof hash), hash);
-  if (!keyExpression || !dataExpression) return kOutOfMemory;
+      build("(data (flags pkcs1) (hash sha256 %b))", static_cast<int>(sizeof(hash)), hash);
+  if (!keyExpression || !dataExpression) {
+    return kOutOfMemory;
+  }
   gcry_sexp_t result = nullptr;
-  if (gcry_pk_sign(&result, dataExpression.get(), keyExpression.get()) != 0) return kFail;
+  if (gcry_pk_sign(&result, dataExpression.get(), keyExpression.get()) != 0) {
+    return kFail;
+  }
   const Sexp owner(result);
   const Mpi number = takeMpi(result, "s");
   uint8_t value[kMaxModulusBytes + 1];
   size_t length = 0;
-  if (!number || gcry_mpi_print(GCRYMPI_FMT_USG, value, sizeof value, &length, number.get()) != 0 ||
+  if (!number ||
+      gcry_mpi_print(GCRYMPI_FMT_USG, value, sizeof(value), &length, number.get()) != 0 ||
       length > n->size()) {
     return kFail;
   }
-  for (size_t i = length; i < n->size(); ++i) signature.append(uint8_t{0});
+  for (size_t i = length; i < n->size(); ++i) {
+    signature.append(uint8_t{0});
+  }
   signature.append({value, length});
   return signature.failed() ? kOutOfMemory : kOk;
 }
 
 int32_t generateRsaKey(uint32_t bits, runtime::KeyObject** out) {
-  if (bits < 1024 || bits > 8 * kMaxModulusBytes) return kInvalidArgument;
-  if (!libraryReady()) return kFail;
+  if (bits < 1024 || bits > 8 * kMaxModulusBytes) {
+    return kInvalidArgument;
+  }
+  if (!libraryReady()) {
+    return kFail;
+  }
   const Sexp parameters = build("(genkey (rsa (nbits %d)))", static_cast<int>(bits));
   gcry_sexp_t generated = nullptr;
-  if (!parameters || gcry_pk_genkey(&generated, parameters.get()) != 0) return kFail;
+  if (!parameters || gcry_pk_genkey(&generated, parameters.get()) != 0) {
+    return kFail;
+  }
   const Sexp pair(generated);
   Bytes privateBytes;
   Bytes publicBytes;
   if (!writePrivateKey(generated, privateBytes) || !writePublicKey(generated, publicBytes)) {
     return kFail;
   }
-  if (privateBytes.failed() || publicBytes.failed()) return kOutOfMemory;
+  if (privateBytes.failed() || publicBytes.failed()) {
+    return kOutOfMemory;
+  }
 
   runtime::KeyObject* key = nullptr;
   int32_t result = makeKey(&key);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   constexpr uint8_t kNoParameters[] = {kNull, 0};
   result = assignPublicKey(&key->publicKey, {kRsaEncryption.content(), kNoParameters},
                            publicBytes.view());

@@ -24,15 +24,21 @@ uint8_t* getBytes(runtime::SymmetricKey* self) {
 
 int32_t copy(const SymmetricKeyObject& source, void** out) {
   Ref<SymmetricKeyObject> target(makeOnHeap<SymmetricKeyObject>(source.bitLength));
-  if (!target) return kOutOfMemory;
+  if (!target) {
+    return kOutOfMemory;
+  }
   target->bytes.append(source.bytes.view());
-  if (target->bytes.failed()) return kOutOfMemory;
+  if (target->bytes.failed()) {
+    return kOutOfMemory;
+  }
   *out = static_cast<runtime::SymmetricKey*>(target.release());
   return kOk;
 }
 
 int32_t duplicate(runtime::Object* object, void** out) {
-  if (out == nullptr) return kNullPointer;
+  if (out == nullptr) {
+    return kNullPointer;
+  }
   *out = nullptr;
   return copy(*CountedHeader<SymmetricKeyObject>::self(object), out);
 }
@@ -47,10 +53,16 @@ constinit const runtime::SymmetricKeyTable SymmetricKeyObject::kTable = {
 
 int32_t makeSymmetricKey(uint64_t bits, runtime::SymmetricKey** out) {
   Ref<SymmetricKeyObject> key(makeOnHeap<SymmetricKeyObject>(bits));
-  if (!key) return kOutOfMemory;
+  if (!key) {
+    return kOutOfMemory;
+  }
   key->bytes.resize(static_cast<size_t>((bits + 7) / 8));
-  if (key->bytes.failed()) return kOutOfMemory;
-  if (!randomBytes(key->bytes.data(), key->bytes.size())) return kFail;
+  if (key->bytes.failed()) {
+    return kOutOfMemory;
+  }
+  if (!randomBytes(key->bytes.data(), key->bytes.size())) {
+    return kFail;
+  }
   *out = key.release();
   return kOk;
 }

@@ -67,10 +67,12 @@ constexpr Pbes2Cipher kPbes2Ciphers[] = {
     {"1.2.840.113549.3.7", GCRY_CIPHER_3DES, 24},
 };
 
-template <typename Entry, size_t Count>
+template <class Entry, size_t Count>
 const Entry* findByObjectId(const Entry (&entries)[Count], ByteView content) {
   for (const Entry& entry : entries) {
-    if (content == entry.objectId) return &entry;
+    if (content == entry.objectId) {
+      return &entry;
+    }
   }
   return nullptr;
 }
@@ -81,8 +83,8 @@ struct KeyAndIv {
   KeyAndIv(const KeyAndIv&) = delete;
   KeyAndIv& operator=(const KeyAndIv&) = delete;
   ~KeyAndIv() {
-    wipe(key, sizeof key);
-    wipe(iv, sizeof iv);
+    wipe(key, sizeof(key));
+    wipe(iv, sizeof(iv));
   }
 
   int cipher = 0;
@@ -111,7 +113,9 @@ int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input,
       scheme.mode == GCRY_CIPHER_MODE_CBC ? gcry_cipher_get_algo_blklen(scheme.cipher) : 0;
   const int32_t result = derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kKey, input,
                                       std::span(out.key).first(scheme.derivedLength));
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   for (size_t i = scheme.derivedLength; i < scheme.keyLength; ++i) {
     out.key[i] = out.key[i - scheme.derivedLength];
   }
@@ -121,12 +125,16 @@ int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input,
 // pkcs-12PbeParams = SEQUENCE { salt OCTET STRING, iterations INTEGER }
 int32_t readSchemeParameters(ByteView parameters, DerivationInput& out) {
   const auto sequence = derContent(parameters, kSequence);
-  if (!sequence) return kFail;
+  if (!sequence) {
+    return kFail;
+  }
   DerReader reader(*sequence);
   const auto salt = reader.take(kOctetString);
   const auto count = reader.take(kInteger);
   const auto iterations = count ? derSmallInteger(count->content) : std::nullopt;
-  if (!salt || !iterations || !reader.atEnd()) return kFail;
+  if (!salt || !iterations || !reader.atEnd()) {
+    return kFail;
+  }
   out.salt = salt->content;
   out.iterations = *iterations;
   return kOk;
@@ -136,26 +144,38 @@ int32_t readSchemeParameters(ByteView parameters, DerivationInput& out) {
 //                            prf AlgorithmIdentifier DEFAULT hmacWithSHA1 }
 int32_t derivePbes2Key(ByteView parameters, const Password& password, KeyAndIv& out) {
   const auto sequence = derContent(parameters, kSequence);
-  if (!sequence) return kFail;
+  if (!sequence) {
+    return kFail;
+  }
   DerReader reader(*sequence);
   const auto salt = reader.take(kOctetString);
   const auto count = reader.take(kInteger);
   const auto iterations = count ? derSmallInteger(count->content) : std::nullopt;
-  if (!salt || !iterations) return kFail;
+  if (!salt || !iterations) {
+    return kFail;
+  }
   if (reader.nextIs(kInteger)) {
     const auto length = reader.take(kInteger);
-    if (!length || derSmallInteger(length->content) != out.keyLength) return kFail;
+    if (!length || derSmallInteger(length->content) != out.keyLength) {
+      return kFail;
+    }
   }
   int digest = GCRY_MD_SHA1;
   if (reader.nextIs(kSequence)) {
     const auto identifier = reader.take(kSequence);
     const auto algorithm = identifier ? readAlgorithm(identifier->content) : std::nullopt;
-    if (!algorithm) return kFail;
+    if (!algorithm) {
+      return kFail;
+    }
     const auto* function = findByObjectId(kFunctions, algorithm->objectId);
-    if (function == nullptr) return kNotImplemented;
+    if (function == nullptr) {
+      return kNotImplemented;
+    }
     digest = function->digest;
   }
-  if (!reader.atEnd()) return kFail;
+  if (!reader.atEnd()) {
+    return kFail;
+  }
   return derivePbkdf2(digest, {password.utf8(), salt->content, *iterations},
                       std::span(out.key).first(out.keyLength));
 }
@@ -164,35 +184,51 @@ int32_t derivePbes2Key(ByteView parameters, const Password& password, KeyAndIv& 
 //                           encryptionScheme AlgorithmIdentifier }
 int32_t derivePbes2(ByteView parameters, const Password& password, KeyAndIv& out) {
   const auto sequence = derContent(parameters, kSequence);
-  if (!sequence) return kFail;
+  if (!sequence) {
+    return kFail;
+  }
   DerReader reader(*sequence);
   const auto first = reader.take(kSequence);
   const auto second = reader.take(kSequence);
   const auto derivation = first ? readAlgorithm(first->content) : std::nullopt;
   const auto encryption = second ? readAlgorithm(second->content) : std::nullopt;
-  if (!derivation || !encryption || !reader.atEnd()) return kFail;
-  if (derivation->objectId != kPbkdf2) return kNotImplemented;
+  if (!derivation || !encryption || !reader.atEnd()) {
+    return kFail;
+  }
+  if (derivation->objectId != kPbkdf2) {
+    return kNotImplemented;
+  }
   const auto* cipher = findByObjectId(kPbes2Ciphers, encryption->objectId);
-  if (cipher == nullptr) return kNotImplemented;
+  if (cipher == nullptr) {
+    return kNotImplemented;
+  }
   out.cipher = cipher->cipher;
   out.mode = GCRY_CIPHER_MODE_CBC;
   out.keyLength = cipher->keyLength;
   out.ivLength = gcry_cipher_get_algo_blklen(cipher->cipher);
   const auto iv = derContent(encryption->parameters, kOctetString);
-  if (!iv || iv->size() != out.ivLength) return kFail;
+  if (!iv || iv->size() != out.ivLength) {
+    return kFail;
+  }
   std::copy(iv->begin(), iv->end(), out.iv);
   return derivePbes2Key(derivation->parameters, password, out);
 }
 
 int32_t deriveFor(ByteView algorithmContent, const Password& password, KeyAndIv& out) {
-  if (!libraryReady()) return kFail;
+  if (!libraryReady()) {
+    return kFail;
+  }
   const auto algorithm = readAlgorithm(algorithmContent);
-  if (!algorithm) return kFail;
+  if (!algorithm) {
+    return kFail;
+  }
   if (algorithm->objectId == kPbes2) {
     return derivePbes2(algorithm->parameters, password, out);
   }
   const PasswordScheme* scheme = findByObjectId(kSchemes, algorithm->objectId);
-  if (scheme == nullptr) return kNotImplemented;
+  if (scheme == nullptr) {
+    return kNotImplemented;
+  }
   DerivationInput input{password.terminatedUtf16(), {}, 0};
   const int32_t result = readSchemeParameters(algorithm->parameters, input);
   return failed(result) ? result : deriveScheme(*scheme, input, out);
@@ -200,11 +236,17 @@ int32_t deriveFor(ByteView algorithmContent, const Password& password, KeyAndIv&
 
 // The plaintext without the padding of RFC 8018, 6.1.1; nothing when the padding is wrong.
 std::optional<size_t> lengthWithoutPadding(ByteView padded, size_t block) {
-  if (padded.empty()) return std::nullopt;
+  if (padded.empty()) {
+    return std::nullopt;
+  }
   const size_t padding = padded.back();
-  if (padding == 0 || padding > block || padding > padded.size()) return std::nullopt;
+  if (padding == 0 || padding > block || padding > padded.size()) {
+    return std::nullopt;
+  }
   for (const uint8_t byte : padded.last(padding)) {
-    if (byte != padding) return std::nullopt;
+    if (byte != padding) {
+      return std::nullopt;
+    }
   }
   return padded.size() - padding;
 }
@@ -213,7 +255,9 @@ std::optional<size_t> lengthWithoutPadding(ByteView padded, size_t block) {
 
 const PasswordScheme* findPasswordScheme(std::string_view name) {
   for (const PasswordScheme& scheme : kSchemes) {
-    if (name == scheme.name) return &scheme;
+    if (name == scheme.name) {
+      return &scheme;
+    }
   }
   return nullptr;
 }
@@ -221,21 +265,31 @@ const PasswordScheme* findPasswordScheme(std::string_view name) {
 int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, uint32_t iterations,
                         ByteView plain, DerWriter& algorithm, Bytes& out) {
   uint8_t salt[kSaltLength];
-  if (!randomBytes(salt, sizeof salt)) return kFail;
+  if (!randomBytes(salt, sizeof(salt))) {
+    return kFail;
+  }
   KeyAndIv material;
   const int32_t result =
       deriveScheme(scheme, {password.terminatedUtf16(), salt, iterations}, material);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
 
   Bytes text;
   text.append(plain);
   if (material.ivLength != 0) {
     const size_t padding = material.ivLength - plain.size() % material.ivLength;
-    for (size_t i = 0; i < padding; ++i) text.append(static_cast<uint8_t>(padding));
+    for (size_t i = 0; i < padding; ++i) {
+      text.append(static_cast<uint8_t>(padding));
+    }
   }
-  if (text.failed()) return kOutOfMemory;
+  if (text.failed()) {
+    return kOutOfMemory;
+  }
   const CipherHandle cipher = open(material);
-  if (!cipher) return kFail;
+  if (!cipher) {
+    return kFail;
+  }
   if (text.size() != 0 &&
       gcry_cipher_encrypt(cipher.get(), text.data(), text.size(), nullptr, 0) != 0) {
     return kFail;
@@ -255,14 +309,22 @@ int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, 
 int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView cipher, Bytes& out) {
   KeyAndIv material;
   const int32_t result = deriveFor(algorithm, password, material);
-  if (failed(result)) return result;
-  if (material.ivLength != 0 && cipher.size() % material.ivLength != 0) return kFail;
+  if (failed(result)) {
+    return result;
+  }
+  if (material.ivLength != 0 && cipher.size() % material.ivLength != 0) {
+    return kFail;
+  }
 
   Bytes text;
   text.assign(cipher);
-  if (text.failed()) return kOutOfMemory;
+  if (text.failed()) {
+    return kOutOfMemory;
+  }
   const CipherHandle handle = open(material);
-  if (!handle) return kFail;
+  if (!handle) {
+    return kFail;
+  }
   if (text.size() != 0 &&
       gcry_cipher_decrypt(handle.get(), text.data(), text.size(), nullptr, 0) != 0) {
     return kFail;
@@ -270,7 +332,9 @@ int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView c
   ByteView plain = text.view();
   if (material.ivLength != 0) {
     const auto length = lengthWithoutPadding(plain, material.ivLength);
-    if (!length) return kFail;
+    if (!length) {
+      return kFail;
+    }
     plain = plain.first(*length);
   }
   out.append(plain);
@@ -279,7 +343,9 @@ int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView c
 
 const MacDigest* findMacDigest(std::string_view name) {
   for (const MacDigest& digest : kMacDigests) {
-    if (name == digest.name) return &digest;
+    if (name == digest.name) {
+      return &digest;
+    }
   }
   return nullptr;
 }
@@ -291,15 +357,21 @@ const MacDigest* findMacDigestByAlgorithm(ByteView algorithm) {
 
 int32_t passwordMac(const MacDigest& digest, const DerivationInput& input, ByteView data,
                     Bytes& out) {
-  if (!libraryReady()) return kFail;
+  if (!libraryReady()) {
+    return kFail;
+  }
   uint8_t key[64];
   uint8_t code[64];
   const size_t length = gcry_md_get_algo_dlen(digest.digest);
   int32_t result =
       derivePkcs12(digest.digest, KeyPurpose::kMac, input, std::span(key).first(length));
-  if (!failed(result) && !hmac(digest.digest, {key, length}, data, code)) result = kFail;
-  wipe(key, sizeof key);
-  if (failed(result)) return result;
+  if (!failed(result) && !hmac(digest.digest, {key, length}, data, code)) {
+    result = kFail;
+  }
+  wipe(key, sizeof(key));
+  if (failed(result)) {
+    return result;
+  }
   out.append({code, length});
   return out.failed() ? kOutOfMemory : kOk;
 }

@@ -45,7 +45,9 @@ void addPlusOne(std::span<uint8_t> number, ByteView addend) {
 }  // namespace
 
 Password::Password(const runtime::StringObject* text) {
-  if (text == nullptr) return;
+  if (text == nullptr) {
+    return;
+  }
   utf8_ = {reinterpret_cast<const uint8_t*>(text->text), static_cast<size_t>(text->length)};
   appendUtf16FromUtf8(utf8_, terminatedUtf16_);
   const uint8_t terminator[2] = {};
@@ -56,18 +58,26 @@ void limitIterations(uint32_t most) { iterationLimit = most; }
 
 int32_t derivePkcs12(int digest, KeyPurpose purpose, const DerivationInput& input,
                      std::span<uint8_t> out) {
-  if (!libraryReady()) return kFail;
-  if (!acceptable(input.iterations)) return kInvalidArgument;
+  if (!libraryReady()) {
+    return kFail;
+  }
+  if (!acceptable(input.iterations)) {
+    return kInvalidArgument;
+  }
   const size_t block = blockLength(digest);
   const size_t digestLength = gcry_md_get_algo_dlen(digest);
 
   // The diversifier, then salt and password, each repeated to full blocks.
   Bytes work;
   const uint8_t diversifier = static_cast<uint8_t>(purpose);
-  for (size_t i = 0; i < block; ++i) work.append(diversifier);
+  for (size_t i = 0; i < block; ++i) {
+    work.append(diversifier);
+  }
   appendRepeated(input.salt, block, work);
   appendRepeated(input.password, block, work);
-  if (work.failed()) return kOutOfMemory;
+  if (work.failed()) {
+    return kOutOfMemory;
+  }
   const std::span<uint8_t> variable(work.data() + block, work.size() - block);
 
   uint8_t result[kMaxDigestLength];
@@ -80,19 +90,25 @@ int32_t derivePkcs12(int digest, KeyPurpose purpose, const DerivationInput& inpu
     const size_t take = std::min(out.size(), digestLength);
     std::memcpy(out.data(), result, take);
     out = out.subspan(take);
-    for (size_t i = 0; i < block; ++i) repeated[i] = result[i % digestLength];
+    for (size_t i = 0; i < block; ++i) {
+      repeated[i] = result[i % digestLength];
+    }
     for (size_t i = 0; i < variable.size(); i += block) {
       addPlusOne(variable.subspan(i, block), {repeated, block});
     }
   }
-  wipe(result, sizeof result);
-  wipe(repeated, sizeof repeated);
+  wipe(result, sizeof(result));
+  wipe(repeated, sizeof(repeated));
   return kOk;
 }
 
 int32_t derivePbkdf2(int digest, const DerivationInput& input, std::span<uint8_t> out) {
-  if (!libraryReady()) return kFail;
-  if (!acceptable(input.iterations)) return kInvalidArgument;
+  if (!libraryReady()) {
+    return kFail;
+  }
+  if (!acceptable(input.iterations)) {
+    return kInvalidArgument;
+  }
   // libgcrypt wants a place to read from, even where there is nothing to read.
   const uint8_t nothing = 0;
   const uint8_t* password = input.password.empty() ? &nothing : input.password.data();
@@ -100,7 +116,9 @@ int32_t derivePbkdf2(int digest, const DerivationInput& input, std::span<uint8_t
   const gcry_error_t error =
       gcry_kdf_derive(password, input.password.size(), GCRY_KDF_PBKDF2, digest, salt,
                       input.salt.size(), input.iterations, out.size(), out.data());
-  if (error == 0) return kOk;
+  if (error == 0) {
+    return kOk;
+  }
   return gcry_err_code(error) == GPG_ERR_ENOMEM ? kOutOfMemory : kFail;
 }
 

@@ -19,7 +19,9 @@ bool appendPieces(ByteView pieces, Bytes& out) {
   DerReader reader(pieces);
   while (!reader.atEnd()) {
     const auto piece = reader.take(kOctetString);
-    if (!piece) return false;
+    if (!piece) {
+      return false;
+    }
     out.append(piece->content);
   }
   return true;
@@ -27,7 +29,9 @@ bool appendPieces(ByteView pieces, Bytes& out) {
 
 // Brings BER to DER; the bytes live in `storage`.
 int32_t toDer(ByteView ber, Bytes& storage, ByteView& der) {
-  if (!derFromBer(ber, storage)) return storage.failed() ? kOutOfMemory : kFail;
+  if (!derFromBer(ber, storage)) {
+    return storage.failed() ? kOutOfMemory : kFail;
+  }
   der = storage.view();
   return kOk;
 }
@@ -46,20 +50,32 @@ class PfxDecoder {
     Bytes storage;
     ByteView der;
     int32_t result = toDer(pfx, storage, der);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     const auto outer = derContent(der, kSequence);
-    if (!outer) return kFail;
+    if (!outer) {
+      return kFail;
+    }
     DerReader reader(*outer);
     const auto version = reader.take(kInteger);
     const auto contentInfo = reader.take(kSequence);
-    if (!version || derSmallInteger(version->content) != 3u || !contentInfo) return kFail;
+    if (!version || derSmallInteger(version->content) != 3u || !contentInfo) {
+      return kFail;
+    }
     const auto safes = dataOf(contentInfo->content);
-    if (!safes) return kFail;
+    if (!safes) {
+      return kFail;
+    }
     if (!reader.atEnd()) {
       const auto macData = reader.take(kSequence);
-      if (!macData || !reader.atEnd()) return kFail;
+      if (!macData || !reader.atEnd()) {
+        return kFail;
+      }
       result = checkMac(macData->content, *safes);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
     }
     return authenticatedSafe(*safes);
   }
@@ -75,13 +91,17 @@ class PfxDecoder {
     DerReader reader(contentInfo);
     const auto type = reader.take(kObjectId);
     const auto tagged = reader.take(contextTag(0, true));
-    if (!type || !tagged || !reader.atEnd()) return std::nullopt;
+    if (!type || !tagged || !reader.atEnd()) {
+      return std::nullopt;
+    }
     return Content{type->content, tagged->content};
   }
 
   static std::optional<ByteView> dataOf(ByteView contentInfo) {
     const auto content = contentOfInfo(contentInfo);
-    if (!content || content->type != pkcs12::kData) return std::nullopt;
+    if (!content || content->type != pkcs12::kData) {
+      return std::nullopt;
+    }
     return derContent(content->value, kOctetString);
   }
 
@@ -90,24 +110,34 @@ class PfxDecoder {
     DerReader reader(macData);
     const auto digestInfo = reader.take(kSequence);
     const auto salt = reader.take(kOctetString);
-    if (!digestInfo || !salt) return kFail;
+    if (!digestInfo || !salt) {
+      return kFail;
+    }
     uint32_t iterations = 1;
     if (!reader.atEnd()) {
       const auto count = reader.take(kInteger);
       const auto number = count ? derSmallInteger(count->content) : std::nullopt;
-      if (!number || !reader.atEnd()) return kFail;
+      if (!number || !reader.atEnd()) {
+        return kFail;
+      }
       iterations = *number;
     }
     DerReader fields(digestInfo->content);
     const auto algorithm = fields.take(kSequence);
     const auto expected = fields.take(kOctetString);
-    if (!algorithm || !expected || !fields.atEnd()) return kFail;
+    if (!algorithm || !expected || !fields.atEnd()) {
+      return kFail;
+    }
     const MacDigest* const digest = findMacDigestByAlgorithm(algorithm->content);
-    if (digest == nullptr) return kNotImplemented;
+    if (digest == nullptr) {
+      return kNotImplemented;
+    }
     Bytes code;
     const int32_t result =
         passwordMac(*digest, {password_.terminatedUtf16(), salt->content, iterations}, safes, code);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     verified_ = equalBytes(code.view(), expected->content);
     return verified_ ? kOk : kFail;
   }
@@ -117,27 +147,39 @@ class PfxDecoder {
     Bytes storage;
     ByteView der;
     int32_t result = toDer(ber, storage, der);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     const auto sequence = derContent(der, kSequence);
-    if (!sequence) return kFail;
+    if (!sequence) {
+      return kFail;
+    }
     DerReader reader(*sequence);
     while (!reader.atEnd()) {
       const auto contentInfo = reader.take(kSequence);
-      if (!contentInfo) return kFail;
+      if (!contentInfo) {
+        return kFail;
+      }
       result = safe(contentInfo->content);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
     }
     return kOk;
   }
 
   int32_t safe(ByteView contentInfo) {
     const auto content = contentOfInfo(contentInfo);
-    if (!content) return kFail;
+    if (!content) {
+      return kFail;
+    }
     if (content->type == pkcs12::kData) {
       const auto data = derContent(content->value, kOctetString);
       return data ? safeContents(*data) : kFail;
     }
-    if (content->type != pkcs12::kEncryptedData) return kNotImplemented;
+    if (content->type != pkcs12::kEncryptedData) {
+      return kNotImplemented;
+    }
     Bytes plain;
     const int32_t result = decryptData(content->value, plain);
     return failed(result) ? result : safeContents(plain.view());
@@ -147,16 +189,22 @@ class PfxDecoder {
   //                                                encryptedContent [0] IMPLICIT OCTET STRING } }
   int32_t decryptData(ByteView encryptedData, Bytes& plain) {
     const auto outer = derContent(encryptedData, kSequence);
-    if (!outer) return kFail;
+    if (!outer) {
+      return kFail;
+    }
     DerReader reader(*outer);
     const auto version = reader.take(kInteger);
     const auto info = reader.take(kSequence);
-    if (!version || !info) return kFail;
+    if (!version || !info) {
+      return kFail;
+    }
     DerReader fields(info->content);
     const auto type = fields.take(kObjectId);
     const auto algorithm = fields.take(kSequence);
     const auto encrypted = fields.takeAny();
-    if (!type || type->content != pkcs12::kData || !algorithm || !encrypted) return kFail;
+    if (!type || type->content != pkcs12::kData || !algorithm || !encrypted) {
+      return kFail;
+    }
     if (encrypted->tag == contextTag(0, false)) {
       return passwordDecrypt(algorithm->content, password_, encrypted->content, plain);
     }
@@ -164,7 +212,9 @@ class PfxDecoder {
     if (encrypted->tag != contextTag(0, true) || !appendPieces(encrypted->content, joined)) {
       return kFail;
     }
-    if (joined.failed()) return kOutOfMemory;
+    if (joined.failed()) {
+      return kOutOfMemory;
+    }
     return passwordDecrypt(algorithm->content, password_, joined.view(), plain);
   }
 
@@ -178,13 +228,19 @@ class PfxDecoder {
   // SafeContents = SEQUENCE OF SafeBag
   int32_t bags(ByteView der, int depth) {
     const auto sequence = derContent(der, kSequence);
-    if (!sequence) return kFail;
+    if (!sequence) {
+      return kFail;
+    }
     DerReader reader(*sequence);
     while (!reader.atEnd()) {
       const auto bag = reader.take(kSequence);
-      if (!bag) return kFail;
+      if (!bag) {
+        return kFail;
+      }
       const int32_t result = safeBag(bag->content, depth);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
     }
     return kOk;
   }
@@ -194,31 +250,45 @@ class PfxDecoder {
     DerReader reader(content);
     const auto identifier = reader.take(kObjectId);
     const auto value = reader.take(contextTag(0, true));
-    if (!identifier || !value) return kFail;
+    if (!identifier || !value) {
+      return kFail;
+    }
     ByteView attributes;
     if (!reader.atEnd()) {
       const auto set = reader.take(kSet);
-      if (!set || !reader.atEnd()) return kFail;
+      if (!set || !reader.atEnd()) {
+        return kFail;
+      }
       attributes = set->content;
     }
     const ByteView type = identifier->content;
     if (type == pkcs12::kSafeContentsBagId) {
       return depth == kMaxNestedSafes ? kFail : bags(value->content, depth + 1);
     }
-    if (type == pkcs12::kKeyBagId) return keyBag(value->content, false, attributes);
-    if (type == pkcs12::kShroudedKeyBagId) return shroudedKeyBag(value->content, attributes);
-    if (type == pkcs12::kCertificateBagId) return certificateBag(value->content, attributes);
+    if (type == pkcs12::kKeyBagId) {
+      return keyBag(value->content, false, attributes);
+    }
+    if (type == pkcs12::kShroudedKeyBagId) {
+      return shroudedKeyBag(value->content, attributes);
+    }
+    if (type == pkcs12::kCertificateBagId) {
+      return certificateBag(value->content, attributes);
+    }
     return kOk;
   }
 
   // EncryptedPrivateKeyInfo = SEQUENCE { encryptionAlgorithm, encryptedData OCTET STRING }
   int32_t shroudedKeyBag(ByteView value, ByteView attributes) {
     const auto sequence = derContent(value, kSequence);
-    if (!sequence) return kFail;
+    if (!sequence) {
+      return kFail;
+    }
     DerReader reader(*sequence);
     const auto algorithm = reader.take(kSequence);
     const auto encrypted = reader.take(kOctetString);
-    if (!algorithm || !encrypted || !reader.atEnd()) return kFail;
+    if (!algorithm || !encrypted || !reader.atEnd()) {
+      return kFail;
+    }
     Bytes plain;
     const int32_t result =
         passwordDecrypt(algorithm->content, password_, encrypted->content, plain);
@@ -229,34 +299,52 @@ class PfxDecoder {
   //                             attributes [0] OPTIONAL } (RFC 5208)
   int32_t keyBag(ByteView info, bool shrouded, ByteView attributes) {
     const auto sequence = derContent(info, kSequence);
-    if (!sequence) return kFail;
+    if (!sequence) {
+      return kFail;
+    }
     DerReader reader(*sequence);
     const auto version = reader.take(kInteger);
     const auto identifier = reader.take(kSequence);
     const auto key = reader.take(kOctetString);
     const auto algorithm = identifier ? readAlgorithm(identifier->content) : std::nullopt;
-    if (!version || !algorithm || !key) return kFail;
+    if (!version || !algorithm || !key) {
+      return kFail;
+    }
     runtime::SafeBag* bag = nullptr;
     int32_t result = append(runtime::kKeyBag, attributes, bag);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     bag->shrouded = shrouded ? 1 : 0;
     result = pkcs12TypesTable.PrivateKeyInfoCreate(&bag->key);
-    if (!failed(result)) result = assignAlgorithm(&bag->key->algorithm, *algorithm);
-    if (!failed(result)) result = assignBuffer(&bag->key->key, key->content);
+    if (!failed(result)) {
+      result = assignAlgorithm(&bag->key->algorithm, *algorithm);
+    }
+    if (!failed(result)) {
+      result = assignBuffer(&bag->key->key, key->content);
+    }
     return result;
   }
 
   // CertBag = SEQUENCE { certId, certValue [0] OCTET STRING }
   int32_t certificateBag(ByteView value, ByteView attributes) {
     const auto sequence = derContent(value, kSequence);
-    if (!sequence) return kFail;
+    if (!sequence) {
+      return kFail;
+    }
     DerReader reader(*sequence);
     const auto type = reader.take(kObjectId);
     const auto tagged = reader.take(contextTag(0, true));
-    if (!type || !tagged || !reader.atEnd()) return kFail;
-    if (type->content != pkcs12::kX509Certificate) return kOk;
+    if (!type || !tagged || !reader.atEnd()) {
+      return kFail;
+    }
+    if (type->content != pkcs12::kX509Certificate) {
+      return kOk;
+    }
     const auto der = derContent(tagged->content, kOctetString);
-    if (!der) return kFail;
+    if (!der) {
+      return kFail;
+    }
     runtime::SafeBag* bag = nullptr;
     const int32_t result = append(runtime::kCertificateBag, attributes, bag);
     return failed(result) ? result : decodeCertificate(*der, &bag->certificate);
@@ -266,19 +354,27 @@ class PfxDecoder {
   int32_t append(uint32_t type, ByteView attributes, runtime::SafeBag*& bag) {
     runtime::BagNode* node = nullptr;
     int32_t result = pkcs12TypesTable.BagNodeCreate(&node);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     *last_ = node;
     last_ = &node->next;
     result = pkcs12TypesTable.BagCreate(&node->bag);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     bag = node->bag;
     bag->type = type;
     DerReader reader(attributes);
     while (!reader.atEnd()) {
       const auto attribute = reader.take(kSequence);
-      if (!attribute) return kFail;
+      if (!attribute) {
+        return kFail;
+      }
       result = readAttribute(attribute->content, *bag);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
     }
     return kOk;
   }
@@ -289,7 +385,9 @@ class PfxDecoder {
     DerReader reader(content);
     const auto identifier = reader.take(kObjectId);
     const auto set = reader.take(kSet);
-    if (!identifier || !set) return kFail;
+    if (!identifier || !set) {
+      return kFail;
+    }
     DerReader values(set->content);
     if (identifier->content == pkcs12::kFriendlyName && bag.friendlyName == nullptr) {
       const auto value = values.take(kBmpString);
@@ -297,7 +395,9 @@ class PfxDecoder {
     }
     if (identifier->content == pkcs12::kLocalKeyId && bag.localKeyId == nullptr) {
       const auto value = values.take(kOctetString);
-      if (!value) return kOk;
+      if (!value) {
+        return kOk;
+      }
       Bytes copy;
       copy.append(value->content);
       return handOut(std::move(copy), &bag.localKeyId);
@@ -308,7 +408,9 @@ class PfxDecoder {
   static int32_t friendlyName(ByteView utf16, runtime::SafeBag& bag) {
     Bytes text;
     appendUtf8FromUtf16(utf16, text);
-    if (text.failed()) return kOutOfMemory;
+    if (text.failed()) {
+      return kOutOfMemory;
+    }
     const int32_t result = stringTable.Create(&bag.friendlyName);
     return failed(result) ? result : assignString(bag.friendlyName, text.view());
   }
@@ -325,7 +427,9 @@ int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bag
   verified = false;
   PfxDecoder reader(password, verified);
   const int32_t result = reader.read(pfx);
-  if (!failed(result)) *bags = reader.release();
+  if (!failed(result)) {
+    *bags = reader.release();
+  }
   return result;
 }
 

@@ -20,17 +20,23 @@ class PfxEncoder {
   // PFX = SEQUENCE { version, authSafe ContentInfo, macData }
   int32_t write(Bytes& out) {
     int32_t result = findAlgorithms();
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     Bytes safes;
     result = authenticatedSafe(safes);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     DerWriter writer(out);
     const size_t mark = writer.begin(kSequence);
     writer.smallInteger(kPfxVersion);
     dataContent(safes, writer);
     result = mac(safes, writer);
     writer.end(mark);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     return out.failed() ? kOutOfMemory : kOk;
   }
 
@@ -53,15 +59,23 @@ class PfxEncoder {
     Bytes certificates;
     Bytes keys;
     int32_t result = safeContents(runtime::kCertificateBag, certificates);
-    if (!failed(result)) result = safeContents(runtime::kKeyBag, keys);
-    if (failed(result)) return result;
+    if (!failed(result)) {
+      result = safeContents(runtime::kKeyBag, keys);
+    }
+    if (failed(result)) {
+      return result;
+    }
     DerWriter writer(out);
     const size_t mark = writer.begin(kSequence);
     if (certificates.size() != 0) {
       result = encryptedContent(certificates, writer);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
     }
-    if (keys.size() != 0) dataContent(keys, writer);
+    if (keys.size() != 0) {
+      dataContent(keys, writer);
+    }
     writer.end(mark);
     return out.failed() ? kOutOfMemory : kOk;
   }
@@ -71,12 +85,20 @@ class PfxEncoder {
     DerWriter writer(out);
     size_t mark = 0;
     for (const runtime::BagNode* node = parameters_.contents; node != nullptr; node = node->next) {
-      if (node->bag == nullptr || node->bag->type != type) continue;
-      if (mark == 0) mark = writer.begin(kSequence);
+      if (node->bag == nullptr || node->bag->type != type) {
+        continue;
+      }
+      if (mark == 0) {
+        mark = writer.begin(kSequence);
+      }
       const int32_t result = safeBag(*node->bag, writer);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
     }
-    if (mark != 0) writer.end(mark);
+    if (mark != 0) {
+      writer.end(mark);
+    }
     return out.failed() ? kOutOfMemory : kOk;
   }
 
@@ -85,17 +107,23 @@ class PfxEncoder {
     const size_t sequence = writer.begin(kSequence);
     const int32_t result =
         bag.type == runtime::kKeyBag ? keyValue(bag, writer) : certificateValue(bag, writer);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     attributes(bag, writer);
     writer.end(sequence);
     return kOk;
   }
 
   int32_t keyValue(const runtime::SafeBag& bag, DerWriter& writer) {
-    if (bag.key == nullptr || bag.key->algorithm.identifier == nullptr) return kInvalidArgument;
+    if (bag.key == nullptr || bag.key->algorithm.identifier == nullptr) {
+      return kInvalidArgument;
+    }
     Bytes info;
     privateKeyInfo(*bag.key, info);
-    if (info.failed()) return kOutOfMemory;
+    if (info.failed()) {
+      return kOutOfMemory;
+    }
     writer.objectId(bag.shrouded != 0 ? pkcs12::kShroudedKeyBagId : pkcs12::kKeyBagId);
     const size_t value = writer.begin(contextTag(0, true));
     if (bag.shrouded != 0) {
@@ -104,7 +132,9 @@ class PfxEncoder {
       Bytes encrypted;
       const int32_t result = passwordEncrypt(*keyScheme_, password_, parameters_.iterations,
                                              info.view(), writer, encrypted);
-      if (failed(result)) return result;
+      if (failed(result)) {
+        return result;
+      }
       writer.element(kOctetString, encrypted);
       writer.end(sequence);
     } else {
@@ -128,7 +158,9 @@ class PfxEncoder {
   static int32_t certificateValue(const runtime::SafeBag& bag, DerWriter& writer) {
     const runtime::ByteBuffer* const encoding =
         bag.certificate == nullptr ? nullptr : bag.certificate->table->GetEncoding(bag.certificate);
-    if (encoding == nullptr) return kInvalidArgument;
+    if (encoding == nullptr) {
+      return kInvalidArgument;
+    }
     writer.objectId(pkcs12::kCertificateBagId);
     const size_t value = writer.begin(contextTag(0, true));
     const size_t sequence = writer.begin(kSequence);
@@ -155,8 +187,12 @@ class PfxEncoder {
       octets.append(viewOf(*bag.localKeyId));
       attribute(pkcs12::kLocalKeyId, kOctetString, octets, id);
     }
-    if (name.failed() || id.failed()) writer.fail();
-    if (name.size() == 0 && id.size() == 0) return;
+    if (name.failed() || id.failed()) {
+      writer.fail();
+    }
+    if (name.size() == 0 && id.size() == 0) {
+      return;
+    }
     const bool nameFirst = compareBytes(name.view(), id.view()) < 0;
     const size_t set = writer.begin(kSet);
     writer.raw(nameFirst ? name.view() : id.view());
@@ -199,7 +235,9 @@ class PfxEncoder {
     Bytes encrypted;
     const int32_t result = passwordEncrypt(*certificateScheme_, password_, parameters_.iterations,
                                            content.view(), writer, encrypted);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     writer.element(contextTag(0, false), encrypted);
     writer.end(info);
     writer.end(data);
@@ -211,12 +249,16 @@ class PfxEncoder {
   // MacData = SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER }
   int32_t mac(const Bytes& safes, DerWriter& writer) {
     uint8_t salt[kMacSaltLength];
-    if (!randomBytes(salt, sizeof salt)) return kFail;
+    if (!randomBytes(salt, sizeof(salt))) {
+      return kFail;
+    }
     Bytes code;
     const int32_t result =
         passwordMac(*macDigest_, {password_.terminatedUtf16(), salt, parameters_.iterations},
                     safes.view(), code);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     const size_t macData = writer.begin(kSequence);
     const size_t digestInfo = writer.begin(kSequence);
     const size_t algorithm = writer.begin(kSequence);

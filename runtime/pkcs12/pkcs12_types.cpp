@@ -6,22 +6,28 @@
 namespace vexa::velmora {
 namespace {
 
-template <typename Record>
+template <class Record>
 int32_t create(Record** out) {
-  if (out == nullptr) return kNullPointer;
+  if (out == nullptr) {
+    return kNullPointer;
+  }
   *out = static_cast<Record*>(allocateBlock(sizeof(Record)));
   return *out == nullptr ? kOutOfMemory : kOk;
 }
 
 void releaseKeyInfo(runtime::PrivateKeyInfo* info) {
-  if (info == nullptr) return;
+  if (info == nullptr) {
+    return;
+  }
   clearAlgorithm(&info->algorithm);
   clearBuffer(&info->key);
   freeBlock(info);
 }
 
 void releaseBag(runtime::SafeBag* bag) {
-  if (bag == nullptr) return;
+  if (bag == nullptr) {
+    return;
+  }
   if (bag->type == runtime::kKeyBag) {
     releaseKeyInfo(bag->key);
   } else if (bag->type == runtime::kCertificateBag) {
@@ -36,7 +42,9 @@ void releaseBag(runtime::SafeBag* bag) {
 }
 
 void releaseParameters(runtime::PfxParameters* parameters) {
-  if (parameters == nullptr) return;
+  if (parameters == nullptr) {
+    return;
+  }
   releaseBagList(parameters->contents);
   for (char* name :
        {parameters->macDigest, parameters->bagEncryption1, parameters->bagEncryption2}) {

@@ -19,7 +19,9 @@ struct ContextObject : Counted<runtime::SecurityContext> {
 };
 
 int32_t getPse(runtime::SecurityContext* self, runtime::Pse** pse) {
-  if (pse == nullptr) return kNullPointer;
+  if (pse == nullptr) {
+    return kNullPointer;
+  }
   *pse = Ref<runtime::Pse>::share(static_cast<ContextObject*>(self)->pse.get()).release();
   return kOk;
 }
@@ -29,15 +31,25 @@ constinit const runtime::SecurityContextTable ContextObject::kTable = {
 
 int32_t createContext(const runtime::ContextParameters* parameters,
                       runtime::SecurityContext** out) {
-  if (out == nullptr) return kNullPointer;
+  if (out == nullptr) {
+    return kNullPointer;
+  }
   *out = nullptr;
-  if (parameters == nullptr) return kNullPointer;
-  if (parameters->version != kContextVersion) return kInvalidArgument;
+  if (parameters == nullptr) {
+    return kNullPointer;
+  }
+  if (parameters->version != kContextVersion) {
+    return kInvalidArgument;
+  }
   Ref<ContextObject> context(makeOnHeap<ContextObject>());
-  if (!context) return kOutOfMemory;
+  if (!context) {
+    return kOutOfMemory;
+  }
   runtime::Pse* pse = nullptr;
   const int32_t result = makePse(&pse);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   context->pse.reset(pse);
   *out = context.release();
   return kOk;

@@ -29,7 +29,9 @@ OwnRecord* implementationOf(runtime::OwnCertificateRecord* record) {
 
 void unlinkLocked(OwnRecord* record) {
   OwnRecord** link = &liveRecords;
-  while (*link != record) link = &(*link)->next;
+  while (*link != record) {
+    link = &(*link)->next;
+  }
   *link = record->next;
 }
 
@@ -49,7 +51,9 @@ OwnRecord* recordFor(runtime::Certificate* certificate, runtime::Certificate* is
     return known;
   }
   auto* const record = makeOnHeap<OwnRecord>();
-  if (record == nullptr) return nullptr;
+  if (record == nullptr) {
+    return nullptr;
+  }
   runtime::Name* const subject = certificate->table->GetSubject(certificate);
   record->field1 = asObject(Ref<runtime::Certificate>::share(certificate).release());
   record->field2 = asObject(Ref<runtime::Certificate>::share(issuer).release());
@@ -77,7 +81,9 @@ bool equalRsaNumbers(const runtime::PrivateKeyInfo& key, runtime::Certificate* c
 
 bool hasKey(const runtime::SafeBag& certificate, const runtime::BagNode* bags) {
   for (; bags != nullptr; bags = bags->next) {
-    if (bags->bag->type != runtime::kKeyBag) continue;
+    if (bags->bag->type != runtime::kKeyBag) {
+      continue;
+    }
     if (equalLocalIds(certificate, *bags->bag) ||
         equalRsaNumbers(*bags->bag->key, certificate.certificate)) {
       return true;
@@ -88,7 +94,9 @@ bool hasKey(const runtime::SafeBag& certificate, const runtime::BagNode* bags) {
 
 // Null for a certificate that is its own issuer, or when none of the bags fits.
 runtime::Certificate* findIssuer(runtime::Certificate* certificate, const runtime::BagNode* bags) {
-  if (certificate->table->IsSelfSigned(certificate) != 0) return nullptr;
+  if (certificate->table->IsSelfSigned(certificate) != 0) {
+    return nullptr;
+  }
   for (; bags != nullptr; bags = bags->next) {
     if (bags->bag->type == runtime::kCertificateBag &&
         !equalCertificates(certificate, bags->bag->certificate) &&
@@ -101,14 +109,18 @@ runtime::Certificate* findIssuer(runtime::Certificate* certificate, const runtim
 
 bool contains(const OwnList* head, runtime::Certificate* certificate) {
   for (; head != nullptr; head = head->next) {
-    if (equalCertificates(implementationOf(head->record)->certificate(), certificate)) return true;
+    if (equalCertificates(implementationOf(head->record)->certificate(), certificate)) {
+      return true;
+    }
   }
   return false;
 }
 
 // A node at the end that takes over the reference; null when the record or the node is missing.
 OwnList** appendNode(OwnList** end, runtime::OwnCertificateRecord* owned) {
-  if (owned == nullptr) return nullptr;
+  if (owned == nullptr) {
+    return nullptr;
+  }
   auto* const node = static_cast<OwnList*>(allocateBlock(sizeof(OwnList)));
   if (node == nullptr) {
     dropOwnRecord(owned);
@@ -127,11 +139,15 @@ void shareOwnRecord(runtime::OwnCertificateRecord* record) {
 }
 
 void dropOwnRecord(runtime::OwnCertificateRecord* record) {
-  if (record == nullptr) return;
+  if (record == nullptr) {
+    return;
+  }
   OwnRecord* const own = implementationOf(record);
   {
     const std::lock_guard<std::mutex> lock(recordsLock);
-    if (--own->references != 0) return;
+    if (--own->references != 0) {
+      return;
+    }
     unlinkLocked(own);
   }
   for (runtime::Object* field : {own->field1, own->field2, own->field6}) {
@@ -167,9 +183,13 @@ int32_t ownRecordsOf(const runtime::BagNode* bags, OwnList** out) {
   *out = nullptr;
   OwnList** end = out;
   for (const runtime::BagNode* node = bags; node != nullptr; node = node->next) {
-    if (node->bag->type != runtime::kCertificateBag || !hasKey(*node->bag, bags)) continue;
+    if (node->bag->type != runtime::kCertificateBag || !hasKey(*node->bag, bags)) {
+      continue;
+    }
     runtime::Certificate* const certificate = node->bag->certificate;
-    if (contains(*out, certificate)) continue;
+    if (contains(*out, certificate)) {
+      continue;
+    }
     end = appendNode(end, recordFor(certificate, findIssuer(certificate, bags)));
     if (end == nullptr) {
       releaseOwnNodes(std::exchange(*out, nullptr));

@@ -62,11 +62,17 @@ int32_t readFile(const std::string& file, Bytes& out) {
   std::ifstream stream(std::filesystem::path(text, text + file.size()), std::ios::binary);
   stream.seekg(0, std::ios::end);
   const std::streamoff size = stream.tellg();
-  if (!stream || size < 0 || size > kMaxFileSize) return kAccessDenied;
+  if (!stream || size < 0 || size > kMaxFileSize) {
+    return kAccessDenied;
+  }
   stream.seekg(0);
   out.resize(static_cast<size_t>(size));
-  if (out.failed()) return kOutOfMemory;
-  if (size != 0 && !stream.read(reinterpret_cast<char*>(out.data()), size)) return kAccessDenied;
+  if (out.failed()) {
+    return kOutOfMemory;
+  }
+  if (size != 0 && !stream.read(reinterpret_cast<char*>(out.data()), size)) {
+    return kAccessDenied;
+  }
   return kOk;
 }
 
@@ -77,16 +83,24 @@ struct BagListOwner {
 
 int32_t readOwnRecords(const Configuration& configuration, OwnList** out) {
   *out = nullptr;
-  if (configuration.file.empty()) return kOk;
+  if (configuration.file.empty()) {
+    return kOk;
+  }
   Bytes content;
   int32_t result = readFile(configuration.file, content);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   const Password password = configuration.password.password();
-  if (password.failed()) return kOutOfMemory;
+  if (password.failed()) {
+    return kOutOfMemory;
+  }
   BagListOwner owner;
   bool verified = false;
   result = decodePfx(content.view(), password, &owner.bags, verified);
-  if (failed(result)) return result;
+  if (failed(result)) {
+    return result;
+  }
   return verified ? ownRecordsOf(owner.bags, out) : kFail;
 }
 
@@ -106,10 +120,14 @@ struct PseObject : Counted<runtime::Pse> {
 int32_t refreshLocked(PseObject& pse) {
   try {
     const Configuration configuration = currentConfiguration();
-    if (pse.generation == configuration.generation) return kOk;
+    if (pse.generation == configuration.generation) {
+      return kOk;
+    }
     OwnList* own = nullptr;
     const int32_t result = readOwnRecords(configuration, &own);
-    if (failed(result)) return result;
+    if (failed(result)) {
+      return result;
+    }
     releaseOwnNodes(std::exchange(pse.own, own));
     pse.generation = configuration.generation;
     return kOk;
@@ -121,7 +139,9 @@ int32_t refreshLocked(PseObject& pse) {
 }
 
 int32_t listOwnCertificates(runtime::Pse* self, const void*, const void*, OwnList** list) {
-  if (list == nullptr) return kNullPointer;
+  if (list == nullptr) {
+    return kNullPointer;
+  }
   *list = nullptr;
   PseObject& pse = *static_cast<PseObject*>(self);
   const std::lock_guard<std::mutex> lock(pse.lock);

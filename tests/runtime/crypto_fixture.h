@@ -63,7 +63,9 @@ class Owned {
   }
   void reset() {
     auto* const old = reinterpret_cast<runtime::Object*>(std::exchange(object_, nullptr));
-    if (old != nullptr) old->table->Release(old);
+    if (old != nullptr) {
+      old->table->Release(old);
+    }
   }
 
  private:

@@ -56,7 +56,7 @@ TEST_F(BuilderTest, WithoutEncodingItEqualsOnlyItself) {
 TEST_F(BuilderTest, ASignedCertificateDecodesToWhatWasSet) {
   const OwnedCertificate made = prepared("CN=Jane,O=Örlind");
   const uint8_t serial[] = {0x80, 0x01};
-  ASSERT_EQ(velmora_certificate_set_serial(made.get(), serial, sizeof serial), kOk);
+  ASSERT_EQ(velmora_certificate_set_serial(made.get(), serial, sizeof(serial)), kOk);
   ASSERT_EQ(velmora_certificate_set_basic_constraints(made.get(), 1, 2), kOk);
   ASSERT_EQ(velmora_certificate_add_extended_key_usage(made.get(), "1.3.6.1.5.5.7.3.2"), kOk);
   const uint8_t flags[9] = {0, 0, 0, 0, 0, 7, 1, 0, 1};
@@ -131,7 +131,9 @@ TEST_F(BuilderTest, SettersWithoutMeaningAreNotedInOrder) {
   int words[2];
   void* const a = &words[0];
   void* const b = &words[1];
-  for (const int n : {62, 56, 57, 63, 60}) EXPECT_EQ(call<int32_t>(made.get(), n, a, b), kOk);
+  for (const int n : {62, 56, 57, 63, 60}) {
+    EXPECT_EQ(call<int32_t>(made.get(), n, a, b), kOk);
+  }
   EXPECT_EQ(call<int32_t>(made.get(), 61, b), kOk);
   VelmoraSetterCall noted{};
   uint64_t index = 0;
@@ -168,15 +170,21 @@ TEST_F(BuilderTest, EveryFailedAllocationIsSurvived) {
     const uint8_t flags[9] = {1};
     int32_t result = velmora_certificate_create(made.put());
     const auto step = [&](auto&& function, auto... arguments) {
-      if (result == kOk) result = function(made.get(), arguments...);
+      if (result == kOk) {
+        result = function(made.get(), arguments...);
+      }
     };
     step(velmora_certificate_set_subject, "CN=a,O=b");
     step(velmora_certificate_set_validity, "20240229T120000", "20501231T235959");
     step(velmora_certificate_set_public_key, &key->publicKey);
     step(velmora_certificate_add_extended_key_usage, "1.3.6.1.5.5.7.3.2");
-    if (result == kOk) result = made->table->SetKeyUsage(made.get(), flags, 1);
+    if (result == kOk) {
+      result = made->table->SetKeyUsage(made.get(), flags, 1);
+    }
     void* copied = nullptr;
-    if (result == kOk) result = call<int32_t>(made.get(), 4, &copied);
+    if (result == kOk) {
+      result = call<int32_t>(made.get(), 4, &copied);
+    }
     *copy.put() = static_cast<runtime::Certificate*>(copied);
     step(velmora_certificate_sign, key.get(), nullptr);
     EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;

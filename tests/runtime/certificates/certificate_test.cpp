@@ -146,7 +146,9 @@ TEST_F(CertificateTest, EntriesWithoutMeaningSaySo) {
   for (int n = 7; n < 64; ++n) {
     const bool hasMeaning = n == 8 || n == 9 || n == 11 || (n >= 13 && n <= 19) || n == 41 ||
                             n == 56 || n == 57 || n >= 60;
-    if (hasMeaning) continue;
+    if (hasMeaning) {
+      continue;
+    }
     EXPECT_EQ(call<int32_t>(root.get(), n, none, none, none), kNotImplemented) << n;
   }
 }
@@ -195,7 +197,9 @@ TEST_F(CertificateTest, DamageIsRefusedOrRead) {
       text(table->GetIssuer(out.get()));
       text(table->GetSubject(out.get()));
       EXPECT_EQ(bytesOf(table->GetEncoding(out.get())), damaged);
-      if (bit % 16 == 0) table->IsSelfSigned(out.get());
+      if (bit % 16 == 0) {
+        table->IsSelfSigned(out.get());
+      }
     }
     EXPECT_GT(read, 0);
   }

@@ -132,8 +132,12 @@ TEST_F(DerTest, BerThatEndsEarlyOrGoesOnIsRefused) {
 
 TEST_F(DerTest, BerNestedTooDeeplyIsRefused) {
   std::string deep;
-  for (int i = 0; i < 100; ++i) deep += fromHex("3080");
-  for (int i = 0; i < 100; ++i) deep += fromHex("0000");
+  for (int i = 0; i < 100; ++i) {
+    deep += fromHex("3080");
+  }
+  for (int i = 0; i < 100; ++i) {
+    deep += fromHex("0000");
+  }
   const ExactBytes ber(deep);
   Bytes der;
   EXPECT_FALSE(velmora::derFromBer(viewOf(ber), der));

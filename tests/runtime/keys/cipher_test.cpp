@@ -23,13 +23,25 @@ class CipherTest : public CryptoTest {
   class List {
    public:
     explicit List(const Request& request) : request_(request), iv_(bufferOf(request_.iv)) {
-      if (request_.key != nullptr) add(runtime::kCipherKey, request_.key);
+      if (request_.key != nullptr) {
+        add(runtime::kCipherKey, request_.key);
+      }
       add(runtime::kCipherAlgorithm, &request_.algorithm);
-      if (request_.padding) add(runtime::kCipherPadding, &*request_.padding);
-      if (request_.mode) add(runtime::kCipherMode, &*request_.mode);
-      if (request_.reverse) add(runtime::kCipherReverse, nullptr);
-      if (!request_.iv.empty()) add(runtime::kCipherIv, &iv_);
-      if (request_.extra != 0) add(runtime::kCipherExtraLength, &request_.extra);
+      if (request_.padding) {
+        add(runtime::kCipherPadding, &*request_.padding);
+      }
+      if (request_.mode) {
+        add(runtime::kCipherMode, &*request_.mode);
+      }
+      if (request_.reverse) {
+        add(runtime::kCipherReverse, nullptr);
+      }
+      if (!request_.iv.empty()) {
+        add(runtime::kCipherIv, &iv_);
+      }
+      if (request_.extra != 0) {
+        add(runtime::kCipherExtraLength, &request_.extra);
+      }
     }
     List(const List&) = delete;
     List& operator=(const List&) = delete;
@@ -38,7 +50,9 @@ class CipherTest : public CryptoTest {
    private:
     void add(uint32_t tag, void* value) {
       items_.push_back({tag, 0, value, 0, 0, {}, nullptr, nullptr});
-      if (items_.size() > 1) items_[items_.size() - 2].next = &items_.back();
+      if (items_.size() > 1) {
+        items_[items_.size() - 2].next = &items_.back();
+      }
     }
 
     Request request_;
@@ -73,7 +87,9 @@ class CipherTest : public CryptoTest {
     const List list(request);
     uint64_t size = 0;
     int32_t result = spy.crypt.GetOutputSize(list.first(), in.size(), &size);
-    if (result < 0) return result;
+    if (result < 0) {
+      return result;
+    }
     const ExactBytes input(in);
     const ExactBytes output(std::string(size, '\xEE'));
     runtime::ByteBuffer record{size, output.data()};

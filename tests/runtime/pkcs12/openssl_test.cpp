@@ -190,7 +190,9 @@ TEST_F(OpensslTest, TheirFilesOpenHere) {
     EXPECT_EQ(verified, 1) << options;
     std::string key;
     for (auto* node = bags.get(); node != nullptr; node = node->next) {
-      if (node->bag->type == runtime::kKeyBag) key = bytesOf(&node->bag->key->key);
+      if (node->bag->type == runtime::kKeyBag) {
+        key = bytesOf(&node->bag->key->key);
+      }
     }
     EXPECT_EQ(key, read("key.der")) << options;
   }

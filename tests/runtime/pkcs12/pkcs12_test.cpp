@@ -48,7 +48,9 @@ class Pkcs12Test : public CryptoTest {
 
   runtime::SafeBag* addBag(runtime::PfxParameters* to, uint32_t type) {
     runtime::BagNode** end = &to->contents;
-    while (*end != nullptr) end = &(*end)->next;
+    while (*end != nullptr) {
+      end = &(*end)->next;
+    }
     EXPECT_EQ(spy.pkcs12Types.BagNodeCreate(end), kOk);
     EXPECT_EQ(spy.pkcs12Types.BagCreate(&(*end)->bag), kOk);
     (*end)->bag->type = type;
@@ -138,10 +140,16 @@ TEST_P(Pkcs12Sample, Opens) {
   const OwnedCertificate leaf = certificate(samples::kLeaf);
   int certificates = 0;
   for (auto* node = opened.bags.get(); node != nullptr; node = node->next) {
-    if (node->bag->type == runtime::kKeyBag) key = node->bag;
-    if (node->bag->type != runtime::kCertificateBag) continue;
+    if (node->bag->type == runtime::kKeyBag) {
+      key = node->bag;
+    }
+    if (node->bag->type != runtime::kCertificateBag) {
+      continue;
+    }
     ++certificates;
-    if (types.CertificateCompare(node->bag->certificate, leaf.get()) == 0) own = node->bag;
+    if (types.CertificateCompare(node->bag->certificate, leaf.get()) == 0) {
+      own = node->bag;
+    }
   }
   ASSERT_NE(key, nullptr);
   EXPECT_EQ(bytesOf(&key->key->key), fromHex(samples::kLeafKey));

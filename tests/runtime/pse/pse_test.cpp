@@ -42,7 +42,9 @@ class PseTest : public CryptoTest {
     const runtime::ContextParameters parameters{1, "vexa", nullptr, types.typeOperations, nullptr};
     Owned<runtime::SecurityContext> context;
     const int32_t result = spy.asc.CreateContext(&parameters, context.put());
-    if (result < 0) return result;
+    if (result < 0) {
+      return result;
+    }
     return context->table->GetPse(context.get(), pse->put());
   }
   Owned<runtime::Pse> opened() {
