@@ -6,9 +6,12 @@
 #include "vexa/unknown.h"
 
 namespace vexa::collections {
-namespace {
 
 constinit HashTableHelper_String textHelper;
+constinit BorrowedTextHelper borrowedTextHelper;
+
+namespace {
+
 constinit HashTableHelper_DWORD_PTR numberHelper;
 constinit HashTableHelper_IUnknown objectHelper;
 
@@ -48,6 +51,13 @@ int32_t HashTableHelper_String::MakeKeyRecord(void* item, HashTableKeyRecord* re
   *record = {foldHash(static_cast<const char*>(item)), nullptr};
   return kOk;
 }
+
+int32_t BorrowedTextHelper::CopyItem(void* item, void** copy) {
+  *copy = item;
+  return kOk;
+}
+
+int32_t BorrowedTextHelper::FreeItem(void* /*item*/) { return kOk; }
 
 int32_t HashTableHelper_DWORD_PTR::CopyItem(void* item, void** copy) {
   *copy = item;

@@ -8,7 +8,7 @@
 #include "certs/certificates.h"
 #include "certs/own_certificates.h"
 #include "certs/pse.h"
-#include "collections/hash_table.h"
+#include "collections/hashtable_list.h"
 #include "json/jsonapi_list.h"
 #include "module/class_factory_list.h"
 #include "module/core_list.h"

@@ -5,20 +5,17 @@
 #include <cstring>
 #include <limits>
 #include <string_view>
+#include <utility>
 
-#include "base/char_classes.h"
-#include "base/heap.h"
-#include "base/text.h"
 #include "base/trace.h"
+#include "webclient/text_pieces.h"
 
 namespace vexa::webclient {
 namespace {
 
 using base::kModuleSource;
 using base::kTraceInfo;
-using base::String;
 
-constexpr uint64_t kTableBuckets = 257;
 constexpr const char* kMethods[] = {"OPTIONS", "GET",    "HEAD",  "POST",
                                     "PUT",     "DELETE", "TRACE", "CONNECT"};
 constexpr std::string_view kKeptHeaders[] = {"Referer", "Origin"};
@@ -45,12 +42,16 @@ int32_t lookUp(const collections::TextTable& table, const char* name, char** val
   if (name == nullptr) {
     return kFail;
   }
-  String key;
+  base::String key;
   if (failed(key.assign(name)) || failed(key.normalise())) {
     return kOutOfMemory;
   }
-  const int32_t result = table.get(key.text(), value);
-  return result == kOk || result == kOutOfMemory ? result : kFail;
+  const char* const found = table.find(key.text());
+  if (found == nullptr) {
+    return kFail;
+  }
+  *value = base::bound.strings->TextDuplicate(found);
+  return *value != nullptr ? kOk : kOutOfMemory;
 }
 
 }  // namespace
@@ -63,13 +64,6 @@ const base::InterfaceMapRow* CHTTPRequest::InterfaceMap() {
   return map;
 }
 
-int32_t CHTTPRequest::FinalConstruct() {
-  const int32_t result = queryParameters_.create(kTableBuckets);
-  return failed(result) ? result : headers_.create(kTableBuckets);
-}
-
-CHTTPRequest::~CHTTPRequest() { base::freeBlock(pending_); }
-
 int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
   if (bytes == nullptr || count == 0) {
     return kInvalidArgument;
@@ -79,7 +73,7 @@ int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
   if (const int32_t result = appendUnfinished(bytes, count); failed(result)) {
     return result;
   }
-  cursor_ = pending_;
+  cursor_ = pending_.get();
   end_ = cursor_ + used_;
   endReached_ = false;
   traceRaw();
@@ -94,14 +88,9 @@ int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
 // Reads complete lines until the empty one. kMoreNeeded: it has not come yet.
 int32_t CHTTPRequest::parseLines() {
   while (!headerFinished_) {
-    uint8_t* const lineEnd = findLineEnd(cursor_, end_);
+    uint8_t* const lineEnd = findLineEnd(cursor_ + std::exchange(searched_, 0), end_);
     if (lineEnd == nullptr) {
-      const uint64_t count = remaining();
-      if (count > kHttpMaxUnfinishedLine) {
-        return blockUnfinishedLine(count);
-      }
-      const int32_t result = setUnfinished(cursor_, count);
-      return failed(result) ? result : kMoreNeeded;
+      return waitForLineEnd();
     }
     if (parseLine(lineEnd) == kOutOfMemory) {
       return kOutOfMemory;
@@ -109,6 +98,18 @@ int32_t CHTTPRequest::parseLines() {
     cursor_ = lineEnd + 2;
   }
   return kOk;
+}
+
+int32_t CHTTPRequest::waitForLineEnd() {
+  const uint64_t count = remaining();
+  if (count > kHttpMaxUnfinishedLine) {
+    return blockUnfinishedLine(count);
+  }
+  if (const int32_t result = setUnfinished(cursor_, count); failed(result)) {
+    return result;
+  }
+  searched_ = count == 0 ? 0 : count - 1;  // the last byte may be half of the line end
+  return kMoreNeeded;
 }
 
 // As long as there is no URI, every line is taken for the request line.
@@ -127,23 +128,24 @@ int32_t CHTTPRequest::parseRequestLine(uint8_t* start) {
   base::TraceScope scope("CHTTPRequest::parseRequestLine");
   cursor_ = start;
   skipWhitespace();
-  if (const int32_t result = readToken(" ", method_.get()); failed(result)) {
-    return scope.leave(result);
-  }
-  if (failed(method_.normalise())) {
-    return scope.leave(kOutOfMemory);
-  }
-  if (!isMethodAllowed()) {
+  std::string_view token;
+  if (!takeToken(" ", token)) {
     return scope.leave(kFail);
   }
-  if (const int32_t result = readToken(" ", uri_.get()); failed(result)) {
-    return scope.leave(result);
-  }
-  if (failed(uri_.decode()) || failed(parseURI())) {
+  if (failed(takeMethod(token))) {
     return scope.leave(kOutOfMemory);
   }
-  if (const int32_t result = readToken("\r\n", protocolVersion_.get()); failed(result)) {
-    return scope.leave(result);
+  if (!isMethodAllowed() || !takeToken(" ", token)) {
+    return scope.leave(kFail);
+  }
+  if (failed(takeUri(token)) || failed(parseURI())) {
+    return scope.leave(kOutOfMemory);
+  }
+  if (!takeToken("\r\n", token)) {
+    return scope.leave(kFail);
+  }
+  if (failed(protocolVersion_.assign(token))) {
+    return scope.leave(kOutOfMemory);
   }
   base::traceFormat(kTraceInfo, kModuleSource,
                     "Request String parsed: method: %s, uri: %s, protocol version: %s",
@@ -151,56 +153,108 @@ int32_t CHTTPRequest::parseRequestLine(uint8_t* start) {
   return scope.leave(kOk);
 }
 
-int32_t CHTTPRequest::readToken(const char* separator, runtime::StringObject* out) {
+// The bytes up to the separator, which is passed over. False: it does not come.
+bool CHTTPRequest::takeToken(std::string_view separator, std::string_view& token) {
   const std::string_view rest(reinterpret_cast<const char*>(cursor_), remaining());
   const size_t found = rest.find(separator);
   if (found == std::string_view::npos) {
+    return false;
+  }
+  token = rest.substr(0, found);
+  cursor_ += found + separator.size();
+  return true;
+}
+
+int32_t CHTTPRequest::readToken(const char* separator, runtime::StringObject* out) {
+  const uint8_t* const start = cursor_;
+  std::string_view token;
+  if (!takeToken(separator, token)) {
     return kFail;
   }
-  if (failed(base::bound.strings->AssignBytes(out, rest.data(), found))) {
+  if (failed(base::bound.strings->AssignBytes(out, token.data(), token.size()))) {
+    cursor_ = const_cast<uint8_t*>(start);
     return kOutOfMemory;
   }
-  cursor_ += found + std::strlen(separator);
   return kOk;
+}
+
+int32_t CHTTPRequest::takeMethod(std::string_view token) {
+  if (const int32_t result = method_.assign(token); failed(result)) {
+    return result;
+  }
+  runtime::StringObject method = method_.object();
+  return base::bound.strings->Normalise(&method);
+}
+
+// What is decoded must be a text, so the separator behind it makes room for a moment.
+int32_t CHTTPRequest::takeUri(std::string_view token) {
+  auto* const behind = const_cast<char*>(token.data()) + token.size();
+  const char separator = *behind;
+  const runtime::StringObject raw = terminated(token);
+  const int32_t result = base::bound.strings->Decode(&raw, uri_.get());
+  *behind = separator;
+  return result;
 }
 
 bool CHTTPRequest::isMethodAllowed() {
   return std::any_of(std::begin(kMethods), std::end(kMethods),
-                     [this](const char* method) { return method_.equalsText(method); });
+                     [method = method_.object()](const char* accepted) {
+                       return base::bound.strings->CompareWithText(&method, accepted) == 0;
+                     });
 }
 
-// path [ "?" pair *( "&" pair ) ], pair = key "=" value
+// path [ "?" query ]. One block holds the path and, behind it, the query twice: once cut into
+// pairs, once into keys and values.
 int32_t CHTTPRequest::parseURI() {
   base::TraceScope scope("CHTTPRequest::parseURI");
-  if (uri_.empty()) {
+  const std::string_view uri = uri_.view();
+  if (uri.empty()) {
     return scope.leave(kOk);
   }
-  String query;
-  if (failed(uri_.splitFirst("?", path_, query))) {
+  const size_t pathLength = std::min(uri.find('?'), uri.size());
+  const std::string_view query = uri.substr(std::min(pathLength + 1, uri.size()));
+  target_ = base::RootBlock<char>::ofBytes(uri.size() + 1 + query.size() + 1);
+  if (!target_) {
     return scope.leave(kOutOfMemory);
   }
-  while (!query.empty()) {
-    String pair;
-    if (failed(query.splitFirst("&", pair, query)) ||
-        (!pair.empty() && failed(addQueryPair(pair)))) {
-      return scope.leave(kOutOfMemory);
-    }
-  }
-  return scope.leave(kOk);
+  char* const text = target_.get();
+  std::memcpy(text, uri.data(), uri.size());
+  text[pathLength] = '\0';
+  std::memcpy(text + uri.size() + 1, query.data(), query.size());
+  return scope.leave(
+      parseQuery(text + uri.size() - query.size(), text + uri.size() + 1, query.size()));
 }
 
-int32_t CHTTPRequest::addQueryPair(String& pair) {
-  String key;
-  String value;
-  if (failed(pair.splitFirst("=", key, value)) || failed(key.trim()) || failed(value.trim()) ||
-      failed(key.normalise()) || failed(queryParameters_.put(key.text(), value.text()))) {
-    return kOutOfMemory;
+// query = pair *( "&" pair ). Both copies have room for a terminator behind them.
+int32_t CHTTPRequest::parseQuery(char* pairs, char* parts, uint64_t length) {
+  const std::string_view query(pairs, length);
+  for (size_t at = 0; at < length;) {
+    const size_t end = std::min(query.find('&', at), query.size());
+    pairs[end] = '\0';
+    if (end != at && failed(addQueryPair(pairs + at, {parts + at, end - at}))) {
+      return kOutOfMemory;
+    }
+    at = end + 1;
   }
-  base::traceFormat(kTraceInfo, kModuleSource, "Query string parsed: %s", pair.text());
   return kOk;
 }
 
-// field-line = name ":" value. The line end is overwritten, so that the line is a text.
+// pair = key "=" value
+int32_t CHTTPRequest::addQueryPair(const char* pair, std::string_view parts) {
+  const size_t keyLength = std::min(parts.find('='), parts.size());
+  runtime::StringObject key = terminated(trimmed(parts.substr(0, keyLength)));
+  const runtime::StringObject value =
+      terminated(trimmed(parts.substr(std::min(keyLength + 1, parts.size()))));
+  if (failed(base::bound.strings->Normalise(&key)) ||
+      failed(queryParameters_.put(key.text, value.text))) {
+    return kOutOfMemory;
+  }
+  base::traceFormat(kTraceInfo, kModuleSource, "Query string parsed: %s", pair);
+  return kOk;
+}
+
+// field-line = name ":" value. The line end is overwritten, so that the line is a text; name and
+// value become texts where they stand.
 int32_t CHTTPRequest::parseHeaderLine(uint8_t* start, uint8_t* lineEnd) {
   base::TraceScope scope("CHTTPRequest::parseHeaderLine");
   cursor_ = start;
@@ -209,30 +263,28 @@ int32_t CHTTPRequest::parseHeaderLine(uint8_t* start, uint8_t* lineEnd) {
     return scope.leave(kFail);
   }
   *lineEnd = 0;
-  auto* const text = reinterpret_cast<char*>(cursor_);
-  const runtime::StringObject line{text, std::strlen(text)};  // borrows the pending bytes
-  String name;
-  String value;
-  if (failed(base::bound.strings->SplitFirst(&line, ":", name.get(), value.get()))) {
-    return scope.leave(kOutOfMemory);
-  }
-  if (name.empty()) {
+  const std::string_view line(reinterpret_cast<const char*>(cursor_));
+  const size_t nameLength = std::min(line.find(':'), line.size());
+  if (nameLength == 0) {
     return scope.leave(kFail);
   }
-  if (failed(name.trim()) || failed(name.normalise()) || failed(value.trim())) {
+  runtime::StringObject name = terminated(trimmed(line.substr(0, nameLength)));
+  if (failed(base::bound.strings->Normalise(&name))) {
     return scope.leave(kOutOfMemory);
   }
-  base::traceFormat(kTraceInfo, kModuleSource, "HTTP Header: %s = %s", name.text(), value.text());
-  return scope.leave(keepHeader(name, value));
+  const runtime::StringObject value =
+      terminated(trimmed(line.substr(std::min(nameLength + 1, line.size()))));
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP Header: %s = %s", name.text, value.text);
+  return scope.leave(keepHeader(name, value.text));
 }
 
-int32_t CHTTPRequest::keepHeader(const String& name, const String& value) {
-  const uint64_t length = name.length();
-  const auto isNamed = [&](std::string_view other) {
-    return length == other.size() && name.equalsText(other.data());
+int32_t CHTTPRequest::keepHeader(const runtime::StringObject& name, const char* value) {
+  const auto isNamed = [&name](std::string_view other) {
+    return name.length == other.size() &&
+           base::bound.strings->CompareWithText(&name, other.data()) == 0;
   };
   if (std::any_of(std::begin(kKeptHeaders), std::end(kKeptHeaders), isNamed)) {
-    return failed(headers_.put(name.text(), value.text())) ? kOutOfMemory : kOk;
+    return headers_.put(name.text, value);
   }
   if (isNamed(kContentLength)) {
     readContentLength(value);
@@ -241,14 +293,14 @@ int32_t CHTTPRequest::keepHeader(const String& name, const String& value) {
 }
 
 // A negative value becomes a count that no body can have.
-void CHTTPRequest::readContentLength(const String& value) {
+void CHTTPRequest::readContentLength(const char* value) {
   using Limits = std::numeric_limits<int32_t>;  // a long of Windows saturates there
   char* stop = nullptr;
-  const long long number = std::strtoll(value.text(), &stop, 10);
+  const long long number = std::strtoll(value, &stop, 10);
   auto length = static_cast<int32_t>(std::clamp<long long>(number, Limits::min(), Limits::max()));
   if (length != 0 && *stop != '\0') {
     base::traceFormat(kTraceInfo, kModuleSource, "Failed to parse HTTP request Content-Length: %s",
-                      value.text());
+                      value);
     length = 0;
   }
   contentLength_ = static_cast<uint64_t>(int64_t{length});
@@ -322,9 +374,9 @@ int32_t CHTTPRequest::reserve(uint64_t capacity) {
     return kOk;
   }
   const bool isParsing = cursor_ != nullptr;
-  const int64_t consumed = isParsing ? cursor_ - pending_ : 0;
-  const int64_t length = isParsing ? end_ - pending_ : 0;
-  auto* const grown = static_cast<uint8_t*>(base::reallocate(pending_, capacity));
+  const int64_t consumed = isParsing ? cursor_ - pending_.get() : 0;
+  const int64_t length = isParsing ? end_ - pending_.get() : 0;
+  auto* const grown = static_cast<uint8_t*>(base::reallocate(pending_.get(), capacity));
   if (grown == nullptr) {
     return kOutOfMemory;
   }
@@ -332,7 +384,8 @@ int32_t CHTTPRequest::reserve(uint64_t capacity) {
     cursor_ = grown + consumed;
     end_ = grown + length;
   }
-  pending_ = grown;
+  pending_.release();
+  pending_.reset(grown);
   capacity_ = capacity;
   return kOk;
 }
@@ -342,7 +395,7 @@ int32_t CHTTPRequest::appendUnfinished(const uint8_t* bytes, uint64_t count) {
     return kOutOfMemory;
   }
   if (count != 0) {
-    std::memcpy(pending_ + used_, bytes, count);
+    std::memcpy(pending_.get() + used_, bytes, count);
   }
   used_ += count;
   traceUnfinished();
@@ -353,10 +406,11 @@ int32_t CHTTPRequest::setUnfinished(const uint8_t* bytes, uint64_t count) {
   if (failed(reserve(count))) {  // bytes of our own never need more room
     return kOutOfMemory;
   }
-  if (count != 0) {
-    std::memmove(pending_, bytes, count);
+  if (count != 0 && bytes != pending_.get()) {
+    std::memmove(pending_.get(), bytes, count);
   }
   used_ = count;
+  searched_ = 0;
   traceUnfinished();
   return kOk;
 }

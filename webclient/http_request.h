@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <string_view>
 
 #include "base/buffer.h"
 #include "base/com_object.h"
 #include "base/string.h"
-#include "collections/hash_table.h"
+#include "collections/text_table.h"
 #include "vexa/http_request.h"
+#include "webclient/short_text.h"
 
 namespace vexa::webclient {
 
@@ -20,12 +21,11 @@ class CHTTPRequest : public IHTTPRequest,
   CHTTPRequest() = default;
   CHTTPRequest(const CHTTPRequest&) = delete;
   CHTTPRequest& operator=(const CHTTPRequest&) = delete;
-  int32_t FinalConstruct();
 
   int32_t parse(const uint8_t* bytes, uint64_t count) override;
   const char* getMethod() override { return method_.text(); }
   const char* getURI() override { return uri_.text(); }
-  const char* getPath() override { return path_.text(); }
+  const char* getPath() override { return target_ ? target_.get() : ""; }
   const char* getProtocolVersion() override { return protocolVersion_.text(); }
   const uint8_t* getBody() override { return body_ ? body_->data : nullptr; }
   int32_t getBodyData(runtime::ByteBuffer* body) override;
@@ -38,18 +38,24 @@ class CHTTPRequest : public IHTTPRequest,
   int32_t setUnfinished(const uint8_t* bytes, uint64_t count) override;
 
  protected:
-  ~CHTTPRequest();
+  ~CHTTPRequest() = default;
 
  private:
+  static constexpr uint64_t kTableBuckets = 257;
+
   // Lines that cannot be read answer kFail and are dropped; kOutOfMemory ends the parse.
   int32_t parseLines();
+  int32_t waitForLineEnd();
   int32_t parseLine(uint8_t* end);
   int32_t parseRequestLine(uint8_t* start);
+  int32_t takeMethod(std::string_view token);
+  int32_t takeUri(std::string_view token);
   int32_t parseURI();
-  int32_t addQueryPair(base::String& pair);
+  int32_t parseQuery(char* pairs, char* parts, uint64_t length);
+  int32_t addQueryPair(const char* pair, std::string_view parts);
   int32_t parseHeaderLine(uint8_t* start, uint8_t* end);
-  int32_t keepHeader(const base::String& name, const base::String& value);
-  void readContentLength(const base::String& value);
+  int32_t keepHeader(const runtime::StringObject& name, const char* value);
+  void readContentLength(const char* value);
   int32_t parseBody();
   int32_t blockUnfinishedLine(uint64_t count) const;
   int32_t blockBody(uint64_t count) const;
@@ -58,6 +64,7 @@ class CHTTPRequest : public IHTTPRequest,
   int peek();
   void skipWhitespace();
   uint64_t remaining() const { return static_cast<uint64_t>(end_ - cursor_); }
+  bool takeToken(std::string_view separator, std::string_view& token);
 
   int32_t reserve(uint64_t capacity);
   void traceUnfinished() const;
@@ -68,16 +75,17 @@ class CHTTPRequest : public IHTTPRequest,
   bool endReached_ = false;
   uint8_t* cursor_ = nullptr;  // first byte not consumed
   uint8_t* end_ = nullptr;
-  uint8_t* pending_ = nullptr;
+  base::RootBlock<uint8_t> pending_;
   uint64_t used_ = 0;
   uint64_t capacity_ = 0;
+  uint64_t searched_ = 0;  // so many pending bytes are known to begin no line end
   bool headerFinished_ = false;
-  base::String method_;
+  ShortText<16> method_;
   base::String uri_;
-  base::String path_;
-  collections::TextTable queryParameters_;
-  base::String protocolVersion_;
-  collections::TextTable headers_;
+  base::RootBlock<char> target_;  // the path, and behind it the texts of the parameters
+  collections::TextTable queryParameters_{collections::TextTable::Items::kBorrowed, kTableBuckets};
+  ShortText<16> protocolVersion_;
+  collections::TextTable headers_{collections::TextTable::Items::kCopied, kTableBuckets};
   uint64_t contentLength_ = 0;
   base::Buffer body_;
 };

@@ -1,4 +1,3 @@
-#include "base/text.h"
 #include "base/trace.h"
 #include "webclient/http_request.h"
 
@@ -28,7 +27,7 @@ void CHTTPRequest::traceRaw() const {
   }
   base::traceText(kTraceInfo, kModuleSource, "****** HTTP Request Begin (RAW) ******");
   base::Buffer text;
-  if (succeeded(base::BufferFromBytes(pending_, used_, text.put()))) {
+  if (succeeded(base::BufferFromBytes(pending_.get(), used_, text.put()))) {
     base::traceText(kTraceInfo, kModuleSource, reinterpret_cast<const char*>(text->data));
   }
   base::traceText(kTraceInfo, kModuleSource, "******  HTTP Request End (RAW)  ******");
@@ -41,7 +40,7 @@ void CHTTPRequest::dump() {
   base::traceText(kTraceInfo, kModuleSource, kBanner);
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP method: %s", method_.text());
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP uri: %s", uri_.text());
-  base::traceFormat(kTraceInfo, kModuleSource, "HTTP path: %s", path_.text());
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP path: %s", getPath());
   dumpTable("HTTP query:", queryParameters_);
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP protocol: %s", protocolVersion_.text());
   dumpTable("HTTP headers:", headers_);
@@ -53,10 +52,7 @@ void CHTTPRequest::dump() {
 void CHTTPRequest::dumpTable(const char* title, const collections::TextTable& table) const {
   const char* key = nullptr;
   for (uint64_t index = 0; (key = table.keyAt(index)) != nullptr; ++index) {
-    base::Text value;
-    if (table.get(key, value.put()) == kOk) {
-      base::traceFormat(kTraceInfo, kModuleSource, kEntry, title, key, value.get());
-    }
+    base::traceFormat(kTraceInfo, kModuleSource, kEntry, title, key, table.find(key));
   }
 }
 

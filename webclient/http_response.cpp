@@ -2,11 +2,11 @@
 
 #include <charconv>
 #include <cstring>
-#include <new>
+#include <utility>
 
 #include "base/buffer.h"
-#include "base/heap.h"
 #include "base/trace.h"
+#include "webclient/text_pieces.h"
 
 namespace vexa::webclient {
 namespace {
@@ -18,15 +18,21 @@ constexpr char kBanner[] = "****************** HTTP Response ******************"
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kSeparator = ": ";
 
-// A number as a zero-terminated decimal text, with room for what follows it.
+// A number as a decimal text, with room for a character behind it.
 struct Decimal {
-  char text[24] = {};
+  char text[24];
   char* end;
 
   explicit Decimal(uint64_t number) : end(std::to_chars(text, text + 20, number).ptr) {}
+  std::string_view view() const { return {text, static_cast<size_t>(end - text)}; }
 };
 
-uint8_t* append(uint8_t* out, std::string_view text) {
+std::string_view orEmpty(const char* text) {
+  return text != nullptr ? std::string_view(text) : std::string_view();
+}
+
+template <class Byte>
+Byte* append(Byte* out, std::string_view text) {
   if (!text.empty()) {
     std::memcpy(out, text.data(), text.size());
   }
@@ -51,70 +57,69 @@ int32_t CHTTPResponse::FinalConstruct() {
   return setStatus(200, nullptr) == kOutOfMemory ? kOutOfMemory : kOk;
 }
 
-CHTTPResponse::~CHTTPResponse() {
-  dropHeaders();
-  base::freeBlock(headers_);
-}
-
 int32_t CHTTPResponse::setStatus(uint32_t code, const char* reason) {
   if (code > kHttpMaxStatus) {
     return kFail;
   }
   Decimal number(code);
-  *number.end = ' ';
-  if (reason == nullptr) {
-    reason = reasonPhrase(code);
-  }
-  base::String text;
-  if (failed(text.assign(number.text)) || (reason != nullptr && failed(text.append(reason)))) {
+  *number.end++ = ' ';
+  if (failed(statusText_.assign(number.view(),
+                                orEmpty(reason != nullptr ? reason : reasonPhrase(code))))) {
     return kOutOfMemory;
   }
-  statusText_ = std::move(text);
   statusCode_ = code;
   return kNotImplemented;  // also on success: callers know it so
 }
 
 int32_t CHTTPResponse::setProtocol(const char* protocol) {
-  return failed(protocol_.assign(protocol)) ? kOutOfMemory : kOk;
+  return protocol_.assign(orEmpty(protocol));
 }
 
 int32_t CHTTPResponse::setBody(const char* body) {
-  return failed(body_.assign(body)) ? kOutOfMemory : kOk;
+  const std::string_view text = orEmpty(body);
+  auto block = text.empty() ? base::RootBlock<char>() : base::RootBlock<char>::ofBytes(text.size());
+  if (!block && !text.empty()) {
+    return kOutOfMemory;
+  }
+  append(block.get(), text);
+  body_ = std::move(block);
+  bodyLength_ = text.size();
+  return kOk;
 }
 
 int32_t CHTTPResponse::addHeader(const char* name, const char* value) {
   if (name == nullptr || value == nullptr) {
     return kFail;
   }
-  Header header;
-  if (failed(header.name.assign(name)) || failed(header.name.trim()) ||
-      failed(header.value.assign(value)) || failed(header.value.trim())) {
-    return kOutOfMemory;
-  }
-  void* const grown = base::reallocate(headers_, (headerCount_ + 1) * sizeof(Header));
-  if (grown == nullptr) {
-    dropHeaders();
-    return kOutOfMemory;
-  }
-  headers_ = static_cast<Header*>(grown);
-  new (&headers_[headerCount_]) Header(std::move(header));
-  ++headerCount_;
-  return kOk;
+  return addLine(trimmed(name), trimmed(value));
 }
 
-void CHTTPResponse::dropHeaders() {
-  for (uint64_t i = 0; i < headerCount_; ++i) {
-    headers_[i].~Header();
+// The block of lines grows by one line at a time; when it cannot, all lines are gone.
+int32_t CHTTPResponse::addLine(std::string_view name, std::string_view value) {
+  const uint64_t length =
+      headersLength_ + name.size() + kSeparator.size() + value.size() + kLineEnd.size();
+  auto* const grown = static_cast<char*>(base::reallocate(headers_.get(), length));
+  if (grown == nullptr) {
+    headers_.reset();
+    headersLength_ = 0;
+    return kOutOfMemory;
   }
-  headerCount_ = 0;
+  headers_.release();
+  headers_.reset(grown);
+  char* out = append(grown + headersLength_, name);
+  out = append(out, kSeparator);
+  out = append(out, value);
+  append(out, kLineEnd);
+  headersLength_ = length;
+  return kOk;
 }
 
 int32_t CHTTPResponse::serialize(uint8_t** buffer, uint64_t* size) {
   if (buffer == nullptr || size == nullptr) {
     return kNullPointer;
   }
-  const Decimal bodyLength(body_.length());
-  if (const int32_t result = addHeader("Content-Length", bodyLength.text); failed(result)) {
+  if (const int32_t result = addLine("Content-Length", Decimal(bodyLength_).view());
+      failed(result)) {
     return result;
   }
   const uint64_t total = totalLength();
@@ -135,12 +140,8 @@ int32_t CHTTPResponse::serialize(uint8_t** buffer, uint64_t* size) {
 }
 
 uint64_t CHTTPResponse::totalLength() const {
-  uint64_t total = protocol_.length() + statusText_.length() + 1 + kLineEnd.size();
-  for (uint64_t i = 0; i < headerCount_; ++i) {
-    total += headers_[i].name.length() + kSeparator.size() + headers_[i].value.length() +
-             kLineEnd.size();
-  }
-  return total + kLineEnd.size() + body_.length();
+  return protocol_.view().size() + 1 + statusText_.view().size() + kLineEnd.size() +
+         headersLength_ + kLineEnd.size() + bodyLength_;
 }
 
 // status-line *( field-line CRLF ) CRLF [ message-body ]
@@ -149,14 +150,9 @@ uint8_t* CHTTPResponse::write(uint8_t* out) const {
   out = append(out, " ");
   out = append(out, statusText_.view());
   out = append(out, kLineEnd);
-  for (uint64_t i = 0; i < headerCount_; ++i) {
-    out = append(out, headers_[i].name.view());
-    out = append(out, kSeparator);
-    out = append(out, headers_[i].value.view());
-    out = append(out, kLineEnd);
-  }
+  out = append(out, {headers_.get(), headersLength_});
   out = append(out, kLineEnd);
-  return append(out, body_.view());
+  return append(out, {body_.get(), bodyLength_});
 }
 
 void CHTTPResponse::dump(const uint8_t* text, uint64_t length) const {

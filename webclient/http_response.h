@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "base/com_object.h"
-#include "base/string.h"
 #include "vexa/http_response.h"
+#include "webclient/short_text.h"
 
 namespace vexa::webclient {
 
@@ -28,26 +28,21 @@ class CHTTPResponse : public IHTTPResponse,
   int32_t addHeader(const char* name, const char* value) override;
 
  protected:
-  ~CHTTPResponse();
+  ~CHTTPResponse() = default;
 
  private:
-  // In an array from the root list, which moves when it grows.
-  struct Header {
-    base::String name;
-    base::String value;
-  };
-
+  int32_t addLine(std::string_view name, std::string_view value);
   uint64_t totalLength() const;
   uint8_t* write(uint8_t* out) const;
-  void dropHeaders();
   void dump(const uint8_t* text, uint64_t length) const;
 
-  base::String protocol_;
-  base::String statusText_;
+  ShortText<16> protocol_;
+  ShortText<40> statusText_;  // room for all usual reasons
   uint32_t statusCode_ = 0;
-  Header* headers_ = nullptr;
-  uint64_t headerCount_ = 0;
-  base::String body_;
+  base::RootBlock<char> headers_;  // the lines as they are written, each with its end
+  uint64_t headersLength_ = 0;
+  base::RootBlock<char> body_;
+  uint64_t bodyLength_ = 0;
 };
 
 // The usual reason phrase of a status code, or null.

@@ -1,0 +1,250 @@
+#include "collections/hash_chains.h"
+
+#include <cstring>
+#include <utility>
+
+#include "vexa/results.h"
+
+namespace vexa::collections {
+namespace {
+
+constexpr uint64_t kDefaultBuckets = 31;
+// As many entries as a walk along one chain passes faster than an array is made and looked through.
+constexpr uint32_t kMaxUnspread = 8;
+
+// A copy that a helper made, given back to it unless it is kept.
+class CopiedItem {
+ public:
+  explicit CopiedItem(IHashTableHelper& helper) : helper_(helper) {}
+  CopiedItem(const CopiedItem&) = delete;
+  CopiedItem& operator=(const CopiedItem&) = delete;
+  ~CopiedItem() {
+    if (made_) {
+      helper_.FreeItem(item_);
+    }
+  }
+
+  int32_t copy(void* item) {
+    const int32_t result = helper_.CopyItem(item, &item_);
+    made_ = succeeded(result);
+    return result;
+  }
+  void* keep() {
+    made_ = false;
+    return item_;
+  }
+
+ private:
+  IHashTableHelper& helper_;
+  void* item_ = nullptr;
+  bool made_ = false;
+};
+
+}  // namespace
+
+HashChains::HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets)
+    : key_(key), value_(value), bucketCount_(buckets != 0 ? buckets : kDefaultBuckets) {
+  for (const uint64_t limit : {uint64_t{0xFF}, uint64_t{0xFFFF}, uint64_t{0xFFFFFF}}) {
+    keyByteWidth_ += bucketCount_ > limit ? 1 : 0;
+  }
+}
+
+int32_t HashChains::spread() {
+  if (bucketCount_ > UINT64_MAX / sizeof(Node*)) {
+    return kOutOfMemory;
+  }
+  // Chains start empty because the root list's blocks are zero-filled.
+  auto heads = base::RootBlock<Node*>::ofBytes(bucketCount_ * sizeof(Node*));
+  if (!heads) {
+    return kOutOfMemory;
+  }
+  Node* oldestFirst = nullptr;
+  while (Node* const node = unspread_) {
+    unspread_ = std::exchange(node->next, oldestFirst);
+    oldestFirst = node;
+  }
+  heads_ = std::move(heads);
+  while (Node* const node = oldestFirst) {
+    oldestFirst = std::exchange(node->next, std::exchange(chainOf(node->record), node));
+  }
+  return kOk;
+}
+
+int32_t HashChains::put(void* key, void* value) {
+  HashTableKeyRecord probe{};
+  if (const int32_t result = key_.MakeKeyRecord(key, &probe); failed(result)) {
+    return result;
+  }
+  base::RootBlock<uint8_t> bytes(probe.bytes);
+  Node** chain = &chainOf(probe);
+  if (Node* const node = *linkTo(chain, probe, key); node != nullptr) {
+    bytes.reset();
+    return replace(*node, value);
+  }
+  if (!heads_ && unspreadCount_ == kMaxUnspread) {
+    if (const int32_t result = spread(); failed(result)) {
+      return result;
+    }
+    chain = &chainOf(probe);
+  }
+  const int32_t result = insert(*chain, probe, key, value);
+  if (succeeded(result)) {
+    bytes.release();  // they belong to the node now
+  }
+  return result;
+}
+
+int32_t HashChains::insert(Node*& chain, const HashTableKeyRecord& record, void* key, void* value) {
+  auto node = base::RootBlock<Node>::ofBytes(sizeof(Node));
+  if (!node) {
+    return kOutOfMemory;
+  }
+  CopiedItem keyCopy(key_);
+  CopiedItem valueCopy(value_);
+  if (const int32_t result = keyCopy.copy(key); failed(result)) {
+    return result;
+  }
+  if (const int32_t result = valueCopy.copy(value); failed(result)) {
+    return result;
+  }
+  *node.get() = {chain, keyCopy.keep(), valueCopy.keep(), record};
+  chain = node.release();
+  unspreadCount_ += heads_ ? 0 : 1;
+  return kOk;
+}
+
+int32_t HashChains::replace(Node& node, void* value) {
+  if (node.value == value) {
+    return kFalse;
+  }
+  value_.FreeItem(node.value);
+  node.value = nullptr;
+  const int32_t result = value_.CopyItem(value, &node.value);
+  return failed(result) ? result : kOk;
+}
+
+int32_t HashChains::remove(void* key) {
+  HashTableKeyRecord probe{};
+  if (const int32_t result = key_.MakeKeyRecord(key, &probe); failed(result)) {
+    return result;
+  }
+  Node** const link = linkTo(&chainOf(probe), probe, key);
+  Node* const node = *link;
+  if (node == nullptr) {
+    return kFalse;
+  }
+  *link = node->next;
+  unspreadCount_ -= heads_ ? 0 : 1;
+  freeNode(node);
+  return kOk;
+}
+
+int32_t HashChains::get(void* key, void** value) const {
+  if (value == nullptr) {
+    return kNullPointer;
+  }
+  *value = nullptr;
+  void* stored = nullptr;
+  const int32_t result = find(key, stored);
+  return result == kOk ? value_.CopyItem(stored, value) : result;
+}
+
+int32_t HashChains::keyAt(uint64_t index, void** key) const {
+  if (key == nullptr) {
+    return kNullPointer;
+  }
+  const Node* const node = nodeAt(index);
+  *key = node != nullptr ? node->key : nullptr;
+  return node != nullptr ? kOk : kFalse;
+}
+
+void HashChains::removeAll() {
+  freeChain(unspread_);
+  unspreadCount_ = 0;
+  if (heads_) {
+    for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {
+      freeChain(heads_[i]);
+    }
+  }
+}
+
+uint64_t HashChains::sumOfBytes(const HashTableKeyRecord& record) const {
+  uint64_t sum = 0;
+  for (uint64_t i = 0; i < record.number; ++i) {
+    const uint32_t term = uint32_t{record.bytes[i]} << (8 * (i % keyByteWidth_) % 32);
+    sum += static_cast<uint64_t>(int64_t{static_cast<int32_t>(term)});
+  }
+  return sum;
+}
+
+bool HashChains::matchBytes(const Node& node, const HashTableKeyRecord& probe, void* key) const {
+  return std::memcmp(node.record.bytes, probe.bytes, probe.number) == 0 &&
+         key_.CompareItems(key, node.key) == 0;
+}
+
+// The first bucket from this one on that has a chain, or the count. Empty ones are passed over
+// several at a time: most tables live for a moment and are nearly empty.
+uint64_t HashChains::usedFrom(uint64_t bucket) const {
+  constexpr uint64_t kStride = 8;
+  for (; bucketCount_ - bucket >= kStride; bucket += kStride) {
+    uintptr_t any = 0;
+    for (uint64_t i = 0; i < kStride; ++i) {
+      any |= reinterpret_cast<uintptr_t>(heads_[bucket + i]);
+    }
+    if (any != 0) {
+      break;
+    }
+  }
+  while (bucket < bucketCount_ && heads_[bucket] == nullptr) {
+    ++bucket;
+  }
+  return bucket;
+}
+
+// Bucket by bucket, newest first. Null when out of range.
+const HashChains::Node* HashChains::nodeAt(uint64_t index) const {
+  if (!heads_) {
+    const Node* node = unspread_;
+    while (node != nullptr && placeOf(*node) != index) {
+      node = node->next;
+    }
+    return node;
+  }
+  for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {
+    for (const Node* node = heads_[i]; node != nullptr; node = node->next) {
+      if (index-- == 0) {
+        return node;
+      }
+    }
+  }
+  return nullptr;
+}
+
+// How many nodes of the one chain would stand in front of this one.
+uint64_t HashChains::placeOf(const Node& node) const {
+  const uint64_t bucket = bucketOf(node.record);
+  uint64_t place = 0;
+  bool isNewer = true;
+  for (const Node* other = unspread_; other != nullptr; other = other->next) {
+    isNewer = isNewer && other != &node;
+    const uint64_t otherBucket = bucketOf(other->record);
+    place += otherBucket < bucket || (otherBucket == bucket && isNewer) ? 1 : 0;
+  }
+  return place;
+}
+
+void HashChains::freeChain(Node*& chain) {
+  while (Node* const node = chain) {
+    chain = node->next;
+    freeNode(node);
+  }
+}
+
+void HashChains::freeNode(Node* node) {
+  const base::RootBlock<Node> block(node);
+  const base::RootBlock<uint8_t> bytes(node->record.bytes);
+  key_.FreeItem(node->key);
+  value_.FreeItem(node->value);
+}
+
+}  // namespace vexa::collections

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/heap.h"
+#include "vexa/hash_table.h"
+#include "vexa/results.h"
+
+namespace vexa::collections {
+
+// Entries in a fixed number of chains, by the bucket that a key's record falls into: what stands
+// behind every hash table. The first few entries share one chain, so that a table that stays nearly
+// empty needs no array of chains; that shows nowhere, since keys are matched by their whole records
+// and handed out in the order of the buckets all the same. Not thread-safe.
+class HashChains {
+ public:
+  // 0 buckets means 31. The helpers are borrowed.
+  HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets);
+  HashChains(const HashChains&) = delete;
+  HashChains& operator=(const HashChains&) = delete;
+  ~HashChains() { removeAll(); }
+
+  // Makes the array of chains now, not when there are entries enough. kOutOfMemory.
+  [[nodiscard]] int32_t spread();
+
+  // Results as those of HashTable_void's slots.
+  int32_t put(void* key, void* value);
+  int32_t remove(void* key);
+  int32_t contains(void* key) const {
+    void* stored = nullptr;
+    return find(key, stored);
+  }
+  int32_t get(void* key, void** value) const;
+  // The stored value itself, where get hands out a copy. The probe's bytes stay with the helper:
+  // unlike put, looking up and removing do not free them.
+  int32_t find(void* key, void*& value) const {
+    HashTableKeyRecord probe{};
+    if (const int32_t result = key_.MakeKeyRecord(key, &probe); failed(result)) {
+      return result;
+    }
+    const Node* const node = *linkTo(&chainOf(probe), probe, key);
+    if (node == nullptr) {
+      return kFalse;
+    }
+    value = node->value;
+    return kOk;
+  }
+  int32_t keyAt(uint64_t index, void** key) const;
+  void removeAll();
+
+ private:
+  struct Node {
+    Node* next;
+    void* key;
+    void* value;
+    HashTableKeyRecord record;
+  };
+
+  uint64_t bucketOf(const HashTableKeyRecord& record) const {
+    return (record.bytes == nullptr ? record.number : sumOfBytes(record)) % bucketCount_;
+  }
+  uint64_t sumOfBytes(const HashTableKeyRecord& record) const;
+  Node*& chainOf(const HashTableKeyRecord& record) {
+    return heads_ ? heads_[bucketOf(record)] : unspread_;
+  }
+  Node* const& chainOf(const HashTableKeyRecord& record) const {
+    return heads_ ? heads_[bucketOf(record)] : unspread_;
+  }
+  uint64_t usedFrom(uint64_t bucket) const;
+
+  // Without bytes the numbers decide alone, so two texts of one hash are one key.
+  bool matches(const Node& node, const HashTableKeyRecord& probe, void* key) const {
+    return node.record.number == probe.number &&
+           (node.record.bytes == nullptr) == (probe.bytes == nullptr) &&
+           (probe.bytes == nullptr || matchBytes(node, probe, key));
+  }
+  bool matchBytes(const Node& node, const HashTableKeyRecord& probe, void* key) const;
+
+  // Where the node of the key hangs, or the end of its chain.
+  template <class Link>
+  Link* linkTo(Link* link, const HashTableKeyRecord& probe, void* key) const {
+    while (*link != nullptr && !matches(**link, probe, key)) {
+      link = &(*link)->next;
+    }
+    return link;
+  }
+
+  const Node* nodeAt(uint64_t index) const;
+  uint64_t placeOf(const Node& node) const;
+  int32_t insert(Node*& chain, const HashTableKeyRecord& record, void* key, void* value);
+  int32_t replace(Node& node, void* value);
+  void freeChain(Node*& chain);
+  void freeNode(Node* node);
+
+  IHashTableHelperKey& key_;
+  IHashTableHelper& value_;
+  uint64_t bucketCount_;
+  uint32_t keyByteWidth_ = 1;
+  uint32_t unspreadCount_ = 0;
+  Node* unspread_ = nullptr;  // the one chain while there is no array
+  base::RootBlock<Node*> heads_;
+};
+
+}  // namespace vexa::collections

@@ -1,0 +1,20 @@
+#include "collections/text_table.h"
+
+#include "collections/hash_helpers.h"
+
+namespace vexa::collections {
+namespace {
+
+IHashTableHelperKey& helperFor(TextTable::Items items) {
+  if (items == TextTable::Items::kBorrowed) {
+    return borrowedTextHelper;
+  }
+  return textHelper;
+}
+
+}  // namespace
+
+TextTable::TextTable(Items items, uint64_t buckets)
+    : chains_(helperFor(items), helperFor(items), buckets) {}
+
+}  // namespace vexa::collections
