@@ -1,5 +1,9 @@
 #include "webclient/host_rules.h"
 
+#include <algorithm>
+#include <string_view>
+
+#include "base/heap.h"
 #include "vexa/results.h"
 
 namespace vexa::webclient {
@@ -22,19 +26,21 @@ bool isLocalHost(const base::WideString& host) {
          host.find(u":") == runtime::kNotFound;
 }
 
+// One copy of the list is cut into its entries where they stand.
 int32_t matchesBypassList(const base::WideString& host, const char16_t* bypassList) {
-  base::WideString rest;
-  if (const int32_t result = rest.assign(bypassList); failed(result)) {
+  const std::u16string_view list(bypassList);
+  const auto copy = base::RootBlock<char16_t>::ofBytes((list.size() + 1) * sizeof(char16_t));
+  if (!copy) {
     return kOutOfMemory;
   }
-  while (!rest.empty()) {
-    base::WideString entry;
-    if (failed(rest.splitFirst(u";", entry, rest))) {
-      return kOutOfMemory;
-    }
-    if (host.wildcardMatch(entry.text())) {
+  std::copy(list.begin(), list.end(), copy.get());
+  for (size_t at = 0; at < list.size();) {
+    const size_t end = std::min(list.find(u';', at), list.size());
+    copy[end] = u'\0';
+    if (host.wildcardMatch(copy.get() + at)) {
       return 1;
     }
+    at = end + 1;
   }
   return 0;
 }

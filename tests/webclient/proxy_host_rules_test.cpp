@@ -125,6 +125,36 @@ TEST_F(BypassList, IsSearchedInItsOrderUpToTheFirstMatch) {
   EXPECT_EQ(patterns, (std::vector<std::u16string>{u"a", u"b1"}));
 }
 
+// Units that the string component moves, and bytes of the blocks that are asked for.
+uint64_t moved;
+
+TEST_F(BypassList, CostsAsMuchAsItIsLong) {
+  static const auto allocate = spy.root.Allocate;
+  static const auto split = spy.wideStrings.SplitFirst;
+  spy.root.Allocate = [](uint64_t size) {
+    moved += size;
+    return allocate(size);
+  };
+  spy.wideStrings.SplitFirst = [](const runtime::WideStringObject* source,
+                                  const char16_t* separator, runtime::WideStringObject* before,
+                                  runtime::WideStringObject* rest) {
+    moved += source->length * sizeof(char16_t);
+    return split(source, separator, before, rest);
+  };
+  const auto cost = [this](size_t count) {
+    std::u16string entries;
+    for (size_t i = 0; i < count; ++i) {
+      entries += u"b.example;";
+    }
+    moved = 0;
+    EXPECT_EQ(matches("http://a.example/", entries.c_str()), 0);
+    return moved;
+  };
+  const uint64_t small = cost(1'000);
+  EXPECT_GE(small, 1'000u) << "the list is copied once";
+  EXPECT_LE(cost(8'000), 9 * small);
+}
+
 TEST_F(BypassList, WithoutMemoryNothingMatches) {
   sweepAllocations(spy, [this] { return matches("http://a.example/", u"b;*.example") == 1; });
 }
