@@ -73,8 +73,8 @@ bool URLParser::pattern_match(const char* pattern) {
   if (pattern == nullptr || !isValid() || !isHTTPS()) {
     return scope.leave(false);
   }
-  base::ComPtr<base::CComObject<URLParser>> other;
-  if (failed(base::createObject(other)) || failed(other->parse(pattern))) {
+  LocalUrlParser other;
+  if (failed(other->parse(pattern))) {
     return scope.leave(false);
   }
   if (other->getProtocol() != getProtocol() || other->getPort() != getPort()) {

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "base/char_classes.h"
-#include "base/string.h"
 #include "base/trace.h"
+#include "webclient/short_text.h"
 
 namespace vexa::webclient {
 namespace {
@@ -20,6 +20,7 @@ constexpr int32_t kHttpPort = 80;
 constexpr int32_t kHttpsPort = 443;
 constexpr int32_t kPortLimit = 65536;
 constexpr int64_t kMaxPortCharacters = 5;
+constexpr size_t kUsualHost = 64;  // longer hosts cost a block
 
 // The first character behind `prefix`, or null when the text does not begin with it or ends there.
 template <size_t kSize>
@@ -167,7 +168,10 @@ void URLParser::handlePort(const char* end, const char* begin) {
   parts_.port = port > 0 && port < kPortLimit ? port : 0;
 }
 
-bool URLParser::cmp(IURLParser* other) {
+bool URLParser::cmp(IURLParser* other) { return compare(other, nullptr); }
+
+// `own` is what stands behind `other`; null while that is not known.
+bool URLParser::compare(IURLParser* other, const URLParser* own) {
   base::TraceScope scope("URLParser::cmp");
   if (other == nullptr || !other->isValid() || !isValid()) {
     return scope.leave(false);
@@ -175,31 +179,35 @@ bool URLParser::cmp(IURLParser* other) {
   if (other == this) {
     return scope.leave(true);
   }
-  base::ComPtr<URLParser> own;
-  if (failed(other->QueryInterface(&kUrlParserId, own.putVoid()))) {
-    return scope.leave(false);
+  base::ComPtr<URLParser> asked;
+  if (own == nullptr) {
+    if (failed(other->QueryInterface(&kUrlParserId, asked.putVoid()))) {
+      return scope.leave(false);
+    }
+    own = asked.get();
   }
   return scope.leave(other->getPort() == getPort() && own->getProtocol() == getProtocol() &&
-                     own->parts_.hostLength == parts_.hostLength && sameHost(*own.get()));
+                     own->parts_.hostLength == parts_.hostLength && sameHost(*own));
 }
 
 // Whether hosts that differ in letter case are the same is for the string component to say.
 bool URLParser::sameHost(const URLParser& other) const {
-  base::String host;
-  base::String otherHost;
-  return base::bound.strings && succeeded(host.assignBytes(parts_.host, parts_.hostLength)) &&
-         succeeded(otherHost.assignBytes(other.parts_.host, other.parts_.hostLength)) &&
-         host.equals(otherHost);
+  ShortText<kUsualHost> host;
+  ShortText<kUsualHost> otherHost;
+  if (!base::bound.strings || failed(host.assign({parts_.host, parts_.hostLength})) ||
+      failed(otherHost.assign({other.parts_.host, other.parts_.hostLength}))) {
+    return false;
+  }
+  const runtime::StringObject text = host.object();
+  const runtime::StringObject otherText = otherHost.object();
+  return base::bound.strings->Compare(&text, &otherText) == 0;
 }
 
 bool URLParser::cmpText(const char* url) {
   base::TraceScope scope("URLParser::cmp");
-  base::ComPtr<base::CComObject<URLParser>> other;
-  if (failed(base::createObject(other))) {
-    return scope.leave(false);
-  }
+  LocalUrlParser other;
   (void)other->parse(url);  // cmp asks whether it is valid
-  return scope.leave(cmp(other.get()));
+  return scope.leave(compare(other.get(), other.get()));
 }
 
 }  // namespace vexa::webclient

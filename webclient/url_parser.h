@@ -51,10 +51,29 @@ class URLParser : public IURLParser,
   uint32_t getProtocol() const;
   void handleHost(const char* end, const char* begin);
   void handlePort(const char* end, const char* begin);
+  bool compare(IURLParser* other, const URLParser* own);
   bool sameHost(const URLParser& other) const;
   bool matchHost(const URLParser& pattern) const;
 
   Parts parts_;
+};
+
+// A parser for the time of one call, without a block of its own.
+class LocalUrlParser {
+ public:
+  LocalUrlParser() = default;
+  LocalUrlParser(const LocalUrlParser&) = delete;
+  LocalUrlParser& operator=(const LocalUrlParser&) = delete;
+  ~LocalUrlParser() { parser_->DeletingDestructor(0); }
+
+  base::CComObject<URLParser>* get() const { return parser_; }
+  base::CComObject<URLParser>* operator->() const { return parser_; }
+
+ private:
+  using Object = base::CComObject<URLParser>;
+
+  alignas(Object) unsigned char place_[sizeof(Object)];
+  Object* parser_ = Object::Construct(place_);
 };
 
 }  // namespace vexa::webclient
