@@ -41,3 +41,12 @@ function(vexa_folder name)
     target_link_libraries(vexa_${name} INTERFACE ${arg_DEPENDS})
   endif()
 endfunction()
+
+# vexa_program(NAME a.cpp ...): an executable. With sanitizers it carries their settings inside, so
+# that it behaves alike whoever starts it.
+function(vexa_program name)
+  add_executable(${name} ${ARGN})
+  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/sanitizer_settings.c)
+  endif()
+endfunction()

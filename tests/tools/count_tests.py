@@ -1,76 +1,64 @@
 #!/usr/bin/env python3
-"""Counts what a test run did and prints "PASSED FAILED SKIPPED".
+"""Sums up a run of ctest and prints "PASSED FAILED SKIPPED" cases.
 
-count_tests.py JUNIT RESULTS    JUNIT is what ctest wrote, RESULTS the folder in which the test
-                                programs left their JSON files (GTEST_OUTPUT). A program that wrote
-                                none, or that failed although each of its cases passed (a leak
-                                found at exit, a crash), counts as one failure.
-count_tests.py --report FILE    FILE is a JSON object with "passed" and "failed"; a missing file
-                                counts as one failure.
+count_tests.py BUILD
+
+BUILD/tests.xml is what ctest wrote, BUILD/results/NAME.json what a test counted. A test
+without such a file counts as one case; one that ctest calls failed has at least one failed case. No
+tests.xml, or a test that ctest knew of and did not report, is a failure. What failed is shown on
+the standard error.
 """
 
-import json
 import pathlib
 import sys
 import xml.etree.ElementTree as xml
 
+from counts import read_counts
 
-def count_cases(report):
-    """(passed, failed, skipped) of one GoogleTest JSON report."""
-    passed = failed = skipped = 0
-    for suite in report.get("testsuites", []):
-        for case in suite.get("testsuite", []):
-            if case.get("status") == "NOTRUN" or case.get("result") == "SKIPPED":
-                skipped += 1
-            elif case.get("failures"):
-                failed += 1
-            else:
-                passed += 1
-    return passed, failed, skipped
+SHOWN_LINES = 25
 
 
-def count_program(case, results):
+def count_test(case, results):
     """(passed, failed, skipped) of one test that ctest ran."""
     status = case.get("status")
-    succeeded = status == "run" and case.find("failure") is None
     skip = case.find("skipped")
     if status == "disabled" or (skip is not None and skip.get("message", "").startswith("SKIP_")):
         return 0, 0, 1
-    report = results / (case.get("name") + ".json")
-    if not report.exists():
-        return (1, 0, 0) if succeeded else (0, 1, 0)
+    if status != "run" and status != "fail":
+        return 0, 1, 0  # it could not be started
+    counts = read_counts(results / f"{case.get('name')}.json")
+    if status == "run":
+        return counts or (1, 0, 0)
+    passed, failed, skipped = counts or (0, 1, 0)
+    return passed, max(failed, 1), skipped
+
+
+def show_failure(case):
+    output = (case.findtext("system-out") or "").splitlines()
+    print(f"   FAILED: {case.get('name')}", file=sys.stderr)
+    wanted = [line for line in output if "FAILED" in line or "rror:" in line or "ERROR:" in line]
+    for line in (wanted or output)[-SHOWN_LINES:]:
+        print(f"      {line[:240]}", file=sys.stderr)
+
+
+def main(build):
     try:
-        passed, failed, skipped = count_cases(json.loads(report.read_text(errors="replace")))
-    except ValueError:
-        passed, failed, skipped = 0, 0, 0
-    if not succeeded and failed == 0:
-        failed = 1
-    return passed, failed, skipped
-
-
-def count_run(junit, results):
-    if not junit.exists():
-        return 0, 1, 0
+        suite = xml.parse(build / "tests.xml").getroot()
+    except (OSError, xml.ParseError):
+        print("   FAILED: ctest left no report", file=sys.stderr)
+        print("0 1 0")
+        return
     total = [0, 0, 0]
-    for case in xml.parse(junit).getroot().iter("testcase"):
-        total = [a + b for a, b in zip(total, count_program(case, results))]
-    return tuple(total)
-
-
-def count_report(path):
-    if not path.exists():
-        return 0, 1, 0
-    report = json.loads(path.read_text())
-    return report["passed"], report["failed"], report.get("skipped", 0)
-
-
-def main(arguments):
-    if arguments[0] == "--report":
-        counts = count_report(pathlib.Path(arguments[1]))
-    else:
-        counts = count_run(pathlib.Path(arguments[0]), pathlib.Path(arguments[1]))
-    print(*counts)
+    for case in suite.iter("testcase"):
+        counts = count_test(case, build / "results")
+        if counts[1]:
+            show_failure(case)
+        elif case.get("name").startswith("fixture_"):
+            continue  # what other tests need before or after them is no case of its own
+        total = [a + b for a, b in zip(total, counts)]
+    total[1] += max(0, int(suite.get("tests", 0)) - len(list(suite.iter("testcase"))))
+    print(*total)
 
 
 if __name__ == "__main__":
-    main(sys.argv[1:])
+    main(pathlib.Path(sys.argv[1]))
