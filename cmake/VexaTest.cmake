@@ -3,6 +3,7 @@
 set(VEXA_TEST_LABEL native CACHE STRING "The label of all tests of this build")
 set(VEXA_RESULTS ${CMAKE_BINARY_DIR}/results)
 set(VEXA_TOOLS ${CMAKE_SOURCE_DIR}/tests/tools)
+# The path and not the target, before which CMake would put the emulator.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 # vexa_test_properties(NAME LABELS a b ...): what is the same for all tests.
@@ -18,7 +19,7 @@ endfunction()
 function(vexa_run_gtest name)
   add_test(
     NAME ${name}
-    COMMAND Python3::Interpreter ${VEXA_TOOLS}/run_gtest.py ${VEXA_RESULTS}
+    COMMAND ${Python3_EXECUTABLE} ${VEXA_TOOLS}/run_gtest.py ${VEXA_RESULTS}
             ${CMAKE_CROSSCOMPILING_EMULATOR} ${VEXA_TEST_LAUNCHER} -- $<TARGET_FILE:${name}>
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   vexa_test_properties(${name} ${ARGN})
@@ -52,7 +53,7 @@ function(vexa_check name)
   endif()
   add_test(
     NAME ${name}
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/${arg_SCRIPT} --report
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${arg_SCRIPT} --report
             ${VEXA_RESULTS}/${name}.json ${arg_ARGUMENTS})
   vexa_test_properties(${name} LABELS ${arg_LABELS})
 endfunction()

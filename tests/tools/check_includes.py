@@ -34,10 +34,7 @@ KNOWN_RINGS = (
     "json/collection <-> json/serializer <-> json/values",
     "json/array <-> json/object",
     "certs/certificate_list <-> certs/runtime_holders",
-    "runtime/crypto/der_reader <-> runtime/crypto/der_writer",
-    "runtime/crypto/certificate <-> runtime/crypto/certificate_builder",
     "host/server/endpoint <-> host/server/routes",
-    "folders runtime <-> runtime/crypto",
 )
 
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs clang-tidy over the sources that a compile database knows.
 
-lint.py ROOT BUILD [--jobs N] [PART...]    PART: only sources whose path contains one of these
+lint.py [--jobs N] ROOT BUILD [PART...]    PART: only sources whose path contains one of these
 
 A source that passed is not looked at again until its content, that of a header it includes, its
 command line or the configuration changes. The cache holds one empty file for each state that
@@ -19,7 +19,7 @@ import subprocess
 import sys
 
 CLANG_TIDY = "clang-tidy-14"
-NOT_OURS = ("build", "cmake")
+NOT_OURS = ("build", "cmake", "tests")
 
 
 def parse_arguments():
