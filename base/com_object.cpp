@@ -6,7 +6,7 @@ void* findInterface(void* object, const InterfaceMapRow* map, const Guid& id) {
   const auto at = [object](const InterfaceMapRow& row) {
     return static_cast<void*>(static_cast<uint8_t*>(object) + row.offset);
   };
-  if (id == IID_IUnknown && map->kind == kMapOffset) {
+  if (id == IID_IComponent && map->kind == kMapOffset) {
     return at(*map);
   }
   for (const InterfaceMapRow* row = map; row->kind != kMapEnd; ++row) {

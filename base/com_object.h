@@ -10,7 +10,7 @@
 #include "base/lock.h"
 #include "base/unload_registry.h"
 #include "vexa/container.h"
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 // The object model: reference counting and interface lookup (CComObject), creators for factories
 // and singletons, read-only containers. A class T derives from its interfaces first and from
@@ -38,7 +38,7 @@ InterfaceMapRow mapRow(const Guid& id) {
 }
 inline InterfaceMapRow mapEnd() { return {nullptr, 0, kMapEnd}; }
 
-// The interface of `object` that `id` names, or null. IID_IUnknown names the primary interface.
+// The interface of `object` that `id` names, or null. IID_IComponent names the primary interface.
 void* findInterface(void* object, const InterfaceMapRow* map, const Guid& id);
 
 // The reference count. Interlocked; starts at 0.

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/heap.h"
-#include "vexa/runtime/tables.h"
+#include "vexa/runtime/bound_tables.h"
 
 // Holders for what the runtime owns and counts.
 namespace vexa::base {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/runtime/tables.h"
+#include "vexa/runtime/bound_tables.h"
 
 namespace vexa::base {
 

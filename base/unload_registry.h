@@ -6,7 +6,7 @@
 
 namespace vexa::base {
 
-// Something that is set up by module_init and torn down by module_final. No IUnknown slots.
+// Something that is set up by module_init and torn down by module_final. No IComponent slots.
 class ISingleton {
  public:
   // Slot 0. A negative result stops the load pass.

@@ -4,7 +4,7 @@
 
 #include "vexa/module.h"
 #include "vexa/runtime/reference.h"
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 extern "C" {
 int32_t module_init(const vexa::runtime::RootList* root, vexa::GetModuleInterfaceFunction* lookup);

@@ -3,7 +3,7 @@
 #include "base/com_object.h"
 #include "base/heap.h"
 #include "vexa/results.h"
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa::collections {
 
@@ -24,8 +24,8 @@ void* identityOf(void* item) {
   if (item == nullptr) {
     return nullptr;
   }
-  base::ComPtr<IUnknown> identity;
-  return succeeded(static_cast<IUnknown*>(item)->QueryInterface(&IID_IUnknown, identity.putVoid()))
+  base::ComPtr<IComponent> identity;
+  return succeeded(static_cast<IComponent*>(item)->QueryInterface(&IID_IComponent, identity.putVoid()))
              ? identity.get()
              : nullptr;
 }
@@ -78,14 +78,14 @@ int32_t HashTableHelper_DWORD_PTR::MakeKeyRecord(void* item, HashTableKeyRecord*
 int32_t HashTableHelper_IUnknown::CopyItem(void* item, void** copy) {
   *copy = item;
   if (item != nullptr) {
-    static_cast<IUnknown*>(item)->AddRef();
+    static_cast<IComponent*>(item)->AddRef();
   }
   return kOk;
 }
 
 int32_t HashTableHelper_IUnknown::FreeItem(void* item) {
   if (item != nullptr) {
-    static_cast<IUnknown*>(item)->Release();
+    static_cast<IComponent*>(item)->Release();
   }
   return kOk;
 }

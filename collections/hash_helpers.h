@@ -22,7 +22,7 @@ class HashTableHelper_DWORD_PTR final : public IHashTableHelperKey {
   int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override;
 };
 
-// Objects, told apart by the pointer that they answer for IID_IUnknown.
+// Objects, told apart by the pointer that they answer for IID_IComponent.
 class HashTableHelper_IUnknown final : public IHashTableHelperKey {
  public:
   int32_t CopyItem(void* item, void** copy) override;

@@ -2,16 +2,16 @@
 
 #include <span>
 #include <string>
-#include <vector>
 
 #include "module.h"
+#include "vexa/traits.h"
 
 // What a module of this SDK is expected to offer, and what the loaded one does offer.
 namespace vexahost {
 
 struct ListEntry {
   const char* name;
-  std::span<const char* const> slots;  // by number; slot 0 is GetModuleInfo
+  std::span<const vexa::ListSlot> slots;  // by number; slot 0 is GetModuleInfo
 };
 struct ClassEntry {
   const char* name;

@@ -10,7 +10,7 @@
 #include "vexa/class_factory.h"
 #include "vexa/module.h"
 #include "vexa/runtime/reference.h"
-#include "vexa/runtime/tables.h"
+#include "vexa/runtime/bound_tables.h"
 
 namespace vexahost {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexahost {
 

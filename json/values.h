@@ -9,13 +9,13 @@
 #include "vexa/json.h"
 #include "vexa/runtime/object.h"
 #include "vexa/runtime/records.h"
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa::json {
 
 // One value of a JSON tree; by itself, what all kinds share. One thread at a time per tree; only
 // the reference count is interlocked. Made by CComObject<...>::Create, or by a parser in its pool.
-class JsonValue : public IUnknown, public base::CComObjectRoot {
+class JsonValue : public IComponent, public base::CComObjectRoot {
  public:
   static const base::InterfaceMapRow* InterfaceMap();
 

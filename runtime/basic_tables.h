@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/runtime/tables.h"
+#include "vexa/runtime/bound_tables.h"
 
 // The tables without cryptography, one source file each. Every function follows its table's
 // contract in vexa/runtime/.

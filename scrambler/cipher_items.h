@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "vexa/runtime/services.h"
+#include "vexa/runtime/crypt_table.h"
 
 namespace vexa::scrambler {
 

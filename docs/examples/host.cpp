@@ -9,7 +9,7 @@
 #include "vexa/json.h"
 #include "vexa/module.h"
 #include "vexa/runtime/common_types.h"
-#include "vexa/runtime/tables.h"
+#include "vexa/runtime/bound_tables.h"
 #include "vexa/time.h"
 #include "vexa/url_parser.h"
 

@@ -11,13 +11,14 @@ void printLists(const Options& options) {
   for (const ListEntry& entry : knownLists()) {
     std::printf("%s (%zu slots)\n", listOwnName(module, entry).c_str(), entry.slots.size());
     const auto* const slots = &module.list<void* const>(entry.name);
-    for (size_t i = 0; i < entry.slots.size(); ++i) {
-      std::printf("  %2zu  %s%s\n", i, entry.slots[i], slots[i] == nullptr ? " (missing)" : "");
+    for (const vexa::ListSlot& slot : entry.slots) {
+      const bool missing = slots[slot.number] == nullptr;
+      std::printf("  %2u  %s%s\n", slot.number, slot.name, missing ? " (missing)" : "");
     }
   }
   std::printf("classes\n");
   for (const ClassEntry& entry : knownClasses()) {
-    const auto object = module.create<vexa::IUnknown>(entry.name, vexa::IID_IUnknown);
+    const auto object = module.create<vexa::IComponent>(entry.name, vexa::IID_IComponent);
     std::printf("  %s (%s)\n", entry.name, entry.isSingleton ? "one instance" : "new objects");
   }
 }

@@ -28,14 +28,16 @@ struct CaList {
   int32_t (*SetKeyUsage)(runtime::Certificate* certificate, uint32_t code);
   int32_t (*CaReserved)(runtime::Certificate* certificate, uint32_t, uint32_t);  // does nothing
 };
-VEXA_SLOT(CaList, GetModuleInfo, 0);
-VEXA_SLOT(CaList, CaSetExtensionA, 1);
-VEXA_SLOT(CaList, CaSetExtensionB, 2);
-VEXA_SLOT(CaList, CaSetExtensionC, 3);
-VEXA_SLOT(CaList, CaSetExtensionD, 4);
-VEXA_SLOT(CaList, CaSetExtensionPair, 5);
-VEXA_SLOT(CaList, SetKeyUsage, 6);
-VEXA_SLOT(CaList, CaReserved, 7);
-static_assert(sizeof(CaList) == 8 * sizeof(void*));
+template <>
+struct ListTraits<CaList> {
+  static constexpr const char* kName = kCaListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(CaList, GetModuleInfo, 0),   VEXA_LIST_SLOT(CaList, CaSetExtensionA, 1),
+      VEXA_LIST_SLOT(CaList, CaSetExtensionB, 2), VEXA_LIST_SLOT(CaList, CaSetExtensionC, 3),
+      VEXA_LIST_SLOT(CaList, CaSetExtensionD, 4), VEXA_LIST_SLOT(CaList, CaSetExtensionPair, 5),
+      VEXA_LIST_SLOT(CaList, SetKeyUsage, 6),     VEXA_LIST_SLOT(CaList, CaReserved, 7),
+  };
+};
+static_assert(namesEverySlot<CaList>());
 
 }  // namespace vexa

@@ -33,12 +33,18 @@ struct CapiList {
   // Removes the certificates of that issuer (RFC 4514 text, UTF-8) from "CA".
   int32_t (*DeleteCACertsByName)(const char* name);
 };
-VEXA_SLOT(CapiList, GetModuleInfo, 0);
-VEXA_SLOT(CapiList, CspImport, 1);
-VEXA_SLOT(CapiList, CspImportCACerts, 2);
-VEXA_SLOT(CapiList, CspDeleteOwnCerts, 3);
-VEXA_SLOT(CapiList, CspImportKey, 4);
-VEXA_SLOT(CapiList, DeleteCACertsByName, 5);
-static_assert(sizeof(CapiList) == 6 * sizeof(void*));
+template <>
+struct ListTraits<CapiList> {
+  static constexpr const char* kName = kCapiListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(CapiList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(CapiList, CspImport, 1),
+      VEXA_LIST_SLOT(CapiList, CspImportCACerts, 2),
+      VEXA_LIST_SLOT(CapiList, CspDeleteOwnCerts, 3),
+      VEXA_LIST_SLOT(CapiList, CspImportKey, 4),
+      VEXA_LIST_SLOT(CapiList, DeleteCACertsByName, 5),
+  };
+};
+static_assert(namesEverySlot<CapiList>());
 
 }  // namespace vexa

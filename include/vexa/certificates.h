@@ -18,7 +18,7 @@ inline constexpr Guid IID_ICertificates{
 
 // Attributes by number. The two operations that every implementer shares; what a class adds begins
 // with slot 5.
-class IAttributes : public IUnknown {
+class IAttributes : public IComponent {
  public:
   // Slot 3. kAccessDenied: certificates are read-only.
   virtual int32_t SetAttributes(runtime::AttributeRequest* list) = 0;
@@ -29,6 +29,10 @@ class IAttributes : public IUnknown {
 
  protected:
   ~IAttributes() = default;
+};
+template <>
+struct InterfaceTraits<IAttributes> {
+  static constexpr Guid kId = IID_IAttributes;
 };
 
 // Attributes of a certificate.
@@ -64,6 +68,15 @@ class ICertificates : public IContainerRO {
  protected:
   ~ICertificates() = default;
 };
+template <>
+struct InterfaceTraits<ICertificates> {
+  static constexpr Guid kId = IID_ICertificates;
+};
+template <>
+struct ClassTraits<ICertificates> {
+  static constexpr const char* kName = kCertificatesClassName;
+  static constexpr bool kIsSingleton = true;
+};
 
 // The list "vexa.misc.base.certificate.1". Predicates answer 1 or 0, and 0 for null. An absent key
 // usage or basic constraints extension forbids nothing; an absent extended key usage allows
@@ -90,20 +103,26 @@ struct CertificateFunctions {
   // DER or base64 text; *out is null when it cannot be read, else carries one reference.
   void (*CertificateFromText)(const char* text, runtime::Certificate** out);
 };
-VEXA_SLOT(CertificateFunctions, GetModuleInfo, 0);
-VEXA_SLOT(CertificateFunctions, IsEncryptionCertificate, 1);
-VEXA_SLOT(CertificateFunctions, IsSignatureCertificate, 2);
-VEXA_SLOT(CertificateFunctions, IsClientAuthCertificate, 3);
-VEXA_SLOT(CertificateFunctions, IsCACertificate, 4);
-VEXA_SLOT(CertificateFunctions, IsRootCACertificate, 5);
-VEXA_SLOT(CertificateFunctions, IsSelfIssuedEndEntity, 6);
-VEXA_SLOT(CertificateFunctions, HasExtendedKeyUsage, 7);
-VEXA_SLOT(CertificateFunctions, GetCertificateValueA, 8);
-VEXA_SLOT(CertificateFunctions, GetCertificateValueB, 9);
-VEXA_SLOT(CertificateFunctions, AppendCertificate, 10);
-VEXA_SLOT(CertificateFunctions, GetSecondName, 11);
-VEXA_SLOT(CertificateFunctions, GetFirstName, 12);
-VEXA_SLOT(CertificateFunctions, CertificateFromText, 13);
-static_assert(sizeof(CertificateFunctions) == 14 * sizeof(void*));
+template <>
+struct ListTraits<CertificateFunctions> {
+  static constexpr const char* kName = kCertificateListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(CertificateFunctions, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(CertificateFunctions, IsEncryptionCertificate, 1),
+      VEXA_LIST_SLOT(CertificateFunctions, IsSignatureCertificate, 2),
+      VEXA_LIST_SLOT(CertificateFunctions, IsClientAuthCertificate, 3),
+      VEXA_LIST_SLOT(CertificateFunctions, IsCACertificate, 4),
+      VEXA_LIST_SLOT(CertificateFunctions, IsRootCACertificate, 5),
+      VEXA_LIST_SLOT(CertificateFunctions, IsSelfIssuedEndEntity, 6),
+      VEXA_LIST_SLOT(CertificateFunctions, HasExtendedKeyUsage, 7),
+      VEXA_LIST_SLOT(CertificateFunctions, GetCertificateValueA, 8),
+      VEXA_LIST_SLOT(CertificateFunctions, GetCertificateValueB, 9),
+      VEXA_LIST_SLOT(CertificateFunctions, AppendCertificate, 10),
+      VEXA_LIST_SLOT(CertificateFunctions, GetSecondName, 11),
+      VEXA_LIST_SLOT(CertificateFunctions, GetFirstName, 12),
+      VEXA_LIST_SLOT(CertificateFunctions, CertificateFromText, 13),
+  };
+};
+static_assert(namesEverySlot<CertificateFunctions>());
 
 }  // namespace vexa

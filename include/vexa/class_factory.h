@@ -26,9 +26,15 @@ struct ClassFactoryList {
   // also when it stored the hook: callers ignore the result.
   int32_t (*SetCreateHook)(CreateHookFunction hook);
 };
-VEXA_SLOT(ClassFactoryList, GetModuleInfo, 0);
-VEXA_SLOT(ClassFactoryList, CreateInstance, 1);
-VEXA_SLOT(ClassFactoryList, SetCreateHook, 2);
-static_assert(sizeof(ClassFactoryList) == 3 * sizeof(void*));
+template <>
+struct ListTraits<ClassFactoryList> {
+  static constexpr const char* kName = kClassFactoryListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(ClassFactoryList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(ClassFactoryList, CreateInstance, 1),
+      VEXA_LIST_SLOT(ClassFactoryList, SetCreateHook, 2),
+  };
+};
+static_assert(namesEverySlot<ClassFactoryList>());
 
 }  // namespace vexa

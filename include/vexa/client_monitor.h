@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa {
 
@@ -18,7 +18,7 @@ struct AdapterSnapshot;
 // Reset first: without a stored snapshot every adapter counts as new. Every operation may be called
 // from any thread. The change thread ends by itself with the first change it detects, and at the
 // last module_final. Operations return kOk unless said otherwise.
-class IClientMonitor : public IUnknown {
+class IClientMonitor : public IComponent {
  public:
   enum Status : uint32_t { kUnchanged = 0, kChanged = 1 };
 
@@ -60,6 +60,15 @@ class IClientMonitor : public IUnknown {
 
  protected:
   ~IClientMonitor() = default;
+};
+template <>
+struct InterfaceTraits<IClientMonitor> {
+  static constexpr Guid kId = IID_IClientMonitor;
+};
+template <>
+struct ClassTraits<IClientMonitor> {
+  static constexpr const char* kName = kClientMonitorClassName;
+  static constexpr bool kIsSingleton = true;
 };
 
 }  // namespace vexa

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa {
 
@@ -9,7 +9,7 @@ inline constexpr Guid IID_IContainerRO{
     0x2C5B0A46, 0x7D13, 0x4E0B, {0x9F, 0x1E, 0x6A, 0x0D, 0x3C, 0x8E, 0x5B, 0x71}};
 
 // A read-only list of objects. Indexes start at 0.
-class IContainerRO : public IUnknown {
+class IContainerRO : public IComponent {
  public:
   // Slot 3. kNullPointer: null out.
   virtual int32_t GetCount(uint32_t* count) = 0;
@@ -22,6 +22,10 @@ class IContainerRO : public IUnknown {
 
  protected:
   ~IContainerRO() = default;
+};
+template <>
+struct InterfaceTraits<IContainerRO> {
+  static constexpr Guid kId = IID_IContainerRO;
 };
 
 }  // namespace vexa

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vexa/ciphers.h"
 #include "vexa/module.h"
 #include "vexa/runtime/object.h"
 
@@ -30,14 +31,15 @@ struct CoreList {
   // A scrambler of the default algorithm and mode with a new key; one reference. kOk also when no
   // key could be made: its operations then fail. kNullPointer: null out. kOutOfMemory.
   int32_t (*CreateScrambler)(uint32_t keyBits, IScrambler** out);
+  // The same with a CipherNumber and a ScramblerMode.
   int32_t (*CreateScramblerEx)(uint32_t algorithm, uint32_t mode, uint32_t keyBits,
                                IScrambler** out);
   // Base64 (RFC 4648) with lines of 64 characters, each ended by CR LF. Creates *out when null.
   // kInvalidArgument: a null argument. kFail: not encodable; *out then keeps its block.
   int32_t (*EncodeBase64)(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
   int32_t (*DecodeBase64)(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
-  // Block size in bytes and key size in bits of the ciphers 1, 2, 4, 7, 10, 11, 12.
-  // kInvalidArgument: id 0 or null out (nothing written), or an unknown id (*out is 0).
+  // Block size in bytes and key size in bits of every CipherNumber but kDefaultCipher.
+  // kInvalidArgument: id 0 or null out (nothing written), or another id (*out is 0).
   int32_t (*GetCipherBlockSize)(uint32_t algorithm, uint64_t* out);
   int32_t (*GetCipherKeyBits)(uint32_t algorithm, uint64_t* out);
   int32_t (*reserved14)(uint32_t, uint8_t);  // returns 0
@@ -54,22 +56,30 @@ struct CoreList {
   int32_t (*OpenPkcs12)(const runtime::ByteBuffer* data, const runtime::StringObject* password,
                         runtime::KeyObject** key, runtime::CertificateList** certificates);
 };
-VEXA_SLOT(CoreList, GetModuleInfo, 0);
-VEXA_SLOT(CoreList, reserved3, 3);
-VEXA_SLOT(CoreList, TerminateBuffer, 4);
-VEXA_SLOT(CoreList, AllocBuffer, 5);
-VEXA_SLOT(CoreList, BufferFromBytes, 6);
-VEXA_SLOT(CoreList, BufferFromRange, 7);
-VEXA_SLOT(CoreList, CreateScrambler, 8);
-VEXA_SLOT(CoreList, CreateScramblerEx, 9);
-VEXA_SLOT(CoreList, EncodeBase64, 10);
-VEXA_SLOT(CoreList, DecodeBase64, 11);
-VEXA_SLOT(CoreList, GetCipherBlockSize, 12);
-VEXA_SLOT(CoreList, GetCipherKeyBits, 13);
-VEXA_SLOT(CoreList, reserved14, 14);
-VEXA_SLOT(CoreList, CreatePkcs12, 15);
-VEXA_SLOT(CoreList, OpenPkcs12, 16);
-static_assert(sizeof(CoreList) == 17 * sizeof(void*));
+template <>
+struct ListTraits<CoreList> {
+  static constexpr const char* kName = kCoreListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(CoreList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(CoreList, reserved1, 1),
+      VEXA_LIST_SLOT(CoreList, reserved2, 2),
+      VEXA_LIST_SLOT(CoreList, reserved3, 3),
+      VEXA_LIST_SLOT(CoreList, TerminateBuffer, 4),
+      VEXA_LIST_SLOT(CoreList, AllocBuffer, 5),
+      VEXA_LIST_SLOT(CoreList, BufferFromBytes, 6),
+      VEXA_LIST_SLOT(CoreList, BufferFromRange, 7),
+      VEXA_LIST_SLOT(CoreList, CreateScrambler, 8),
+      VEXA_LIST_SLOT(CoreList, CreateScramblerEx, 9),
+      VEXA_LIST_SLOT(CoreList, EncodeBase64, 10),
+      VEXA_LIST_SLOT(CoreList, DecodeBase64, 11),
+      VEXA_LIST_SLOT(CoreList, GetCipherBlockSize, 12),
+      VEXA_LIST_SLOT(CoreList, GetCipherKeyBits, 13),
+      VEXA_LIST_SLOT(CoreList, reserved14, 14),
+      VEXA_LIST_SLOT(CoreList, CreatePkcs12, 15),
+      VEXA_LIST_SLOT(CoreList, OpenPkcs12, 16),
+  };
+};
+static_assert(namesEverySlot<CoreList>());
 
 // The list "vexa.misc.base.asc.1": shortcuts to the one PSE object of the module, which the first
 // call creates. Nothing handed out carries a reference; it lives until the last module_final.
@@ -82,11 +92,15 @@ struct AscList {
   int32_t (*PseReserved10)(void*, void*, void*);
   int32_t (*PseReserved12)(void*, void*, void*);
 };
-VEXA_SLOT(AscList, GetModuleInfo, 0);
-VEXA_SLOT(AscList, GetContext, 1);
-VEXA_SLOT(AscList, GetPse, 2);
-VEXA_SLOT(AscList, PseReserved10, 3);
-VEXA_SLOT(AscList, PseReserved12, 4);
-static_assert(sizeof(AscList) == 5 * sizeof(void*));
+template <>
+struct ListTraits<AscList> {
+  static constexpr const char* kName = kAscListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(AscList, GetModuleInfo, 0), VEXA_LIST_SLOT(AscList, GetContext, 1),
+      VEXA_LIST_SLOT(AscList, GetPse, 2),        VEXA_LIST_SLOT(AscList, PseReserved10, 3),
+      VEXA_LIST_SLOT(AscList, PseReserved12, 4),
+  };
+};
+static_assert(namesEverySlot<AscList>());
 
 }  // namespace vexa

@@ -44,11 +44,11 @@ class IHashTableHelperKey : public IHashTableHelper {
 enum HashTableItemType : uint32_t {
   kHashTableText = 1,    // char*, copied; two texts of the same hash are the same key
   kHashTableNumber = 2,  // a pointer-sized number
-  kHashTableObject = 4,  // IUnknown*, one reference each; compared by identity
+  kHashTableObject = 4,  // IComponent*, one reference each; compared by identity
 };
 
 // A keyed table with separate chaining and a fixed number of buckets. One thread at a time; the
-// reference count, which starts at 1, is not interlocked. Not an IUnknown: slots 0 to 6 are the
+// reference count, which starts at 1, is not interlocked. Not an IComponent: slots 0 to 6 are the
 // header of function lists.
 class HashTable_void {
  public:
@@ -93,9 +93,15 @@ struct HashTableList {
   int32_t (*CreateHashTableEx)(HashTable_void** table, uint64_t buckets, uintptr_t key,
                                uintptr_t value);
 };
-VEXA_SLOT(HashTableList, GetModuleInfo, 0);
-VEXA_SLOT(HashTableList, CreateHashTable, 1);
-VEXA_SLOT(HashTableList, CreateHashTableEx, 2);
-static_assert(sizeof(HashTableList) == 3 * sizeof(void*));
+template <>
+struct ListTraits<HashTableList> {
+  static constexpr const char* kName = kHashTableListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(HashTableList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(HashTableList, CreateHashTable, 1),
+      VEXA_LIST_SLOT(HashTableList, CreateHashTableEx, 2),
+  };
+};
+static_assert(namesEverySlot<HashTableList>());
 
 }  // namespace vexa

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "vexa/component.h"
 #include "vexa/runtime/records.h"
-#include "vexa/unknown.h"
 
 namespace vexa {
 
@@ -19,7 +19,7 @@ inline constexpr uint64_t kHttpMaxBody = 1048576;
 // for each request. Of the headers it keeps Origin, Referer and the value of Content-Length.
 // Texts that getters return belong to the request until its next parse(); they are never null.
 // Names of headers and parameters match in any letter case. One thread at a time.
-class IHTTPRequest : public IUnknown {
+class IHTTPRequest : public IComponent {
  public:
   // Slot 3. Takes `count` more bytes. kOk: complete. kMoreNeeded: feed on. kInvalidArgument: null
   // or no bytes. kFail: over a limit, the caller drops the connection. kOutOfMemory: likewise.
@@ -55,6 +55,15 @@ class IHTTPRequest : public IUnknown {
 
  protected:
   ~IHTTPRequest() = default;
+};
+template <>
+struct InterfaceTraits<IHTTPRequest> {
+  static constexpr Guid kId = IID_IHTTPRequest;
+};
+template <>
+struct ClassTraits<IHTTPRequest> {
+  static constexpr const char* kName = kHttpRequestClassName;
+  static constexpr bool kIsSingleton = false;
 };
 
 }  // namespace vexa

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa {
 
@@ -14,7 +14,7 @@ inline constexpr uint32_t kHttpMaxStatus = 1000;
 
 // An HTTP/1.1 response (RFC 9112); class "vexa.webclient.http.response", a new object for each. A
 // fresh one is "HTTP/1.1 200 OK" without a body. All texts are copied. One thread at a time.
-class IHTTPResponse : public IUnknown {
+class IHTTPResponse : public IComponent {
  public:
   // Slot 3. Writes the response, with Content-Length as its last header, into the caller's block of
   // the root list (*buffer may be null), which is reallocated when *size bytes are too few. *size
@@ -36,6 +36,15 @@ class IHTTPResponse : public IUnknown {
 
  protected:
   ~IHTTPResponse() = default;
+};
+template <>
+struct InterfaceTraits<IHTTPResponse> {
+  static constexpr Guid kId = IID_IHTTPResponse;
+};
+template <>
+struct ClassTraits<IHTTPResponse> {
+  static constexpr const char* kName = kHttpResponseClassName;
+  static constexpr bool kIsSingleton = false;
 };
 
 }  // namespace vexa

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "vexa/component.h"
 #include "vexa/module.h"
 #include "vexa/runtime/records.h"
-#include "vexa/unknown.h"
 
 // JSON values (RFC 8259, with the differences stated at JsonApiList::Parse): a tree of
 // reference-counted values, reached through its objects and arrays.
@@ -40,6 +40,12 @@ inline constexpr uint64_t kJsonAtEnd = ~uint64_t{0};
 
 class IJsonArray;
 
+// <windows.h> defines GetObject as a macro for one of two other names. The interface is declared
+// without it, and answers to those names, too, so that a call compiles in either order of includes.
+// An implementer includes this header first, or undefines the macro.
+#pragma push_macro("GetObject")
+#undef GetObject
+
 // A JSON object: members in the order in which they were added. Lookups are linear; the first
 // member with an equal key is meant. A null key is absent.
 //
@@ -50,7 +56,7 @@ class IJsonArray;
 //
 // Setters put a value of the kind under the key: in the place of the member with that key, which is
 // released, or behind the last one. kFail: null key. kOutOfMemory: nothing changed.
-class IJsonObject : public IUnknown {
+class IJsonObject : public IComponent {
  public:
   // Slot 3. kJsonObject.
   virtual uint32_t GetType() = 0;
@@ -94,8 +100,17 @@ class IJsonObject : public IUnknown {
   // Slot 20.
   virtual int32_t SetNull(const char* key) = 0;
 
+  // Not slots: what GetObject is called where <windows.h> has its macro.
+  int32_t GetObjectA(const char* key, IJsonObject** value) { return GetObject(key, value); }
+  int32_t GetObjectW(const char* key, IJsonObject** value) { return GetObject(key, value); }
+
  protected:
   ~IJsonObject() = default;
+};
+#pragma pop_macro("GetObject")
+template <>
+struct InterfaceTraits<IJsonObject> {
+  static constexpr Guid kId = IID_IJsonObject;
 };
 
 // A JSON array. Indexes start at 0.
@@ -105,7 +120,7 @@ class IJsonObject : public IUnknown {
 // Setters put a new value at an index: below the count in the place of the element there, which is
 // released; equal to the count, or kJsonAtEnd, behind the last one. kFail: above the count.
 // kOutOfMemory: nothing changed.
-class IJsonArray : public IUnknown {
+class IJsonArray : public IComponent {
  public:
   // Slot 3. kJsonArray.
   virtual uint32_t GetType() = 0;
@@ -141,6 +156,10 @@ class IJsonArray : public IUnknown {
  protected:
   ~IJsonArray() = default;
 };
+template <>
+struct InterfaceTraits<IJsonArray> {
+  static constexpr Guid kId = IID_IJsonArray;
+};
 
 // The list "jsonapi". No state; any thread.
 struct JsonApiList {
@@ -165,10 +184,16 @@ struct JsonApiList {
   //     They saturate at the ends of 32 bits. A number whose sign is set off by blanks is 0.
   int32_t (*Parse)(const runtime::ByteBuffer* text, IJsonObject** object);
 };
-VEXA_SLOT(JsonApiList, GetModuleInfo, 0);
-VEXA_SLOT(JsonApiList, CreateObject, 1);
-VEXA_SLOT(JsonApiList, Parse, 2);
-static_assert(sizeof(JsonApiList) == 3 * sizeof(void*));
+template <>
+struct ListTraits<JsonApiList> {
+  static constexpr const char* kName = kJsonApiListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(JsonApiList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(JsonApiList, CreateObject, 1),
+      VEXA_LIST_SLOT(JsonApiList, Parse, 2),
+  };
+};
+static_assert(namesEverySlot<JsonApiList>());
 
 // Objects and arrays that may stand in each other in a parsed text, the outermost object included.
 // The setters know no limit.

@@ -5,6 +5,7 @@
 
 #include "vexa/results.h"
 #include "vexa/runtime/root_list.h"
+#include "vexa/traits.h"
 
 // How a host meets the module: two exports, and the lookup function that the first one hands out.
 namespace vexa {

@@ -30,11 +30,17 @@ struct NetworkList {
   // for any run of characters; 0 otherwise, also for null.
   int32_t (*MatchesBypassList)(const char* url, const char16_t* bypassList);
 };
-VEXA_SLOT(NetworkList, GetModuleInfo, 0);
-VEXA_SLOT(NetworkList, ConvertCookiePath, 1);
-VEXA_SLOT(NetworkList, GetIEUserSettingProxy, 2);
-VEXA_SLOT(NetworkList, IsLocalHost, 3);
-VEXA_SLOT(NetworkList, MatchesBypassList, 4);
-static_assert(sizeof(NetworkList) == 5 * sizeof(void*));
+template <>
+struct ListTraits<NetworkList> {
+  static constexpr const char* kName = kNetworkListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(NetworkList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(NetworkList, ConvertCookiePath, 1),
+      VEXA_LIST_SLOT(NetworkList, GetIEUserSettingProxy, 2),
+      VEXA_LIST_SLOT(NetworkList, IsLocalHost, 3),
+      VEXA_LIST_SLOT(NetworkList, MatchesBypassList, 4),
+  };
+};
+static_assert(namesEverySlot<NetworkList>());
 
 }  // namespace vexa

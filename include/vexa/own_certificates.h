@@ -45,5 +45,14 @@ class IOwnCertificates : public IContainerRO {
  protected:
   ~IOwnCertificates() = default;
 };
+template <>
+struct InterfaceTraits<IOwnCertificates> {
+  static constexpr Guid kId = IID_IOwnCertificates;
+};
+template <>
+struct ClassTraits<IOwnCertificates> {
+  static constexpr const char* kName = kOwnCertificatesClassName;
+  static constexpr bool kIsSingleton = true;
+};
 
 }  // namespace vexa

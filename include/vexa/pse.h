@@ -1,7 +1,7 @@
 #pragma once
 
+#include "vexa/component.h"
 #include "vexa/runtime/object.h"
-#include "vexa/unknown.h"
 
 namespace vexa {
 
@@ -14,7 +14,7 @@ inline constexpr char kPseClassName[] = "PSE";
 // The user's personal security environment; singleton class "PSE". It holds the runtime's security
 // context and PSE open from first use until the last module_final. Getters may be called from any
 // thread.
-class IPse : public IUnknown {
+class IPse : public IComponent {
  public:
   // Slot 3. Destroys the object; bit 0 of `flags` frees its memory too. Only Release calls it.
   virtual void* DeletingDestructor(uint32_t flags) = 0;
@@ -33,6 +33,15 @@ class IPse : public IUnknown {
 
  protected:
   ~IPse() = default;
+};
+template <>
+struct InterfaceTraits<IPse> {
+  static constexpr Guid kId = IID_IPse;
+};
+template <>
+struct ClassTraits<IPse> {
+  static constexpr const char* kName = kPseClassName;
+  static constexpr bool kIsSingleton = true;
 };
 
 }  // namespace vexa

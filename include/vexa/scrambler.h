@@ -1,7 +1,8 @@
 #pragma once
 
+#include "vexa/ciphers.h"
+#include "vexa/component.h"
 #include "vexa/runtime/records.h"
-#include "vexa/unknown.h"
 
 namespace vexa {
 
@@ -25,10 +26,11 @@ inline constexpr Guid IID_IScrambler{
 //   kOutOfMemory  *out is as it was.
 //
 // One thread at a time; only the reference count is interlocked.
-class IScrambler : public IUnknown {
+class IScrambler : public IComponent {
  public:
-  // Slot 3. Makes the key and, in modes 1 and 2, the initialisation vector. Algorithms with a key
-  // size of their own (1, 2, 4, 7, 10, 11, 12) ignore `keyBits`; for others it is 1 to 16384.
+  // Slot 3. Makes the key and, in kScrambleChained and kScrambleFeedback, the initialisation
+  // vector. Every CipherNumber but kDefaultCipher has a key size of its own and ignores `keyBits`;
+  // for others it is 1 to 16384.
   //   kOk           also when no key could be made: slots 4 to 7 then fail.
   //   kFail         there is a key already; it stays.
   //   kOutOfMemory  no vector could be made; there is no key.
@@ -54,6 +56,10 @@ class IScrambler : public IUnknown {
 
  protected:
   ~IScrambler() = default;
+};
+template <>
+struct InterfaceTraits<IScrambler> {
+  static constexpr Guid kId = IID_IScrambler;
 };
 
 }  // namespace vexa

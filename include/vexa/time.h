@@ -1,7 +1,7 @@
 #pragma once
 
 #include "vexa/module.h"
-#include "vexa/runtime/services.h"
+#include "vexa/runtime/time_table.h"
 
 namespace vexa {
 
@@ -40,10 +40,16 @@ struct TimeList {
   // Converts a time of the crypto runtime. One that the runtime refuses counts as 1970-01-01.
   uint64_t (*ConvertLibraryTime)(const runtime::LibraryTime* time, uint32_t to);
 };
-VEXA_SLOT(TimeList, GetModuleInfo, 0);
-VEXA_SLOT(TimeList, GetCurrentFileTime, 1);
-VEXA_SLOT(TimeList, ConvertTime, 2);
-VEXA_SLOT(TimeList, ConvertLibraryTime, 3);
-static_assert(sizeof(TimeList) == 4 * sizeof(void*));
+template <>
+struct ListTraits<TimeList> {
+  static constexpr const char* kName = kTimeListName;
+  static constexpr ListSlot kSlots[] = {
+      VEXA_LIST_SLOT(TimeList, GetModuleInfo, 0),
+      VEXA_LIST_SLOT(TimeList, GetCurrentFileTime, 1),
+      VEXA_LIST_SLOT(TimeList, ConvertTime, 2),
+      VEXA_LIST_SLOT(TimeList, ConvertLibraryTime, 3),
+  };
+};
+static_assert(namesEverySlot<TimeList>());
 
 }  // namespace vexa

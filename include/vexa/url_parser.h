@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa {
 
@@ -22,7 +22,7 @@ inline constexpr Guid IID_IURLParser{
 // Nothing is copied: the text given to parse must stay alive and unchanged until the next parse or
 // the object's end. Texts are zero-terminated, 8-bit. One thread at a time; only the reference
 // count is interlocked.
-class IURLParser : public IUnknown {
+class IURLParser : public IComponent {
  public:
   // Slot 3. Replaces what the last parse left. kOk: valid. kFail: not valid (null too); the parts
   // that were recognised stay readable.
@@ -55,6 +55,15 @@ class IURLParser : public IUnknown {
 
  protected:
   ~IURLParser() = default;
+};
+template <>
+struct InterfaceTraits<IURLParser> {
+  static constexpr Guid kId = IID_IURLParser;
+};
+template <>
+struct ClassTraits<IURLParser> {
+  static constexpr const char* kName = kUrlParserClassName;
+  static constexpr bool kIsSingleton = false;
 };
 
 }  // namespace vexa

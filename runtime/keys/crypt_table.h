@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/runtime/services.h"
+#include "vexa/runtime/crypt_table.h"
 
 namespace vexa::velmora {
 

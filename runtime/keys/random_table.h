@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vexa/runtime/services.h"
+#include "vexa/runtime/random_table.h"
 
 namespace vexa::velmora {
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "vexa/runtime/services.h"
+#include "vexa/runtime/asc_table.h"
+#include "vexa/runtime/pse_table.h"
 
 namespace vexa::velmora {
 

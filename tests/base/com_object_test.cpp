@@ -16,7 +16,7 @@ constexpr Guid kSecondId{5, 6, 7, {8}};
 constexpr Guid kHiddenId{9, 10, 11, {12}};
 constexpr Guid kUnknownId{13, 14, 15, {16}};
 
-class IFirst : public IUnknown {
+class IFirst : public IComponent {
  public:
   virtual int32_t First() = 0;
   virtual void* DeletingDestructor(uint32_t flags) = 0;
@@ -25,7 +25,7 @@ class IFirst : public IUnknown {
   ~IFirst() = default;
 };
 
-class ISecond : public IUnknown {
+class ISecond : public IComponent {
  public:
   virtual int32_t Second() = 0;
 
@@ -88,7 +88,7 @@ TEST_F(ComObjectTest, TheCountLiesDirectlyBehindTheTablePointer) {
 TEST_F(ComObjectTest, QueryInterfaceForIUnknownGivesThePrimaryInterfaceAndOneReference) {
   void* object = createSample();
   void* unknown = nullptr;
-  EXPECT_EQ(test::call<int32_t>(object, 0, &IID_IUnknown, &unknown), kOk);
+  EXPECT_EQ(test::call<int32_t>(object, 0, &IID_IComponent, &unknown), kOk);
   EXPECT_EQ(unknown, object);
   EXPECT_EQ(test::call<uint32_t>(object, 2), 1u);
   EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
@@ -113,7 +113,7 @@ TEST_F(ComObjectTest, ASecondInterfaceLiesAtItsOffsetAndSharesTheCount) {
   EXPECT_EQ(test::call<int32_t>(second, 3), 2);
   EXPECT_EQ(test::call<int32_t>(object, 3), 1);
   void* unknown = nullptr;
-  ASSERT_EQ(test::call<int32_t>(second, 0, &IID_IUnknown, &unknown), kOk);
+  ASSERT_EQ(test::call<int32_t>(second, 0, &IID_IComponent, &unknown), kOk);
   EXPECT_EQ(unknown, object);
   EXPECT_EQ(test::call<uint32_t>(second, 2), 2u);
   EXPECT_EQ(test::call<uint32_t>(object, 2), 1u);

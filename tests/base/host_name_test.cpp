@@ -6,7 +6,7 @@
 #include "base/list_registry.h"
 #include "support/module_fixture.h"
 #include "vexa/core.h"
-#include "vexa/unknown.h"
+#include "vexa/component.h"
 
 namespace vexa::test {
 namespace {
@@ -46,7 +46,7 @@ TEST_F(HostName, TheFirstOfFortyCharactersRegistersThirtyTwo) {
   spy.addInterface(kKept.c_str(), kClassFactoryListName, &spy.component.list);
   spy.clearRootCalls();
   void* out = nullptr;
-  EXPECT_EQ(base::RouteCreateInstance(kKept.c_str(), "a.class", &IID_IUnknown, &out), kOk);
+  EXPECT_EQ(base::RouteCreateInstance(kKept.c_str(), "a.class", &IID_IComponent, &out), kOk);
   EXPECT_EQ(spy.component.creations.size(), 1u);
   EXPECT_EQ(spy.component.hooksSet, 0);
   EXPECT_EQ(base::classFactories().count(), 0u);

@@ -183,7 +183,7 @@ TEST_F(Conformance, EveryClassAnswersForIUnknownItsOwnIdAndAnUnknownOne) {
     EXPECT_EQ(before, expected.isSingleton ? 2u : 1u) << expected.name;
 
     void* unknown = nullptr;
-    EXPECT_EQ(call<int32_t>(object, 0, &IID_IUnknown, &unknown), kOk);
+    EXPECT_EQ(call<int32_t>(object, 0, &IID_IComponent, &unknown), kOk);
     void* own = nullptr;
     EXPECT_EQ(call<int32_t>(unknown, 0, &expected.id, &own), kOk);
     EXPECT_EQ(own, object);
@@ -198,8 +198,8 @@ TEST_F(Conformance, EveryClassAnswersForIUnknownItsOwnIdAndAnUnknownOne) {
 
 TEST_F(Conformance, SingletonsAreOneObjectAndOthersAreNot) {
   for (const ClassCase& expected : kClasses) {
-    void* first = create(expected.name, IID_IUnknown);
-    void* second = create(expected.name, IID_IUnknown);
+    void* first = create(expected.name, IID_IComponent);
+    void* second = create(expected.name, IID_IComponent);
     EXPECT_EQ(first == second, expected.isSingleton) << expected.name;
     call<uint32_t>(first, 2);
     call<uint32_t>(second, 2);

@@ -66,7 +66,7 @@ TEST_F(JsonApi, ObjectsAnswerForTheirInterfaceAndIUnknown) {
   static constexpr Guid kObject{
       0x9D42C718, 0x78BE, 0x4150, {0x96, 0xFD, 0x09, 0xA1, 0xC4, 0xED, 0xF5, 0xC9}};
   for (const RawObject& object : {createObject(), parsed("{}")}) {
-    for (const Guid& id : {kObject, IID_IUnknown}) {
+    for (const Guid& id : {kObject, IID_IComponent}) {
       RawObject same;
       EXPECT_EQ(object.queryInterface(id, same.put()), kOk);
       EXPECT_EQ(same.get(), object.get());
@@ -81,7 +81,7 @@ TEST_F(JsonApi, ArraysAnswerForTheirInterfaceAndIUnknown) {
   const RawObject object = createObject();
   RawArray array;
   ASSERT_EQ(object.addArray("a", array.put()), kOk);
-  for (const Guid& id : {kArray, IID_IUnknown}) {
+  for (const Guid& id : {kArray, IID_IComponent}) {
     RawArray same;
     EXPECT_EQ(array.queryInterface(id, same.put()), kOk);
     EXPECT_EQ(same.get(), array.get());

@@ -34,7 +34,7 @@ class RawReference {
     }
   }
 
-  // --- IUnknown ---
+  // --- IComponent ---
   int32_t queryInterface(const Guid& id, void** out) const {
     return call<int32_t, const Guid*, void**>(object_, 0, &id, out);
   }

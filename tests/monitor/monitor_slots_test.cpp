@@ -10,7 +10,7 @@ const AddressBytes kIp = {2, 0, 0, 0, 10, 0, 0, 1};
 TEST_F(MonitorTest, IsOneObjectPerModule) {
   RawMonitor second(create(kClientMonitorClassName, IID_IClientMonitor));
   EXPECT_EQ(second.get(), monitor().get());
-  RawMonitor third(create(kClientMonitorClassName, IID_IUnknown));
+  RawMonitor third(create(kClientMonitorClassName, IID_IComponent));
   EXPECT_EQ(third.get(), monitor().get());
 }
 

@@ -270,7 +270,7 @@ TEST_F(Scrambler, IsHandedOutWithOneReference) {
 
 TEST_F(Scrambler, AnswersForItsInterfaceAndIUnknownOnly) {
   RawScrambler scrambler(12, 0, 256);
-  for (const Guid& id : {IID_IScrambler, IID_IUnknown}) {
+  for (const Guid& id : {IID_IScrambler, IID_IComponent}) {
     void* found = nullptr;
     EXPECT_EQ(call<int32_t>(scrambler.get(), 0, &id, &found), kOk);
     EXPECT_EQ(found, scrambler.get());

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "support/fake_component.h"
-#include "vexa/runtime/tables.h"
+#include "vexa/runtime/bound_tables.h"
 
 namespace vexa::test {
 

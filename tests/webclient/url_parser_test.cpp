@@ -335,7 +335,7 @@ TEST_F(UrlParser, DoesNotHoldTheOtherObject) {
 
 TEST_F(UrlParser, AnswersForItsInterfaceAndIUnknownOnly) {
   RawUrlParser url;
-  for (const Guid& id : {IID_IURLParser, IID_IUnknown}) {
+  for (const Guid& id : {IID_IURLParser, IID_IComponent}) {
     void* found = nullptr;
     EXPECT_EQ(call<int32_t>(url.get(), 0, &id, &found), kOk);
     EXPECT_EQ(found, url.get());

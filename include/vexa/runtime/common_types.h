@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vexa/runtime/certificate.h"
+#include "vexa/traits.h"
 
 namespace vexa::runtime {
 
@@ -16,6 +17,8 @@ struct TypeOperations {
   Reserved reserved6;
 };
 VEXA_FIXED_SLOT(TypeOperations, Duplicate, 4);
+
+inline constexpr char kCommonTypesName[] = "SEC_COMMONTYPES_1";
 
 // "SEC_COMMONTYPES_1" of the crypto runtime. Comparisons return 0 for equal.
 struct CommonTypes {
@@ -67,5 +70,10 @@ VEXA_OUR_SLOT(CommonTypes, KeyCreate, 23);
 VEXA_OUR_SLOT(CommonTypes, KeyRelease, 24);
 VEXA_OUR_SLOT(CommonTypes, RsaPrivateKeyDecode, 25);
 VEXA_OUR_SLOT(CommonTypes, RsaPrivateKeyRelease, 26);
+template <>
+struct TableTraits<CommonTypes> {
+  static constexpr const char* kComponent = nullptr;
+  static constexpr const char* kName = kCommonTypesName;
+};
 
 }  // namespace vexa::runtime

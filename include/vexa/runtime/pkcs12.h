@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vexa/runtime/certificate.h"
+#include "vexa/traits.h"
 
 // PKCS#12 (RFC 7292) through "SEC_PKCS12_1" and its companion table.
 namespace vexa::runtime {
@@ -67,6 +68,8 @@ VEXA_OUR_SLOT(Pkcs12TypesTable, BagRelease, 6);
 VEXA_OUR_SLOT(Pkcs12TypesTable, PrivateKeyInfoCreate, 7);
 VEXA_OUR_SLOT(Pkcs12TypesTable, PrivateKeyInfoRelease, 8);
 
+inline constexpr char kPkcs12Name[] = "SEC_PKCS12_1";
+
 // "SEC_PKCS12_1"
 struct Pkcs12Table {
   Reserved reserved0;
@@ -83,5 +86,10 @@ struct Pkcs12Table {
 VEXA_FIXED_SLOT(Pkcs12Table, GetTypes, 1);
 VEXA_OUR_SLOT(Pkcs12Table, Encode, 2);
 VEXA_OUR_SLOT(Pkcs12Table, Decode, 3);
+template <>
+struct TableTraits<Pkcs12Table> {
+  static constexpr const char* kComponent = nullptr;
+  static constexpr const char* kName = kPkcs12Name;
+};
 
 }  // namespace vexa::runtime

@@ -38,6 +38,5 @@ VEXA_FIXED_SLOT(RootList, Free, 9);
 using GetRootListFunction = int32_t (*)(uint64_t, uint64_t, const RootList** out, uint64_t,
                                         const char* options, uint64_t);
 inline constexpr char kGetRootListExport[] = "quorix_get_f_list";
-inline constexpr char kStringComponent[] = "vexastring";
 
 }  // namespace vexa::runtime

@@ -1,10 +1,15 @@
 #pragma once
 
 #include "vexa/runtime/records.h"
+#include "vexa/traits.h"
 
 // Tables of the string component "vexastring". A *text* is a zero-terminated block; a *string* is
 // a StringObject. Results are 0 or a negative code unless said otherwise.
 namespace vexa::runtime {
+
+inline constexpr char kStringComponent[] = "vexastring";
+
+inline constexpr char kStringName[] = "String.1";
 
 // "String.1"
 struct StringTable {
@@ -54,9 +59,16 @@ VEXA_OUR_SLOT(StringTable, Normalise, 18);
 VEXA_OUR_SLOT(StringTable, Decode, 19);
 VEXA_OUR_SLOT(StringTable, Trim, 20);
 VEXA_OUR_SLOT(StringTable, SplitFirst, 21);
+template <>
+struct TableTraits<StringTable> {
+  static constexpr const char* kComponent = kStringComponent;
+  static constexpr const char* kName = kStringName;
+};
 
 inline constexpr uint32_t kUtf8 = 65001;             // code page
 inline constexpr uint64_t kNotFound = ~uint64_t{0};  // Find
+
+inline constexpr char kWideStringName[] = "StringW.1";
 
 // "StringW.1": the same with 16-bit units.
 struct WideStringTable {
@@ -106,6 +118,14 @@ VEXA_OUR_SLOT(WideStringTable, Find, 22);
 VEXA_OUR_SLOT(WideStringTable, WildcardMatch, 23);
 VEXA_OUR_SLOT(WideStringTable, FromMultiByte, 24);
 VEXA_OUR_SLOT(WideStringTable, ToMultiByte, 25);
+template <>
+struct TableTraits<WideStringTable> {
+  static constexpr const char* kComponent = kStringComponent;
+  static constexpr const char* kName = kWideStringName;
+};
+
+inline constexpr char kMultiStringName[] = "MultiString.1";
+inline constexpr char kWideMultiStringName[] = "MultiStringW.1";
 
 // "MultiString.1" and "MultiStringW.1": bound and released, never called.
 struct MultiStringTable {
