@@ -31,6 +31,40 @@ constexpr int32_t kBadKeyLength = resultFrom(0xA010000Bu);
 // AllocBuffer and its relatives keep a failure code of their own.
 constexpr int32_t kBufferFail = resultFrom(0xFFFFFFFFu);
 
+// The name of a code above, for messages; "another code" for any other.
+constexpr const char* resultName(int32_t result) {
+  switch (result) {
+    case kOk:
+      return "kOk";
+    case kFalse:
+      return "kFalse";
+    case kNotImplemented:
+      return "kNotImplemented";
+    case kNoInterface:
+      return "kNoInterface";
+    case kNullPointer:
+      return "kNullPointer";
+    case kFail:
+      return "kFail";
+    case kAccessDenied:
+      return "kAccessDenied";
+    case kOutOfMemory:
+      return "kOutOfMemory";
+    case kInvalidArgument:
+      return "kInvalidArgument";
+    case kNullListArgument:
+      return "kNullListArgument";
+    case kUnknownList:
+      return "kUnknownList";
+    case kBadKeyLength:
+      return "kBadKeyLength";
+    case kBufferFail:
+      return "kBufferFail";
+    default:
+      return "another code";
+  }
+}
+
 constexpr bool failed(int32_t result) { return result < 0; }
 constexpr bool succeeded(int32_t result) { return result >= 0; }
 

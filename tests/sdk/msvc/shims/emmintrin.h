@@ -1,0 +1,3 @@
+#pragma once
+
+// Nothing here needs the processor's own instructions.
