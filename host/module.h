@@ -9,8 +9,8 @@
 #include "ref.h"
 #include "vexa/class_factory.h"
 #include "vexa/module.h"
-#include "vexa/runtime/reference.h"
 #include "vexa/runtime/bound_tables.h"
+#include "vexa/runtime/reference.h"
 
 namespace vexahost {
 

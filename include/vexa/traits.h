@@ -3,9 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// What lists, interfaces, classes and runtime tables are called, attached to their types. Every
-// header specialises these beside what it declares, so that a template needs the type alone:
-// `module.list<vexa::JsonApiList>()` of vexa/host.h.
+// What lists, interfaces and classes are called, attached to their types. Every header specialises
+// these beside what it declares, so that a template needs the type alone.
 namespace vexa {
 
 // One slot of a function list, for tools and messages.
@@ -45,13 +44,5 @@ constexpr bool namesEverySlot() {
   }
   return sizeof(List) == slotCount<List>() * sizeof(void*);
 }
-
-namespace runtime {
-
-// Of a table of the runtime: kComponent (null: the crypto runtime) and kName, for GetInterface.
-template <class Table>
-struct TableTraits;
-
-}  // namespace runtime
 
 }  // namespace vexa

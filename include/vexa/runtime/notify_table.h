@@ -3,7 +3,7 @@
 #include <cstdarg>
 
 #include "vexa/runtime/slots.h"
-#include "vexa/traits.h"
+#include "vexa/runtime/table_traits.h"
 
 namespace vexa::runtime {
 

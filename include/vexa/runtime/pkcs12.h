@@ -1,7 +1,7 @@
 #pragma once
 
 #include "vexa/runtime/certificate.h"
-#include "vexa/traits.h"
+#include "vexa/runtime/table_traits.h"
 
 // PKCS#12 (RFC 7292) through "SEC_PKCS12_1" and its companion table.
 namespace vexa::runtime {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "vexa/runtime/slots.h"
-#include "vexa/traits.h"
+#include "vexa/runtime/table_traits.h"
 
 namespace vexa::runtime {
 

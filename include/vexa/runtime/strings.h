@@ -1,7 +1,7 @@
 #pragma once
 
 #include "vexa/runtime/records.h"
-#include "vexa/traits.h"
+#include "vexa/runtime/table_traits.h"
 
 // Tables of the string component "vexastring". A *text* is a zero-terminated block; a *string* is
 // a StringObject. Results are 0 or a negative code unless said otherwise.
