@@ -3,6 +3,7 @@
 python3 -m generator c-header INCLUDE VERSION OUT    the C header
 python3 -m generator abi INCLUDE VERSION OUT         the binary interface as JSON
 python3 -m generator calls INCLUDE VERSION OUT       a source that calls everything
+python3 -m generator python INCLUDE VERSION OUT      the tables in vexabase.py, made anew
 """
 
 import json
@@ -12,6 +13,7 @@ import sys
 from .abi import describe
 from .c_header import CHeader
 from .calls import Calls
+from .python_tables import replaced
 from .reader import read_sdk
 from .tokens import HeaderError
 
@@ -22,6 +24,8 @@ def main(what, include, version, out):
         text = CHeader(sdk, version).write()
     elif what == "calls":
         text = Calls(sdk).write()
+    elif what == "python":
+        text = replaced(pathlib.Path(out).read_text(encoding="utf-8"), sdk)
     elif what == "abi":
         text = json.dumps(describe(sdk, version), indent=1) + "\n"
     else:

@@ -1,11 +1,11 @@
-/* A complete small host in C, without the SDK's headers: function lists and objects are arrays of
- * function pointers, called by slot number. The module finds velmora by itself.
+/* A complete small host in C11 with the generated header: function lists and objects are records of
+ * function pointers. The module finds velmora by itself.
  *
  *   host_c MODULE     the module's file
  */
-#include <stdbool.h>
-#include <stdint.h>
 #include <stdio.h>
+
+#include "vexabase.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -23,59 +23,53 @@ static Symbol find(Library library, const char* name) { return dlsym(library, na
 static void unload(Library library) { dlclose(library); }
 #endif
 
-typedef int32_t (*Lookup)(const char* host, const char* list, const void** out);
-typedef int32_t (*ModuleInit)(const void* root, Lookup* lookup);
-typedef int32_t (*ModuleFinal)(void);
-
-typedef struct {
-  uint32_t data1;
-  uint16_t data2, data3;
-  uint8_t data4[8];
-} Guid;
-
-static const Guid kIUrlParser = {
-    0x9D4C1A6E, 0x52F7, 0x4B38, {0x8E, 0x0D, 0x73, 0xA1, 0xC6, 0xB9, 0x5F, 0x24}};
-
-/* A list is such an array; an object begins with the address of one. */
-typedef void (*Slot)(void);
-static const Slot* tableOf(const void* object) { return *(const Slot* const*)object; }
-
-/* List "timeapi", slot 2: convert a value between formats. */
-typedef uint64_t (*ConvertTime)(uint64_t value, uint32_t from, uint32_t to);
-/* List "ClassFactory.1", slot 1. */
-typedef int32_t (*CreateInstance)(const char* className, const Guid* id, void** object);
-/* Class "vexa.webclient.url.parser": slots 2, 3 and 4. */
-typedef uint32_t (*Release)(void* self);
-typedef int32_t (*Parse)(void* self, const char* url);
-typedef int32_t (*GetPort)(void* self);
-
-static const Slot* findList(Lookup lookup, const char* name) {
+/* A function list by its name, or null. */
+static const void* findList(vexa_GetModuleInterfaceFunction lookup, const char* name) {
   const void* list = NULL;
-  return lookup(NULL, name, &list) >= 0 ? (const Slot*)list : NULL;
+  return lookup(NULL, name, &list) >= 0 ? list : NULL;
 }
 
-static bool showPort(const Slot* classes) {
-  void* url = NULL;
-  if (((CreateInstance)classes[1])("vexa.webclient.url.parser", &kIUrlParser, &url) < 0) {
+static void showTime(const vexa_TimeList* times) {
+  const uint64_t ticks = times->ConvertTime(1, VEXA_UNIX_SECONDS_FORMAT, VEXA_FILE_TIME_FORMAT);
+  printf("file time: %llu\n", (unsigned long long)ticks);
+}
+
+static bool showPort(const vexa_ClassFactoryList* classes) {
+  void* object = NULL;
+  if (classes->CreateInstance(VEXA_URL_PARSER_CLASS_NAME, &vexa_IID_IURLParser, &object) < 0) {
     return false;
   }
-  const int32_t result = ((Parse)tableOf(url)[3])(url, "https://example.com/x");
-  printf("port: %d\n", (int)((GetPort)tableOf(url)[4])(url));
-  ((Release)tableOf(url)[2])(url);
+  vexa_IURLParser* const url = object;
+  const int32_t result = url->table->parse(url, "https://example.com/x");
+  printf("port: %d\n", (int)url->table->getPort(url));
+  url->table->Release(url);
+  return result >= 0;
+}
+
+static bool showJson(const vexa_JsonApiList* json) {
+  char text[] = "{\"answer\": 42}";
+  const vexa_ByteBuffer bytes = {sizeof(text) - 1, (uint8_t*)text};
+  vexa_IJsonObject* object = NULL;
+  if (json->Parse(&bytes, &object) < 0) {
+    return false;
+  }
+  int32_t answer = 0;
+  const int32_t result = object->table->GetInteger(object, "answer", &answer);
+  printf("answer: %d\n", (int)answer);
+  object->table->Release(object);
   return result >= 0;
 }
 
 /* Between module_init and module_final. */
-static bool useModule(Lookup lookup) {
-  const Slot* const times = findList(lookup, "timeapi");
-  const Slot* const classes = findList(lookup, "ClassFactory.1");
-  if (times == NULL || classes == NULL) {
+static bool useModule(vexa_GetModuleInterfaceFunction lookup) {
+  const vexa_TimeList* const times = findList(lookup, VEXA_TIME_LIST_NAME);
+  const vexa_ClassFactoryList* const classes = findList(lookup, VEXA_CLASS_FACTORY_LIST_NAME);
+  const vexa_JsonApiList* const json = findList(lookup, VEXA_JSON_API_LIST_NAME);
+  if (times == NULL || classes == NULL || json == NULL) {
     return false;
   }
-  const uint32_t unixSeconds = 0x21, fileTime = 0x18;
-  const uint64_t ticks = ((ConvertTime)times[2])(1, unixSeconds, fileTime);
-  printf("file time: %llu\n", (unsigned long long)ticks);
-  return showPort(classes);
+  showTime(times);
+  return showPort(classes) && showJson(json);
 }
 
 int main(int argc, char** argv) {
@@ -86,10 +80,10 @@ int main(int argc, char** argv) {
   bool good = false;
   const Library module = load(argv[1]);
   if (module != NULL) {
-    const ModuleInit init = (ModuleInit)find(module, "module_init");
-    const ModuleFinal final = (ModuleFinal)find(module, "module_final");
+    const vexa_ModuleInitFunction init = (vexa_ModuleInitFunction)find(module, "module_init");
+    const vexa_ModuleFinalFunction final = (vexa_ModuleFinalFunction)find(module, "module_final");
     if (init != NULL && final != NULL) {
-      Lookup lookup = NULL;
+      vexa_GetModuleInterfaceFunction lookup = NULL;
       good = init(NULL, &lookup) >= 0 && useModule(lookup);
       final();
     }

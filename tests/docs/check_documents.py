@@ -63,7 +63,7 @@ def check_services():
     for header in (root / "include/vexa").glob("*.h"):
         text = header.read_text()
         names = re.findall(r'constexpr char k\w+(?:List|Class)Name\[\] =\s*"([^"]+)"', text)
-        names += re.findall(r"^VEXA_SLOT\(\w+, (\w+), \d+\);", text, re.M)
+        names += re.findall(r"VEXA_LIST_SLOT\(\w+, (\w+), \d+\)", text)
         names += re.findall(r"// Slots? \d.*?\n(?:  //.*\n)*  virtual \S+ (\w+)\(", text)
         for name in names:
             if not name.startswith("reserved") and f"`{name}" not in pages:

@@ -68,6 +68,8 @@ class Checks:
             self.add(f"{compiler}: the C header", [compiler, *CXX17], '#include "vexabase.h"\n')
         for compiler in ("gcc", "clang-14"):
             self.add(f"{compiler}: the C header", [compiler, *C11], '#include "vexabase.h"\n', "c")
+        self.add("without exceptions", ["g++", *CXX17, "-fno-exceptions"],
+                 '#include "vexa/host.h"\n')
 
     def windows(self):
         mingw = [f"{MINGW}-g++-posix", *CXX17]
