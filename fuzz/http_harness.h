@@ -74,8 +74,7 @@ class FailingAllocation final : public velmora::HeapObserver {
     hasFailed_ = hasFailed_ || fails;
     return !fails;
   }
-  void onGrow(uint8_t*, uint64_t, uint64_t) override {}
-  void onFree(uint8_t*, uint64_t) override {}
+  void onFree(const uint8_t*, uint64_t) override {}
   void onError(const char* message) override { require(false, message); }
 
  private:

@@ -1,35 +1,40 @@
 #include "runtime/heap.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "runtime/heap_block.h"
+#include "runtime/heap_poison.h"
+#include "runtime/thread_cache.h"
+
 namespace vexa::velmora {
 namespace {
-
-// Who may release a block. The values tell a live block from anything else.
-enum class Origin : uint64_t {
-  kRoot = 0x746F6F5261786556,
-  kText = 0x7478655461786556,
-  kComponentText = 0x706D6F4361786556,
-  kFreed = 0x6565724661786556,
-};
-
-struct Header {
-  Origin origin;
-  uint64_t size;  // bytes asked for
-};
-static_assert(sizeof(Header) == 16);
 
 // No block is larger. Beyond it lie only wrong calculations.
 constexpr uint64_t kLargest = uint64_t{1} << 39;
 
-std::atomic<uint64_t> live{0};
 std::atomic<uint64_t> errors{0};
 std::atomic<HeapObserver*> observer{nullptr};
+std::atomic<bool> askedToWatch{kUnderAddressSanitizer};
+// Whether blocks may be kept and grow in place: nobody watches.
+std::atomic<bool> quick{!kUnderAddressSanitizer};
 
-Header* headerOf(void* block) { return static_cast<Header*>(block) - 1; }
+void updateQuick() { quick = !askedToWatch && observer == nullptr; }
+
+ThreadCache* quickCache() {
+  return quick.load(std::memory_order_relaxed) ? ThreadCache::current() : nullptr;
+}
+
+void count(int64_t change) {
+  if (ThreadCache* const cache = ThreadCache::make()) {
+    cache->count(change);
+  } else {
+    ThreadCache::countElsewhere(change);
+  }
+}
 
 void report(const char* message) {
   errors.fetch_add(1);
@@ -45,47 +50,232 @@ bool refused(uint64_t size) {
   return (watcher != nullptr && !watcher->mayAllocate(size)) || size > kLargest;
 }
 
-bool isLive(Origin origin) {
-  return origin == Origin::kRoot || origin == Origin::kText || origin == Origin::kComponentText;
+// Who may release the block; kNone when it is no live block.
+Origin originOf(void* block) {
+  if (reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0) {
+    const Header* const header = headerOf(block);
+    for (const Origin origin : {Origin::kRoot, Origin::kText, Origin::kComponentText}) {
+      if (header->is(origin)) {
+        return origin;
+      }
+    }
+  }
+  return Origin::kNone;
 }
 
-// Room for a header and zero-filled bytes; null when memory is short. Small blocks are not taken
-// from calloc, which passes over the C library's cache of free blocks.
-Header* zeroed(uint64_t bytes) {
-  constexpr uint64_t kSmall = 1024;
-  if (bytes > kSmall) {
-    return static_cast<Header*>(std::calloc(1, sizeof(Header) + bytes));
-  }
-  auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + bytes));
-  if (header != nullptr) {
-    std::memset(header + 1, 0, bytes);
-  }
-  return header;
+// --- Taking ---
+
+// The first and the last bytes, which may overlap.
+template <uint64_t count>
+void clearEnds(uint8_t* bytes, uint64_t size) {
+  std::memset(bytes, 0, count);
+  std::memset(bytes + size - count, 0, count);
 }
 
-// A zero-filled block. One byte at least, so that every block has an address of its own.
-void* allocateFor(Origin origin, uint64_t size) {
-  if (refused(size)) {
+// Small blocks without a call. No block has room for less than a step.
+inline void clear(uint8_t* bytes, uint64_t size) {
+  if (size <= 16) {
+    std::memset(bytes, 0, kStep);
+  } else if (size <= 32) {
+    clearEnds<16>(bytes, size);
+  } else if (size <= 64) {
+    clearEnds<32>(bytes, size);
+  } else if (size <= 128) {
+    clearEnds<64>(bytes, size);
+  } else {
+    std::memset(bytes, 0, size);
+  }
+}
+
+enum class Content { kZero, kAny };
+
+// Gives a block that was free to `origin`. The slack stays out of bounds.
+inline void* handOut(Header* header, Origin origin, uint64_t size, uint32_t sizeClass,
+                     Content content) {
+  header->mark(origin);
+  header->setSize(size, sizeClass);
+  if (content == Content::kZero) {
+    clear(header->bytes(), size);
+  }
+  forbidBytes(header->bytes() + size, capacityOfClass(sizeClass) - size);
+  return header->bytes();
+}
+
+// A block of its own. Null when memory is short.
+Header* newLarge(Origin origin, uint64_t size, uint64_t capacity, Content content) {
+  const uint64_t room = sizeof(LargeHeader) + capacity;
+  auto* const large = static_cast<LargeHeader*>(content == Content::kZero ? std::calloc(1, room)
+                                                                          : std::malloc(room));
+  if (large == nullptr) {
     return nullptr;
   }
-  const uint64_t bytes = size == 0 ? 1 : size;
-  auto* const header = zeroed(bytes);
+  large->capacity = capacity;
+  large->header.mark(origin);
+  large->header.setSize(size, kNoClass);
+  return &large->header;
+}
+
+// A block of `size` bytes with room for `capacity`, when nobody watches.
+[[gnu::noinline]] void* allocateNew(Origin origin, uint64_t size, uint64_t capacity,
+                                    Content content) {
+  if (capacity > kLargestOfClass) {
+    Header* const header = newLarge(origin, size, capacity, content);
+    if (header == nullptr) {
+      return nullptr;
+    }
+    count(1);
+    forbidBytes(header->bytes() + size, capacity - size);
+    return header->bytes();
+  }
+  const uint32_t sizeClass = classOf(capacity);
+  ThreadCache* const cache = ThreadCache::make();
+  Header* header = cache == nullptr ? nullptr : cache->take(sizeClass);
+  if (header == nullptr) {
+    header = static_cast<Header*>(std::malloc(sizeof(Header) + capacityOfClass(sizeClass)));
+  }
   if (header == nullptr) {
     return nullptr;
   }
-  *header = {origin, bytes};
-  live.fetch_add(1, std::memory_order_relaxed);
-  return header + 1;
+  count(1);
+  return handOut(header, origin, size, sizeClass, content);
 }
 
-void release(void* block) {
-  Header* const header = headerOf(block);
-  if (HeapObserver* const watcher = observer.load()) {
-    watcher->onFree(static_cast<uint8_t*>(block), header->size);
+[[gnu::noinline]] void* allocateSlowly(Origin origin, uint64_t size) {
+  if (refused(size)) {
+    return nullptr;
   }
-  header->origin = Origin::kFreed;
-  std::free(header);
-  live.fetch_sub(1, std::memory_order_relaxed);
+  const uint64_t bytes = std::max<uint64_t>(size, 1);
+  if (quick.load(std::memory_order_relaxed)) {
+    return allocateNew(origin, bytes, bytes, Content::kZero);
+  }
+  Header* const header = newLarge(origin, bytes, bytes, Content::kZero);
+  if (header == nullptr) {
+    return nullptr;
+  }
+  count(1);
+  return header->bytes();
+}
+
+// A zero-filled block. One byte at least, so that every block has an address of its own.
+inline void* allocateFor(Origin origin, uint64_t size) {
+  ThreadCache* const cache = quickCache();
+  if (cache != nullptr && size - 1 < kLargestOfClass) [[likely]] {
+    const uint32_t sizeClass = classOf(size);
+    if (Header* const header = cache->take(sizeClass)) [[likely]] {
+      cache->count(1);
+      return handOut(header, origin, size, sizeClass, Content::kZero);
+    }
+  }
+  return allocateSlowly(origin, size);
+}
+
+// --- Giving back ---
+
+[[gnu::noinline]] void releaseToSystem(Header* header) {
+  const uint64_t size = header->size();
+  if (!quick.load(std::memory_order_relaxed)) {
+    if (HeapObserver* const watcher = observer.load()) {
+      watcher->onFree(header->bytes(), size);
+    }
+    std::memset(header->bytes(), kFreedByte, size);
+  }
+  void* const start =
+      header->sizeClass() == kNoClass ? static_cast<void*>(largeOf(header)) : header;
+  header->mark(Origin::kFreed);
+  std::free(start);
+  count(-1);
+}
+
+inline void release(Header* header) {
+  ThreadCache* const cache = quickCache();
+  const uint32_t sizeClass = header->sizeClass();
+  if (cache != nullptr && sizeClass != kNoClass) [[likely]] {
+    header->mark(Origin::kFreed);
+    cache->count(-1);
+    cache->keep(header, sizeClass);
+    return;
+  }
+  releaseToSystem(header);
+}
+
+[[gnu::noinline]] void freeOther(void* block) {
+  switch (originOf(block)) {
+    case Origin::kComponentText:
+      report("a text of TextDuplicate released by Free instead of TextRelease");
+      [[fallthrough]];
+    case Origin::kRoot:
+    case Origin::kText:
+      release(headerOf(block));
+      return;
+    default:
+      report("Free of something that is not a live block");
+  }
+}
+
+// --- Changing the size ---
+
+// Blocks up to here stay as they are when they shrink.
+constexpr uint64_t kSmall = 1024;
+
+bool fits(uint64_t bytes, uint64_t capacity) {
+  return bytes <= capacity && (capacity <= kSmall || bytes >= capacity / 2);
+}
+
+void* resizeInPlace(Header* header, uint64_t bytes) {
+  header->setSize(bytes, header->sizeClass());
+  allowBytes(header->bytes(), bytes);
+  forbidBytes(header->bytes() + bytes, header->capacity() - bytes);
+  return header->bytes();
+}
+
+// The system may find a larger block's neighbourhood free, or move it without copying.
+void* resizeLarge(Header* header, Origin origin, uint64_t bytes, uint64_t capacity) {
+  LargeHeader* const old = largeOf(header);
+  allowBytes(header->bytes(), old->capacity);
+  header->mark(Origin::kFreed);
+  auto* const large = static_cast<LargeHeader*>(std::realloc(old, sizeof(LargeHeader) + capacity));
+  if (large == nullptr) {
+    header->mark(origin);
+    forbidBytes(header->bytes() + header->size(), old->capacity - header->size());
+    return nullptr;
+  }
+  large->capacity = capacity;
+  large->header.mark(origin);
+  return resizeInPlace(&large->header, bytes);
+}
+
+void* moveTo(void* target, Header* header, uint64_t bytes) {
+  if (target != nullptr) {
+    std::memcpy(target, header->bytes(), std::min(header->size(), bytes));
+    release(header);
+  }
+  return target;
+}
+
+// What grows is likely to grow again: a quarter of slack makes many small steps cost as much as
+// one long one.
+void* resize(Header* header, Origin origin, uint64_t bytes) {
+  const uint64_t old = header->size();
+  const uint64_t capacity = bytes > old ? bytes + bytes / 4 : bytes;
+  void* const resized =
+      header->sizeClass() == kNoClass && capacity > kLargestOfClass
+          ? resizeLarge(header, origin, bytes, capacity)
+          : moveTo(allocateNew(origin, bytes, capacity, Content::kAny), header, bytes);
+  return resized == nullptr && bytes <= header->capacity() ? resizeInPlace(header, bytes) : resized;
+}
+
+// Always moved, so that a pointer into the old block shows itself as stale.
+void* resizeWatchfully(Header* header, Origin origin, uint64_t bytes) {
+  Header* const grown = newLarge(origin, bytes, bytes, Content::kAny);
+  if (grown == nullptr) {
+    return nullptr;
+  }
+  count(1);
+  const uint64_t old = header->size();
+  if (bytes > old) {
+    std::memset(grown->bytes() + old, kGrownByte, bytes - old);
+  }
+  return moveTo(grown->bytes(), header, bytes);
 }
 
 }  // namespace
@@ -96,47 +286,33 @@ void* reallocateBlock(void* block, uint64_t size) {
   if (block == nullptr) {
     return allocateBlock(size);
   }
-  if (!isLive(headerOf(block)->origin)) {
+  const Origin origin = originOf(block);
+  if (origin == Origin::kNone) {
     report("Reallocate of something that is not a live block");
     return nullptr;
   }
   if (refused(size)) {
     return nullptr;
   }
-  // Always moved, so that a pointer into the old block shows itself as stale.
-  const Header old = *headerOf(block);
-  const uint64_t bytes = size == 0 ? 1 : size;
-  auto* const header = static_cast<Header*>(std::malloc(sizeof(Header) + bytes));
-  if (header == nullptr) {
-    return nullptr;
+  Header* const header = headerOf(block);
+  const uint64_t bytes = std::max<uint64_t>(size, 1);
+  if (!quick.load(std::memory_order_relaxed)) {
+    return resizeWatchfully(header, origin, bytes);
   }
-  *header = {old.origin, bytes};
-  live.fetch_add(1, std::memory_order_relaxed);
-  auto* const grown = reinterpret_cast<uint8_t*>(header + 1);
-  std::memcpy(grown, block, old.size < bytes ? old.size : bytes);
-  HeapObserver* const watcher = observer.load();
-  if (watcher != nullptr && bytes > old.size) {
-    watcher->onGrow(grown, old.size, bytes);
-  }
-  release(block);
-  return grown;
+  return fits(bytes, header->capacity()) ? resizeInPlace(header, bytes)
+                                         : resize(header, origin, bytes);
 }
 
 void freeBlock(void* block) {
   if (block == nullptr) {
     return;
   }
-  switch (headerOf(block)->origin) {
-    case Origin::kComponentText:
-      report("a text of TextDuplicate released by Free instead of TextRelease");
-      [[fallthrough]];
-    case Origin::kRoot:
-    case Origin::kText:
-      release(block);
-      return;
-    default:
-      report("Free of something that is not a live block");
+  if (reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0 &&
+      headerOf(block)->is(Origin::kRoot)) [[likely]] {
+    release(headerOf(block));
+    return;
   }
+  freeOther(block);
 }
 
 void* duplicateText(const void* text, uint64_t units, uint64_t unitSize) {
@@ -151,12 +327,12 @@ void freeText(void* text) {
   if (text == nullptr) {
     return;
   }
-  const Origin origin = headerOf(text)->origin;
+  const Origin origin = originOf(text);
   if (origin != Origin::kText) {
     report("TextRelease of the string component for a block that it did not make");
   }
-  if (isLive(origin)) {
-    release(text);
+  if (origin != Origin::kNone) {
+    release(headerOf(text));
   }
 }
 
@@ -173,19 +349,29 @@ void freeComponentText(char* text) {
   if (text == nullptr) {
     return;
   }
-  const Origin origin = headerOf(text)->origin;
+  const Origin origin = originOf(text);
   if (origin != Origin::kComponentText) {
     report("TextRelease of the common types for a block that TextDuplicate did not make");
   }
-  if (isLive(origin)) {
-    release(text);
+  if (origin != Origin::kNone) {
+    release(headerOf(text));
   }
 }
 
-uint64_t liveBlocks() { return live.load(); }
+uint64_t liveBlocks() { return static_cast<uint64_t>(ThreadCache::allLive()); }
 
 uint64_t heapErrors() { return errors.load(); }
 
-void observeHeap(HeapObserver* watcher) { observer.store(watcher); }
+void setWatchful(bool watchful) {
+  askedToWatch = watchful;
+  updateQuick();
+}
+
+void observeHeap(HeapObserver* watcher) {
+  observer = watcher;
+  updateQuick();
+}
+
+void closeHeap() { ThreadCache::closeAll(); }
 
 }  // namespace vexa::velmora

@@ -4,6 +4,10 @@
 
 // The root heap: one heap under everything that the runtime hands out. Each block remembers its
 // size and who may release it, so that a wrong release is told instead of done. Any thread.
+//
+// Blocks come in sizes with some slack, in which they grow where they are, and each thread keeps a
+// few that it released for its next requests (thread_cache.h). A watchful heap does neither: it
+// serves those who look for mistakes.
 namespace vexa::velmora {
 
 // A zero-filled block, or null when memory is short. Size 0 gives one byte.
@@ -26,20 +30,31 @@ void freeComponentText(char* text);
 uint64_t liveBlocks();
 uint64_t heapErrors();
 
-// Watches the heap and may refuse allocations. Called from whatever thread uses the heap; must not
-// use the heap itself.
+// Watchful: every block is one of the system's own, of exactly the size asked for; a reallocation
+// always moves, what it adds is filled with kGrownByte, and a released block with kFreedByte. May
+// be switched at any time. Under AddressSanitizer the heap begins so, else not.
+void setWatchful(bool watchful);
+inline constexpr uint8_t kFreedByte = 0xDD;
+inline constexpr uint8_t kGrownByte = 0xCC;
+
+// Sees what the heap does and may refuse allocations. Called from whatever thread uses the heap;
+// must not use the heap itself.
 class HeapObserver {
  public:
   // False: the allocation (or reallocation) fails.
   virtual bool mayAllocate(uint64_t size) = 0;
-  virtual void onGrow(uint8_t* block, uint64_t oldSize, uint64_t newSize) = 0;
-  virtual void onFree(uint8_t* block, uint64_t size) = 0;
+  // Before the block is filled.
+  virtual void onFree(const uint8_t* block, uint64_t size) = 0;
   virtual void onError(const char* message) = 0;
 
  protected:
   ~HeapObserver() = default;
 };
-// Null: nobody watches. The observer must outlive its use.
+// The heap is watchful while it has an observer. Null: nobody observes. The observer must outlive
+// its use.
 void observeHeap(HeapObserver* watcher);
+
+// Before the library goes: gives the system everything back but the blocks that are alive.
+void closeHeap();
 
 }  // namespace vexa::velmora

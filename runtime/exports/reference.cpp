@@ -4,6 +4,13 @@
 #include "runtime/heap.h"
 #include "vexa/results.h"
 
+namespace {
+
+// When the library goes. Whoever still holds blocks may use them, but gets no more.
+[[gnu::destructor]] void unload() { vexa::velmora::closeHeap(); }
+
+}  // namespace
+
 int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** out, uint64_t,
                           const char* /*options*/, uint64_t) {
   if (out == nullptr) {
@@ -14,6 +21,8 @@ int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** ou
 }
 
 uint64_t velmora_live_blocks() { return vexa::velmora::liveBlocks(); }
+
+void velmora_watch_heap(uint32_t watch) { vexa::velmora::setWatchful(watch != 0); }
 
 uint64_t velmora_heap_errors() { return vexa::velmora::heapErrors(); }
 

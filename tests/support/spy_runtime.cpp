@@ -5,7 +5,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ostream>
 #include <utility>
 
@@ -17,9 +16,6 @@ namespace vexa::test {
 namespace {
 
 SpyRuntime* theSpy = nullptr;
-
-constexpr int kFreedByte = 0xDD;
-constexpr int kGrownByte = 0xCC;
 
 int64_t blocksAlive() { return static_cast<int64_t>(velmora::liveBlocks()); }
 
@@ -67,14 +63,10 @@ class SpyHeapWatch final : public velmora::HeapObserver {
     ++theSpy->allocations_;
     return allocation_gate::pass();
   }
-  void onGrow(uint8_t* block, uint64_t oldSize, uint64_t newSize) override {
-    std::memset(block + oldSize, kGrownByte, newSize - oldSize);
-  }
-  void onFree(uint8_t* block, uint64_t size) override {
+  void onFree(const uint8_t* block, uint64_t size) override {
     if (theSpy->onFree) {
       theSpy->onFree(block, size);
     }
-    std::memset(block, kFreedByte, size);
   }
   void onError(const char* message) override {
     const std::lock_guard lock(theSpy->mutex_);

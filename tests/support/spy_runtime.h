@@ -39,8 +39,9 @@ struct RootCall {
 // replace (`spy.encode.Base64Encode = fails;`). It records how tables are bound and released,
 // collects the trace, watches the root heap and lets allocations and bindings fail.
 //
-// Freed blocks are filled with 0xDD, the growth of Reallocate with 0xCC. Table functions have no
-// self, so there is one spy at a time. Wrong releases are test failures.
+// The root heap is watchful meanwhile: freed blocks are filled with 0xDD, the growth of Reallocate,
+// which always moves, with 0xCC. Table functions have no self, so there is one spy at a time. Wrong
+// releases are test failures.
 class SpyRuntime final {
  public:
   SpyRuntime();

@@ -36,6 +36,10 @@ VELMORA_EXPORT uint64_t velmora_live_blocks();
 // Wrong releases so far: a foreign block, a block released twice, a text given to the wrong release
 // function. Each is also written to the standard error.
 VELMORA_EXPORT uint64_t velmora_heap_errors();
+// Not 0: the heap watches out from now on. It then makes mistakes show: a reallocation always moves
+// the block and fills what it adds with 0xCC, a released block is filled with 0xDD and goes back to
+// the system, where a memory checker sees it. Slower; 0, as it begins, ends it.
+VELMORA_EXPORT void velmora_watch_heap(uint32_t watch);
 // Tables handed out by GetInterface and not given back by ReleaseInterface.
 VELMORA_EXPORT int64_t velmora_bound_interfaces();
 
