@@ -4,16 +4,17 @@ python3 -m generator c-header INCLUDE VERSION OUT    the C header
 python3 -m generator abi INCLUDE VERSION OUT         the binary interface as JSON
 python3 -m generator calls INCLUDE VERSION OUT       a source that calls everything
 python3 -m generator python INCLUDE VERSION OUT      the tables in vexabase.py, made anew
+python3 -m generator page INCLUDE VERSION OUT        the signatures in a document, made anew
 """
 
 import json
 import pathlib
 import sys
 
+from . import pages, python_tables
 from .abi import describe
 from .c_header import CHeader
 from .calls import Calls
-from .python_tables import replaced
 from .reader import read_sdk
 from .tokens import HeaderError
 
@@ -24,8 +25,10 @@ def main(what, include, version, out):
         text = CHeader(sdk, version).write()
     elif what == "calls":
         text = Calls(sdk).write()
+    elif what == "page":
+        text = pages.replaced(pathlib.Path(out).read_text(encoding="utf-8"), sdk)
     elif what == "python":
-        text = replaced(pathlib.Path(out).read_text(encoding="utf-8"), sdk)
+        text = python_tables.replaced(pathlib.Path(out).read_text(encoding="utf-8"), sdk)
     elif what == "abi":
         text = json.dumps(describe(sdk, version), indent=1) + "\n"
     else:

@@ -6,22 +6,7 @@
 
 #include "endtoend/installed_module.h"
 #include "support/slot.h"
-#include "vexa/ca.h"
-#include "vexa/capi.h"
-#include "vexa/certificates.h"
-#include "vexa/class_factory.h"
-#include "vexa/client_monitor.h"
-#include "vexa/core.h"
-#include "vexa/hash_table.h"
-#include "vexa/http_request.h"
-#include "vexa/http_response.h"
-#include "vexa/json.h"
-#include "vexa/network.h"
-#include "vexa/own_certificates.h"
-#include "vexa/pse.h"
-#include "vexa/scrambler.h"
-#include "vexa/time.h"
-#include "vexa/url_parser.h"
+#include "vexa/all.h"
 
 // Every list and class of the finished module, walked through its raw tables.
 namespace vexa::test {
@@ -64,20 +49,19 @@ class Conformance : public testing::Test {
 
 struct ListCase {
   const char* name;
-  int slots;
+  uint32_t slots;
 };
-constexpr ListCase kLists[] = {
-    {kAscListName, 5},          {kCoreListName, 17},     {kCaListName, 8},
-    {kCertificateListName, 14}, {kHashTableListName, 3}, {kJsonApiListName, 3},
-    {kNetworkListName, 5},      {kTimeListName, 4},      {kCapiListName, 6},
-    {kClassFactoryListName, 3},
-};
+template <class... Lists>
+std::vector<ListCase> listCases(TypeList<Lists...>) {
+  return {{ListTraits<Lists>::kName, slotCount<Lists>()}...};
+}
+const std::vector<ListCase> kLists = listCases(AllLists());
 
 TEST_F(Conformance, EveryListIsOfferedUnderItsNameWithAllItsSlots) {
   for (const ListCase& expected : kLists) {
     const auto* const slots = static_cast<void* const*>(list(expected.name));
     ASSERT_NE(slots, nullptr);
-    for (int i = 0; i < expected.slots; ++i) {
+    for (uint32_t i = 0; i < expected.slots; ++i) {
       EXPECT_NE(slots[i], nullptr) << expected.name << " slot " << i;
     }
   }
@@ -164,15 +148,12 @@ struct ClassCase {
   Guid id;
   bool isSingleton;
 };
-const ClassCase kClasses[] = {
-    {kCertificatesClassName, IID_ICertificates, true},
-    {kClientMonitorClassName, IID_IClientMonitor, true},
-    {kHttpRequestClassName, IID_IHTTPRequest, false},
-    {kHttpResponseClassName, IID_IHTTPResponse, false},
-    {kOwnCertificatesClassName, IID_IOwnCertificates, true},
-    {kPseClassName, IID_IPse, true},
-    {kUrlParserClassName, IID_IURLParser, false},
-};
+template <class... Interfaces>
+std::vector<ClassCase> classCases(TypeList<Interfaces...>) {
+  return {{ClassTraits<Interfaces>::kName, InterfaceTraits<Interfaces>::kId,
+           ClassTraits<Interfaces>::kIsSingleton}...};
+}
+const std::vector<ClassCase> kClasses = classCases(AllClasses());
 
 TEST_F(Conformance, EveryClassAnswersForIUnknownItsOwnIdAndAnUnknownOne) {
   for (const ClassCase& expected : kClasses) {

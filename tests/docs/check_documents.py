@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the documents against the sources: links, runtime slots, lists, classes and commands.
+"""Holds the documents against the sources: links, slots, names and commands.
 
 check_documents.py ROOT
 """
@@ -9,6 +9,12 @@ import re
 import sys
 
 root = pathlib.Path(sys.argv[1])
+sys.path.insert(0, str(root / "bindings"))
+from generator import pages  # pylint: disable=wrong-import-position
+from generator.reader import read_sdk  # pylint: disable=wrong-import-position
+
+# Bases whose slots the pages explain in words.
+HELPERS = {"IComponent"}
 problems = []
 
 
@@ -22,52 +28,27 @@ def check_links(page):
             complain(page, f"no such file: {target}")
 
 
-def header_slots():
-    """(table, slot, name, fixed or assigned) of every runtime header."""
-    pattern = re.compile(r"^VEXA_(FIXED|OUR)_SLOT\((\w+), (\w+), (\d+)\);", re.M)
-    kinds = {"FIXED": "fixed", "OUR": "assigned"}
-    return {
-        (table, int(number), name, kinds[kind])
-        for header in (root / "include/vexa/runtime").glob("*.h")
-        for kind, table, name, number in pattern.findall(header.read_text())
-    }
+def check_slots(sdk):
+    """Every list, interface and table of the headers is on a page, with the slots it has there."""
+    shown = set()
+    for page in sorted((root / "docs").rglob("*.md")):
+        text = page.read_text()
+        shown |= pages.named(text)
+        if pages.replaced(text, sdk) != text:
+            complain(page, "its slots are not those of the headers; make them anew")
+    tables = {record.name for record in sdk.records.values() if record.slots}
+    for name in sorted({*tables, *sdk.interfaces} - HELPERS - shown):
+        complain(root / "docs", f"no page shows the slots of {name}")
 
 
-def page_slots(page):
-    """The same of the contract: rows "| 3 | `Write` | fixed |" below a heading that ends with the table."""
-    slots, table = set(), None
-    for line in page.read_text().splitlines():
-        if line.startswith("#"):
-            name = re.search(r": `(\w+)`$", line)
-            table = name and name.group(1)
-        row = re.match(r"\| (\d+) \| `(\w+)` \| (fixed|assigned) \|", line)
-        if row:
-            slots.add((table, int(row.group(1)), row.group(2), row.group(3)))
-    return slots
-
-
-def check_contract():
-    page = root / "docs/runtime-contract.md"
-    wanted, given = header_slots(), page_slots(page)
-    for slot in sorted(wanted - given):
-        complain(page, f"missing slot: {slot}")
-    for slot in sorted(given - wanted):
-        complain(page, f"slot that the headers do not have: {slot}")
-    if not wanted:
-        complain(page, "the headers have no slots")
-
-
-def check_services():
-    """Every list's and class's name, and every slot of a list, stands on some page of a service."""
-    pages = "".join(page.read_text() for page in (root / "docs/services").glob("*.md"))
-    for header in (root / "include/vexa").glob("*.h"):
-        text = header.read_text()
-        names = re.findall(r'constexpr char k\w+(?:List|Class)Name\[\] =\s*"([^"]+)"', text)
-        names += re.findall(r"VEXA_LIST_SLOT\(\w+, (\w+), \d+\)", text)
-        names += re.findall(r"// Slots? \d.*?\n(?:  //.*\n)*  virtual \S+ (\w+)\(", text)
-        for name in names:
-            if not name.startswith("reserved") and f"`{name}" not in pages:
-                complain(header, f"{name} is on no page of docs/services")
+def check_names(sdk):
+    """Every name by which something is looked up stands on a page."""
+    text = "".join(page.read_text() for page in (root / "docs").rglob("*.md"))
+    names = [*sdk.list_names.values(), *(name for name, _ in sdk.class_names.values()),
+             *(name for _, name in sdk.table_names.values())]
+    for name in names:
+        if f"`{name}`" not in text:
+            complain(root / "docs", f"no page names {name}")
 
 
 def check_commands():
@@ -87,8 +68,9 @@ def check_commands():
 documents = [root / "README.md", *sorted((root / "docs").rglob("*.md"))]
 for document in documents:
     check_links(document)
-check_contract()
-check_services()
+sdk = read_sdk(root / "include")
+check_slots(sdk)
+check_names(sdk)
 check_commands()
 print("\n".join(problems) or f"{len(documents)} documents agree with the sources")
 sys.exit(1 if problems else 0)
