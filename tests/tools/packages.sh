@@ -9,7 +9,7 @@ declare -A packages=(
   [windows]="g++-mingw-w64-x86-64-posix wine wine64 libgcrypt-mingw-w64-dev
     libgpg-error-mingw-w64-dev"
   [lint]="clang-format-14 clang-tidy-14 shellcheck"
-  [checks]="ca-certificates libnss3-tools iproute2 clang-14 lld-14"
+  [checks]="ca-certificates libnss3-tools iproute2 clang-14 lld-14 pkg-config doxygen"
   [browser]="chromium"
   [bench]="libabsl-dev libboost1.81-dev libboost-url1.81-dev libhttp-parser-dev rapidjson-dev
     nlohmann-json3-dev libsimdjson-dev libbenchmark-dev"

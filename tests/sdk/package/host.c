@@ -1,0 +1,3 @@
+#include "vexabase.h"
+
+int main(void) { return VEXA_OK; }

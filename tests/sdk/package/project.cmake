@@ -1,0 +1,8 @@
+cmake_minimum_required(VERSION 3.25)
+project(host LANGUAGES C CXX)
+find_package(vexabase 1.0 CONFIG REQUIRED)
+add_executable(host host.cpp)
+target_link_libraries(host PRIVATE vexabase::sdk)
+add_executable(host_c host.c)
+target_link_libraries(host_c PRIVATE vexabase::c_sdk)
+file(WRITE ${CMAKE_BINARY_DIR}/module_dir ${vexabase_MODULE_DIR})
