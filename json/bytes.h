@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -11,6 +12,7 @@
 // unmarks them (& ~word). That makes each test two operations.
 namespace vexa::json {
 
+constexpr size_t kWord = sizeof(uint64_t);
 constexpr uint64_t kEachByte = 0x0101010101010101;
 constexpr uint64_t kHighBits = 0x8080808080808080;
 

@@ -1,67 +1,137 @@
-#include "json/collection.h"
-
-#include <cstring>
+#include <utility>
 
 #include "base/heap.h"
-#include "json/serializer.h"
+#include "json/collections.h"
 
 namespace vexa::json {
+namespace {
 
-int32_t JsonCollection::Write(runtime::Stream* stream) { return writeCollection(stream, *this); }
+using base::ComPtr;
 
-int32_t JsonCollection::append(JsonValue* value) {
-  const uint64_t size = (count_ + 1) * sizeof(JsonValue*);
-  void* const grown = base::reallocate(hasOwnData() ? items_ : nullptr, size);
-  if (grown == nullptr) {
+template <class Kind>
+JsonValue* makeKind() {
+  ComPtr<Kind> made;
+  return failed(createValue(made)) ? nullptr : made.release();
+}
+
+JsonValue* makeOfType(uint32_t type) {
+  switch (type) {
+    case kJsonNull:
+      return makeKind<JsonNull>();
+    case kJsonNumber:
+      return makeKind<JsonNumber>();
+    case kJsonString:
+      return makeKind<JsonString>();
+    case kJsonArray:
+      return makeKind<JsonArray>();
+    case kJsonObject:
+      return makeKind<JsonObject>();
+    default:
+      return makeKind<JsonBool>();
+  }
+}
+
+}  // namespace
+
+int32_t JsonCollection::Write(runtime::Stream* stream) {
+  return content().isCollection() ? JsonValue::Write(stream) : kFail;
+}
+
+JsonValue* JsonCollection::valueAt(uint64_t index) {
+  if (index >= count()) {
+    return nullptr;
+  }
+  const Item item = elementOf(content(), index);
+  if (item.isValue()) {
+    return item.value();
+  }
+  JsonValue* const made = makeOfType(item.type());
+  if (made != nullptr) {
+    const bool isMember = type() == kJsonObject;
+    made->borrow(*pool(), isMember ? keyOf(content(), index) : std::string_view("", 0), item);
+    put(index, made);
+  }
+  return made;
+}
+
+int32_t JsonCollection::query(uint64_t index, const Guid& id, void** value) {
+  *value = nullptr;
+  if (index >= count()) {
+    return kFail;
+  }
+  JsonValue* const element = valueAt(index);
+  return element == nullptr ? kOutOfMemory : element->QueryInterface(&id, value);
+}
+
+int32_t JsonCollection::append(ComPtr<JsonValue> value) {
+  const Item old = content();
+  auto* const entries = static_cast<Entry*>(
+      base::reallocate(old.hasEntries() ? old.entries() : nullptr, (count() + 1) * sizeof(Entry)));
+  if (entries == nullptr) {
     return kOutOfMemory;
   }
-  if (!hasOwnData() && count_ != 0) {
-    std::memcpy(grown, items_, count_ * sizeof(JsonValue*));
+  if (!old.hasEntries()) {
+    const uint64_t each = itemsEach(type());
+    for (uint64_t i = 0; i < count(); ++i) {
+      entries[i] = Entry(old.items() + i * each + each - 1);
+    }
   }
-  setOwnData(true);
-  items_ = static_cast<JsonValue**>(grown);
-  items_[count_++] = value;
+  setContent(Item::changed(type(), entries, count() + 1));
+  put(count() - 1, value.release());
   return kOk;
 }
 
-void JsonCollection::replace(uint64_t index, JsonValue* value) {
-  std::exchange(items_[index], value)->Release();
+void JsonCollection::replace(uint64_t index, ComPtr<JsonValue> value) {
+  const Item old = elementOf(content(), index);
+  put(index, value.release());
+  if (old.isValue()) {
+    old.value()->Release();
+  }
+}
+
+// Without a look at what stood there.
+void JsonCollection::put(uint64_t index, JsonValue* value) {
+  hasValues_ = true;
+  if (content().hasEntries()) {
+    content().entries()[index] = Entry(value);
+    return;
+  }
+  const uint64_t each = itemsEach(type());
+  content().items()[index * each + each - 1] = Item::value(value->type(), value);
 }
 
 // Not by recursion: values can be nested deeper than the stack is.
 void JsonCollection::releaseElements() {
-  if (items_ == nullptr) {
-    return;
-  }
-  ValueMemory memory;
   JsonCollection* dying = nullptr;
-  dropElements(dying, memory);
+  dropElements(dying);
   while (dying != nullptr) {
     JsonCollection* const collection = dying;
     dying = collection->nextDying_;
-    collection->dropElements(dying, memory);
-    collection->destroy(memory);
+    collection->dropElements(dying);
+    collection->DeletingDestructor(1);
   }
 }
 
-void JsonCollection::dropElements(JsonCollection*& dying, ValueMemory& memory) {
-  for (JsonValue* const value : elements()) {
-    if (!value->dropReference()) {
+void JsonCollection::dropElements(JsonCollection*& dying) {
+  const uint64_t size = hasValues_ ? count() : 0;
+  for (uint64_t i = 0; i < size; ++i) {
+    const Item element = elementOf(content(), i);
+    if (!element.isValue() || !element.value()->dropReference()) {
       continue;
     }
-    if (JsonCollection* const collection = asCollection(value); collection != nullptr) {
+    if (element.isCollection()) {
+      auto* const collection = static_cast<JsonCollection*>(element.value());
       collection->nextDying_ = dying;
       dying = collection;
     } else {
-      value->destroy(memory);
+      element.value()->DeletingDestructor(1);
     }
   }
-  if (hasOwnData()) {
-    base::freeBlock(items_);
-    setOwnData(false);
+  if (content().hasEntries()) {
+    base::freeBlock(content().entries());
   }
-  items_ = nullptr;
-  count_ = 0;
+  hasValues_ = false;
+  setContent(Item::collection(type(), nullptr, 0));
 }
 
 }  // namespace vexa::json

@@ -1,7 +1,7 @@
 #include "json/jsonapi_list.h"
 
 #include "base/list_registry.h"
-#include "json/object.h"
+#include "json/collections.h"
 #include "json/parser.h"
 
 namespace vexa::json {

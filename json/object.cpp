@@ -1,14 +1,15 @@
-#include "json/object.h"
+#include <utility>
 
-#include "base/buffer.h"
 #include "base/tables.h"
-#include "json/array.h"
-#include "json/serializer.h"
+#include "json/collections.h"
 
 namespace vexa::json {
 namespace {
 
 using base::bound;
+using base::ComPtr;
+
+constexpr uint64_t kAbsent = ~uint64_t{0};
 
 runtime::ByteBuffer recordOf(std::string_view bytes) {
   // The runtime only reads it.
@@ -27,71 +28,72 @@ int32_t JsonObject::ToText(runtime::ByteBuffer** text) {
   if (text == nullptr) {
     return kNullPointer;
   }
-  return toText(*this, text);
+  *text = nullptr;
+  if (!bound.io) {
+    return kFail;
+  }
+  runtime::Stream* stream = nullptr;
+  int32_t result = bound.io->CreateMemoryStream(&stream);
+  if (failed(result)) {
+    return result;
+  }
+  if (result = Write(stream); succeeded(result)) {
+    result = bound.io->GetContent(stream, text);
+  }
+  stream->table->Release(reinterpret_cast<runtime::Object*>(stream));
+  return result;
 }
 
 int32_t JsonObject::GetKeyAt(uint64_t index, runtime::StringObject* key) {
   if (key == nullptr) {
     return kNullPointer;
   }
-  const JsonValue* const member = at(index);
-  if (member == nullptr || !bound.strings) {
+  if (index >= count() || !bound.strings) {
     return kFail;
   }
-  const std::string_view name = member->name();
+  const std::string_view name = keyOf(content(), index);
   return bound.strings->AssignBytes(key, name.data(), name.size());
 }
 
 const char* JsonObject::GetKeyPtrAt(uint64_t index) {
-  const JsonValue* const member = at(index);
-  return member == nullptr ? nullptr : member->name().data();
+  return index < count() ? keyOf(content(), index).data() : nullptr;
 }
 
-uint32_t JsonObject::GetTypeOf(const char* key) {
-  JsonValue* const member = find(key);
-  return member == nullptr ? kJsonAbsent : member->type();
-}
+uint32_t JsonObject::GetTypeOf(const char* key) { return contentOf(key).type(); }
 
 int32_t JsonObject::GetString(const char* key, runtime::StringObject* value) {
-  JsonValue* const member = find(key);
-  return member == nullptr ? kFail : member->GetString(value);
+  return stringOf(contentOf(key), value);
 }
 
-const char* JsonObject::GetStringPtr(const char* key) {
-  JsonValue* const member = find(key);
-  return member == nullptr ? nullptr : member->GetStringPtr();
-}
+const char* JsonObject::GetStringPtr(const char* key) { return stringPtrOf(contentOf(key)); }
 
 int32_t JsonObject::GetInteger(const char* key, int32_t* value) {
-  JsonValue* const member = find(key);
-  return member == nullptr ? kFail : member->GetInteger(value);
+  return integerOf(contentOf(key), value);
 }
 
 int32_t JsonObject::GetObject(const char* key, IJsonObject** value) {
-  return query(key, IID_IJsonObject, value);
+  return value == nullptr ? kNullPointer
+                          : query(indexOf(key), IID_IJsonObject, reinterpret_cast<void**>(value));
 }
 
 int32_t JsonObject::GetArray(const char* key, IJsonArray** value) {
-  return query(key, IID_IJsonArray, value);
+  return value == nullptr ? kNullPointer
+                          : query(indexOf(key), IID_IJsonArray, reinterpret_cast<void**>(value));
 }
 
 int32_t JsonObject::GetBool(const char* key, uint32_t* value) {
-  JsonValue* const member = find(key);
-  return member == nullptr ? kFail : member->GetBool(value);
+  return truthOf(contentOf(key), value);
 }
 
 int32_t JsonObject::SetString(const char* key, const char* text) {
   if (key == nullptr) {
     return kFail;
   }
-  if (text == nullptr) {
-    return kInvalidArgument;
-  }
-  return storeNew<JsonString>(key, text, std::string_view(text).size());
+  return text == nullptr ? kInvalidArgument : store(key, makeString(text));
 }
 
 int32_t JsonObject::SetInteger(const char* key, int32_t value) {
-  return storeNew<JsonNumber>(key, value);
+  return store(key, makeNumber(value));
 }
 
 int32_t JsonObject::AddObject(const char* key, IJsonObject** value) {
@@ -103,15 +105,15 @@ int32_t JsonObject::AddArray(const char* key, IJsonArray** value) {
 }
 
 int32_t JsonObject::SetBool(const char* key, uint8_t value) {
-  return storeNew<JsonBool>(key, value != 0);
+  return store(key, makeBool(value != 0));
 }
 
-int32_t JsonObject::SetNull(const char* key) { return storeNew<JsonNull>(key); }
+int32_t JsonObject::SetNull(const char* key) { return store(key, makeNull()); }
 
 uint64_t JsonObject::indexOf(std::string_view key) const {
   const runtime::ByteBuffer wanted = recordOf(key);
   for (uint64_t index = 0; index < count(); ++index) {
-    const std::string_view name = at(index)->name();
+    const std::string_view name = keyOf(content(), index);
     if (name.size() != key.size()) {
       continue;  // cannot be equal: saves the call
     }
@@ -123,35 +125,26 @@ uint64_t JsonObject::indexOf(std::string_view key) const {
   return kAbsent;
 }
 
-JsonValue* JsonObject::find(const char* key) const {
-  return key == nullptr ? nullptr : at(indexOf(key));
+uint64_t JsonObject::indexOf(const char* key) const {
+  return key == nullptr ? kAbsent : indexOf(std::string_view(key));
 }
 
-int32_t JsonObject::store(const char* key, JsonValue* value) {
+int32_t JsonObject::store(const char* key, ComPtr<JsonValue> value) {
   if (key == nullptr) {
     return kFail;
   }
+  if (!value) {
+    return kOutOfMemory;
+  }
   const runtime::ByteBuffer name = recordOf(key);
-  int32_t result = value->SetName(&name);
-  if (failed(result)) {
+  if (const int32_t result = value->SetName(&name); failed(result)) {
     return result;
   }
-  auto reference = base::ComPtr<JsonValue>::share(value);
   if (const uint64_t index = indexOf(key); index != kAbsent) {
-    replace(index, reference.release());
+    replace(index, std::move(value));
     return kOk;
   }
-  if (result = append(value); succeeded(result)) {
-    reference.release();
-  }
-  return result;
-}
-
-template <class Kind, class... Arguments>
-int32_t JsonObject::storeNew(const char* key, Arguments... arguments) {
-  base::ComPtr<JsonValue> value;
-  const int32_t result = createValue<Kind>(value, arguments...);
-  return failed(result) ? result : store(key, value.get());
+  return append(std::move(value));
 }
 
 template <class Kind, class Interface>
@@ -160,25 +153,16 @@ int32_t JsonObject::addNew(const char* key, Interface** value) {
     return kNullPointer;
   }
   *value = nullptr;
-  base::ComPtr<Kind> made;
+  ComPtr<Kind> made;
   int32_t result = createValue(made);
   if (failed(result)) {
     return result;
   }
-  if (result = store(key, made.get()); succeeded(result)) {
-    *value = made.release();
+  auto forCaller = ComPtr<Kind>::share(made.get());
+  if (result = store(key, ComPtr<JsonValue>(made.release())); succeeded(result)) {
+    *value = forCaller.release();
   }
   return result;
-}
-
-template <class Interface>
-int32_t JsonObject::query(const char* key, const Guid& id, Interface** value) const {
-  if (value == nullptr) {
-    return kNullPointer;
-  }
-  *value = nullptr;
-  JsonValue* const member = find(key);
-  return member == nullptr ? kFail : member->QueryInterface(&id, reinterpret_cast<void**>(value));
 }
 
 }  // namespace vexa::json

@@ -6,9 +6,8 @@
 #include <string_view>
 
 #include "base/char_classes.h"
-#include "json/array.h"
 #include "json/growing_stack.h"
-#include "json/key_index.h"
+#include "json/repeated_keys.h"
 #include "json/string_decoder.h"
 
 namespace vexa::json {
@@ -22,87 +21,60 @@ using base::kWhitespace;
 // keys and strings: they are decoded where they stand. Zero bytes behind the text end every scan:
 // zero belongs to no class but that of escaped characters.
 //
-// Values wait on one stack until their object or array is closed. Functions that fail leave them
-// there, and the end of the parser releases them.
+// Items wait on one stack until their object or array is closed, and then move to the pool.
 class Parser {
  public:
   explicit Parser(ValuePool& pool, uint64_t length)
       : pool_(pool), cursor_(pool.text()), end_(cursor_ + length) {}
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
-  ~Parser() {
-    for (const PendingValue& pending : pending_.from(0)) {
-      pending.value->Release();
-    }
-  }
 
   // text = comments object *byte
-  int32_t parse(base::ComPtr<JsonObject>& object) {
+  int32_t parse(Item& root) {
+    skipWhitespace();
     skipComments();
-    if (takeToken('{')) {
-      object.reset(takeCollection<JsonObject>());
-    }
-    return object ? kOk : result_;
+    root = takeToken('{') ? takeObject() : Item::absent();
+    return root.isAbsent() ? result_ : kOk;
   }
 
  private:
-  // --- values: each function returns a value with one reference, or null and result_ ---
+  // --- values: each function returns an item, or an absent one and result_ ---
 
   // value = comments ( string / number / "[" elements / "{" members / "true" / "false" / "null" )
-  JsonValue* takeValue() {
-    skipComments();
+  // White space before it is passed over already.
+  Item takeValue() {
+    if (*cursor_ == '/') {
+      skipComments();
+    }
     switch (*cursor_) {
       case '"':
         return takeString();
       case '{':
         takeToken('{');
-        return takeCollection<JsonObject>();
+        return takeObject();
       case '[':
         takeToken('[');
-        return takeCollection<JsonArray>();
+        return takeArray();
       case 't':
-        return takeWord("true") ? takeBool(true) : nullptr;
+        return takeWord("true") ? Item::boolean(true) : Item::absent();
       case 'f':
-        return takeWord("false") ? takeBool(false) : nullptr;
+        return takeWord("false") ? Item::boolean(false) : Item::absent();
       case 'n':
-        return takeWord("null") ? create<JsonNull>() : nullptr;
+        return takeWord("null") ? Item::null() : Item::absent();
       default:
         return takeNumber();
     }
   }
 
-  template <class Kind>
-  Kind* create() {
-    Kind* const value = JsonValue::createIn<Kind>(pool_);
-    if (value == nullptr) {
-      result_ = kOutOfMemory;
-    }
-    return value;
-  }
-
-  JsonValue* takeBool(bool value) {
-    auto* const made = create<JsonBool>();
-    if (made != nullptr) {
-      made->set(value);
-    }
-    return made;
-  }
-
-  JsonValue* takeString() {
+  Item takeString() {
     char* const body = ++cursor_;
     char* const bodyEnd = decodeString(cursor_);
-    if (bodyEnd == nullptr) {
-      return nullptr;
-    }
-    auto* const made = create<JsonString>();
-    if (made != nullptr) {
-      made->borrow(body, static_cast<uint64_t>(bodyEnd - body));
-    }
-    return made;
+    return bodyEnd == nullptr ? Item::absent()
+                              : Item::string(body, static_cast<uint64_t>(bodyEnd - body));
   }
 
   // number = [ ( "-" / "+" ) *white-space ] 1*digit [ "." 1*digit ]
-  JsonValue* takeNumber() {
+  Item takeNumber() {
     const bool isNegative = *cursor_ == '-';
     // What is converted is the text from the sign on, up to the first character that is no digit:
     // behind white space there is none.
@@ -114,20 +86,16 @@ class Parser {
     }
     const char* const digits = cursor_;
     if (!takeDigits()) {
-      return nullptr;
+      return Item::absent();
     }
     const char* const digitsEnd = cursor_;
     if (*cursor_ == '.') {
       ++cursor_;
       if (!takeDigits()) {
-        return nullptr;
+        return Item::absent();
       }
     }
-    auto* const made = create<JsonNumber>();
-    if (made != nullptr && isConverted) {
-      made->set(saturated(digits, digitsEnd, isNegative));
-    }
-    return made;
+    return Item::number(isConverted ? saturated(digits, digitsEnd, isNegative) : 0);
   }
 
   bool takeDigits() {
@@ -151,126 +119,121 @@ class Parser {
 
   // --- objects and arrays, from behind the opening bracket on ---
 
-  template <class Kind>
-  Kind* takeCollection() {
-    if (depth_ == kJsonMaxDepth) {
-      return nullptr;
-    }
-    base::ComPtr<Kind> made(create<Kind>());
-    if (!made) {
-      return nullptr;
-    }
-    ++depth_;
+  // members = comments [ member *( "," member ) ] "}"
+  // Of members with equal keys the first one stays.
+  Item takeObject() {
     const uint64_t first = pending_.size();
-    if (!takeContent(made.get())) {
-      return nullptr;
+    if (++depth_ > kJsonMaxDepth || !takeMembers()) {
+      return Item::absent();
     }
     --depth_;
-    return fill(*made.get(), first) ? made.release() : nullptr;
-  }
-
-  // Moves the pending values from `first` on into the collection.
-  bool fill(JsonCollection& collection, uint64_t first) {
-    const auto values = pending_.from(first);
-    if (values.empty()) {
-      return true;
-    }
-    auto* const items =
-        static_cast<JsonValue**>(pool_.takeArray(values.size() * sizeof(JsonValue*)));
-    if (items == nullptr) {
+    const auto items = pending_.from(first);
+    uint64_t members = 0;
+    if (!repeatedKeys_.drop(items, members)) {
       return outOfMemory();
     }
-    std::transform(values.begin(), values.end(), items,
-                   [](const PendingValue& pending) { return pending.value; });
-    collection.adopt({items, values.size()});
-    pending_.shrink(first);
-    return true;
+    return close(kJsonObject, first, items.data(), members);
   }
 
-  // members = comments [ member *( "," member ) ] "}"
-  bool takeContent(const JsonObject* /*kind*/) {
+  bool takeMembers() {
     skipComments();
     if (takeToken('}')) {
       return true;
     }
-    const uint64_t first = pending_.size();
-    KeyIndex index;
     do {
-      if (!takeMember(first, index)) {
+      if (!takeMember()) {
         return false;
       }
-      skipComments();
     } while (takeToken(','));
     return takeToken('}');
   }
 
   // member = comments string ":" value comments
-  // Of members with equal keys the first one stays.
-  bool takeMember(uint64_t first, KeyIndex& index) {
-    std::string_view key;
-    if (!takeKey(key)) {
+  bool takeMember() {
+    const Item key = takeKey();
+    if (key.isAbsent() || !hold(key)) {
       return false;
     }
-    const uint64_t digest = digestKey(key);
-    const bool isNew = index.lacks(digest);
-    JsonValue* const value = takeValue();
-    if (value == nullptr) {
+    const Item value = takeValue();
+    if (value.isAbsent() || !hold(value)) {
       return false;
     }
-    if (!isNew && index.contains(pending_.from(first), key, digest)) {
-      value->Release();
-      return true;
-    }
-    value->borrowName(key);
-    return hold(value, digest) && (index.add(pending_.from(first)) || outOfMemory());
+    skipWhitespace();
+    skipComments();
+    return true;
   }
 
   // elements = comments [ value *( "," value ) ] "]"
-  bool takeContent(const JsonArray* /*kind*/) {
+  Item takeArray() {
+    const uint64_t first = pending_.size();
+    if (++depth_ > kJsonMaxDepth || !takeElements()) {
+      return Item::absent();
+    }
+    --depth_;
+    const auto items = pending_.from(first);
+    return close(kJsonArray, first, items.data(), items.size());
+  }
+
+  bool takeElements() {
     skipComments();
     if (takeToken(']')) {
       return true;
     }
     do {
-      JsonValue* const value = takeValue();
-      if (value == nullptr || !hold(value, 0)) {
+      const Item value = takeValue();
+      if (value.isAbsent() || !hold(value)) {
         return false;
       }
     } while (takeToken(','));
     return takeToken(']');
   }
 
-  // Takes over the reference.
-  bool hold(JsonValue* value, uint64_t digest) {
-    if (pending_.push({value, digest})) {
+  bool hold(const Item& item) {
+    if (pending_.push(item)) {
       return true;
     }
-    value->Release();
-    return outOfMemory();
-  }
-
-  bool outOfMemory() {
     result_ = kOutOfMemory;
     return false;
   }
 
+  // Moves the items of a collection from the stack, where they stand from `first` on, to the pool.
+  Item close(uint32_t type, uint64_t first, const Item* items, uint64_t count) {
+    Item* taken = nullptr;
+    if (count != 0) {
+      const uint64_t size = count * itemsEach(type);
+      taken = pool_.take(size);
+      if (taken == nullptr) {
+        return outOfMemory();
+      }
+      std::copy(items, items + size, taken);
+    }
+    pending_.shrink(first);
+    return Item::collection(type, taken, count);
+  }
+
+  Item outOfMemory() {
+    result_ = kOutOfMemory;
+    return Item::absent();
+  }
+
   // --- tokens ---
 
-  // key = comments string ":", the string left as it is written.
-  bool takeKey(std::string_view& key) {
+  // key = comments string ":", the string left as it is written. White space before it is passed
+  // over already.
+  Item takeKey() {
     skipComments();
     if (*cursor_ != '"') {
-      return false;
+      return Item::absent();
     }
     char* const start = ++cursor_;
     char* const closingQuote = findClosingQuote(start, end_);
     if (closingQuote == nullptr) {
-      return false;
+      return Item::absent();
     }
     *closingQuote = '\0';
     cursor_ = closingQuote + 1;
-    key = {start, static_cast<size_t>(closingQuote - start)};
-    return takeToken(':');
+    return takeToken(':') ? Item::string(start, static_cast<uint64_t>(closingQuote - start))
+                          : Item::absent();
   }
 
   // Takes white space, the character, white space. Without the character the cursor stands behind
@@ -301,9 +264,8 @@ class Parser {
   }
 
   // comments = *( *white-space "/" *white-space "/" rest-of-line ) *white-space
-  // A slash without a second one stays where it is.
+  // White space before them is passed over already. A slash without a second one stays where it is.
   void skipComments() {
-    skipWhitespace();
     while (*cursor_ == '/') {
       char* const slash = cursor_++;
       skipWhitespace();
@@ -322,8 +284,18 @@ class Parser {
   char* const end_;
   uint32_t depth_ = 0;
   int32_t result_ = kFail;
-  GrowingStack<PendingValue, 64> pending_;
+  GrowingStack<Item, 64> pending_;
+  RepeatedKeys repeatedKeys_;
 };
+
+// An object over what was read, with one reference.
+int32_t makeRoot(ValuePool& pool, const Item& content, base::ComPtr<JsonObject>& object) {
+  const int32_t result = createValue(object);
+  if (succeeded(result)) {
+    object->borrow(pool, {"", 0}, content);
+  }
+  return result;
+}
 
 }  // namespace
 
@@ -334,12 +306,12 @@ int32_t parseText(const runtime::ByteBuffer& text, base::ComPtr<JsonObject>& obj
   if (pool == nullptr) {
     return kOutOfMemory;
   }
-  int32_t result;
-  {
-    Parser parser(*pool, length);
-    result = parser.parse(object);
+  Item root = Item::absent();
+  int32_t result = Parser(*pool, length).parse(root);
+  if (succeeded(result)) {
+    result = makeRoot(*pool, root, object);
   }
-  pool->release(1);
+  pool->release();
   return result;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "json/object.h"
+#include "json/collections.h"
 #include "vexa/runtime/records.h"
 
 namespace vexa::json {

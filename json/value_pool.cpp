@@ -3,91 +3,78 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "base/heap.h"
 
 namespace vexa::json {
 namespace {
 
-// Blocks behind the first one, each twice as large as the one before.
-constexpr uint64_t kBlockSize = 32 * 1024;
-constexpr uint64_t kLargestBlock = 1024 * 1024;
+// Items in each further block.
+constexpr uint64_t kItemsOfBlock = 4096;
+// More than so many get a block of their own, so that not much is left over in the shared ones.
+constexpr uint64_t kMostShared = kItemsOfBlock / 4;
 
-// Room for the values of a text: sixteen bytes of text to a value is usual. One large block is
-// better than many: what is not used is never touched.
-uint64_t firstValuesSize(uint64_t length) {
-  return std::clamp<uint64_t>(length * 4, 512, 4 * kLargestBlock);
-}
+// Room for the items of a text in its first block: usually all of them.
+uint64_t firstItems(uint64_t length) { return std::max<uint64_t>(length / 8, 16); }
 
-// Room for the arrays beside the text: sixteen bytes of text to a pointer.
-uint64_t firstArraysSize(uint64_t length) {
-  return std::clamp<uint64_t>(length / 16 * sizeof(void*), 64, kBlockSize);
+// Memory that is only cleared when it is little: the root list clears what it allocates, not what a
+// block grows by.
+void* allocateBlock(uint64_t size) {
+  constexpr uint64_t kLittle = 4096;
+  auto block = base::RootBlock<char>::ofBytes(std::min(size, kLittle));
+  if (!block || size <= kLittle) {
+    return block.release();
+  }
+  void* const grown = base::reallocate(block.get(), size);
+  if (grown != nullptr) {
+    block.release();
+  }
+  return grown;
 }
 
 }  // namespace
 
-Arena::~Arena() {
-  while (blocks_ != nullptr) {
-    Block* const block = blocks_;
-    blocks_ = block->previous;
-    free_(block);
-  }
-}
-
-void* Arena::takeFromNewBlock(uint64_t size) {
-  const uint64_t blockSize = std::max(blockSize_, sizeof(Block) + size);
-  blockSize_ = std::min(blockSize_ * 2, kLargestBlock);
-  void* const memory = allocate_(blockSize);
-  if (memory == nullptr) {
-    return nullptr;
-  }
-  blocks_ = new (memory) Block{blocks_};
-  next_ = static_cast<char*>(memory) + sizeof(Block);
-  end_ = static_cast<char*>(memory) + blockSize;
-  return take(size);
-}
-
 ValuePool* ValuePool::create(const void* text, uint64_t length) {
-  constexpr uint64_t kMostText = uint64_t{1} << 60;  // so that no sum below overflows
-  if (length > kMostText) {
+  if (length > Item::kLongest) {
     return nullptr;
   }
-  const uint64_t textSize = (length + kPadding + 7) & ~uint64_t{7};
-  const uint64_t arraysSize = firstArraysSize(length);
-  auto copy = base::RootBlock<char>::ofBytes(textSize + arraysSize);
-  if (!copy) {
-    return nullptr;
-  }
-  const uint64_t valuesSize = firstValuesSize(length);
-  void* const block = base::processAllocate(sizeof(ValuePool) + valuesSize);
+  const uint64_t textSize = (length + kPadding + sizeof(Item) - 1) & ~(sizeof(Item) - 1);
+  const uint64_t size = sizeof(ValuePool) + textSize + firstItems(length) * sizeof(Item);
+  auto* const block = static_cast<char*>(allocateBlock(size));
   if (block == nullptr) {
     return nullptr;
   }
+  char* const copy = block + sizeof(ValuePool);
   if (length != 0) {
-    std::memcpy(copy.get(), text, length);
+    std::memcpy(copy, text, length);
   }
-  std::memset(copy.get() + length, 0, textSize - length);
-  auto* const pool = new (block) ValuePool(copy.release());
-  pool->values_.lend(static_cast<char*>(block) + sizeof(ValuePool), valuesSize);
-  pool->arrays_.lend(pool->text_ + textSize, arraysSize);
-  return pool;
+  std::memset(copy + length, 0, textSize - length);
+  return new (block)
+      ValuePool(reinterpret_cast<Item*>(copy + textSize), reinterpret_cast<Item*>(block + size));
 }
 
-ValuePool::ValuePool(char* text)
-    : text_(text),
-      values_(base::processAllocate, base::processFree, kBlockSize),
-      arrays_(base::allocate, base::freeBlock, kBlockSize) {}
-
-ValuePool::~ValuePool() { base::freeBlock(text_); }
+Item* ValuePool::takeFromNewBlock(uint64_t count) {
+  const bool isShared = count <= kMostShared;
+  const uint64_t room = isShared ? kItemsOfBlock : count;
+  void* const memory = allocateBlock(sizeof(Block) + room * sizeof(Item));
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  blocks_ = new (memory) Block{blocks_, 0};
+  auto* const items = reinterpret_cast<Item*>(blocks_ + 1);
+  if (isShared) {
+    next_ = items + count;
+    end_ = items + room;
+  }
+  return items;
+}
 
 void ValuePool::destroy() {
-  this->~ValuePool();
-  base::processFree(this);
-}
-
-void ValueMemory::change(ValuePool* pool) {
-  flush();
-  pool_ = pool;
+  while (blocks_ != nullptr) {
+    base::freeBlock(std::exchange(blocks_, blocks_->previous));
+  }
+  base::freeBlock(this);
 }
 
 }  // namespace vexa::json

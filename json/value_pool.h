@@ -2,61 +2,20 @@
 
 #include <atomic>
 #include <cstdint>
-#include <utility>
 
-#include "base/heap.h"
+#include "json/item.h"
 
 namespace vexa::json {
 
-// Blocks of one heap, cut into pieces that are given back all together.
-class Arena {
- public:
-  using Allocate = void* (*)(uint64_t size);
-  using Free = void (*)(void* block);
-
-  Arena(Allocate allocateBlock, Free freeBlock, uint64_t blockSize)
-      : allocate_(allocateBlock), free_(freeBlock), blockSize_(blockSize) {}
-  Arena(const Arena&) = delete;
-  Arena& operator=(const Arena&) = delete;
-  ~Arena();
-
-  // 8-byte aligned, not cleared; null when memory is short.
-  void* take(uint64_t size) {
-    const uint64_t rounded = (size + 7) & ~uint64_t{7};
-    if (rounded > static_cast<uint64_t>(end_ - next_)) {
-      return takeFromNewBlock(rounded);
-    }
-    return std::exchange(next_, next_ + rounded);
-  }
-  // Serves the next pieces from memory that belongs to someone else and outlives the pieces.
-  void lend(char* memory, uint64_t size) {
-    next_ = memory;
-    end_ = memory + size;
-  }
-
- private:
-  struct Block {
-    Block* previous;
-  };
-
-  void* takeFromNewBlock(uint64_t size);
-
-  Allocate allocate_;
-  Free free_;
-  uint64_t blockSize_;  // of the next one
-  Block* blocks_ = nullptr;
-  char* next_ = nullptr;
-  char* end_ = nullptr;
-};
-
-// The memory of all values that one parse makes: a handful of blocks instead of three for every
-// value. Values come from the process heap, the text and the pointer arrays from the root list.
+// The memory of everything that one parse makes: a handful of blocks of the root list, given back
+// together.
 //
-//   first block of the process heap   | ValuePool | values ...     |
-//   block of the root list            | text | zeros | arrays ...  |
+//   first block   | ValuePool | text | zeros | items ... |
+//   further ones  | link | items ... |
 //
-// Each value holds the pool, and so does its builder; the last one to let go frees it. Only the
-// builder takes from the pool; letting go is for any thread.
+// Every object of the component model that was made of an item holds the pool, and so does its
+// builder; the last one to let go frees it. Only the builder takes from the pool; holding it and
+// letting go are for any thread.
 class ValuePool {
  public:
   // Zero bytes behind the text, so that it can be read in words.
@@ -67,69 +26,41 @@ class ValuePool {
   ValuePool(const ValuePool&) = delete;
   ValuePool& operator=(const ValuePool&) = delete;
 
-  char* text() const { return text_; }
+  char* text() { return reinterpret_cast<char*>(this + 1); }
 
-  // Memory for a value, which holds the pool from now on; null when memory is short.
-  void* takeValue(uint64_t size) {
-    void* const memory = values_.take(size);
-    if (memory != nullptr) {
-      // Nobody else knows the pool while it is being filled.
-      const std::atomic_ref holders(holders_);
-      holders.store(holders.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  // Room for items, which are not set; null when memory is short.
+  Item* take(uint64_t count) {
+    if (count > static_cast<uint64_t>(end_ - next_)) {
+      return takeFromNewBlock(count);
     }
-    return memory;
+    next_ += count;
+    return next_ - count;
   }
-  // Memory for an array of pointers.
-  void* takeArray(uint64_t size) { return arrays_.take(size); }
 
-  // Lets go of `holders` holds at once.
-  void release(uint64_t holders) {
-    if (std::atomic_ref(holders_).fetch_sub(holders) == holders) {
+  void hold() { std::atomic_ref(holders_).fetch_add(1); }
+  void release() {
+    if (std::atomic_ref(holders_).fetch_sub(1) == 1) {
       destroy();
     }
   }
 
  private:
-  explicit ValuePool(char* text);
-  ~ValuePool();
+  struct Block {
+    Block* previous;
+    uint64_t unused;  // so that items lie on their own size
+  };
+  static_assert(sizeof(Block) == sizeof(Item));
+
+  ValuePool(Item* items, Item* end) : next_(items), end_(end) {}
+  ~ValuePool() = default;
+  Item* takeFromNewBlock(uint64_t count);
   void destroy();
 
-  uint64_t holders_ = 1;
-  char* text_;
-  Arena values_;
-  Arena arrays_;
+  alignas(std::atomic_ref<uint64_t>::required_alignment) uint64_t holders_ = 1;
+  Block* blocks_ = nullptr;
+  Item* next_;
+  Item* end_;
 };
-
-// Gives back the memory of values, those of one pool together.
-class ValueMemory {
- public:
-  ValueMemory() = default;
-  ValueMemory(const ValueMemory&) = delete;
-  ValueMemory& operator=(const ValueMemory&) = delete;
-  ~ValueMemory() { flush(); }
-
-  // `pool` null: a block of the process heap.
-  void free(ValuePool* pool, void* block) {
-    if (pool == nullptr) {
-      base::processFree(block);
-      return;
-    }
-    if (pool != pool_) {
-      change(pool);
-    }
-    ++count_;
-  }
-
- private:
-  void change(ValuePool* pool);
-  void flush() {
-    if (count_ != 0) {
-      pool_->release(std::exchange(count_, 0));
-    }
-  }
-
-  ValuePool* pool_ = nullptr;
-  uint64_t count_ = 0;
-};
+static_assert(sizeof(ValuePool) % sizeof(Item) == 0);
 
 }  // namespace vexa::json

@@ -4,9 +4,49 @@
 
 #include "base/heap.h"
 #include "base/tables.h"
-#include "json/serializer.h"
 
 namespace vexa::json {
+
+using base::ComPtr;
+
+int32_t integerOf(const Item& item, int32_t* value) {
+  if (item.type() != kJsonNumber) {
+    return kFail;
+  }
+  if (value == nullptr) {
+    return kNullPointer;
+  }
+  *value = item.number();
+  return kOk;
+}
+
+int32_t stringOf(const Item& item, runtime::StringObject* value) {
+  if (item.type() != kJsonString) {
+    return kFail;
+  }
+  if (value == nullptr) {
+    return kNullPointer;
+  }
+  if (!base::bound.strings) {
+    return kFail;
+  }
+  return base::bound.strings->AssignBytes(value, item.text().data(), item.text().size());
+}
+
+const char* stringPtrOf(const Item& item) {
+  return item.type() == kJsonString ? item.text().data() : nullptr;
+}
+
+int32_t truthOf(const Item& item, uint32_t* value) {
+  if (item.type() != kJsonBool) {
+    return kFail;
+  }
+  if (value == nullptr) {
+    return kNullPointer;
+  }
+  *value = static_cast<uint32_t>(item.number());
+  return kOk;
+}
 
 const base::InterfaceMapRow* JsonValue::InterfaceMap() {
   static const base::InterfaceMapRow map[] = {base::mapEnd()};
@@ -17,6 +57,17 @@ JsonValue::~JsonValue() {
   if (!hasBorrowedName_) {
     name_.clear();
   }
+  if (pool_ != nullptr) {
+    pool_->release();
+  }
+}
+
+void JsonValue::borrow(ValuePool& pool, std::string_view name, const Item& content) {
+  pool.hold();
+  pool_ = &pool;
+  name_.borrow(name);
+  hasBorrowedName_ = true;
+  content_ = content;
 }
 
 int32_t JsonValue::SetName(const runtime::ByteBuffer* name) {
@@ -40,59 +91,16 @@ const runtime::StringObject* JsonValue::GetName() {
   return name_.object();
 }
 
-uint32_t JsonValue::GetType() { return type_; }
-int32_t JsonValue::GetInteger(int32_t* /*value*/) { return kFail; }
-int32_t JsonValue::GetString(runtime::StringObject* /*value*/) { return kFail; }
-const char* JsonValue::GetStringPtr() { return nullptr; }
-int32_t JsonValue::GetBool(uint32_t* /*value*/) { return kFail; }
-int32_t JsonValue::Write(runtime::Stream* /*stream*/) { return kNotImplemented; }
+uint32_t JsonValue::GetType() { return type(); }
+int32_t JsonValue::GetInteger(int32_t* value) { return integerOf(content_, value); }
+int32_t JsonValue::GetString(runtime::StringObject* value) { return stringOf(content_, value); }
+const char* JsonValue::GetStringPtr() { return stringPtrOf(content_); }
+int32_t JsonValue::GetBool(uint32_t* value) { return truthOf(content_, value); }
 int32_t JsonValue::SetValue(uintptr_t /*value*/) { return kFail; }
-
-void JsonValue::Memory::free(void* block) const {
-  if (pool != nullptr) {
-    pool->release(1);
-  } else {
-    base::processFree(block);
-  }
-}
-
-int32_t JsonNull::Write(runtime::Stream* stream) { return writePiece(stream, "null"); }
-
-int32_t JsonNumber::GetInteger(int32_t* value) {
-  if (value == nullptr) {
-    return kNullPointer;
-  }
-  *value = value_;
-  return kOk;
-}
-
-int32_t JsonNumber::Write(runtime::Stream* stream) { return writeInteger(stream, value_); }
 
 int32_t JsonNumber::SetValue(uintptr_t value) {
   set(static_cast<int32_t>(value));
   return kOk;
-}
-
-JsonString::~JsonString() {
-  if (hasOwnData()) {
-    base::freeBlock(value_.data);
-  }
-}
-
-int32_t JsonString::GetString(runtime::StringObject* value) {
-  if (value == nullptr) {
-    return kNullPointer;
-  }
-  if (!base::bound.strings) {
-    return kFail;
-  }
-  return base::bound.strings->AssignBytes(value, value_.data, value_.length);
-}
-
-const char* JsonString::GetStringPtr() { return reinterpret_cast<const char*>(value_.data); }
-
-int32_t JsonString::Write(runtime::Stream* stream) {
-  return writeEscaped(stream, {reinterpret_cast<const char*>(value_.data), value_.length});
 }
 
 int32_t JsonString::SetValue(uintptr_t value) {
@@ -102,41 +110,66 @@ int32_t JsonString::SetValue(uintptr_t value) {
 
 int32_t JsonString::set(const void* bytes, uint64_t length) {
   auto* const copy =
-      length == ~uint64_t{0} ? nullptr : static_cast<uint8_t*>(base::allocate(length + 1));
+      length > Item::kLongest ? nullptr : static_cast<char*>(base::allocate(length + 1));
   if (copy == nullptr) {
     return kOutOfMemory;
   }
   if (length != 0) {
     std::memcpy(copy, bytes, length);
   }
-  copy[length] = 0;
-  if (hasOwnData()) {
-    base::freeBlock(value_.data);
-  }
-  value_ = {length, copy};
-  setOwnData(true);
+  copy[length] = '\0';
+  freeText();
+  setContent(Item::string(copy, length));
+  hasOwnText_ = true;
   return kOk;
 }
 
-void JsonString::borrow(char* bytes, uint64_t length) {
-  value_ = {length, reinterpret_cast<uint8_t*>(bytes)};
-}
-
-int32_t JsonBool::GetBool(uint32_t* value) {
-  if (value == nullptr) {
-    return kNullPointer;
+void JsonString::freeText() {
+  if (hasOwnText_) {
+    base::freeBlock(const_cast<char*>(content().text().data()));
   }
-  *value = value_;
-  return kOk;
-}
-
-int32_t JsonBool::Write(runtime::Stream* stream) {
-  return writePiece(stream, value_ != 0 ? "true" : "false");
 }
 
 int32_t JsonBool::SetValue(uintptr_t value) {
   set(static_cast<uint8_t>(value) != 0);
   return kOk;
+}
+
+namespace {
+
+template <class Kind>
+ComPtr<Kind> make() {
+  ComPtr<Kind> made;
+  (void)createValue(made);  // empty is the answer
+  return made;
+}
+
+}  // namespace
+
+ComPtr<JsonValue> makeNull() { return ComPtr<JsonValue>(make<JsonNull>().release()); }
+
+ComPtr<JsonValue> makeNumber(int32_t value) {
+  auto made = make<JsonNumber>();
+  if (made) {
+    made->set(value);
+  }
+  return ComPtr<JsonValue>(made.release());
+}
+
+ComPtr<JsonValue> makeString(std::string_view text) {
+  auto made = make<JsonString>();
+  if (made && failed(made->set(text.data(), text.size()))) {
+    made.reset();
+  }
+  return ComPtr<JsonValue>(made.release());
+}
+
+ComPtr<JsonValue> makeBool(bool value) {
+  auto made = make<JsonBool>();
+  if (made) {
+    made->set(value);
+  }
+  return ComPtr<JsonValue>(made.release());
 }
 
 }  // namespace vexa::json

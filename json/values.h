@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/com_object.h"
+#include "json/item.h"
 #include "json/value_name.h"
 #include "json/value_pool.h"
 #include "vexa/json.h"
@@ -13,8 +14,14 @@
 
 namespace vexa::json {
 
-// One value of a JSON tree; by itself, what all kinds share. One thread at a time per tree; only
-// the reference count is interlocked. Made by CComObject<...>::Create, or by a parser in its pool.
+// What an item holds, as slots 7 to 10 of a value give it. The item does not refer to an object.
+int32_t integerOf(const Item& item, int32_t* value);
+int32_t stringOf(const Item& item, runtime::StringObject* value);
+const char* stringPtrOf(const Item& item);
+int32_t truthOf(const Item& item, uint32_t* value);
+
+// One value of a JSON tree as an object of the component model; by itself, what all kinds share.
+// One thread at a time per tree; only the reference count is interlocked.
 class JsonValue : public IComponent, public base::CComObjectRoot {
  public:
   static const base::InterfaceMapRow* InterfaceMap();
@@ -34,8 +41,9 @@ class JsonValue : public IComponent, public base::CComObjectRoot {
   virtual int32_t GetString(runtime::StringObject* value);
   virtual const char* GetStringPtr();  // zero-terminated, belongs to the value
   virtual int32_t GetBool(uint32_t* value);
-  // Slot 11. Appends the value as text to a stream of SEC_IO_1. The stream's failures;
-  // kNotImplemented for a value of no kind.
+  // Slot 11. Appends the value as text to a stream of SEC_IO_1; IJsonObject::ToText has the layout.
+  // The stream's first failure. kNotImplemented: a value of no kind; kFail: a collection of no
+  // kind. kOutOfMemory: nested too deep for the memory there is.
   virtual int32_t Write(runtime::Stream* stream);
   // Slot 12. Replaces what the value holds. The argument's type depends on the kind, and takes as
   // much of the word as it needs:
@@ -45,120 +53,113 @@ class JsonValue : public IComponent, public base::CComObjectRoot {
   // kFail: the kind holds nothing. kInvalidArgument: null record. kOutOfMemory: nothing changed.
   virtual int32_t SetValue(uintptr_t value);
 
-  uint32_t type() const { return type_; }
+  uint32_t type() const { return content_.type(); }
+  // What the value holds, as an item that does not refer to an object.
+  const Item& content() const { return content_; }
   // The name without a string object; a zero byte stands behind it.
   std::string_view name() const { return name_.view(hasBorrowedName_); }
   // Drops a reference without the end of the value; true when it was the last one.
   bool dropReference() { return dropCount(); }
-  // Ends the value, which nobody refers to any more.
-  void destroy(ValueMemory& memory) {
-    ValuePool* const pool = pool_;
-    memory.free(pool, pool != nullptr && isTrivial() ? this : DeletingDestructor(0));
-  }
 
-  // Where a value's memory goes back to: see CComObject.
-  struct Memory {
-    ValuePool* pool;
-    void free(void* block) const;
-  };
-  Memory memory() const { return {pool_}; }
-  // Puts a value into being in a pool, with one reference; null when memory is short.
-  template <class Kind>
-  static Kind* createIn(ValuePool& pool);
-  // For the pool's parser: a name that stands in the pool's text.
-  void borrowName(std::string_view name) {
-    name_.borrow(name);
-    hasBorrowedName_ = true;
-  }
+  // For a new value: takes over the content of an item, which stands in the pool like the name.
+  void borrow(ValuePool& pool, std::string_view name, const Item& content);
 
  protected:
-  explicit JsonValue(JsonType type = kJsonAbsent) : type_(static_cast<uint8_t>(type)) {}
+  explicit JsonValue(const Item& content = Item::absent()) : content_(content) {}
   ~JsonValue();
 
-  // True when the end of the value would do nothing.
-  bool isTrivial() const { return hasBorrowedName_ && !hasOwnData_; }
-
-  // For the kinds: what they hold is not the pool's.
-  bool hasOwnData() const { return hasOwnData_; }
-  void setOwnData(bool isOwn) { hasOwnData_ = isOwn; }
+  // For the kinds.
+  void setContent(const Item& content) { content_ = content; }
+  ValuePool* pool() const { return pool_; }
 
  private:
-  uint8_t type_;  // these three fill the word that begins with the reference count
-  bool hasBorrowedName_ = false;
-  bool hasOwnData_ = false;
+  bool hasBorrowedName_ = false;  // in the word of the reference count
+  Item content_;
   ValueName name_;
-  ValuePool* pool_ = nullptr;  // null: the value has a block of its own
+  ValuePool* pool_ = nullptr;  // held; null for a value that did not come out of a text
 };
 
-template <class Kind>
-Kind* JsonValue::createIn(ValuePool& pool) {
-  using Object = base::CComObject<Kind>;
-  void* const memory = pool.takeValue(sizeof(Object));
-  if (memory == nullptr) {
-    return nullptr;
+// The element of a collection, or the value of its member. There is one with this index.
+inline Item elementOf(const Item& collection, uint64_t index) {
+  if (!collection.hasEntries()) {
+    const uint64_t each = itemsEach(collection.type());
+    return collection.items()[index * each + each - 1];
   }
-  auto* const value = Object::Construct(memory);
-  value->pool_ = &pool;
-  value->borrowName({"", 0});
-  value->startCount(1);
-  return value;
+  const Entry entry = collection.entries()[index];
+  return entry.isValue() ? Item::value(entry.value()->type(), entry.value()) : *entry.item();
+}
+
+// What an item holds, be it the item itself or the object that it refers to.
+inline Item contentOf(const Item& item) { return item.isValue() ? item.value()->content() : item; }
+
+// The key of a member; a zero byte stands behind it.
+inline std::string_view keyOf(const Item& object, uint64_t index) {
+  const Item* value = nullptr;
+  if (!object.hasEntries()) {
+    value = &object.items()[2 * index + 1];
+  } else if (const Entry entry = object.entries()[index]; entry.isValue()) {
+    return entry.value()->name();
+  } else {
+    value = entry.item();
+  }
+  return value->isValue() ? value->value()->name() : value[-1].text();
+}
+
+// A new value with one reference. kOutOfMemory.
+template <class Kind>
+[[nodiscard]] int32_t createValue(base::ComPtr<Kind>& out) {
+  base::ComPtr<base::CComObject<Kind>> made;
+  const int32_t result = base::createObject(made);
+  out.reset(made.release());
+  return result;
 }
 
 class JsonNull : public JsonValue {
- public:
-  int32_t Write(runtime::Stream* stream) override;
-
  protected:
-  JsonNull() : JsonValue(kJsonNull) {}
+  JsonNull() : JsonValue(Item::null()) {}
 };
 
 class JsonNumber : public JsonValue {
  public:
-  int32_t GetInteger(int32_t* value) override;
-  int32_t Write(runtime::Stream* stream) override;
   int32_t SetValue(uintptr_t value) override;
 
-  void set(int32_t value) { value_ = value; }
+  void set(int32_t value) { setContent(Item::number(value)); }
 
  protected:
-  JsonNumber() : JsonValue(kJsonNumber) {}
-
- private:
-  int32_t value_ = 0;
+  JsonNumber() : JsonValue(Item::number(0)) {}
 };
 
 class JsonString : public JsonValue {
  public:
-  int32_t GetString(runtime::StringObject* value) override;
-  const char* GetStringPtr() override;
-  int32_t Write(runtime::Stream* stream) override;
   int32_t SetValue(uintptr_t value) override;
 
+  // Copies the bytes. kOutOfMemory: nothing changed.
   [[nodiscard]] int32_t set(const void* bytes, uint64_t length);
-  // For the pool's parser: bytes with a zero byte behind them that stand in the pool's text.
-  void borrow(char* bytes, uint64_t length);
 
  protected:
-  JsonString() : JsonValue(kJsonString) {}
-  ~JsonString();
+  JsonString() : JsonValue(Item::string(nullptr, 0)) {}
+  ~JsonString() { freeText(); }
 
  private:
-  runtime::ByteBuffer value_{};
+  void freeText();
+
+  bool hasOwnText_ = false;
 };
 
 class JsonBool : public JsonValue {
  public:
-  int32_t GetBool(uint32_t* value) override;
-  int32_t Write(runtime::Stream* stream) override;
   int32_t SetValue(uintptr_t value) override;
 
-  void set(bool value) { value_ = value ? 1 : 0; }
+  void set(bool value) { setContent(Item::boolean(value)); }
 
  protected:
-  JsonBool() : JsonValue(kJsonBool) {}
-
- private:
-  uint32_t value_ = 0;
+  JsonBool() : JsonValue(Item::boolean(false)) {}
 };
+
+// New values that hold something. Empty when memory is short.
+base::ComPtr<JsonValue> makeNull();
+base::ComPtr<JsonValue> makeNumber(int32_t value);
+base::ComPtr<JsonValue> makeString(std::string_view text);
+base::ComPtr<JsonValue> makeBool(bool value);
 
 }  // namespace vexa::json

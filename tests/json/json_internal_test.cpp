@@ -3,9 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "json/array.h"
+#include "json/collections.h"
 #include "json/jsonapi_list.h"
-#include "json/object.h"
 #include "json/parser.h"
 #include "support/bound_fixture.h"
 #include "support/exact_bytes.h"
@@ -83,7 +82,7 @@ TEST_F(JsonMemory, ParsedCollectionsGrowOutOfTheirPool) {
 
 TEST_F(JsonMemory, AParsedNameBecomesAStringObjectWhenAskedFor) {
   const auto object = parse(R"({"key":1})");
-  JsonValue* const member = object->elements()[0];
+  JsonValue* const member = object->valueAt(0);
   const char* const before = object->GetKeyPtrAt(0);
   const runtime::StringObject* const name = member->GetName();
   ASSERT_NE(name, nullptr);
@@ -95,7 +94,7 @@ TEST_F(JsonMemory, AParsedNameBecomesAStringObjectWhenAskedFor) {
 
 TEST_F(JsonMemory, AParsedValueCanBeRenamedAndSetAnew) {
   const auto object = parse(R"({"key":"old"})");
-  JsonValue* const member = object->elements()[0];
+  JsonValue* const member = object->valueAt(0);
   const test::ExactBytes bytes("newer");
   const runtime::ByteBuffer record = bytes.buffer();
   ASSERT_EQ(member->SetName(&record), kOk);
@@ -108,7 +107,7 @@ TEST_F(JsonMemory, ElementsOfAParsedArrayHaveAnEmptyName) {
   const auto object = parse(R"({"list":[1]})");
   ComPtr<IJsonArray> list;
   ASSERT_EQ(object->GetArray("list", list.put()), kOk);
-  JsonValue* const element = static_cast<JsonCollection*>(object->elements()[0])->elements()[0];
+  JsonValue* const element = static_cast<JsonCollection*>(object->valueAt(0))->valueAt(0);
   ASSERT_NE(element->GetName(), nullptr);
   EXPECT_STREQ(base::bound.strings->GetText(element->GetName()), "");
 }
@@ -193,7 +192,7 @@ TEST_F(JsonMemory, ChangesOfAParsedTreeSurviveEveryFailedAllocation) {
     const bool done =
         copy->SetString("a", "other") == kOk && copy->SetInteger("b", 1) == kOk &&
         copy->AddObject("c", child.put()) == kOk && copy->GetArray("list", elements.put()) == kOk &&
-        elements->SetStringAt(kJsonAtEnd, "x") == kOk && copy->elements()[1]->GetName() != nullptr;
+        elements->SetStringAt(kJsonAtEnd, "x") == kOk && copy->valueAt(1)->GetName() != nullptr;
     runtime::ByteBuffer* text = nullptr;
     const bool written = copy->ToText(&text) == kOk;
     EXPECT_EQ(written, text != nullptr);

@@ -7,8 +7,7 @@
 
 #include "base/heap.h"
 #include "io_log.h"
-#include "json/array.h"
-#include "json/object.h"
+#include "json/collections.h"
 #include "json/parser.h"
 #include "raw_json.h"
 #include "support/allocation_gate.h"
@@ -263,8 +262,8 @@ TEST_F(JsonValueSlots, Slot11WritesEachKind) {
   EXPECT_THAT(piecesOf(create<JsonNull>()), ElementsAre("null"));
   EXPECT_THAT(piecesOf(create<JsonNumber>()), ElementsAre("0"));
   EXPECT_THAT(piecesOf(create<JsonString>()), ElementsAre("\"\""));
-  EXPECT_THAT(piecesOf(create<JsonArray>()), ElementsAre("[\n", "\n", "]\n"));
-  EXPECT_THAT(piecesOf(create<JsonObject>()), ElementsAre("{\n", "\n", "}\n"));
+  EXPECT_THAT(piecesOf(create<JsonArray>()), ElementsAre("[\n\n]\n"));
+  EXPECT_THAT(piecesOf(create<JsonObject>()), ElementsAre("{\n\n}\n"));
   const auto truth = create<JsonBool>();
   EXPECT_THAT(piecesOf(truth), ElementsAre("false"));
   EXPECT_EQ(call<int32_t>(truth.get(), 12, uint64_t{1}), kOk);
@@ -296,12 +295,15 @@ class JsonElementReferences : public JsonValueSlots {
     EXPECT_EQ(parseText(record, object), kOk);
     return object;
   }
-  static std::vector<uint32_t> referencesToElementsOf(const JsonCollection& collection) {
+  static std::vector<uint32_t> referencesToElementsOf(JsonCollection& collection) {
     std::vector<uint32_t> counts;
-    for (JsonValue* const element : collection.elements()) {
-      counts.push_back(referencesOf(element));
+    for (uint64_t i = 0; i < collection.count(); ++i) {
+      counts.push_back(referencesOf(collection.valueAt(i)));
     }
     return counts;
+  }
+  static JsonCollection* asCollection(JsonValue* value) {
+    return value->content().isCollection() ? static_cast<JsonCollection*>(value) : nullptr;
   }
 };
 
@@ -333,7 +335,7 @@ TEST_F(JsonElementReferences, OfAReplacedValueAreItsHoldersAlone) {
   ComPtr<JsonObject> object;
   ASSERT_EQ(createValue(object), kOk);
   ASSERT_EQ(object->SetString("s", "kept"), kOk);
-  const auto held = ComPtr<JsonValue>::share(object->elements()[0]);
+  const auto held = ComPtr<JsonValue>::share(object->valueAt(0));
   EXPECT_EQ(referencesOf(held.get()), 2u);
   EXPECT_EQ(object->SetInteger("s", 1), kOk);
   EXPECT_EQ(referencesOf(held.get()), 1u);
@@ -344,7 +346,7 @@ TEST_F(JsonElementReferences, OfAReplacedElementAreItsHoldersAlone) {
   ComPtr<JsonArray> array;
   ASSERT_EQ(createValue(array), kOk);
   ASSERT_EQ(array->SetStringAt(0, "kept"), kOk);
-  const auto held = ComPtr<JsonValue>::share(array->elements()[0]);
+  const auto held = ComPtr<JsonValue>::share(array->valueAt(0));
   EXPECT_EQ(array->SetNullAt(0), kOk);
   EXPECT_EQ(referencesOf(held.get()), 1u);
   array.reset();
@@ -355,15 +357,15 @@ TEST_F(JsonElementReferences, OfAReplacedElementAreItsHoldersAlone) {
 TEST_F(JsonElementReferences, AfterAParseAreTheParentsAlone) {
   const auto object = parse(R"({"a":1,"b":"x","a":2,"c":[null,true,{"d":{}}],"c":[]})");
   EXPECT_THAT(referencesToElementsOf(*object.get()), ElementsAre(1, 1, 1));
-  const auto* const array = asCollection(object->elements()[2]);
+  auto* const array = asCollection(object->valueAt(2));
   ASSERT_NE(array, nullptr);
   EXPECT_THAT(referencesToElementsOf(*array), ElementsAre(1, 1, 1));
-  EXPECT_THAT(referencesToElementsOf(*asCollection(array->elements()[2])), ElementsAre(1));
+  EXPECT_THAT(referencesToElementsOf(*asCollection(array->valueAt(2))), ElementsAre(1));
 }
 
 TEST_F(JsonElementReferences, OfAHeldParsedValueOutliveTheTree) {
   auto object = parse(R"({"a":"kept","b":1})");
-  const auto held = ComPtr<JsonValue>::share(object->elements()[0]);
+  const auto held = ComPtr<JsonValue>::share(object->valueAt(0));
   object.reset();
   EXPECT_EQ(referencesOf(held.get()), 1u);
   EXPECT_STREQ(held->GetStringPtr(), "kept");
