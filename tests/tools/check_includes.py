@@ -31,8 +31,6 @@ ABOVE_ALL = ("tests", "fuzz", "bench", "docs")
 
 # What still stands in a ring.
 KNOWN_RINGS = (
-    "json/collection <-> json/serializer <-> json/values",
-    "json/array <-> json/object",
     "certs/certificate_list <-> certs/runtime_holders",
     "host/server/endpoint <-> host/server/routes",
 )

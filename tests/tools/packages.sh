@@ -11,8 +11,7 @@ declare -A packages=(
   [lint]="clang-format-14 clang-tidy-14 shellcheck"
   [checks]="ca-certificates libnss3-tools iproute2 clang-14 lld-14 pkg-config doxygen"
   [browser]="chromium"
-  [bench]="libabsl-dev libboost1.81-dev libboost-url1.81-dev libhttp-parser-dev rapidjson-dev
-    nlohmann-json3-dev libsimdjson-dev libbenchmark-dev"
+  [bench]="libboost1.81-dev libboost-url1.81-dev rapidjson-dev libbenchmark-dev"
   [fuzz]="clang-14 libclang-rt-14-dev"
   [coverage]="gcovr"
   [valgrind]="valgrind"
