@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/module_fixture.h"
@@ -142,6 +144,7 @@ class BytesHelper final : public IHashTableHelperKey {
   int32_t FreeItem(void*) override { return kOk; }
   int32_t CompareItems(void* a, void* b) override {
     ++compared;
+    lastCompared = {a, b};
     return a == b ? 0 : 1;
   }
   int32_t MakeKeyRecord(void* source, HashTableKeyRecord* record) override {
@@ -151,6 +154,9 @@ class BytesHelper final : public IHashTableHelperKey {
     const auto* bytes = static_cast<const uint8_t*>(source);
     record->number = bytes[0];
     record->bytes = static_cast<uint8_t*>(SpyRuntime::current().root.Allocate(bytes[0]));
+    if (record->bytes == nullptr) {
+      return kOutOfMemory;
+    }
     std::memcpy(record->bytes, bytes + 1, bytes[0]);
     probes.push_back(record->bytes);
     return kOk;
@@ -158,6 +164,7 @@ class BytesHelper final : public IHashTableHelperKey {
 
   int32_t result = kOk;
   int compared = 0;
+  std::pair<void*, void*> lastCompared;
   std::vector<void*> probes;
 };
 
@@ -173,30 +180,58 @@ class HashTableBytes : public HashTable {
     return static_cast<uint64_t>(sum) % buckets;
   }
 
+  // Whether a table of so many buckets hands these keys out in the order that the rule gives.
+  testing::AssertionResult comeByBucket(std::vector<std::vector<uint8_t>> samples,
+                                        uint64_t buckets) {
+    if (makeEx(buckets, reinterpret_cast<uintptr_t>(&helper), kHashTableNumber) != kOk ||
+        table == nullptr) {
+      return testing::AssertionFailure() << "no table of " << buckets;
+    }
+    for (auto& key : samples) {
+      EXPECT_EQ(put(key.data(), item(1)), kOk);
+    }
+    // Of one bucket the newest comes first.
+    std::reverse(samples.begin(), samples.end());
+    std::stable_sort(samples.begin(), samples.end(), [&](const auto& a, const auto& b) {
+      return bucketOf(a, buckets) < bucketOf(b, buckets);
+    });
+    const std::vector<uintptr_t> found = keys();
+    EXPECT_EQ(call<uint32_t>(table, 2), 0u);
+    table = nullptr;
+    if (found.size() != samples.size()) {
+      return testing::AssertionFailure() << found.size() << " keys of " << samples.size();
+    }
+    for (size_t i = 0; i < found.size(); ++i) {
+      if (reinterpret_cast<const void*>(found[i]) != samples[i].data()) {
+        return testing::AssertionFailure() << "another key at " << i << " of " << buckets;
+      }
+    }
+    return testing::AssertionSuccess();
+  }
+
   BytesHelper helper;
 };
 
+// Enough keys that no other width gives the same order.
 TEST_F(HashTableBytes, TheKeyByteWidthGrowsWithTheBuckets) {
-  std::vector<std::vector<uint8_t>> samples = {{4, 0x10, 0x20, 0x30, 0x90},
-                                               {4, 0xFF, 0xFF, 0xFF, 0xFF},
-                                               {5, 1, 2, 3, 4, 5},
-                                               {1, 7},
-                                               {2, 0, 1}};
-  for (const uint64_t buckets : {255u, 256u, 65'535u, 65'536u}) {
-    ASSERT_EQ(makeEx(buckets, reinterpret_cast<uintptr_t>(&helper), kHashTableNumber), kOk);
+  std::mt19937 random(257);
+  for (const uint64_t buckets : {255u, 256u, 257u, 65'535u, 65'536u}) {
+    std::vector<std::vector<uint8_t>> samples(100);
     for (auto& key : samples) {
-      ASSERT_EQ(put(key.data(), item(1)), kOk);
+      const auto length = static_cast<uint8_t>(1 + random() % 6);
+      key.push_back(length);
+      for (uint8_t i = 0; i < length; ++i) {
+        key.push_back(static_cast<uint8_t>(random()));
+      }
     }
-    std::vector<uint64_t> found;
-    for (const uintptr_t key : keys()) {
-      const auto* bytes = reinterpret_cast<const uint8_t*>(key);
-      found.push_back(bucketOf(std::vector<uint8_t>(bytes, bytes + bytes[0] + 1), buckets));
-    }
-    EXPECT_TRUE(std::is_sorted(found.begin(), found.end())) << buckets;
-    EXPECT_EQ(found.size(), samples.size());
-    EXPECT_EQ(call<uint32_t>(table, 2), 0u);
-    table = nullptr;
+    EXPECT_TRUE(comeByBucket(samples, buckets));
   }
+}
+
+// These tables are large, so a few keys must do: ones that change places with another width.
+TEST_F(HashTableBytes, TheKeyByteWidthIs4From16777216BucketsOn) {
+  EXPECT_TRUE(comeByBucket({{4, 1, 0, 0, 5}, {1, 3}}, 16'777'216));
+  EXPECT_TRUE(comeByBucket({{4, 0, 0, 0, 0x90}, {1, 200}}, 16'777'215));
 }
 
 TEST_F(HashTableBytes, BytesThatAreEqualAreComparedByTheHelperAtLast) {
@@ -212,6 +247,114 @@ TEST_F(HashTableBytes, BytesThatAreEqualAreComparedByTheHelperAtLast) {
   EXPECT_EQ(put(equal, item(4)), kOk) << "the helper says no: another key";
   EXPECT_EQ(keys().size(), 3u);
   EXPECT_EQ(spy.liveBlocks(), 1 + 2 * 3) << "buckets, nodes and their bytes; the probes are freed";
+}
+
+TEST_F(HashTableBytes, TheHelperComparesTheProbeWithTheStoredKey) {
+  ASSERT_EQ(makeEx(7, reinterpret_cast<uintptr_t>(&helper), kHashTableNumber), kOk);
+  uint8_t stored[] = {2, 1, 2};
+  uint8_t probe[] = {2, 1, 2};
+  EXPECT_EQ(put(stored, item(1)), kOk);
+  EXPECT_EQ(put(probe, item(2)), kOk);
+  EXPECT_EQ(helper.lastCompared, (std::pair<void*, void*>(probe, stored)));
+}
+
+TEST_F(HashTableBytes, EveryFailedAllocationOfAPutLosesNoBytes) {
+  ASSERT_EQ(makeEx(7, reinterpret_cast<uintptr_t>(&helper), kHashTableText), kOk);
+  uint8_t key[] = {3, 1, 2, 3};
+  const int swept = sweepAllocations(spy, [&] {
+    const int32_t result = put(key, text("value"));
+    EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+    EXPECT_EQ(call<int32_t>(table, 12), kOk);
+    return result == kOk;
+  });
+  EXPECT_EQ(swept, 3) << "bytes, node, value";
+}
+
+// Records whose number is the same, some with bytes and some without.
+class MixedHelper final : public IHashTableHelperKey {
+ public:
+  int32_t CopyItem(void* source, void** copy) override {
+    *copy = source;
+    return copyResult;
+  }
+  int32_t FreeItem(void* freed) override {
+    released.push_back(freed);
+    return kOk;
+  }
+  int32_t CompareItems(void*, void*) override { return 0; }
+  int32_t MakeKeyRecord(void* source, HashTableKeyRecord* record) override {
+    record->number = 1;
+    record->bytes = nullptr;
+    if (reinterpret_cast<uintptr_t>(source) % 2 != 0) {
+      record->bytes = static_cast<uint8_t*>(SpyRuntime::current().root.Allocate(1));
+    }
+    return recordResult;
+  }
+
+  int32_t copyResult = kOk;
+  int32_t recordResult = kOk;
+  std::vector<void*> released;
+};
+
+class HashTableMixed : public HashTable {
+ protected:
+  MixedHelper helper;
+  MixedHelper values;
+};
+
+TEST_F(HashTableMixed, ARecordWithBytesIsNoRecordWithout) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), kHashTableNumber), kOk);
+  EXPECT_EQ(put(item(1), item(10)), kOk);
+  EXPECT_EQ(put(item(2), item(20)), kOk);
+  EXPECT_EQ(keys().size(), 2u);
+  EXPECT_EQ(put(item(4), item(40)), kOk) << "without bytes the number alone decides";
+  EXPECT_EQ(put(item(3), item(30)), kOk) << "with bytes the helper says that they are equal";
+  EXPECT_THAT(keys(), ElementsAre(2, 1));
+  void* value = nullptr;
+  EXPECT_EQ(get(item(2), &value), kOk);
+  EXPECT_EQ(value, item(40));
+}
+
+TEST_F(HashTableMixed, APositiveResultOfAKeyRecordIsNoFailure) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), kHashTableNumber), kOk);
+  helper.recordResult = kFalse;
+  EXPECT_EQ(put(item(2), item(20)), kOk);
+  void* value = nullptr;
+  EXPECT_EQ(get(item(2), &value), kOk);
+  EXPECT_EQ(value, item(20));
+  EXPECT_EQ(call<int32_t>(table, 9, item(2)), kOk);
+  EXPECT_EQ(call<int32_t>(table, 8, item(2)), kOk);
+}
+
+TEST_F(HashTableMixed, AFailedCopyOfAKeyFailsThePutWithItsCode) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), reinterpret_cast<uintptr_t>(&values)),
+            kOk);
+  helper.copyResult = kAccessDenied;
+  EXPECT_EQ(put(item(1), item(10)), kAccessDenied);
+  EXPECT_EQ(keyAt(0), nullptr);
+  EXPECT_THAT(helper.released, ElementsAre());
+  EXPECT_EQ(spy.liveBlocks(), 1) << "the buckets";
+}
+
+TEST_F(HashTableMixed, AFailedCopyOfAValueGivesTheKeyBack) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), reinterpret_cast<uintptr_t>(&values)),
+            kOk);
+  values.copyResult = kAccessDenied;
+  EXPECT_EQ(put(item(1), item(10)), kAccessDenied);
+  EXPECT_EQ(keyAt(0), nullptr);
+  EXPECT_THAT(helper.released, ElementsAre(item(1)));
+  EXPECT_THAT(values.released, ElementsAre());
+  EXPECT_EQ(spy.liveBlocks(), 1) << "the buckets";
+}
+
+TEST_F(HashTableMixed, AFailedCopyOfAReplacedValueIsReported) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), reinterpret_cast<uintptr_t>(&values)),
+            kOk);
+  EXPECT_EQ(put(item(2), item(20)), kOk);
+  values.copyResult = kAccessDenied;
+  EXPECT_EQ(put(item(2), item(21)), kAccessDenied);
+  EXPECT_THAT(values.released, ElementsAre(item(20))) << "the old value has gone";
+  EXPECT_EQ(keyAt(0), item(2)) << "the key stays";
 }
 
 TEST_F(HashTableBytes, LookingUpLeavesTheProbesBytesToTheHelper) {
@@ -332,9 +475,62 @@ TEST_F(HashTable, TheFoldHashKeepsTheBitsAbove31) {
 
 // --- Objects ---
 
-TEST_F(HashTable, ObjectKeysAreToldApartByIdentityAndHeldByReference) {
+// An object with two interfaces, as a compiler lays them out: two tables, two addresses, one
+// identity.
+class TwoInterfaces {
+ public:
+  void* first() { return &first_; }
+  void* second() { return &second_; }
+  uint32_t references() const { return references_; }
+
+ private:
+  struct Interface {
+    void* const* table;
+    TwoInterfaces* object;
+  };
+
+  static int32_t queryInterface(Interface* self, const Guid* id, void** out) {
+    *out = *id == IID_IComponent ? &self->object->first_ : nullptr;
+    if (*out == nullptr) {
+      return kNoInterface;
+    }
+    addRef(self);
+    return kOk;
+  }
+  static uint32_t addRef(Interface* self) { return ++self->object->references_; }
+  static uint32_t release(Interface* self) { return --self->object->references_; }
+
+  static inline void* const kTable[] = {reinterpret_cast<void*>(queryInterface),
+                                        reinterpret_cast<void*>(addRef),
+                                        reinterpret_cast<void*>(release)};
+
+  Interface first_{kTable, this};
+  Interface second_{kTable, this};
+  uint32_t references_ = 0;
+};
+
+TEST_F(HashTable, TwoInterfacesOfAnObjectAreOneKey) {
+  TwoInterfaces one;
+  TwoInterfaces other;
+  ASSERT_EQ(make(0x0204, 0), kOk) << "object keys, numbers";
+  EXPECT_EQ(put(one.first(), item(1)), kOk);
+  EXPECT_EQ(put(one.second(), item(2)), kOk);
+  EXPECT_EQ(put(other.second(), item(3)), kOk);
+  EXPECT_EQ(keys().size(), 2u);
+  void* value = nullptr;
+  EXPECT_EQ(get(one.first(), &value), kOk);
+  EXPECT_EQ(value, item(2));
+  EXPECT_EQ(get(other.first(), &value), kOk);
+  EXPECT_EQ(value, item(3));
+  EXPECT_EQ(one.references(), 1u) << "the table's";
+  EXPECT_EQ(call<int32_t>(table, 8, one.second()), kOk);
+  EXPECT_EQ(call<int32_t>(table, 12), kOk);
+  EXPECT_EQ(one.references() + other.references(), 0u);
+}
+
+TEST_F(HashTable, ObjectKeysAreHeldByReference) {
   ASSERT_EQ(make(0x0104, 0), kOk) << "object keys, text values";
-  void* object = create(kHttpRequestClassName, IID_IHTTPRequest);
+  void* const object = create(kHttpRequestClassName, IID_IHTTPRequest);
   EXPECT_EQ(put(object, text("one")), kOk);
   EXPECT_EQ(call<uint32_t>(object, 1), 3u) << "creator, table, this one";
   call<uint32_t>(object, 2);

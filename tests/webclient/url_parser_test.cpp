@@ -41,6 +41,10 @@ constexpr ParseCase kParseCases[] = {
     {"PortReadUpToTheFirstLetter", "http://host:8o", kOk, 8, false, 14},
     {"PortBehindASpace", "http://a: 80/x", kOk, 80, false, 12},
     {"PortBehindATab", "http://a:\t80/x", kOk, 80, false, 12},
+    {"PortBehindALineFeed", "http://a:\n80/x", kOk, 80, false, 12},
+    {"PortBehindAVerticalTab", "http://a:\v80/x", kOk, 80, false, 12},
+    {"PortBehindAFormFeed", "http://a:\f80/x", kOk, 80, false, 12},
+    {"PortBehindACarriageReturn", "http://a:\r80/x", kOk, 80, false, 12},
     {"PortWithAPlus", "http://a:+80/x", kOk, 80, false, 12},
     {"SecondColonEndsThePort", "http://a:80:1", kOk, 80, false, 13},
     {"ColonInThePath", "http://a/x:1", kOk, 80, false, 8},
@@ -75,6 +79,8 @@ constexpr ParseCase kParseCases[] = {
     {"NegativePort", "http://a:-1/x", kFail, 0, false, -1},
     {"SignAlone", "http://a:+/x", kFail, 0, false, -1},
     {"SpacesAlone", "http://a:  /x", kFail, 0, false, -1},
+    {"BackspaceIsNoSpace", "http://a:\b80/x", kFail, 0, false, -1},
+    {"ShiftOutIsNoSpace", "http://a:\01680/x", kFail, 0, false, -1},
     {"TwoSigns", "http://a:+-8/x", kFail, 0, false, -1},
 };
 
