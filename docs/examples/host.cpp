@@ -51,7 +51,10 @@ int main(int argc, char** argv) {
   try {
     if (argc == 3) {
       const auto runtime = vexa::Runtime::load(argv[2]);
-      show(vexa::Module::load(argv[1], runtime.root()));
+      vexa::LoadOptions options;
+      options.root = &runtime.root();
+      options.hostName = "example";
+      show(vexa::Module::load(argv[1], options));
     } else {
       show(vexa::Module::load(argv[1]));
     }

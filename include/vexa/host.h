@@ -192,6 +192,11 @@ class String {
   runtime::StringObject string_{};
 };
 
+struct LoadOptions {
+  const runtime::RootList* root = nullptr;  // outlives the module; null: it loads velmora by itself
+  const char* hostName = nullptr;           // registered with the first lookup; outlives the module
+};
+
 // The loaded and started module. Everything obtained from it must be released before it ends. Moves
 // and never copies; the host serialises start and end.
 class Module {
@@ -205,15 +210,15 @@ class Module {
   }
   ~Module() { close(); }
 
-  // Loads the module from a folder, or from its file, and starts it. Without a root list it loads
-  // velmora by itself; with one, which must outlive it, it uses that. kFail: the file cannot be
+  // Loads the module from a folder, or from its file, and starts it. kFail: the file cannot be
   // loaded, or the start failed; `reason` says more.
   static int32_t tryLoad(const std::filesystem::path& path, Module& out,
-                         const runtime::RootList* root = nullptr, std::string* reason = nullptr) {
+                         const LoadOptions& options = {}, std::string* reason = nullptr) {
     Module module;
     module.state_ = std::make_unique<State>();
     std::string ignored;
-    const int32_t result = module.state_->start(path, root, reason != nullptr ? *reason : ignored);
+    const int32_t result =
+        module.state_->start(path, options, reason != nullptr ? *reason : ignored);
     if (!failed(result)) {
       out = std::move(module);
     }
@@ -231,7 +236,7 @@ class Module {
   template <class List>
   const List* tryList(const char* name = ListTraits<List>::kName) const {
     const void* list = nullptr;
-    return failed(state_->lookup(nullptr, name, &list)) ? nullptr : static_cast<const List*>(list);
+    return failed(state_->find(name, &list)) ? nullptr : static_cast<const List*>(list);
   }
   // A new object of the class that has this interface, or the one instance of a singleton class.
   template <class Interface>
@@ -259,15 +264,20 @@ class Module {
   }
 
 #ifdef VEXA_EXCEPTIONS
-  static Module load(const std::filesystem::path& path) { return loadWith(path, nullptr); }
-  static Module load(const std::filesystem::path& path, const runtime::RootList& root) {
-    return loadWith(path, &root);
+  static Module load(const std::filesystem::path& path, const LoadOptions& options = {}) {
+    Module module;
+    std::string reason;
+    const int32_t result = tryLoad(path, module, options, &reason);
+    if (failed(result)) {
+      throw Error(reason, result);
+    }
+    return module;
   }
 
   template <class List>
   const List& list(const char* name = ListTraits<List>::kName) const {
     const void* list = nullptr;
-    check(state_->lookup(nullptr, name, &list), name);
+    check(state_->find(name, &list), name);
     return *static_cast<const List*>(list);
   }
   template <class Interface>
@@ -296,11 +306,12 @@ class Module {
     TableHolder<runtime::StringTable> strings;
     ModuleFinalFunction final = nullptr;
     GetModuleInterfaceFunction lookup = nullptr;
+    const char* hostName = nullptr;
     const ClassFactoryList* classes = nullptr;
 
     ~State() { end(); }
 
-    int32_t start(const std::filesystem::path& path, const runtime::RootList* given,
+    int32_t start(const std::filesystem::path& path, const LoadOptions& options,
                   std::string& reason) {
       std::error_code ignored;
       const auto file = std::filesystem::is_directory(path, ignored) ? path / kModuleFile : path;
@@ -318,14 +329,15 @@ class Module {
       }
       // A start that got as far as the runtime needs its end; for one that did not this does
       // nothing.
-      const int32_t result = init(given, &lookup);
+      const int32_t result = init(options.root, &lookup);
       if (failed(result)) {
         reason =
             "the module does not start: velmora must stand beside it, or in \"lib\" beside "
             "its \"bin\"";
         return result;
       }
-      return bind(given, reason);
+      hostName = options.hostName;
+      return bind(options.root, reason);
     }
 
     // The heap and the strings that the host shares with the module.
@@ -333,7 +345,7 @@ class Module {
       runtime = Runtime::loaded();
       root = given != nullptr ? given : runtime.tryRoot();
       const void* list = nullptr;
-      if (root != nullptr && !failed(lookup(nullptr, kClassFactoryListName, &list))) {
+      if (root != nullptr && !failed(find(kClassFactoryListName, &list))) {
         classes = static_cast<const ClassFactoryList*>(list);
         commonTypes = TableHolder<vexa::runtime::CommonTypes>(*root);
         strings = TableHolder<vexa::runtime::StringTable>(*root);
@@ -345,6 +357,8 @@ class Module {
       return kOk;
     }
 
+    int32_t find(const char* name, const void** list) const { return lookup(hostName, name, list); }
+
     void end() {
       strings = {};
       commonTypes = {};
@@ -353,18 +367,6 @@ class Module {
       }
     }
   };
-
-#ifdef VEXA_EXCEPTIONS
-  static Module loadWith(const std::filesystem::path& path, const runtime::RootList* root) {
-    Module module;
-    std::string reason;
-    const int32_t result = tryLoad(path, module, root, &reason);
-    if (failed(result)) {
-      throw Error(reason, result);
-    }
-    return module;
-  }
-#endif
 
   std::unique_ptr<State> state_;
 };
