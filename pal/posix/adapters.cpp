@@ -41,18 +41,26 @@ std::size_t lengthOf(const sockaddr& address) {
 }
 
 BYTE prefixLengthOf(const sockaddr* mask) {
-  if (mask == nullptr) return 0;
+  if (mask == nullptr) {
+    return 0;
+  }
   const bool six = mask->sa_family == AF_INET6;
   const auto* bytes = reinterpret_cast<const unsigned char*>(mask) +
                       (six ? offsetof(sockaddr_in6, sin6_addr) : offsetof(sockaddr_in, sin_addr));
   int bits = 0;
-  for (std::size_t i = 0; i < (six ? 16u : 4u); ++i) bits += std::popcount(bytes[i]);
+  for (std::size_t i = 0; i < (six ? 16u : 4u); ++i) {
+    bits += std::popcount(bytes[i]);
+  }
   return static_cast<BYTE>(bits);
 }
 
 DWORD typeOf(const Adapter& adapter) {
-  if ((adapter.flags & IFF_LOOPBACK) != 0) return IF_TYPE_SOFTWARE_LOOPBACK;
-  if (adapter.link == nullptr) return IF_TYPE_OTHER;
+  if ((adapter.flags & IFF_LOOPBACK) != 0) {
+    return IF_TYPE_SOFTWARE_LOOPBACK;
+  }
+  if (adapter.link == nullptr) {
+    return IF_TYPE_OTHER;
+  }
   switch (adapter.link->sll_hatype) {
     case ARPHRD_ETHER:
       return IF_TYPE_ETHERNET_CSMACD;
@@ -76,7 +84,9 @@ IF_OPER_STATUS statusOf(const Adapter& adapter) {
 
 Adapter& adapterOf(const ifaddrs& entry, std::vector<Adapter>& adapters) {
   for (Adapter& adapter : adapters) {
-    if (adapter.name == entry.ifa_name) return adapter;
+    if (adapter.name == entry.ifa_name) {
+      return adapter;
+    }
   }
   Adapter& added = adapters.emplace_back();
   added.name = entry.ifa_name;
@@ -90,7 +100,9 @@ std::vector<Adapter> gather(const ifaddrs* list, ULONG family, bool addresses) {
   std::vector<Adapter> adapters;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
     Adapter& adapter = adapterOf(*entry, adapters);
-    if (entry->ifa_addr == nullptr) continue;
+    if (entry->ifa_addr == nullptr) {
+      continue;
+    }
     const int kind = entry->ifa_addr->sa_family;
     if (kind == AF_PACKET) {
       adapter.link = reinterpret_cast<const sockaddr_ll*>(entry->ifa_addr);
@@ -128,7 +140,9 @@ class Block {
 IP_ADAPTER_UNICAST_ADDRESS* put(const Address& address, Block& block) {
   auto* record = block.take<IP_ADAPTER_UNICAST_ADDRESS>();
   auto* bytes = block.take<std::uint8_t>(address.length);
-  if (record == nullptr) return nullptr;
+  if (record == nullptr) {
+    return nullptr;
+  }
   std::memcpy(bytes, address.address, address.length);
   record->Length = sizeof(*record);
   record->Address.lpSockaddr = reinterpret_cast<sockaddr*>(bytes);
@@ -160,7 +174,9 @@ IP_ADAPTER_ADDRESSES* put(const Adapter& adapter, Block& block) {
   IP_ADAPTER_UNICAST_ADDRESS* previous = nullptr;
   for (const Address& address : adapter.addresses) {
     auto* next = put(address, block);
-    if (record == nullptr || next == nullptr) continue;
+    if (record == nullptr || next == nullptr) {
+      continue;
+    }
     (previous == nullptr ? record->FirstUnicastAddress : previous->Next) = next;
     previous = next;
   }
@@ -172,7 +188,9 @@ std::size_t putAll(const std::vector<Adapter>& adapters, void* start) {
   IP_ADAPTER_ADDRESSES* previous = nullptr;
   for (const Adapter& adapter : adapters) {
     auto* next = put(adapter, block);
-    if (previous != nullptr) previous->Next = next;
+    if (previous != nullptr) {
+      previous->Next = next;
+    }
     previous = next;
   }
   return block.used();
@@ -186,11 +204,15 @@ ULONG WINAPI GetAdaptersAddresses(ULONG family, ULONG flags, PVOID, PIP_ADAPTER_
     return ERROR_INVALID_PARAMETER;
   }
   ifaddrs* first = nullptr;
-  if (getifaddrs(&first) != 0) return ERROR_NOT_ENOUGH_MEMORY;
+  if (getifaddrs(&first) != 0) {
+    return ERROR_NOT_ENOUGH_MEMORY;
+  }
   const InterfaceList list(first);
   try {
     const auto found = gather(first, family, (flags & GAA_FLAG_SKIP_UNICAST) == 0);
-    if (found.empty()) return ERROR_NO_DATA;
+    if (found.empty()) {
+      return ERROR_NO_DATA;
+    }
     const std::size_t needed = putAll(found, nullptr);
     if (adapters == nullptr || *size < needed) {
       *size = static_cast<ULONG>(needed);

@@ -27,7 +27,9 @@ BOOL WINAPI CertGetCertificateChain(HCERTCHAINENGINE, PCCERT_CONTEXT context, LP
     return fail(static_cast<DWORD>(E_INVALIDARG));
   }
   auto* built = new (std::nothrow) CERT_CHAIN_CONTEXT{};
-  if (built == nullptr) return fail(ERROR_NOT_ENOUGH_MEMORY);
+  if (built == nullptr) {
+    return fail(ERROR_NOT_ENOUGH_MEMORY);
+  }
   built->cbSize = sizeof(*built);
   built->TrustStatus.dwErrorStatus = CERT_TRUST_IS_UNTRUSTED_ROOT;
   chains.fetch_add(1, std::memory_order_relaxed);
@@ -41,7 +43,9 @@ BOOL WINAPI CertVerifyCertificateChainPolicy(LPCSTR policy, PCCERT_CHAIN_CONTEXT
   if (chain == nullptr || parameters == nullptr || status == nullptr) {
     return fail(static_cast<DWORD>(E_INVALIDARG));
   }
-  if (policy != CERT_CHAIN_POLICY_BASE) return fail(ERROR_FILE_NOT_FOUND);
+  if (policy != CERT_CHAIN_POLICY_BASE) {
+    return fail(ERROR_FILE_NOT_FOUND);
+  }
   status->dwError = static_cast<DWORD>(CERT_E_UNTRUSTEDROOT);
   status->lChainIndex = 0;
   status->lElementIndex = 0;
@@ -49,7 +53,9 @@ BOOL WINAPI CertVerifyCertificateChainPolicy(LPCSTR policy, PCCERT_CHAIN_CONTEXT
 }
 
 void WINAPI CertFreeCertificateChain(PCCERT_CHAIN_CONTEXT chain) {
-  if (chain == nullptr) return;
+  if (chain == nullptr) {
+    return;
+  }
   chains.fetch_sub(1, std::memory_order_relaxed);
   delete chain;
 }

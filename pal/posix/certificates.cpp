@@ -104,7 +104,9 @@ Context* newContext_locked(HCERTSTORE handle, const std::shared_ptr<Store>& stor
 
 void release_locked(Context& context) {
   --state().references;
-  if (--context.references == 0) delete &context;
+  if (--context.references == 0) {
+    delete &context;
+  }
 }
 
 std::shared_ptr<Store> openStore_locked(HCERTSTORE handle) {
@@ -116,7 +118,9 @@ std::shared_ptr<Store> openStore_locked(HCERTSTORE handle) {
 std::u16string storeKey(LPCWSTR name) {
   std::u16string key(name);
   for (char16_t& c : key) {
-    if (c >= u'a' && c <= u'z') c = static_cast<char16_t>(c - u'a' + u'A');
+    if (c >= u'a' && c <= u'z') {
+      c = static_cast<char16_t>(c - u'a' + u'A');
+    }
   }
   return key;
 }
@@ -131,7 +135,9 @@ std::size_t bytesOf(const std::optional<std::u16string>& text) {
 
 // Puts a copy of `text` at `cursor` and moves on; null for no text.
 LPWSTR place(const std::optional<std::u16string>& text, BYTE*& cursor) {
-  if (!text) return nullptr;
+  if (!text) {
+    return nullptr;
+  }
   const LPWSTR placed = reinterpret_cast<LPWSTR>(cursor);
   std::memcpy(cursor, text->c_str(), bytesOf(text));
   cursor += bytesOf(text);
@@ -154,7 +160,9 @@ bool setKeyProvider(Properties& properties, const CRYPT_KEY_PROV_INFO* info) {
     properties.keyProvider.reset();
     return true;
   }
-  if (info->cProvParam != 0) return false;
+  if (info->cProvParam != 0) {
+    return false;
+  }
   properties.keyProvider = {textOf(info->pwszContainerName), textOf(info->pwszProvName),
                             info->dwProvType, info->dwFlags, info->dwKeySpec};
   return true;
@@ -182,8 +190,12 @@ const Entry& append(Store& store, const Certificate& certificate) {
 }
 
 void addMissing(Properties& properties, const Properties& from) {
-  if (!properties.keyProvider) properties.keyProvider = from.keyProvider;
-  if (!properties.friendlyName) properties.friendlyName = from.friendlyName;
+  if (!properties.keyProvider) {
+    properties.keyProvider = from.keyProvider;
+  }
+  if (!properties.friendlyName) {
+    properties.friendlyName = from.friendlyName;
+  }
 }
 
 // The entry that stands for `added` afterwards; null when the disposition forbids it.
@@ -224,7 +236,9 @@ std::size_t openContexts() {
 
 void clearCertificateStores() {
   const std::lock_guard lock(state().mutex);
-  for (auto& [name, store] : state().stores) store->entries.clear();
+  for (auto& [name, store] : state().stores) {
+    store->entries.clear();
+  }
 }
 
 }  // namespace pal::posix
@@ -257,7 +271,9 @@ PCCERT_CONTEXT WINAPI CertCreateCertificateContext(DWORD encoding, const BYTE* e
 }
 
 PCCERT_CONTEXT WINAPI CertDuplicateCertificateContext(PCCERT_CONTEXT context) {
-  if (context == nullptr) return nullptr;
+  if (context == nullptr) {
+    return nullptr;
+  }
   const std::lock_guard lock(state().mutex);
   ++contextOf(context).references;
   ++state().references;
@@ -265,7 +281,9 @@ PCCERT_CONTEXT WINAPI CertDuplicateCertificateContext(PCCERT_CONTEXT context) {
 }
 
 BOOL WINAPI CertFreeCertificateContext(PCCERT_CONTEXT context) {
-  if (context == nullptr) return TRUE;
+  if (context == nullptr) {
+    return TRUE;
+  }
   const std::lock_guard lock(state().mutex);
   release_locked(contextOf(context));
   return TRUE;
@@ -273,7 +291,9 @@ BOOL WINAPI CertFreeCertificateContext(PCCERT_CONTEXT context) {
 
 BOOL WINAPI CertSetCertificateContextProperty(PCCERT_CONTEXT context, DWORD property, DWORD,
                                               const void* data) {
-  if (context == nullptr) return fail(E_INVALIDARG);
+  if (context == nullptr) {
+    return fail(E_INVALIDARG);
+  }
   const std::lock_guard lock(state().mutex);
   Properties& properties = contextOf(context).certificate->properties;
   try {
@@ -293,7 +313,9 @@ BOOL WINAPI CertSetCertificateContextProperty(PCCERT_CONTEXT context, DWORD prop
 
 BOOL WINAPI CertGetCertificateContextProperty(PCCERT_CONTEXT context, DWORD property, void* data,
                                               DWORD* size) {
-  if (context == nullptr || size == nullptr) return fail(E_INVALIDARG);
+  if (context == nullptr || size == nullptr) {
+    return fail(E_INVALIDARG);
+  }
   const std::lock_guard lock(state().mutex);
   const Properties& properties = contextOf(context).certificate->properties;
   const auto& info = properties.keyProvider;
@@ -309,7 +331,9 @@ BOOL WINAPI CertGetCertificateContextProperty(PCCERT_CONTEXT context, DWORD prop
   }
 
   const DWORD room = std::exchange(*size, static_cast<DWORD>(needed));
-  if (data == nullptr) return TRUE;
+  if (data == nullptr) {
+    return TRUE;
+  }
   if (room < needed) {
     SetLastError(ERROR_MORE_DATA);
     return FALSE;
@@ -330,7 +354,9 @@ HCERTSTORE WINAPI CertOpenSystemStoreW(HCRYPTPROV_LEGACY, LPCWSTR name) {
   const std::lock_guard lock(state().mutex);
   try {
     std::shared_ptr<Store>& store = state().stores[storeKey(name)];
-    if (!store) store = std::make_shared<Store>();
+    if (!store) {
+      store = std::make_shared<Store>();
+    }
     const HCERTSTORE handle = reinterpret_cast<HCERTSTORE>(state().lastHandle + 4);
     state().open.emplace(handle, store);
     state().lastHandle += 4;
@@ -342,14 +368,18 @@ HCERTSTORE WINAPI CertOpenSystemStoreW(HCRYPTPROV_LEGACY, LPCWSTR name) {
 }
 
 BOOL WINAPI CertCloseStore(HCERTSTORE store, DWORD) {
-  if (store == nullptr) return TRUE;
+  if (store == nullptr) {
+    return TRUE;
+  }
   const std::lock_guard lock(state().mutex);
   return state().open.erase(store) == 1 ? TRUE : fail(E_INVALIDARG);
 }
 
 BOOL WINAPI CertAddCertificateContextToStore(HCERTSTORE store, PCCERT_CONTEXT context,
                                              DWORD disposition, PCCERT_CONTEXT* stored) {
-  if (stored != nullptr) *stored = nullptr;
+  if (stored != nullptr) {
+    *stored = nullptr;
+  }
   const std::lock_guard lock(state().mutex);
   const auto target = openStore_locked(store);
   if (!target || context == nullptr || disposition < CERT_STORE_ADD_NEW ||
@@ -358,8 +388,12 @@ BOOL WINAPI CertAddCertificateContextToStore(HCERTSTORE store, PCCERT_CONTEXT co
   }
   try {
     const Entry* entry = add(*target, *contextOf(context).certificate, disposition);
-    if (entry == nullptr) return fail(CRYPT_E_EXISTS);
-    if (stored != nullptr) *stored = newContext_locked(store, target, *entry);
+    if (entry == nullptr) {
+      return fail(CRYPT_E_EXISTS);
+    }
+    if (stored != nullptr) {
+      *stored = newContext_locked(store, target, *entry);
+    }
     return TRUE;
   } catch (const std::bad_alloc&) {
     return failMemory();
@@ -393,7 +427,9 @@ PCCERT_CONTEXT WINAPI CertEnumCertificatesInStore(HCERTSTORE store, PCCERT_CONTE
 }
 
 BOOL WINAPI CertDeleteCertificateFromStore(PCCERT_CONTEXT context) {
-  if (context == nullptr) return TRUE;
+  if (context == nullptr) {
+    return TRUE;
+  }
   const std::lock_guard lock(state().mutex);
   Context& deleted = contextOf(context);
   if (deleted.home) {

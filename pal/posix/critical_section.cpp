@@ -20,9 +20,13 @@ void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section) {
 
 void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section) {
   pal::posix::stopIfTerminated();
-  if (pthread_mutex_lock(&section->mutex) != 0) std::abort();
+  if (pthread_mutex_lock(&section->mutex) != 0) {
+    std::abort();
+  }
 }
 
 void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section) {
-  if (pthread_mutex_unlock(&section->mutex) != 0) std::abort();
+  if (pthread_mutex_unlock(&section->mutex) != 0) {
+    std::abort();
+  }
 }

@@ -25,13 +25,23 @@ class Reader {
 
   // The next element, which must have this tag; an empty one after a failure.
   Element take(std::uint8_t tag) {
-    if (result_ != DerResult::kOk) return {};
-    if (cursor_ == end_) return fail(DerResult::kEndsEarly);
-    if (*cursor_ != tag) return fail(DerResult::kWrongShape);
+    if (result_ != DerResult::kOk) {
+      return {};
+    }
+    if (cursor_ == end_) {
+      return fail(DerResult::kEndsEarly);
+    }
+    if (*cursor_ != tag) {
+      return fail(DerResult::kWrongShape);
+    }
     Element element{cursor_++, nullptr, nullptr};
     std::size_t length = 0;
-    if (!takeLength(length)) return {};
-    if (length > static_cast<std::size_t>(end_ - cursor_)) return fail(DerResult::kEndsEarly);
+    if (!takeLength(length)) {
+      return {};
+    }
+    if (length > static_cast<std::size_t>(end_ - cursor_)) {
+      return fail(DerResult::kEndsEarly);
+    }
     element.contents = cursor_;
     element.end = cursor_ += length;
     return element;
@@ -40,16 +50,22 @@ class Reader {
  private:
   // length = a byte below 0x80, or 0x80 + n and n bytes, most significant first
   bool takeLength(std::size_t& length) {
-    if (cursor_ == end_) return refuse(DerResult::kEndsEarly);
+    if (cursor_ == end_) {
+      return refuse(DerResult::kEndsEarly);
+    }
     const std::uint8_t first = *cursor_++;
     if (first < 0x80) {
       length = first;
       return true;
     }
     int count = first & 0x7F;
-    if (count == 0 || count > 4) return refuse(DerResult::kWrongShape);
+    if (count == 0 || count > 4) {
+      return refuse(DerResult::kWrongShape);
+    }
     for (; count > 0; --count) {
-      if (cursor_ == end_) return refuse(DerResult::kEndsEarly);
+      if (cursor_ == end_) {
+        return refuse(DerResult::kEndsEarly);
+      }
       length = length << 8 | *cursor_++;
     }
     return true;
@@ -83,20 +99,28 @@ DerResult certificateIdentity(const std::uint8_t* encoded, std::size_t size,
                               std::string& identity) {
   Reader outside(encoded, encoded + size);
   const Element certificate = outside.take(kSequence);
-  if (outside.result() != DerResult::kOk) return outside.result();
+  if (outside.result() != DerResult::kOk) {
+    return outside.result();
+  }
 
   Reader parts(certificate.contents, certificate.end);
   const Element body = parts.take(kSequence);
   parts.take(kSequence);
   parts.take(kBitString);
-  if (parts.result() != DerResult::kOk) return parts.result();
+  if (parts.result() != DerResult::kOk) {
+    return parts.result();
+  }
 
   Reader fields(body.contents, body.end);
-  if (fields.nextIs(kVersion)) fields.take(kVersion);
+  if (fields.nextIs(kVersion)) {
+    fields.take(kVersion);
+  }
   const Element serial = fields.take(kInteger);
   fields.take(kSequence);
   const Element issuer = fields.take(kSequence);
-  if (fields.result() != DerResult::kOk) return fields.result();
+  if (fields.result() != DerResult::kOk) {
+    return fields.result();
+  }
 
   identity.clear();
   append(issuer, identity);

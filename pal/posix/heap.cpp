@@ -21,20 +21,28 @@ void* clearSlack(void* block, std::size_t bytes) {
   const std::size_t room = malloc_usable_size(block);
   // The compiler knows malloc's argument and would take the write for an overflow.
   volatile char* slack = static_cast<char*>(block);
-  for (std::size_t i = bytes; i < room; ++i) slack[i] = '\0';
+  for (std::size_t i = bytes; i < room; ++i) {
+    slack[i] = '\0';
+  }
   return block;
 }
 
 void* allocate(bool cleared, std::size_t bytes) {
-  if (bytes == 0) bytes = 1;
+  if (bytes == 0) {
+    bytes = 1;
+  }
   void* block = cleared ? std::calloc(1, bytes) : std::malloc(bytes);
-  if (block == nullptr) return nullptr;
+  if (block == nullptr) {
+    return nullptr;
+  }
   blocks.fetch_add(1, std::memory_order_relaxed);
   return clearSlack(block, bytes);
 }
 
 void release(void* block) {
-  if (block == nullptr) return;
+  if (block == nullptr) {
+    return;
+  }
   blocks.fetch_sub(1, std::memory_order_relaxed);
   std::free(block);
 }
@@ -48,16 +56,24 @@ std::size_t heapBlocks() { return blocks.load(std::memory_order_relaxed); }
 HANDLE WINAPI GetProcessHeap() { return &processHeap; }
 
 LPVOID WINAPI HeapAlloc(HANDLE heap, DWORD flags, SIZE_T bytes) {
-  if (heap != &processHeap) return nullptr;
+  if (heap != &processHeap) {
+    return nullptr;
+  }
   return allocate((flags & HEAP_ZERO_MEMORY) != 0, bytes);
 }
 
 LPVOID WINAPI HeapReAlloc(HANDLE heap, DWORD flags, LPVOID block, SIZE_T bytes) {
-  if (heap != &processHeap || block == nullptr) return nullptr;
-  if (bytes == 0) bytes = 1;
+  if (heap != &processHeap || block == nullptr) {
+    return nullptr;
+  }
+  if (bytes == 0) {
+    bytes = 1;
+  }
   const std::size_t before = malloc_usable_size(block);
   void* moved = std::realloc(block, bytes);
-  if (moved == nullptr) return nullptr;
+  if (moved == nullptr) {
+    return nullptr;
+  }
   if ((flags & HEAP_ZERO_MEMORY) != 0 && bytes > before) {
     std::memset(static_cast<char*>(moved) + before, 0, bytes - before);
   }
@@ -79,7 +95,9 @@ HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T bytes) {
     return nullptr;
   }
   void* block = allocate((flags & GMEM_ZEROINIT) != 0, bytes);
-  if (block == nullptr) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  if (block == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  }
   return block;
 }
 

@@ -49,15 +49,21 @@ BOOL fail(HRESULT error) { return fail(static_cast<DWORD>(error)); }
 ContainerName nameOf(LPCWSTR name, DWORD flags) {
   std::u16string text(name == nullptr ? u"" : name);
   for (char16_t& c : text) {
-    if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c - u'A' + u'a');
+    if (c >= u'A' && c <= u'Z') {
+      c = static_cast<char16_t>(c - u'A' + u'a');
+    }
   }
   return {(flags & CRYPT_MACHINE_KEYSET) != 0, std::move(text)};
 }
 
 bool isProvider(LPCWSTR name) {
-  if (name == nullptr) return true;
+  if (name == nullptr) {
+    return true;
+  }
   for (const std::u16string_view known : kProviders) {
-    if (known == name) return true;
+    if (known == name) {
+      return true;
+    }
   }
   return false;
 }
@@ -72,13 +78,17 @@ ULONG_PTR open_locked(Handles& handles, std::shared_ptr<Container> container) {
 
 BOOL openContainer_locked(HCRYPTPROV* provider, const ContainerName& name) {
   const auto found = state().containers.find(name);
-  if (found == state().containers.end()) return fail(NTE_BAD_KEYSET);
+  if (found == state().containers.end()) {
+    return fail(NTE_BAD_KEYSET);
+  }
   *provider = open_locked(state().providers, found->second);
   return TRUE;
 }
 
 BOOL makeContainer_locked(HCRYPTPROV* provider, const ContainerName& name) {
-  if (state().containers.count(name) != 0) return fail(NTE_EXISTS);
+  if (state().containers.count(name) != 0) {
+    return fail(NTE_EXISTS);
+  }
   const auto container = std::make_shared<Container>();
   const HCRYPTPROV handle = open_locked(state().providers, container);
   try {
@@ -92,7 +102,9 @@ BOOL makeContainer_locked(HCRYPTPROV* provider, const ContainerName& name) {
 }
 
 BOOL deleteContainer_locked(HCRYPTPROV* provider, const ContainerName& name) {
-  if (state().containers.erase(name) == 0) return fail(NTE_BAD_KEYSET);
+  if (state().containers.erase(name) == 0) {
+    return fail(NTE_BAD_KEYSET);
+  }
   *provider = 0;
   return TRUE;
 }
@@ -106,7 +118,9 @@ BOOL acquire_locked(HCRYPTPROV* provider, LPCWSTR container, DWORD action, DWORD
     case CRYPT_DELETEKEYSET:
       return deleteContainer_locked(provider, nameOf(container, flags));
     case CRYPT_VERIFYCONTEXT:
-      if (container != nullptr && container[0] != u'\0') return fail(NTE_BAD_FLAGS);
+      if (container != nullptr && container[0] != u'\0') {
+        return fail(NTE_BAD_FLAGS);
+      }
       *provider = open_locked(state().providers, std::make_shared<Container>());
       return TRUE;
     default:
@@ -118,17 +132,27 @@ BOOL acquire_locked(HCRYPTPROV* provider, LPCWSTR container, DWORD action, DWORD
 // (n bytes), two primes, two exponents and the coefficient (n / 2 each), private exponent (n).
 // S_OK or why not.
 HRESULT checkBlob(const BYTE* blob, DWORD size) {
-  if (size < sizeof(BLOBHEADER) + sizeof(RSAPUBKEY)) return NTE_BAD_DATA;
+  if (size < sizeof(BLOBHEADER) + sizeof(RSAPUBKEY)) {
+    return NTE_BAD_DATA;
+  }
   BLOBHEADER header;
   RSAPUBKEY key;
   std::memcpy(&header, blob, sizeof(header));
   std::memcpy(&key, blob + sizeof(header), sizeof(key));
-  if (header.bType != PRIVATEKEYBLOB) return NTE_BAD_TYPE;
-  if (header.bVersion != CUR_BLOB_VERSION) return NTE_BAD_VER;
-  if (header.aiKeyAlg != CALG_RSA_KEYX && header.aiKeyAlg != CALG_RSA_SIGN) return NTE_BAD_ALGID;
+  if (header.bType != PRIVATEKEYBLOB) {
+    return NTE_BAD_TYPE;
+  }
+  if (header.bVersion != CUR_BLOB_VERSION) {
+    return NTE_BAD_VER;
+  }
+  if (header.aiKeyAlg != CALG_RSA_KEYX && header.aiKeyAlg != CALG_RSA_SIGN) {
+    return NTE_BAD_ALGID;
+  }
 
   constexpr DWORD kMagic = 'R' | 'S' << 8 | 'A' << 16 | '2' << 24;
-  if (key.magic != kMagic || key.bitlen == 0 || key.bitlen % 8 != 0) return NTE_BAD_DATA;
+  if (key.magic != kMagic || key.bitlen == 0 || key.bitlen % 8 != 0) {
+    return NTE_BAD_DATA;
+  }
   const std::uint64_t bytes = key.bitlen / 8;
   const std::uint64_t needed = sizeof(header) + sizeof(key) + 2 * bytes + 5 * (bytes / 2);
   return size == needed ? S_OK : NTE_BAD_DATA;
@@ -167,10 +191,18 @@ void clearKeyContainers() {
 
 BOOL WINAPI CryptAcquireContextW(HCRYPTPROV* provider, LPCWSTR container, LPCWSTR name, DWORD type,
                                  DWORD flags) {
-  if (provider == nullptr) return fail(ERROR_INVALID_PARAMETER);
-  if (type == 0) return fail(NTE_BAD_PROV_TYPE);
-  if (type != PROV_RSA_FULL) return fail(NTE_PROV_TYPE_NO_MATCH);
-  if (!isProvider(name)) return fail(NTE_KEYSET_NOT_DEF);
+  if (provider == nullptr) {
+    return fail(ERROR_INVALID_PARAMETER);
+  }
+  if (type == 0) {
+    return fail(NTE_BAD_PROV_TYPE);
+  }
+  if (type != PROV_RSA_FULL) {
+    return fail(NTE_PROV_TYPE_NO_MATCH);
+  }
+  if (!isProvider(name)) {
+    return fail(NTE_KEYSET_NOT_DEF);
+  }
   const std::lock_guard lock(state().mutex);
   try {
     return acquire_locked(provider, container, flags & ~(CRYPT_SILENT | CRYPT_MACHINE_KEYSET),
@@ -182,7 +214,9 @@ BOOL WINAPI CryptAcquireContextW(HCRYPTPROV* provider, LPCWSTR container, LPCWST
 
 BOOL WINAPI CryptReleaseContext(HCRYPTPROV provider, DWORD flags) {
   const std::lock_guard lock(state().mutex);
-  if (state().providers.erase(provider) == 0) return fail(ERROR_INVALID_PARAMETER);
+  if (state().providers.erase(provider) == 0) {
+    return fail(ERROR_INVALID_PARAMETER);
+  }
   return flags == 0 ? TRUE : fail(NTE_BAD_FLAGS);
 }
 
@@ -193,9 +227,13 @@ BOOL WINAPI CryptImportKey(HCRYPTPROV provider, const BYTE* blob, DWORD size, HC
   if (found == state().providers.end() || blob == nullptr || key == nullptr || publicKey != 0) {
     return fail(ERROR_INVALID_PARAMETER);
   }
-  if ((flags & ~(CRYPT_EXPORTABLE | CRYPT_USER_PROTECTED)) != 0) return fail(NTE_BAD_FLAGS);
+  if ((flags & ~(CRYPT_EXPORTABLE | CRYPT_USER_PROTECTED)) != 0) {
+    return fail(NTE_BAD_FLAGS);
+  }
   const HRESULT checked = checkBlob(blob, size);
-  if (checked != S_OK) return fail(checked);
+  if (checked != S_OK) {
+    return fail(checked);
+  }
 
   BLOBHEADER header;
   std::memcpy(&header, blob, sizeof(header));

@@ -75,16 +75,24 @@ std::string programPath() {
 
 // Empty when it cannot be had. The loader keeps a relative path as it was given.
 std::string absolutePath(const char* path) {
-  if (path[0] == '\0') return programPath();
-  if (path[0] == '/') return path;
+  if (path[0] == '\0') {
+    return programPath();
+  }
+  if (path[0] == '/') {
+    return path;
+  }
   char resolved[PATH_MAX];
   return realpath(path, resolved) == nullptr ? std::string() : std::string(resolved);
 }
 
 std::string pathOf(HMODULE module) {
-  if (module == nullptr) return programPath();
+  if (module == nullptr) {
+    return programPath();
+  }
   link_map* map = nullptr;
-  if (!isKnown(module) || dlinfo(module, RTLD_DI_LINKMAP, &map) != 0) return std::string();
+  if (!isKnown(module) || dlinfo(module, RTLD_DI_LINKMAP, &map) != 0) {
+    return std::string();
+  }
   return absolutePath(map->l_name);
 }
 
@@ -101,18 +109,24 @@ std::size_t openLibraries() {
   KnownModules& modules = knownModules();
   const std::lock_guard lock(modules.mutex);
   std::size_t sum = 0;
-  for (const auto& [module, references] : modules.references) sum += references;
+  for (const auto& [module, references] : modules.references) {
+    sum += references;
+  }
   return sum;
 }
 
 }  // namespace pal::posix
 
 HMODULE WINAPI LoadLibraryA(LPCSTR name) {
-  if (name == nullptr || name[0] == '\0') return fail(ERROR_MOD_NOT_FOUND);
+  if (name == nullptr || name[0] == '\0') {
+    return fail(ERROR_MOD_NOT_FOUND);
+  }
   try {
     const std::string path = fileNameOf(name);
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) return fail(loadError(path));
+    if (handle == nullptr) {
+      return fail(loadError(path));
+    }
     const HMODULE module = static_cast<HMODULE>(handle);
     remember(module, 1);
     return module;
@@ -127,7 +141,9 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
     return nullptr;
   }
   void* symbol = dlsym(module, name);
-  if (symbol == nullptr) SetLastError(ERROR_PROC_NOT_FOUND);
+  if (symbol == nullptr) {
+    SetLastError(ERROR_PROC_NOT_FOUND);
+  }
   return reinterpret_cast<FARPROC>(symbol);
 }
 
@@ -144,7 +160,9 @@ BOOL WINAPI FreeLibrary(HMODULE module) {
       SetLastError(ERROR_MOD_NOT_FOUND);
       return FALSE;
     }
-    if (--found->second == 0) modules.references.erase(found);
+    if (--found->second == 0) {
+      modules.references.erase(found);
+    }
   }
   dlclose(module);  // outside the lock: it runs the library's own clean-up code
   return TRUE;
@@ -162,7 +180,9 @@ DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size) {
       return static_cast<DWORD>(full.size());
     }
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    if (size == 0) return 0;
+    if (size == 0) {
+      return 0;
+    }
     std::memcpy(path, full.data(), size - 1);
     path[size - 1] = '\0';
     return size;
@@ -193,11 +213,15 @@ BOOL WINAPI GetModuleHandleExA(DWORD flags, LPCSTR name, HMODULE* module) {
     return FALSE;
   }
   const bool counted = (flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) == 0;
-  if (!counted) dlclose(handle);
+  if (!counted) {
+    dlclose(handle);
+  }
   try {
     remember(static_cast<HMODULE>(handle), counted ? 1 : 0);
   } catch (const std::bad_alloc&) {
-    if (counted) dlclose(handle);
+    if (counted) {
+      dlclose(handle);
+    }
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return FALSE;
   }
@@ -214,7 +238,9 @@ UINT WINAPI GetSystemDirectoryA(LPSTR path, UINT size) {
   }
   *std::strrchr(resolved, '/') = '\0';
   const std::size_t length = std::strlen(resolved);
-  if (length >= size) return static_cast<UINT>(length + 1);
+  if (length >= size) {
+    return static_cast<UINT>(length + 1);
+  }
   std::memcpy(path, resolved, length + 1);
   return static_cast<UINT>(length);
 }

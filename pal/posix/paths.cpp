@@ -21,7 +21,9 @@ unsigned char lower(char c) {
 char separatorOf(std::string_view path, std::string_view more) {
   for (const std::string_view text : {path, more}) {
     const std::size_t at = text.find_first_of(kSeparators);
-    if (at != std::string_view::npos) return text[at];
+    if (at != std::string_view::npos) {
+      return text[at];
+    }
   }
   return '/';
 }
@@ -33,7 +35,9 @@ void addParts(std::string_view text, bool rooted, std::vector<std::string_view>&
     const std::size_t end = std::min(text.find_first_of(kSeparators), text.size());
     const std::string_view part = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
-    if (part.empty() || part == ".") continue;
+    if (part.empty() || part == ".") {
+      continue;
+    }
     if (part != ".." || (!rooted && (parts.empty() || parts.back() == ".."))) {
       parts.push_back(part);
     } else if (!parts.empty()) {
@@ -57,15 +61,21 @@ std::string join(std::string_view path, std::string_view more) {
     result += part;
     result += separator;
   }
-  if (!parts.empty() && !endsOpen) result.pop_back();
-  if (result.empty()) result += '.';
+  if (!parts.empty() && !endsOpen) {
+    result.pop_back();
+  }
+  if (result.empty()) {
+    result += '.';
+  }
   return result;
 }
 
 }  // namespace
 
 BOOL WINAPI PathAppendA(LPSTR path, LPCSTR more) {
-  if (path == nullptr || more == nullptr) return FALSE;
+  if (path == nullptr || more == nullptr) {
+    return FALSE;
+  }
   try {
     const std::string result = join(path, more);
     if (result.size() < kMaxPath) {
@@ -80,7 +90,9 @@ BOOL WINAPI PathAppendA(LPSTR path, LPCSTR more) {
 }
 
 LPSTR WINAPI PathFindExtensionA(LPCSTR path) {
-  if (path == nullptr) return nullptr;
+  if (path == nullptr) {
+    return nullptr;
+  }
   const char* found = nullptr;
   for (; *path != '\0'; ++path) {
     if (*path == '.') {
@@ -93,36 +105,56 @@ LPSTR WINAPI PathFindExtensionA(LPCSTR path) {
 }
 
 BOOL WINAPI PathAddExtensionA(LPSTR path, LPCSTR extension) {
-  if (path == nullptr) return FALSE;
+  if (path == nullptr) {
+    return FALSE;
+  }
   char* end = PathFindExtensionA(path);
-  if (*end != '\0') return FALSE;
-  if (extension == nullptr) extension = ".exe";
+  if (*end != '\0') {
+    return FALSE;
+  }
+  if (extension == nullptr) {
+    extension = ".exe";
+  }
   const std::size_t length = static_cast<std::size_t>(end - path);
   const std::size_t more = std::strlen(extension);
-  if (length + more >= kMaxPath) return FALSE;
+  if (length + more >= kMaxPath) {
+    return FALSE;
+  }
   std::memcpy(end, extension, more + 1);
   return TRUE;
 }
 
 LPSTR WINAPI PathFindFileNameA(LPCSTR path) {
-  if (path == nullptr) return nullptr;
+  if (path == nullptr) {
+    return nullptr;
+  }
   const char* part = path;
   for (; *path != '\0'; ++path) {
-    if (isSeparator(*path) && path[1] != '\0' && !isSeparator(path[1])) part = path + 1;
+    if (isSeparator(*path) && path[1] != '\0' && !isSeparator(path[1])) {
+      part = path + 1;
+    }
   }
   return const_cast<LPSTR>(part);
 }
 
 BOOL WINAPI PathRemoveFileSpecA(LPSTR path) {
-  if (path == nullptr) return FALSE;
+  if (path == nullptr) {
+    return FALSE;
+  }
   char* cursor = path;
   // A root of one separator, or of two in front of a server's name, stays.
-  for (int i = 0; i < 2 && isSeparator(*cursor); ++i) ++cursor;
+  for (int i = 0; i < 2 && isSeparator(*cursor); ++i) {
+    ++cursor;
+  }
   char* cut = cursor;
   for (; *cursor != '\0'; ++cursor) {
-    if (isSeparator(*cursor)) cut = cursor;
+    if (isSeparator(*cursor)) {
+      cut = cursor;
+    }
   }
-  if (*cut == '\0') return FALSE;
+  if (*cut == '\0') {
+    return FALSE;
+  }
   *cut = '\0';
   return TRUE;
 }
@@ -130,6 +162,8 @@ BOOL WINAPI PathRemoveFileSpecA(LPSTR path) {
 int WINAPI lstrcmpiA(LPCSTR left, LPCSTR right) { return _stricmp(left, right); }
 
 int _stricmp(const char* left, const char* right) {
-  while (*left != '\0' && lower(*left) == lower(*right)) ++left, ++right;
+  while (*left != '\0' && lower(*left) == lower(*right)) {
+    ++left, ++right;
+  }
   return static_cast<int>(lower(*left)) - static_cast<int>(lower(*right));
 }

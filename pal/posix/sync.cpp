@@ -53,7 +53,9 @@ class Event final : public Waitable {
 
   bool isSignalled_locked() const override { return signalled_; }
   void take_locked() override {
-    if (!manualReset_) signalled_ = false;
+    if (!manualReset_) {
+      signalled_ = false;
+    }
   }
 
  private:
@@ -74,7 +76,9 @@ class Thread final : public Waitable {
   Thread(LPTHREAD_START_ROUTINE start, LPVOID argument, DWORD id)
       : id_(id), start_(start), argument_(argument) {}
   ~Thread() override {
-    if (owned_) pthread_detach(thread_);
+    if (owned_) {
+      pthread_detach(thread_);
+    }
   }
 
   // Starts the thread, which keeps `self` while it runs. False: the system has no more threads.
@@ -86,8 +90,9 @@ class Thread final : public Waitable {
   bool isSignalled_locked() const override { return ended_; }
   void take_locked() override {
     if (!owned_ || terminated_.load(std::memory_order_relaxed) ||
-        pthread_equal(thread_, pthread_self()))
+        pthread_equal(thread_, pthread_self())) {
       return;
+    }
     pthread_join(thread_, nullptr);  // it has passed its last use of `mutex`
     owned_ = false;
   }
@@ -140,7 +145,9 @@ std::shared_ptr<Waitable> objectOf(HANDLE handle) {
   HandleTable& table = handles();
   const std::lock_guard lock(table.mutex);
   const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(handle));
-  if (found != table.objects.end()) return found->second;
+  if (found != table.objects.end()) {
+    return found->second;
+  }
   SetLastError(ERROR_INVALID_HANDLE);
   return nullptr;
 }
@@ -149,7 +156,9 @@ std::shared_ptr<Waitable> objectOf(HANDLE handle) {
 template <class T>
 std::shared_ptr<T> objectAs(HANDLE handle) {
   auto object = std::dynamic_pointer_cast<T>(objectOf(handle));
-  if (!object) SetLastError(ERROR_INVALID_HANDLE);
+  if (!object) {
+    SetLastError(ERROR_INVALID_HANDLE);
+  }
   return object;
 }
 
@@ -161,7 +170,9 @@ bool Waitable::wait(DWORD milliseconds) {
       lock.unlock();
       stopForever();
     }
-    if (isSignalled_locked()) break;
+    if (isSignalled_locked()) {
+      break;
+    }
     if (milliseconds == INFINITE) {
       changed.wait(lock);
     } else if (milliseconds == 0 ||
@@ -176,9 +187,13 @@ bool Waitable::wait(DWORD milliseconds) {
 
 bool Thread::launch(const std::shared_ptr<Thread>& self, SIZE_T stackSize) {
   pthread_attr_t attributes;
-  if (pthread_attr_init(&attributes) != 0) return false;
+  if (pthread_attr_init(&attributes) != 0) {
+    return false;
+  }
   // A size that the system refuses leaves the default.
-  if (stackSize != 0) pthread_attr_setstacksize(&attributes, stackSize);
+  if (stackSize != 0) {
+    pthread_attr_setstacksize(&attributes, stackSize);
+  }
 
   auto kept = std::make_unique<std::shared_ptr<Thread>>(self);
   bool started = false;
@@ -189,7 +204,9 @@ bool Thread::launch(const std::shared_ptr<Thread>& self, SIZE_T stackSize) {
     self->owned_ = started;
   }
   pthread_attr_destroy(&attributes);
-  if (started) static_cast<void>(kept.release());  // run() takes it over
+  if (started) {
+    static_cast<void>(kept.release());  // run() takes it over
+  }
   return started;
 }
 
@@ -210,14 +227,18 @@ void* Thread::run(void* self) {
 void Thread::terminate() {
   terminated_.store(true, std::memory_order_relaxed);
   end();
-  if (currentThread == this) stopForever();
+  if (currentThread == this) {
+    stopForever();
+  }
 }
 
 // Where a thread sleeps, so that TerminateThread has nothing to wake: it just never goes on.
 void sleepUntil(Clock::time_point deadline) {
   for (;;) {
     const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(deadline - Clock::now());
-    if (left.count() <= 0) return;
+    if (left.count() <= 0) {
+      return;
+    }
     timespec time{};
     time.tv_sec = static_cast<time_t>(left.count() / 1'000'000'000);
     time.tv_nsec = static_cast<long>(left.count() % 1'000'000'000);
@@ -252,14 +273,18 @@ HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL signall
 
 BOOL WINAPI SetEvent(HANDLE event) {
   const auto object = objectAs<Event>(event);
-  if (!object) return FALSE;
+  if (!object) {
+    return FALSE;
+  }
   object->set();
   return TRUE;
 }
 
 BOOL WINAPI ResetEvent(HANDLE event) {
   const auto object = objectAs<Event>(event);
-  if (!object) return FALSE;
+  if (!object) {
+    return FALSE;
+  }
   object->reset();
   return TRUE;
 }
@@ -267,7 +292,9 @@ BOOL WINAPI ResetEvent(HANDLE event) {
 DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   stopIfTerminated();
   const auto object = objectOf(handle);
-  if (!object) return WAIT_FAILED;
+  if (!object) {
+    return WAIT_FAILED;
+  }
   return object->wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
 }
 
@@ -295,7 +322,9 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T stackSize, LPTHREAD_STA
     const auto thread = std::make_shared<Thread>(start, argument, nextThreadId());
     HANDLE handle = openHandle(thread);
     // Before the start: the new thread may look at it.
-    if (threadId != nullptr) *threadId = thread->id();
+    if (threadId != nullptr) {
+      *threadId = thread->id();
+    }
     if (!Thread::launch(thread, stackSize)) {
       CloseHandle(handle);
       SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -310,20 +339,26 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T stackSize, LPTHREAD_STA
 
 BOOL WINAPI TerminateThread(HANDLE thread, DWORD) {
   const auto object = objectAs<Thread>(thread);
-  if (!object) return FALSE;
+  if (!object) {
+    return FALSE;
+  }
   object->terminate();
   return TRUE;
 }
 
 DWORD WINAPI GetCurrentThreadId() {
-  if (currentThread != nullptr) return currentThread->id();
+  if (currentThread != nullptr) {
+    return currentThread->id();
+  }
   thread_local const DWORD id = nextThreadId();
   return id;
 }
 
 void WINAPI Sleep(DWORD milliseconds) {
   stopIfTerminated();
-  if (milliseconds == INFINITE) stopForever();
+  if (milliseconds == INFINITE) {
+    stopForever();
+  }
   sleepUntil(Clock::now() + std::chrono::milliseconds(milliseconds));
   stopIfTerminated();
 }

@@ -12,11 +12,15 @@ void watchTermination(const std::atomic<bool>* flag) { terminated = flag; }
 bool isTerminated() { return terminated != nullptr && terminated->load(std::memory_order_relaxed); }
 
 void stopIfTerminated() {
-  if (isTerminated()) stopForever();
+  if (isTerminated()) {
+    stopForever();
+  }
 }
 
 void stopForever() {
-  for (;;) pause();
+  for (;;) {
+    pause();
+  }
 }
 
 }  // namespace pal::posix

@@ -38,15 +38,21 @@ BOOL fail(DWORD error) {
 std::string_view trim(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n";
   const std::size_t start = text.find_first_not_of(kBlanks);
-  if (start == std::string_view::npos) return {};
+  if (start == std::string_view::npos) {
+    return {};
+  }
   return text.substr(start, text.find_last_not_of(kBlanks) - start + 1);
 }
 
 // Empty when neither variable is set, or when a host in it could not be one.
 std::string_view variable(const char* small, const char* capital) {
   const char* value = std::getenv(small);
-  if (value == nullptr) value = std::getenv(capital);
-  if (value == nullptr) return {};
+  if (value == nullptr) {
+    value = std::getenv(capital);
+  }
+  if (value == nullptr) {
+    return {};
+  }
   const std::string_view text = trim(value);
   const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   return std::all_of(text.begin(), text.end(), isAscii) ? text : std::string_view{};
@@ -55,17 +61,25 @@ std::string_view variable(const char* small, const char* capital) {
 // "host:port" of a URL: authority = [ userinfo "@" ] host [ ":" port ] (RFC 3986).
 std::string_view hostAndPort(std::string_view url) {
   const std::size_t scheme = url.find("://");
-  if (scheme != std::string_view::npos) url.remove_prefix(scheme + 3);
+  if (scheme != std::string_view::npos) {
+    url.remove_prefix(scheme + 3);
+  }
   url = url.substr(0, url.find_first_of("/?#"));
   const std::size_t user = url.rfind('@');
-  if (user != std::string_view::npos) url.remove_prefix(user + 1);
+  if (user != std::string_view::npos) {
+    url.remove_prefix(user + 1);
+  }
   return url;
 }
 
 void addProxy(std::string_view scheme, std::string_view url, std::string& list) {
   const std::string_view proxy = hostAndPort(url);
-  if (proxy.empty()) return;
-  if (!list.empty()) list += ';';
+  if (proxy.empty()) {
+    return;
+  }
+  if (!list.empty()) {
+    list += ';';
+  }
   list.append(scheme).append(1, '=').append(proxy);
 }
 
@@ -79,20 +93,26 @@ bool isHostName(std::string_view entry) {
 std::string bypassList(std::string_view entries) {
   std::string list;
   const auto add = [&list](std::string_view prefix, std::string_view entry) {
-    if (!list.empty()) list += ';';
+    if (!list.empty()) {
+      list += ';';
+    }
     list.append(prefix).append(entry);
   };
   while (!entries.empty()) {
     const std::size_t end = std::min(entries.find_first_of(",;"), entries.size());
     const std::string_view entry = trim(entries.substr(0, end));
     entries.remove_prefix(std::min(end + 1, entries.size()));
-    if (entry.empty()) continue;
+    if (entry.empty()) {
+      continue;
+    }
     if (entry.front() == '.') {
       add("*", entry);
       continue;
     }
     add("", entry);
-    if (isHostName(entry)) add("*.", entry);
+    if (isHostName(entry)) {
+      add("*.", entry);
+    }
   }
   return list;
 }
@@ -100,9 +120,13 @@ std::string bypassList(std::string_view entries) {
 // A copy for the caller; an empty text becomes null. False when memory is short.
 bool handOut(const std::string& text, LPWSTR& out) {
   out = nullptr;
-  if (text.empty()) return true;
+  if (text.empty()) {
+    return true;
+  }
   out = static_cast<LPWSTR>(GlobalAlloc(GPTR, (text.size() + 1) * sizeof(WCHAR)));
-  if (out == nullptr) return false;
+  if (out == nullptr) {
+    return false;
+  }
   std::copy(text.begin(), text.end(), out);
   return true;
 }
@@ -120,7 +144,9 @@ std::size_t openSessions() {
 }  // namespace pal::posix
 
 BOOL WINAPI WinHttpGetIEProxyConfigForCurrentUser(WINHTTP_CURRENT_USER_IE_PROXY_CONFIG* config) {
-  if (config == nullptr) return fail(ERROR_INVALID_PARAMETER);
+  if (config == nullptr) {
+    return fail(ERROR_INVALID_PARAMETER);
+  }
   *config = {};
   try {
     std::string proxies;
@@ -139,7 +165,9 @@ BOOL WINAPI WinHttpGetIEProxyConfigForCurrentUser(WINHTTP_CURRENT_USER_IE_PROXY_
 }
 
 BOOL WINAPI WinHttpDetectAutoProxyConfigUrl(DWORD flags, LPWSTR* url) {
-  if (flags == 0 || url == nullptr) return fail(ERROR_INVALID_PARAMETER);
+  if (flags == 0 || url == nullptr) {
+    return fail(ERROR_INVALID_PARAMETER);
+  }
   *url = nullptr;
   return fail(ERROR_WINHTTP_AUTODETECTION_FAILED);
 }
@@ -163,8 +191,12 @@ HINTERNET WINAPI WinHttpOpen(LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD flags) {
 
 BOOL WINAPI WinHttpGetProxyForUrl(HINTERNET session, LPCWSTR url,
                                   WINHTTP_AUTOPROXY_OPTIONS* options, WINHTTP_PROXY_INFO* info) {
-  if (!isOpen(session)) return fail(ERROR_INVALID_HANDLE);
-  if (url == nullptr || options == nullptr || info == nullptr) return fail(ERROR_INVALID_PARAMETER);
+  if (!isOpen(session)) {
+    return fail(ERROR_INVALID_HANDLE);
+  }
+  if (url == nullptr || options == nullptr || info == nullptr) {
+    return fail(ERROR_INVALID_PARAMETER);
+  }
   const bool script = (options->dwFlags & WINHTTP_AUTOPROXY_CONFIG_URL) != 0;
   const bool detect = (options->dwFlags & WINHTTP_AUTOPROXY_AUTO_DETECT) != 0;
   if ((!script && !detect) || (script && options->lpszAutoConfigUrl == nullptr) ||

@@ -8,8 +8,8 @@
 #include <ostream>
 #include <utility>
 
-#include "runtime/heap.h"
 #include "runtime/exports/registry.h"
+#include "runtime/heap.h"
 #include "support/allocation_gate.h"
 
 namespace vexa::test {
