@@ -16,6 +16,7 @@ declare -A packages=(
   [coverage]="gcovr"
   [valgrind]="valgrind"
   [docs]="doxygen"
+  [package]="dpkg-dev file"
 )
 packages[base]="${packages[native]} ${packages[windows]} ${packages[lint]} ${packages[checks]}"
 

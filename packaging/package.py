@@ -1,0 +1,74 @@
+#!/usr/bin/env python3
+"""Makes the Windows package: the same bytes from the same tree, whenever and wherever.
+
+package.py BUILD DIST    BUILD is a Windows build; writes DIST/vexabase-VERSION.zip with a bill of
+                         materials inside (vexabase.spdx.json), and DIST/SHA256SUMS over the packages
+                         that lie in DIST
+"""
+
+import hashlib
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import zipfile
+
+import bill_of_materials
+
+FIRST_ZIP_TIME = 315532800  # 1980-01-01: ZIP knows nothing earlier
+PACKAGES = ("*.zip", "*.deb")
+
+
+def release_time():
+    """What SOURCE_DATE_EPOCH says, else a fixed time."""
+    return max(FIRST_ZIP_TIME, int(os.environ.get("SOURCE_DATE_EPOCH", FIRST_ZIP_TIME)))
+
+
+def version_of(build):
+    cache = (build / "CMakeCache.txt").read_text()
+    return re.search(r"^CMAKE_PROJECT_VERSION:STATIC=(.*)$", cache, re.M).group(1)
+
+
+def install(build, folder):
+    subprocess.run(["cmake", "--install", str(build), "--prefix", str(folder)], check=True,
+                   stdout=subprocess.DEVNULL)
+
+
+def write_zip(folder, path):
+    """Every file in the order of its name, with one time and one mode."""
+    when = time.gmtime(release_time())[:6]
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+        for file in sorted(folder.rglob("*")):
+            if file.is_file():
+                entry = zipfile.ZipInfo(str(file.relative_to(folder.parent)), when)
+                entry.compress_type = zipfile.ZIP_DEFLATED
+                entry.create_system = 3
+                mode = 0o755 if file.suffix in (".sh", ".exe") else 0o644
+                entry.external_attr = (0o100000 | mode) << 16
+                archive.writestr(entry, file.read_bytes())
+
+
+def write_checksums(dist):
+    packages = sorted(path for pattern in PACKAGES for path in dist.glob(pattern))
+    lines = [f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in packages]
+    (dist / "SHA256SUMS").write_text("".join(lines))
+
+
+def main(build, dist):
+    version = version_of(build)
+    dist.mkdir(parents=True, exist_ok=True)
+    package = dist / f"vexabase-{version}.zip"
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name) / f"vexabase-{version}"
+        install(build, folder)
+        bill_of_materials.write(folder, version, release_time())
+        write_zip(folder, package)
+    write_checksums(dist)
+    print(package)
+
+
+if __name__ == "__main__":
+    main(pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve())
