@@ -38,12 +38,16 @@ const Document& document(int64_t which) {
       {"1 MB", listOf(1'000'000)},
       {"2 MB", listOf(2'000'000)},
       {"4 MB", listOf(4'000'000)},
+      {"50,000 keys", honestKeys()},
+      {"50,000 keys", collidingKeys()},
   };
   return documents[which];
 }
 constexpr int64_t kLastKind = 5;
 constexpr int64_t kFirstSize = 6;
 constexpr int64_t kLastSize = 8;
+constexpr int64_t kHonest = 9;
+constexpr int64_t kColliding = 10;
 
 void describe(benchmark::State& state) {
   const Document& source = document(state.range(0));
@@ -158,6 +162,9 @@ BENCHMARK(writeVexa)->Name("json/write/vexabase")->Apply(kinds);
 BENCHMARK(writeRapid)->Name("json/write/rapidjson")->Apply(kinds);
 BENCHMARK(lookUpVexa)->Name("json/member/vexabase")->Apply(memberCounts);
 BENCHMARK(lookUpRapid)->Name("json/member/rapidjson")->Apply(memberCounts);
+// Input made by an enemy.
+BENCHMARK(parseVexa)->Name("json/parse colliding/vexabase")->Arg(kColliding);
+BENCHMARK(parseVexa)->Name("json/parse colliding/honest keys")->Arg(kHonest);
 // Cost that grows with the input, and no faster.
 BENCHMARK(parseVexa)->Name("json/parse growing/vexabase")->Apply(sizes);
 BENCHMARK(writeVexa)->Name("json/write growing/vexabase")->Apply(sizes);

@@ -1,6 +1,8 @@
 #include "json_documents.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 
 namespace vexa::bench {
@@ -253,6 +255,20 @@ void writePerformance(DocumentWriter& out, Numbers& numbers) {
   out.close('}');
 }
 
+constexpr uint64_t kManyKeys = 50'000;
+
+// May stand in a key as it is.
+bool isPlain(char c) {
+  const auto byte = static_cast<uint8_t>(c);
+  return byte > 0x20 && byte != '"' && byte != '\\' && byte != 0x7F && byte < 0xFE;
+}
+
+std::string bytesOf(uint64_t word) {
+  std::string bytes(sizeof(word), '\0');
+  std::memcpy(bytes.data(), &word, sizeof(word));
+  return bytes;
+}
+
 }  // namespace
 
 std::string tweets(size_t indentation) {
@@ -335,6 +351,32 @@ std::string listOf(uint64_t bytes) {
             R"(","flags":[true,null]})";
   }
   return text + "]}";
+}
+
+std::string honestKeys() {
+  std::string text = "{";
+  for (uint64_t i = 0; i < kManyKeys; ++i) {
+    text.append(i == 0 ? "\"" : ",\"").append(std::to_string(1'000'000'000'000'000 + i * 7919));
+    text += "\":1";
+  }
+  return text + "}";
+}
+
+std::string collidingKeys() {
+  Numbers numbers;
+  std::string text = "{";
+  for (uint64_t made = 0; made < kManyKeys;) {
+    // The first word at will, the second takes back what it did to the digest (digestKey() in
+    // json/repeated_keys.cpp).
+    const uint64_t first = numbers.next(uint64_t{1} << 31) << 32 | numbers.next(uint64_t{1} << 31);
+    uint64_t second = (16 ^ first) * 0x9E3779B97F4A7C15;
+    second ^= second >> 32;
+    const std::string key = bytesOf(first) + bytesOf(second);
+    if (std::all_of(key.begin(), key.end(), isPlain)) {
+      text.append(made++ == 0 ? "\"" : ",\"").append(key).append("\":1");
+    }
+  }
+  return text + "}";
 }
 
 }  // namespace vexa::bench

@@ -24,4 +24,9 @@ std::string fewMembers(int count);
 // A list of small objects of about `bytes` bytes, in one line.
 std::string listOf(uint64_t bytes);
 
+// Objects of about 1 MB with 50,000 keys of 16 bytes: such as come, and such as somebody chose who
+// knows the module's sources, so that all of them meet in its hash table.
+std::string honestKeys();
+std::string collidingKeys();
+
 }  // namespace vexa::bench

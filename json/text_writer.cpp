@@ -40,6 +40,20 @@ uint64_t bytesToEscape(uint64_t word) {
          ~word & kHighBits;
 }
 
+constexpr size_t kHalf = kWord / 2;
+
+// Copies half a word to a word, as two halves that may overlap. False when some of it is to be
+// escaped; what was copied then counts for nothing.
+bool copyRest(const char* from, char* to, size_t size) {
+  uint32_t first;
+  uint32_t last;
+  std::memcpy(&first, from, kHalf);
+  std::memcpy(&last, from + size - kHalf, kHalf);
+  std::memcpy(to, &first, kHalf);
+  std::memcpy(to + size - kHalf, &last, kHalf);
+  return bytesToEscape(first | uint64_t{last} << 32) == 0;
+}
+
 // "00" to "99".
 constexpr std::array<char, 200> makePairs() {
   std::array<char, 200> pairs{};
@@ -97,23 +111,21 @@ void TextWriter::putInteger(int32_t value) {
   }
 }
 
-void TextWriter::putString(std::string_view text) {
+void TextWriter::putEscaped(std::string_view text) {
   const char* next = text.data();
   const char* const end = next + text.size();
-  put("\"");
   for (;;) {
     next = copyPlain(next, end);
-    if (next == end) {
-      break;
-    }
     if (pending_ >= kFlushAt) {
       flush();
-    } else {
-      putEscaped(static_cast<uint8_t>(*next++));
+    }
+    if (next == end) {
+      return;
+    }
+    if (kEscapes[static_cast<uint8_t>(*next)] != kPlain) {
+      putEscape(static_cast<uint8_t>(*next++));
     }
   }
-  buffer_[pending_] = '"';
-  advance(1);
 }
 
 // Copies plain bytes up to the next one that is to be escaped, the end or a full buffer.
@@ -132,6 +144,11 @@ const char* TextWriter::copyPlain(const char* next, const char* end) {
       return next;
     }
   }
+  const auto rest = static_cast<size_t>(stop - next);
+  if (rest >= kHalf && copyRest(next, out, rest)) {
+    pending_ = static_cast<size_t>(out - buffer_) + rest;
+    return stop;
+  }
   while (next != stop && kEscapes[static_cast<uint8_t>(*next)] == kPlain) {
     *out++ = *next++;
   }
@@ -139,7 +156,7 @@ const char* TextWriter::copyPlain(const char* next, const char* end) {
   return next;
 }
 
-void TextWriter::putEscaped(uint8_t byte) {
+void TextWriter::putEscape(uint8_t byte) {
   const char escape = kEscapes[byte];
   char* const out = buffer_ + pending_;
   out[0] = '\\';

@@ -25,9 +25,9 @@ class TextWriter {
     advance(kArray - 1);
   }
   void putInteger(int32_t value);
-  // In double quotes. \b \t \n \f \r \" \/ \\ stand for these bytes; other bytes below 0x20 become
-  // \u and four decimal digits.
-  void putString(std::string_view text);
+  // What stands between the quotes of a string: \b \t \n \f \r \" \/ \\ for these bytes, \u and
+  // four decimal digits for other bytes below 0x20.
+  void putEscaped(std::string_view text);
 
   // The stream's first failure, or kOk.
   int32_t result() const { return result_; }
@@ -46,7 +46,7 @@ class TextWriter {
     }
   }
   const char* copyPlain(const char* next, const char* end);
-  void putEscaped(uint8_t byte);
+  void putEscape(uint8_t byte);
   void flush();
 
   runtime::Stream* stream_;

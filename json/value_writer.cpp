@@ -43,7 +43,9 @@ class TreeWriter {
   void writeScalar(const Item& content) {
     switch (content.type()) {
       case kJsonString:
-        out_.putString(content.text());
+        out_.put("\"");
+        out_.putEscaped(content.text());
+        out_.put("\"");
         break;
       case kJsonNumber:
         out_.putInteger(content.number());
@@ -67,12 +69,12 @@ class TreeWriter {
     const Item collection = level.collection;
     const bool isObject = collection.type() == kJsonObject;
     for (uint64_t index = level.next; index != collection.length(); ++index) {
-      if (index != 0) {
-        out_.put(",\n");
-      }
       if (isObject) {
-        out_.putString(keyOf(collection, index));
-        out_.put(" : ");
+        putEither(index == 0, "\"", ",\n\"");
+        out_.putEscaped(keyOf(collection, index));
+        out_.put("\" : ");
+      } else if (index != 0) {
+        out_.put(",\n");
       }
       const Item content = contentOf(elementOf(collection, index));
       if (content.isCollection()) {

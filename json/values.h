@@ -7,10 +7,10 @@
 #include "json/item.h"
 #include "json/value_name.h"
 #include "json/value_pool.h"
+#include "vexa/component.h"
 #include "vexa/json.h"
 #include "vexa/runtime/object.h"
 #include "vexa/runtime/records.h"
-#include "vexa/component.h"
 
 namespace vexa::json {
 
