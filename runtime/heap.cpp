@@ -221,7 +221,7 @@ bool fits(uint64_t bytes, uint64_t capacity) {
   return bytes <= capacity && (capacity <= kSmall || bytes >= capacity / 2);
 }
 
-void* resizeInPlace(Header* header, uint64_t bytes) {
+void* setSize(Header* header, uint64_t bytes) {
   header->setSize(bytes, header->sizeClass());
   allowBytes(header->bytes(), bytes);
   forbidBytes(header->bytes() + bytes, header->capacity() - bytes);
@@ -241,7 +241,7 @@ void* resizeLarge(Header* header, Origin origin, uint64_t bytes, uint64_t capaci
   }
   large->capacity = capacity;
   large->header.mark(origin);
-  return resizeInPlace(&large->header, bytes);
+  return setSize(&large->header, bytes);
 }
 
 void* moveTo(void* target, Header* header, uint64_t bytes) {
@@ -261,7 +261,7 @@ void* resize(Header* header, Origin origin, uint64_t bytes) {
       header->sizeClass() == kNoClass && capacity > kLargestOfClass
           ? resizeLarge(header, origin, bytes, capacity)
           : moveTo(allocateNew(origin, bytes, capacity, Content::kAny), header, bytes);
-  return resized == nullptr && bytes <= header->capacity() ? resizeInPlace(header, bytes) : resized;
+  return resized == nullptr && bytes <= header->capacity() ? setSize(header, bytes) : resized;
 }
 
 // Always moved, so that a pointer into the old block shows itself as stale.
@@ -299,9 +299,15 @@ void* reallocateBlock(void* block, uint64_t size) {
   if (!quick.load(std::memory_order_relaxed)) {
     return resizeWatchfully(header, origin, bytes);
   }
-  return fits(bytes, header->capacity()) ? resizeInPlace(header, bytes)
-                                         : resize(header, origin, bytes);
+  return fits(bytes, header->capacity()) ? setSize(header, bytes) : resize(header, origin, bytes);
 }
+
+bool fitsInPlace(void* block, uint64_t size) {
+  return quick.load(std::memory_order_relaxed) && originOf(block) != Origin::kNone &&
+         fits(size, headerOf(block)->capacity());
+}
+
+void resizeInPlace(void* block, uint64_t size) { setSize(headerOf(block), size); }
 
 void freeBlock(void* block) {
   if (block == nullptr) {

@@ -14,6 +14,9 @@ namespace vexa::velmora {
 void* allocateBlock(uint64_t size);
 // Content kept, growth not cleared. Null is allocated. On failure null; the old block stays.
 void* reallocateBlock(void* block, uint64_t size);
+// Whether a live block may take on this size where it is; never in a watchful heap.
+bool fitsInPlace(void* block, uint64_t size);
+void resizeInPlace(void* block, uint64_t size);  // to one that fits
 // Null is ignored. Releases every block but component texts.
 void freeBlock(void* block);
 

@@ -59,6 +59,9 @@ class StringOperations {
 
   // `text` may lie inside the string's own text.
   static int32_t assign(Record* string, View text) {
+    if (assignInPlace(string, text)) {
+      return kOk;
+    }
     Char* const copy = text.empty() ? nullptr : copyText(text);
     if (copy == nullptr && !text.empty()) {
       return kOutOfMemory;
@@ -184,6 +187,22 @@ class StringOperations {
   }
 
  private:
+  // In the block that is there, when it has room.
+  static bool assignInPlace(Record* string, View text) {
+    const uint64_t size = (text.size() + 1) * sizeof(Char);
+    if (text.empty() || string->text == nullptr || !fitsInPlace(string->text, size)) {
+      return false;
+    }
+    if (text.size() > string->length) {
+      resizeInPlace(string->text, size);
+    }
+    Traits::move(string->text, text.data(), text.size());
+    string->text[text.size()] = Char{};
+    string->length = text.size();
+    resizeInPlace(string->text, size);
+    return true;
+  }
+
   // Exactly -1, 0 or 1, by units as unsigned numbers.
   static int32_t order(View a, View b) {
     const int result = a.compare(b);

@@ -1,4 +1,5 @@
 #include "runtime/basic_tables.h"
+#include "runtime/hex.h"
 #include "runtime/string_operations.h"
 
 namespace vexa::velmora {
@@ -28,21 +29,34 @@ int32_t compareWithText(const StringObject* string, const char* text) {
   return (a.size() > b.size()) - (a.size() < b.size());
 }
 
+constexpr uint64_t everyByte(uint8_t byte) { return byte * 0x0101010101010101u; }
+
+// Eight letters at a time: the top bit of each byte says whether the byte is from 'a' to 'z', which
+// is 0x20 more than its capital.
+uint64_t raised(uint64_t bytes) {
+  const uint64_t low = bytes & everyByte(0x7F);
+  const uint64_t fromA = low + everyByte(0x80 - 'a');
+  const uint64_t beyondZ = low + everyByte(0x80 - 'z' - 1);
+  const uint64_t isLower = fromA & ~beyondZ & ~bytes & everyByte(0x80);
+  return bytes - (isLower >> 2);
+}
+
+void raise(char* text, uint64_t length) {
+  uint64_t word;
+  for (; length >= sizeof(word); text += sizeof(word), length -= sizeof(word)) {
+    std::memcpy(&word, text, sizeof(word));
+    word = raised(word);
+    std::memcpy(text, &word, sizeof(word));
+  }
+  std::transform(text, text + length, text, upper<char>);
+}
+
 int32_t normalise(StringObject* string) {
   if (string == nullptr) {
     return kNullPointer;
   }
-  std::transform(string->text, string->text + Operations::getLength(string), string->text,
-                 upper<char>);
+  raise(string->text, Operations::getLength(string));
   return kOk;
-}
-
-int hexDigit(char character) {
-  if (character >= '0' && character <= '9') {
-    return character - '0';
-  }
-  const char letter = upper(character);
-  return letter >= 'A' && letter <= 'F' ? letter - 'A' + 10 : -1;
 }
 
 // The byte that the escape at `at` stands for. Negative for what is not decoded: an incomplete or

@@ -1,24 +1,12 @@
 #include "runtime/certificates/name.h"
 #include "runtime/der/der_writer.h"
+#include "runtime/hex.h"
 
 // Reads the text form of names (RFC 4514, section 3).
 namespace vexa::velmora {
 namespace {
 
 constexpr std::string_view kAlwaysEscaped = "\"+,;<>\\";
-
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  if (c >= 'a' && c <= 'f') {
-    return c - 'a' + 10;
-  }
-  if (c >= 'A' && c <= 'F') {
-    return c - 'A' + 10;
-  }
-  return -1;
-}
 
 class NameTextReader {
  public:

@@ -4,6 +4,7 @@
 
 #include "runtime/exports/crypto_types.h"
 #include "runtime/heap.h"
+#include "runtime/hex.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {
@@ -43,14 +44,6 @@ int32_t bufferCompare(const runtime::ByteBuffer* a, const runtime::ByteBuffer* b
     return a->length < b->length ? -1 : 1;
   }
   return a->length == 0 ? 0 : std::memcmp(a->data, b->data, a->length);
-}
-
-int hexDigit(char character) {
-  if (character >= '0' && character <= '9') {
-    return character - '0';
-  }
-  const char lower = static_cast<char>(character | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 bool readHex(const char* hex, uint64_t count, uint8_t* bytes) {

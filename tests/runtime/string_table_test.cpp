@@ -197,6 +197,24 @@ TEST_F(StringTableTest, NormaliseRaisesAsciiLetters) {
   EXPECT_EQ(strings.Normalise(empty.get()), kOk);
 }
 
+TEST_F(StringTableTest, NormaliseTakesEveryByteAtEveryPlace) {
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) {
+    bytes += static_cast<char>(byte);
+  }
+  std::string expected = bytes;
+  for (int letter = 'a'; letter <= 'z'; ++letter) {
+    expected[static_cast<size_t>(letter)] = static_cast<char>(letter - 'a' + 'A');
+  }
+  for (size_t start = 0; start < 9; ++start) {
+    for (const size_t length : {1, 7, 8, 9, 100, 200, 247}) {
+      String string(bytes.substr(start, length));
+      ASSERT_EQ(strings.Normalise(string.get()), kOk);
+      ASSERT_EQ(string.str(), expected.substr(start, length));
+    }
+  }
+}
+
 struct Rewrite {
   std::string_view in;
   std::string_view out;
