@@ -14,6 +14,8 @@ function(vexa_product name description)
     set(file_type VFT_DLL)
     set(file_name ${name}.dll)
     set(manifest_id 2)
+    # Else the linker takes a base address from the path that it writes to.
+    target_link_options(${name} PRIVATE -Wl,--disable-auto-image-base)
   endif()
   configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_BINARY_DIR}/generated/${name}.rc @ONLY)
   target_sources(${name} PRIVATE ${CMAKE_BINARY_DIR}/generated/${name}.rc)

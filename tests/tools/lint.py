@@ -3,7 +3,8 @@
 
 lint.py [--jobs N] [--deep] ROOT BUILD [PART...]
 
-PART: only sources whose path contains one of these; tests are looked at only so. --deep: let the analyzer follow every call.
+PART: only sources whose path contains one of these; tests are looked at only so. --deep: let the
+analyzer follow every call.
 
 A source that passed is not looked at again until its content, that of a header it includes, its
 command line or the configuration changes. The cache holds one empty file for each state that
