@@ -14,7 +14,7 @@ namespace {
 using namespace vexa;
 using namespace vexa::velmora;
 
-constexpr uint32_t kMostIterations = 64;  // a mutated count must not eat the time
+constexpr uint32_t kMostRounds = 64;  // a mutated count must not eat the time
 
 void require(bool holds) {
   if (!holds) {
@@ -47,7 +47,7 @@ void readAll(const runtime::BagNode* node) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  limitIterations(kMostIterations);
+  limitRounds(kMostRounds);
   const uint64_t before = liveBlocks();
   const runtime::ByteBuffer input{size, const_cast<uint8_t*>(data)};
   char text[] = "secret";

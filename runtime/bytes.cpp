@@ -25,6 +25,17 @@ bool equalBytes(ByteView a, ByteView b) {
   return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
 }
 
+bool equalInConstantTime(ByteView a, ByteView b) {
+  if (a.size() != b.size()) {
+    return false;
+  }
+  volatile uint8_t difference = 0;
+  for (size_t i = 0; i < a.size(); ++i) {
+    difference = static_cast<uint8_t>(difference | (a[i] ^ b[i]));
+  }
+  return difference == 0;
+}
+
 int compareBytes(ByteView a, ByteView b) {
   const size_t common = std::min(a.size(), b.size());
   const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);

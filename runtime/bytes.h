@@ -12,6 +12,8 @@ namespace vexa::velmora {
 using ByteView = std::span<const uint8_t>;
 
 bool equalBytes(ByteView a, ByteView b);
+// For authentication codes: the time depends on the lengths alone.
+bool equalInConstantTime(ByteView a, ByteView b);
 // -1, 0 or 1: byte order, a prefix before what it begins.
 int compareBytes(ByteView a, ByteView b);
 

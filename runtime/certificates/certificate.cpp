@@ -31,11 +31,8 @@ int32_t appendExtendedKeyUsage(CertificateObject& certificate, runtime::ObjectId
     return kOutOfMemory;
   }
   entry->identifier = identifier.release();
-  runtime::ExtendedKeyUsage** end = &certificate.extendedKeyUsage;
-  while (*end != nullptr) {
-    end = &(*end)->next;
-  }
-  *end = entry;
+  *certificate.extendedKeyUsageEnd = entry;
+  certificate.extendedKeyUsageEnd = &entry->next;
   return kOk;
 }
 

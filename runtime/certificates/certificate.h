@@ -45,6 +45,7 @@ struct CertificateObject : Counted<runtime::Certificate> {
   std::optional<KeyUsageFlags> keyUsage;
   bool keyUsageCritical = false;
   runtime::ExtendedKeyUsage* extendedKeyUsage = nullptr;  // null: absent
+  runtime::ExtendedKeyUsage** extendedKeyUsageEnd = &extendedKeyUsage;
   std::optional<runtime::BasicConstraints> basicConstraints;
   std::optional<uint32_t> pathLength;
 

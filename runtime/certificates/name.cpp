@@ -6,9 +6,6 @@
 namespace vexa::velmora {
 namespace {
 
-// Names are walked from behind, by counting. Real ones have a dozen parts.
-constexpr size_t kMaxRelativeNames = 1024;
-
 struct NameObject : Counted<runtime::Name> {
   static constexpr char kTypeName[] = "Name";
   static const runtime::NameTable kTable;
@@ -101,26 +98,46 @@ std::optional<size_t> countRelativeNames(ByteView sequence) {
   return count;
 }
 
-// The relative name at `index` of a name that was checked when it was made.
-ByteView relativeNameAt(const NameObject& name, size_t index) {
-  DerReader reader(*derContent(name.encoding.view(), kSequence));
-  while (index-- != 0) {
-    reader.takeAny();
+// The relative names of a name that was checked when it was made, in the order of the encoding.
+class RelativeNames {
+ public:
+  explicit RelativeNames(const NameObject& name) {
+    views_.resize(name.relativeNames * sizeof(ByteView));
+    if (views_.failed()) {
+      return;
+    }
+    DerReader reader(*derContent(name.encoding.view(), kSequence));
+    for (; !reader.atEnd(); ++count_) {
+      new (views_.data() + count_ * sizeof(ByteView)) ByteView(reader.takeAny()->content);
+    }
   }
-  return reader.takeAny()->content;
-}
 
-// Calls `use` with each attribute in the order of the text form until it answers false.
+  // Memory was short; there are none then.
+  bool failed() const { return views_.failed(); }
+  size_t count() const { return count_; }
+  ByteView operator[](size_t index) const {
+    return reinterpret_cast<const ByteView*>(views_.data())[index];
+  }
+
+ private:
+  Bytes views_;
+  size_t count_ = 0;
+};
+
+// Calls `use` with each attribute in the order of the text form until it answers false. False when
+// memory was short.
 template <class Use>
-void forEachAttribute(const NameObject& name, Use&& use) {
-  for (size_t index = name.relativeNames; index-- != 0;) {
-    DerReader reader(relativeNameAt(name, index));
+bool forEachAttribute(const NameObject& name, Use&& use) {
+  const RelativeNames relativeNames(name);
+  for (size_t index = relativeNames.count(); index-- != 0;) {
+    DerReader reader(relativeNames[index]);
     for (bool first = true; !reader.atEnd(); first = false) {
       if (!use(*takeAttribute(reader), first)) {
-        return;
+        return true;
       }
     }
   }
+  return !relativeNames.failed();
 }
 
 void appendText(std::string_view text, Bytes& out) {
@@ -135,13 +152,27 @@ void appendHex(ByteView bytes, Bytes& out) {
   }
 }
 
-// RFC 4514, 2.4.
+// How many bytes at the front are a control character: U+0000 to U+001F, U+007F to U+009F.
+size_t controlLength(ByteView utf8) {
+  if (utf8[0] < 0x20 || utf8[0] == 0x7F) {
+    return 1;
+  }
+  const bool isC1 = utf8[0] == 0xC2 && utf8.size() > 1 && utf8[1] < 0xA0;
+  return isC1 ? 2 : 0;
+}
+
+// RFC 4514, 2.4. Control characters are escaped too, which the standard allows: a line feed in a
+// name must not forge a line of a table, nor an escape character reach a terminal.
 void appendEscaped(ByteView utf8, Bytes& out) {
   constexpr std::string_view kSpecial = "\"+,;<>\\";
   for (size_t i = 0; i < utf8.size(); ++i) {
     const char c = static_cast<char>(utf8[i]);
-    if (c == '\0') {
-      appendText("\\00", out);
+    if (const size_t control = controlLength(utf8.subspan(i))) {
+      for (const uint8_t& byte : utf8.subspan(i, control)) {
+        out.append(uint8_t{'\\'});
+        appendHex({&byte, 1}, out);
+      }
+      i += control - 1;
       continue;
     }
     const bool atEdge = i == 0 || i + 1 == utf8.size();
@@ -182,7 +213,7 @@ int32_t getAttribute(runtime::Name* self, const char* attribute, runtime::String
   const AttributeType* const type = findAttributeType(attribute);
   Bytes text;
   if (type != nullptr) {
-    forEachAttribute(*static_cast<NameObject*>(self), [&](const Attribute& candidate, bool) {
+    const auto take = [&](const Attribute& candidate, bool) {
       if (candidate.type != type->objectId) {
         return true;
       }
@@ -191,7 +222,10 @@ int32_t getAttribute(runtime::Name* self, const char* attribute, runtime::String
       }
       text.reset();
       return true;
-    });
+    };
+    if (!forEachAttribute(*static_cast<NameObject*>(self), take)) {
+      return kOutOfMemory;
+    }
   }
   return text.failed() ? kOutOfMemory : assignString(value, text.view());
 }
@@ -254,15 +288,17 @@ bool equalNames(const runtime::Name* a, const runtime::Name* b) {
 
 void appendNameText(const runtime::Name* name, Bytes& out) {
   bool start = true;
-  forEachAttribute(*static_cast<const NameObject*>(name),
-                   [&](const Attribute& attribute, bool first) {
-                     if (!start) {
-                       out.append(first ? uint8_t{','} : uint8_t{'+'});
-                     }
-                     start = false;
-                     appendAttribute(attribute, out);
-                     return true;
-                   });
+  const auto append = [&](const Attribute& attribute, bool first) {
+    if (!start) {
+      out.append(first ? uint8_t{','} : uint8_t{'+'});
+    }
+    start = false;
+    appendAttribute(attribute, out);
+    return true;
+  };
+  if (!forEachAttribute(*static_cast<const NameObject*>(name), append)) {
+    out.fail();
+  }
 }
 
 }  // namespace vexa::velmora

@@ -1,4 +1,7 @@
+#include <algorithm>
+
 #include "runtime/certificates/name.h"
+#include "runtime/der/asn1_string.h"
 #include "runtime/der/der_writer.h"
 #include "runtime/hex.h"
 
@@ -8,9 +11,46 @@ namespace {
 
 constexpr std::string_view kAlwaysEscaped = "\"+,;<>\\";
 
+bool isLetter(uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+// X.680, 41.4
+bool isPrintable(uint8_t c) {
+  constexpr std::string_view kOthers = " '()+,-./:=?";
+  return isLetter(c) || (c >= '0' && c <= '9') ||
+         kOthers.find(static_cast<char>(c)) != std::string_view::npos;
+}
+
+bool isUtf8(ByteView text) {
+  Bytes unused;
+  return appendStringAsUtf8(kUtf8String, text, unused);
+}
+
+// What keeps a value from being a string of this type; null: nothing.
+const char* problemOf(uint8_t stringTag, bool isCountry, ByteView value) {
+  if (isCountry && (value.size() != 2 || !isLetter(value[0]) || !isLetter(value[1]))) {
+    return "C takes a country code of two letters";
+  }
+  switch (stringTag) {
+    case kPrintableString:
+      return std::all_of(value.begin(), value.end(), isPrintable)
+                 ? nullptr
+                 : "C, serialNumber and dnQualifier take letters, digits, blanks and "
+                   "' ( ) + , - . / : = ? alone";
+    case kIa5String:
+      return std::all_of(value.begin(), value.end(), [](uint8_t c) { return c < 0x80; })
+                 ? nullptr
+                 : "DC and emailAddress take ASCII alone";
+    default:
+      return isUtf8(value) ? nullptr : "a value is not UTF-8";
+  }
+}
+
+// Steps answer false when the text is malformed, and reason() says why.
 class NameTextReader {
  public:
   explicit NameTextReader(std::string_view text) : rest_(text) {}
+
+  const char* reason() const { return reason_; }
 
   // distinguishedName = [ relativeDistinguishedName *( "," relativeDistinguishedName ) ]
   // Writes the content of the RDNSequence, which has the opposite order.
@@ -18,8 +58,12 @@ class NameTextReader {
     if (rest_.empty()) {
       return true;
     }
+    size_t count = 0;
     do {
       Bytes relative;
+      if (++count > kMaxRelativeNames) {
+        return refuse("the name has too many parts");
+      }
       if (!relativeName(relative)) {
         return false;
       }
@@ -28,33 +72,66 @@ class NameTextReader {
       }
       content.insert(0, relative.view());
     } while (takeChar(','));
-    return rest_.empty();
+    return rest_.empty() || refuse("a special character stands without its backslash");
   }
 
  private:
-  // relativeDistinguishedName = attribute *( "+" attribute ). Attributes keep their order: a reader
-  // of names compares encodings, and nothing but the order tells two such names apart.
+  bool refuse(const char* reason) {
+    reason_ = reason;
+    return false;
+  }
+
+  // relativeDistinguishedName = attribute *( "+" attribute ), a SET OF in DER: in the order of the
+  // encodings.
   bool relativeName(Bytes& out) {
-    DerWriter writer(out);
-    const size_t set = writer.begin(kSet);
+    Bytes sorted;
     do {
-      if (!attribute(writer)) {
+      Bytes encoding;
+      if (!attribute(encoding) || !insertSorted(encoding, sorted)) {
         return false;
       }
     } while (takeChar('+'));
-    writer.end(set);
+    DerWriter(out).element(kSet, sorted);
     return true;
   }
 
+  bool insertSorted(const Bytes& attribute, Bytes& sorted) {
+    if (attribute.failed()) {
+      sorted.fail();
+    }
+    if (sorted.failed()) {
+      return true;
+    }
+    const ByteView type = typeOf(attribute.view());
+    size_t position = 0;
+    DerReader reader(sorted.view());
+    while (!reader.atEnd()) {
+      const ByteView other = reader.takeAny()->whole;
+      if (equalBytes(typeOf(other), type)) {
+        return refuse("a type stands twice between two commas");
+      }
+      if (compareBytes(other, attribute.view()) < 0) {
+        position = static_cast<size_t>(other.data() + other.size() - sorted.data());
+      }
+    }
+    sorted.insert(position, attribute.view());
+    return true;
+  }
+
+  static ByteView typeOf(ByteView attribute) {
+    return DerReader(*derContent(attribute, kSequence)).takeAny()->content;
+  }
+
   // attribute = type "=" ( "#" hexstring / string )
-  bool attribute(DerWriter& writer) {
+  bool attribute(Bytes& out) {
     const size_t equals = rest_.find('=');
     if (equals == std::string_view::npos) {
-      return false;
+      return refuse("a part has no \"=\"");
     }
     const std::string_view typeText = rest_.substr(0, equals);
     rest_.remove_prefix(equals + 1);
 
+    DerWriter writer(out);
     const size_t sequence = writer.begin(kSequence);
     const AttributeType* const type = findAttributeType(typeText);
     if (type != nullptr) {
@@ -62,31 +139,45 @@ class NameTextReader {
     } else {
       Bytes content;
       if (!encodeObjectId(typeText, [&content](uint8_t byte) { content.append(byte); })) {
-        return false;
+        return refuse("a type is neither known by name nor an object identifier");
       }
       writer.element(kObjectId, content);
     }
-    Bytes value;
-    if (takeChar('#')) {
-      if (!hexString(value)) {
-        return false;
-      }
-      writer.element(value);
-    } else {
-      if (!string(value)) {
-        return false;
-      }
-      writer.element(type != nullptr ? type->stringTag : uint8_t{kUtf8String}, value);
+    if (!value(type, writer)) {
+      return false;
     }
     writer.end(sequence);
     return true;
   }
 
+  bool value(const AttributeType* type, DerWriter& writer) {
+    Bytes value;
+    if (takeChar('#')) {
+      if (!hexString(value)) {
+        return refuse("behind \"#\" stands something that is not the DER of one value");
+      }
+      writer.element(value);
+      return true;
+    }
+    if (!string(value)) {
+      return false;
+    }
+    if (value.failed()) {
+      writer.fail();
+      return true;
+    }
+    const uint8_t tag = type != nullptr ? type->stringTag : uint8_t{kUtf8String};
+    const bool isCountry = type != nullptr && std::string_view(type->name) == "C";
+    if (const char* const problem = problemOf(tag, isCountry, value.view())) {
+      return refuse(problem);
+    }
+    writer.element(tag, value);
+    return true;
+  }
+
   // The DER of one value.
   bool hexString(Bytes& out) {
-    while (rest_.size() >= 2 && hexDigit(rest_[0]) >= 0 && hexDigit(rest_[1]) >= 0) {
-      out.append(static_cast<uint8_t>(hexDigit(rest_[0]) << 4 | hexDigit(rest_[1])));
-      rest_.remove_prefix(2);
+    while (takeHexPair(out)) {
     }
     DerReader reader(out.view());
     return out.failed() || (reader.takeAny() && reader.atEnd());
@@ -94,36 +185,45 @@ class NameTextReader {
 
   bool string(Bytes& out) {
     while (!rest_.empty() && rest_[0] != ',' && rest_[0] != '+') {
-      if (rest_[0] == '\\') {
+      if (takeChar('\\')) {
         if (!escaped(out)) {
-          return false;
+          return refuse("a backslash stands before neither a special character nor two digits");
         }
         continue;
       }
       if (kAlwaysEscaped.find(rest_[0]) != std::string_view::npos) {
-        return false;
+        return refuse("a special character stands without its backslash");
       }
-      out.append(static_cast<uint8_t>(rest_[0]));
-      rest_.remove_prefix(1);
+      takeByte(out);
     }
     return true;
   }
 
-  // "\" and either a special character or two hexadecimal digits
+  // Behind "\": either a special character or two hexadecimal digits.
   bool escaped(Bytes& out) {
-    rest_.remove_prefix(1);
-    if (rest_.size() >= 2 && hexDigit(rest_[0]) >= 0 && hexDigit(rest_[1]) >= 0) {
-      out.append(static_cast<uint8_t>(hexDigit(rest_[0]) << 4 | hexDigit(rest_[1])));
-      rest_.remove_prefix(2);
+    constexpr std::string_view kMayBeEscaped = "\"+,;<>\\ #=";
+    if (takeHexPair(out)) {
       return true;
     }
-    constexpr std::string_view kMayBeEscaped = "\"+,;<>\\ #=";
     if (rest_.empty() || kMayBeEscaped.find(rest_[0]) == std::string_view::npos) {
       return false;
     }
+    takeByte(out);
+    return true;
+  }
+
+  bool takeHexPair(Bytes& out) {
+    if (rest_.size() < 2 || hexDigit(rest_[0]) < 0 || hexDigit(rest_[1]) < 0) {
+      return false;
+    }
+    out.append(static_cast<uint8_t>(hexDigit(rest_[0]) << 4 | hexDigit(rest_[1])));
+    rest_.remove_prefix(2);
+    return true;
+  }
+
+  void takeByte(Bytes& out) {
     out.append(static_cast<uint8_t>(rest_[0]));
     rest_.remove_prefix(1);
-    return true;
   }
 
   bool takeChar(char c) {
@@ -135,22 +235,26 @@ class NameTextReader {
   }
 
   std::string_view rest_;
+  const char* reason_ = nullptr;
 };
 
 }  // namespace
 
-int32_t makeNameFromText(std::string_view text, runtime::Name** out) {
+int32_t makeNameFromText(std::string_view text, runtime::Name** out, const char** reason) {
   Bytes content;
-  if (!NameTextReader(text).name(content)) {
-    return content.failed() ? kOutOfMemory : kInvalidArgument;
+  NameTextReader reader(text);
+  if (!reader.name(content)) {
+    if (reason != nullptr) {
+      *reason = reader.reason();
+    }
+    return kInvalidArgument;
   }
   Bytes encoding;
   DerWriter(encoding).element(kSequence, content);
   if (encoding.failed()) {
     return kOutOfMemory;
   }
-  const int32_t result = makeName(encoding.view(), out);
-  return result == kFail ? kInvalidArgument : result;
+  return makeName(encoding.view(), out);
 }
 
 }  // namespace vexa::velmora

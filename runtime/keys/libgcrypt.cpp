@@ -1,7 +1,10 @@
 #include "runtime/keys/libgcrypt.h"
 
+#include <algorithm>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace vexa::velmora {
@@ -15,6 +18,44 @@ void logFromLibrary(void*, int level, const char* format, va_list arguments) {
   }
 }
 
+// A block of libgcrypt's, with its size in front so that it can be wiped.
+struct alignas(std::max_align_t) BlockHeader {
+  size_t size;
+};
+
+BlockHeader* headerOf(void* block) { return static_cast<BlockHeader*>(block) - 1; }
+
+void* allocateForLibrary(size_t size) {
+  if (size > SIZE_MAX - sizeof(BlockHeader)) {
+    return nullptr;
+  }
+  auto* const header = static_cast<BlockHeader*>(std::malloc(sizeof(BlockHeader) + size));
+  if (header == nullptr) {
+    return nullptr;
+  }
+  header->size = size;
+  return header + 1;
+}
+
+void freeForLibrary(void* block) {
+  if (block != nullptr) {
+    wipe(block, headerOf(block)->size);
+    std::free(headerOf(block));
+  }
+}
+
+void* reallocateForLibrary(void* block, size_t size) {
+  void* const moved = allocateForLibrary(size);
+  if (moved != nullptr && block != nullptr) {
+    std::memcpy(moved, block, std::min(size, headerOf(block)->size));
+    freeForLibrary(block);
+  }
+  return moved;
+}
+
+// All blocks are treated alike, so none is "secure" in libgcrypt's sense.
+int isSecureForLibrary(const void*) { return 0; }
+
 }  // namespace
 
 bool libraryReady() {
@@ -22,6 +63,9 @@ bool libraryReady() {
     if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) {
       return true;
     }
+    // First of all: a block that came from elsewhere could not be given back.
+    gcry_set_allocation_handler(allocateForLibrary, allocateForLibrary, isSecureForLibrary,
+                                reallocateForLibrary, freeForLibrary);
     if (gcry_check_version("1.8.0") == nullptr) {
       return false;
     }

@@ -105,13 +105,14 @@ CipherHandle open(const KeyAndIv& material) {
   return handle;
 }
 
-int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input, KeyAndIv& out) {
+int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input,
+                     DerivationBudget& budget, KeyAndIv& out) {
   out.cipher = scheme.cipher;
   out.mode = scheme.mode;
   out.keyLength = scheme.keyLength;
   out.ivLength =
       scheme.mode == GCRY_CIPHER_MODE_CBC ? gcry_cipher_get_algo_blklen(scheme.cipher) : 0;
-  const int32_t result = derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kKey, input,
+  const int32_t result = derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kKey, input, budget,
                                       std::span(out.key).first(scheme.derivedLength));
   if (failed(result)) {
     return result;
@@ -119,7 +120,8 @@ int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input,
   for (size_t i = scheme.derivedLength; i < scheme.keyLength; ++i) {
     out.key[i] = out.key[i - scheme.derivedLength];
   }
-  return derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kIv, input, std::span(out.iv).first(out.ivLength));
+  return derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kIv, input, budget,
+                      std::span(out.iv).first(out.ivLength));
 }
 
 // pkcs-12PbeParams = SEQUENCE { salt OCTET STRING, iterations INTEGER }
@@ -142,7 +144,8 @@ int32_t readSchemeParameters(ByteView parameters, DerivationInput& out) {
 
 // PBKDF2-params = SEQUENCE { salt OCTET STRING, iterationCount INTEGER, keyLength INTEGER OPTIONAL,
 //                            prf AlgorithmIdentifier DEFAULT hmacWithSHA1 }
-int32_t derivePbes2Key(ByteView parameters, const Password& password, KeyAndIv& out) {
+int32_t derivePbes2Key(ByteView parameters, const Password& password, DerivationBudget& budget,
+                       KeyAndIv& out) {
   const auto sequence = derContent(parameters, kSequence);
   if (!sequence) {
     return kFail;
@@ -176,13 +179,14 @@ int32_t derivePbes2Key(ByteView parameters, const Password& password, KeyAndIv& 
   if (!reader.atEnd()) {
     return kFail;
   }
-  return derivePbkdf2(digest, {password.utf8(), salt->content, *iterations},
+  return derivePbkdf2(digest, {password.utf8(), salt->content, *iterations}, budget,
                       std::span(out.key).first(out.keyLength));
 }
 
 // PBES2-params = SEQUENCE { keyDerivationFunc AlgorithmIdentifier,
 //                           encryptionScheme AlgorithmIdentifier }
-int32_t derivePbes2(ByteView parameters, const Password& password, KeyAndIv& out) {
+int32_t derivePbes2(ByteView parameters, const Password& password, DerivationBudget& budget,
+                    KeyAndIv& out) {
   const auto sequence = derContent(parameters, kSequence);
   if (!sequence) {
     return kFail;
@@ -211,10 +215,11 @@ int32_t derivePbes2(ByteView parameters, const Password& password, KeyAndIv& out
     return kFail;
   }
   std::copy(iv->begin(), iv->end(), out.iv);
-  return derivePbes2Key(derivation->parameters, password, out);
+  return derivePbes2Key(derivation->parameters, password, budget, out);
 }
 
-int32_t deriveFor(ByteView algorithmContent, const Password& password, KeyAndIv& out) {
+int32_t deriveFor(ByteView algorithmContent, const Password& password, DerivationBudget& budget,
+                  KeyAndIv& out) {
   if (!libraryReady()) {
     return kFail;
   }
@@ -223,7 +228,7 @@ int32_t deriveFor(ByteView algorithmContent, const Password& password, KeyAndIv&
     return kFail;
   }
   if (algorithm->objectId == kPbes2) {
-    return derivePbes2(algorithm->parameters, password, out);
+    return derivePbes2(algorithm->parameters, password, budget, out);
   }
   const PasswordScheme* scheme = findByObjectId(kSchemes, algorithm->objectId);
   if (scheme == nullptr) {
@@ -231,7 +236,7 @@ int32_t deriveFor(ByteView algorithmContent, const Password& password, KeyAndIv&
   }
   DerivationInput input{password.terminatedUtf16(), {}, 0};
   const int32_t result = readSchemeParameters(algorithm->parameters, input);
-  return failed(result) ? result : deriveScheme(*scheme, input, out);
+  return failed(result) ? result : deriveScheme(*scheme, input, budget, out);
 }
 
 // The plaintext without the padding of RFC 8018, 6.1.1; nothing when the padding is wrong.
@@ -263,14 +268,15 @@ const PasswordScheme* findPasswordScheme(std::string_view name) {
 }
 
 int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, uint32_t iterations,
-                        ByteView plain, DerWriter& algorithm, Bytes& out) {
+                        ByteView plain, DerivationBudget& budget, DerWriter& algorithm,
+                        Bytes& out) {
   uint8_t salt[kSaltLength];
   if (!randomBytes(salt, sizeof(salt))) {
     return kFail;
   }
   KeyAndIv material;
   const int32_t result =
-      deriveScheme(scheme, {password.terminatedUtf16(), salt, iterations}, material);
+      deriveScheme(scheme, {password.terminatedUtf16(), salt, iterations}, budget, material);
   if (failed(result)) {
     return result;
   }
@@ -306,9 +312,10 @@ int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, 
   return out.failed() ? kOutOfMemory : kOk;
 }
 
-int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView cipher, Bytes& out) {
+int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView cipher,
+                        DerivationBudget& budget, Bytes& out) {
   KeyAndIv material;
-  const int32_t result = deriveFor(algorithm, password, material);
+  const int32_t result = deriveFor(algorithm, password, budget, material);
   if (failed(result)) {
     return result;
   }
@@ -356,7 +363,7 @@ const MacDigest* findMacDigestByAlgorithm(ByteView algorithm) {
 }
 
 int32_t passwordMac(const MacDigest& digest, const DerivationInput& input, ByteView data,
-                    Bytes& out) {
+                    DerivationBudget& budget, Bytes& out) {
   if (!libraryReady()) {
     return kFail;
   }
@@ -364,7 +371,7 @@ int32_t passwordMac(const MacDigest& digest, const DerivationInput& input, ByteV
   uint8_t code[64];
   const size_t length = gcry_md_get_algo_dlen(digest.digest);
   int32_t result =
-      derivePkcs12(digest.digest, KeyPurpose::kMac, input, std::span(key).first(length));
+      derivePkcs12(digest.digest, KeyPurpose::kMac, input, budget, std::span(key).first(length));
   if (!failed(result) && !hmac(digest.digest, {key, length}, data, code)) {
     result = kFail;
   }

@@ -16,10 +16,11 @@ const PasswordScheme* findPasswordScheme(std::string_view name);
 
 // Writes the AlgorithmIdentifier, with a fresh salt, and appends the ciphertext to `out`.
 int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, uint32_t iterations,
-                        ByteView plain, DerWriter& algorithm, Bytes& out);
+                        ByteView plain, DerivationBudget& budget, DerWriter& algorithm, Bytes& out);
 
 // `algorithm` is the content of the AlgorithmIdentifier. Appends the plaintext to `out`.
-int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView cipher, Bytes& out);
+int32_t passwordDecrypt(ByteView algorithm, const Password& password, ByteView cipher,
+                        DerivationBudget& budget, Bytes& out);
 
 struct MacDigest {
   const char* name;  // in a parameter record
@@ -32,6 +33,6 @@ const MacDigest* findMacDigestByAlgorithm(ByteView algorithm);
 
 // HMAC (RFC 7292, 4 and appendix B.4). Appends the code to `out`.
 int32_t passwordMac(const MacDigest& digest, const DerivationInput& input, ByteView data,
-                    Bytes& out);
+                    DerivationBudget& budget, Bytes& out);
 
 }  // namespace vexa::velmora

@@ -13,9 +13,14 @@ namespace {
 constexpr size_t kMaxDigestLength = 64;
 constexpr size_t kMaxBlockLength = 128;
 
-std::atomic<uint32_t> iterationLimit{kMaxIterations};
+std::atomic<uint32_t> roundLimit{kMaxRounds};
 
-bool acceptable(uint32_t iterations) { return iterations != 0 && iterations <= iterationLimit; }
+// Takes what the derivation of `length` bytes costs.
+bool mayDerive(uint32_t iterations, int digest, size_t length, DerivationBudget& budget) {
+  const size_t digestLength = gcry_md_get_algo_dlen(digest);
+  const uint64_t blocks = (length + digestLength - 1) / digestLength;
+  return iterations != 0 && budget.take(iterations * blocks);
+}
 
 // The block length of the digest's compression function ("v" in the RFC).
 size_t blockLength(int digest) {
@@ -54,14 +59,24 @@ Password::Password(const runtime::StringObject* text) {
   terminatedUtf16_.append(terminator);
 }
 
-void limitIterations(uint32_t most) { iterationLimit = most; }
+DerivationBudget::DerivationBudget() : most_(roundLimit) {}
+
+bool DerivationBudget::take(uint64_t rounds) {
+  if (rounds > most_ - taken_) {
+    return false;
+  }
+  taken_ += rounds;
+  return true;
+}
+
+void limitRounds(uint32_t most) { roundLimit = most; }
 
 int32_t derivePkcs12(int digest, KeyPurpose purpose, const DerivationInput& input,
-                     std::span<uint8_t> out) {
+                     DerivationBudget& budget, std::span<uint8_t> out) {
   if (!libraryReady()) {
     return kFail;
   }
-  if (!acceptable(input.iterations)) {
+  if (!mayDerive(input.iterations, digest, out.size(), budget)) {
     return kInvalidArgument;
   }
   const size_t block = blockLength(digest);
@@ -102,11 +117,12 @@ int32_t derivePkcs12(int digest, KeyPurpose purpose, const DerivationInput& inpu
   return kOk;
 }
 
-int32_t derivePbkdf2(int digest, const DerivationInput& input, std::span<uint8_t> out) {
+int32_t derivePbkdf2(int digest, const DerivationInput& input, DerivationBudget& budget,
+                     std::span<uint8_t> out) {
   if (!libraryReady()) {
     return kFail;
   }
-  if (!acceptable(input.iterations)) {
+  if (!mayDerive(input.iterations, digest, out.size(), budget)) {
     return kInvalidArgument;
   }
   // libgcrypt wants a place to read from, even where there is nothing to read.

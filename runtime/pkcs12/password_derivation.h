@@ -2,8 +2,8 @@
 
 #include "runtime/keys/libgcrypt.h"
 
-// Keys from passwords. Results are 0, kInvalidArgument for an iteration count of 0 or above the
-// limit, kOutOfMemory or kFail.
+// Keys from passwords. Results are 0, kInvalidArgument for an iteration count of 0 or one that the
+// work allowed does not cover, kOutOfMemory or kFail.
 namespace vexa::velmora {
 
 // A password in the two forms that the key derivations take. None at all and an empty one differ:
@@ -25,6 +25,28 @@ class Password {
 // What a derived key is for; the first byte that the derivation digests, many times over.
 enum class KeyPurpose : uint8_t { kKey = 1, kIv = 2, kMac = 3 };
 
+// What the derivations of one file may cost together, in rounds: an iteration for each block of
+// digest that it makes. A hostile file must not keep a program busy for hours, neither with one
+// count nor with many.
+inline constexpr uint32_t kMaxRounds = 10'000'000;
+
+class DerivationBudget {
+ public:
+  DerivationBudget();
+
+  // Whether the rounds are still there; they are gone then.
+  bool take(uint64_t rounds);
+  // Rounds taken so far.
+  uint64_t taken() const { return taken_; }
+
+ private:
+  uint64_t most_;
+  uint64_t taken_ = 0;
+};
+
+// Budgets made from now on have so many rounds instead of kMaxRounds.
+void limitRounds(uint32_t most);
+
 struct DerivationInput {
   ByteView password;
   ByteView salt;
@@ -33,14 +55,10 @@ struct DerivationInput {
 
 // RFC 7292, appendix B.2, with one of libgcrypt's digests. Fills `out`.
 int32_t derivePkcs12(int digest, KeyPurpose purpose, const DerivationInput& input,
-                     std::span<uint8_t> out);
+                     DerivationBudget& budget, std::span<uint8_t> out);
 
 // PBKDF2 of RFC 8018, 5.2, with HMAC over `digest`. Fills `out`.
-int32_t derivePbkdf2(int digest, const DerivationInput& input, std::span<uint8_t> out);
-
-// Iteration counts above the limit are refused: a hostile file must not keep a program busy for
-// hours. The limit is kMaxIterations until it is changed.
-inline constexpr uint32_t kMaxIterations = 10'000'000;
-void limitIterations(uint32_t most);
+int32_t derivePbkdf2(int digest, const DerivationInput& input, DerivationBudget& budget,
+                     std::span<uint8_t> out);
 
 }  // namespace vexa::velmora

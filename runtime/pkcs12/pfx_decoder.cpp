@@ -45,7 +45,8 @@ class PfxDecoder {
 
   runtime::BagNode* release() { return std::exchange(first_, nullptr); }
 
-  // PFX = SEQUENCE { version, authSafe ContentInfo, macData OPTIONAL }
+  // PFX = SEQUENCE { version, authSafe ContentInfo, macData }. The MAC, which the standard leaves
+  // optional, comes before anything else: what nobody vouches for is not decrypted.
   int32_t read(ByteView pfx) {
     Bytes storage;
     ByteView der;
@@ -67,15 +68,13 @@ class PfxDecoder {
     if (!safes) {
       return kFail;
     }
-    if (!reader.atEnd()) {
-      const auto macData = reader.take(kSequence);
-      if (!macData || !reader.atEnd()) {
-        return kFail;
-      }
-      result = checkMac(macData->content, *safes);
-      if (failed(result)) {
-        return result;
-      }
+    const auto macData = reader.take(kSequence);
+    if (!macData || !reader.atEnd()) {
+      return kFail;
+    }
+    result = checkMac(macData->content, *safes);
+    if (failed(result)) {
+      return result;
     }
     return authenticatedSafe(*safes);
   }
@@ -133,12 +132,12 @@ class PfxDecoder {
       return kNotImplemented;
     }
     Bytes code;
-    const int32_t result =
-        passwordMac(*digest, {password_.terminatedUtf16(), salt->content, iterations}, safes, code);
+    const int32_t result = passwordMac(
+        *digest, {password_.terminatedUtf16(), salt->content, iterations}, safes, budget_, code);
     if (failed(result)) {
       return result;
     }
-    verified_ = equalBytes(code.view(), expected->content);
+    verified_ = equalInConstantTime(code.view(), expected->content);
     return verified_ ? kOk : kFail;
   }
 
@@ -206,7 +205,7 @@ class PfxDecoder {
       return kFail;
     }
     if (encrypted->tag == contextTag(0, false)) {
-      return passwordDecrypt(algorithm->content, password_, encrypted->content, plain);
+      return passwordDecrypt(algorithm->content, password_, encrypted->content, budget_, plain);
     }
     Bytes joined;
     if (encrypted->tag != contextTag(0, true) || !appendPieces(encrypted->content, joined)) {
@@ -215,7 +214,7 @@ class PfxDecoder {
     if (joined.failed()) {
       return kOutOfMemory;
     }
-    return passwordDecrypt(algorithm->content, password_, joined.view(), plain);
+    return passwordDecrypt(algorithm->content, password_, joined.view(), budget_, plain);
   }
 
   int32_t safeContents(ByteView ber) {
@@ -291,7 +290,7 @@ class PfxDecoder {
     }
     Bytes plain;
     const int32_t result =
-        passwordDecrypt(algorithm->content, password_, encrypted->content, plain);
+        passwordDecrypt(algorithm->content, password_, encrypted->content, budget_, plain);
     return failed(result) ? result : keyBag(plain.view(), true, attributes);
   }
 
@@ -416,6 +415,7 @@ class PfxDecoder {
   }
 
   const Password& password_;
+  DerivationBudget budget_;
   bool& verified_;
   runtime::BagNode* first_ = nullptr;
   runtime::BagNode** last_ = &first_;

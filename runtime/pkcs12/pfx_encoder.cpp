@@ -131,7 +131,7 @@ class PfxEncoder {
       const size_t sequence = writer.begin(kSequence);
       Bytes encrypted;
       const int32_t result = passwordEncrypt(*keyScheme_, password_, parameters_.iterations,
-                                             info.view(), writer, encrypted);
+                                             info.view(), budget_, writer, encrypted);
       if (failed(result)) {
         return result;
       }
@@ -234,7 +234,7 @@ class PfxEncoder {
     writer.objectId(pkcs12::kData);
     Bytes encrypted;
     const int32_t result = passwordEncrypt(*certificateScheme_, password_, parameters_.iterations,
-                                           content.view(), writer, encrypted);
+                                           content.view(), budget_, writer, encrypted);
     if (failed(result)) {
       return result;
     }
@@ -255,7 +255,7 @@ class PfxEncoder {
     Bytes code;
     const int32_t result =
         passwordMac(*macDigest_, {password_.terminatedUtf16(), salt, parameters_.iterations},
-                    safes.view(), code);
+                    safes.view(), budget_, code);
     if (failed(result)) {
       return result;
     }
@@ -275,6 +275,7 @@ class PfxEncoder {
 
   const runtime::PfxParameters& parameters_;
   const Password& password_;
+  DerivationBudget budget_;
   const MacDigest* macDigest_ = nullptr;
   const PasswordScheme* certificateScheme_ = nullptr;
   const PasswordScheme* keyScheme_ = nullptr;

@@ -1,8 +1,10 @@
 #include "runtime/pse/own_records.h"
 
 #include <mutex>
+#include <set>
 
 #include "runtime/certificates/certificate.h"
+#include "runtime/pse/bag_matching.h"
 
 namespace vexa::velmora {
 namespace {
@@ -63,73 +65,38 @@ OwnRecord* recordFor(runtime::Certificate* certificate, runtime::Certificate* is
   return record;
 }
 
-bool equalLocalIds(const runtime::SafeBag& a, const runtime::SafeBag& b) {
-  return a.localKeyId != nullptr && b.localKeyId != nullptr &&
-         equalBytes(viewOf(*a.localKeyId), viewOf(*b.localKeyId));
-}
+// By encoding.
+struct CertificateBefore {
+  bool operator()(ByteView a, ByteView b) const { return compareBytes(a, b) < 0; }
+};
 
-// Whether the RSA numbers of the key are those of the certificate.
-bool equalRsaNumbers(const runtime::PrivateKeyInfo& key, runtime::Certificate* certificate) {
-  const runtime::PublicKey* const publicKey = certificate->table->GetPublicKey(certificate);
-  const auto theirs = publicKey ? readRsaPublicKey(bytesOf(*publicKey)) : std::nullopt;
-  const auto ours = readRsaPrivateKey(viewOf(key.key));
-  const auto modulus = ours ? derUnsigned(ours->integers[1]) : std::nullopt;
-  const auto exponent = ours ? derUnsigned(ours->integers[2]) : std::nullopt;
-  return theirs && modulus && exponent && equalBytes(theirs->modulus, *modulus) &&
-         equalBytes(theirs->exponent, *exponent);
-}
+// A list under construction.
+class OwnListHolder {
+ public:
+  OwnListHolder() = default;
+  OwnListHolder(const OwnListHolder&) = delete;
+  OwnListHolder& operator=(const OwnListHolder&) = delete;
+  ~OwnListHolder() { releaseOwnNodes(head_); }
 
-bool hasKey(const runtime::SafeBag& certificate, const runtime::BagNode* bags) {
-  for (; bags != nullptr; bags = bags->next) {
-    if (bags->bag->type != runtime::kKeyBag) {
-      continue;
+  // A node at the end that takes over the reference; false when the record or the node is missing.
+  bool append(runtime::OwnCertificateRecord* owned) {
+    auto* const node =
+        owned == nullptr ? nullptr : static_cast<OwnList*>(allocateBlock(sizeof(OwnList)));
+    if (node == nullptr) {
+      dropOwnRecord(owned);
+      return false;
     }
-    if (equalLocalIds(certificate, *bags->bag) ||
-        equalRsaNumbers(*bags->bag->key, certificate.certificate)) {
-      return true;
-    }
+    node->record = owned;
+    *end_ = node;
+    end_ = &node->next;
+    return true;
   }
-  return false;
-}
+  OwnList* release() { return std::exchange(head_, nullptr); }
 
-// Null for a certificate that is its own issuer, or when none of the bags fits.
-runtime::Certificate* findIssuer(runtime::Certificate* certificate, const runtime::BagNode* bags) {
-  if (certificate->table->IsSelfSigned(certificate) != 0) {
-    return nullptr;
-  }
-  for (; bags != nullptr; bags = bags->next) {
-    if (bags->bag->type == runtime::kCertificateBag &&
-        !equalCertificates(certificate, bags->bag->certificate) &&
-        isIssuedBy(certificate, bags->bag->certificate)) {
-      return bags->bag->certificate;
-    }
-  }
-  return nullptr;
-}
-
-bool contains(const OwnList* head, runtime::Certificate* certificate) {
-  for (; head != nullptr; head = head->next) {
-    if (equalCertificates(implementationOf(head->record)->certificate(), certificate)) {
-      return true;
-    }
-  }
-  return false;
-}
-
-// A node at the end that takes over the reference; null when the record or the node is missing.
-OwnList** appendNode(OwnList** end, runtime::OwnCertificateRecord* owned) {
-  if (owned == nullptr) {
-    return nullptr;
-  }
-  auto* const node = static_cast<OwnList*>(allocateBlock(sizeof(OwnList)));
-  if (node == nullptr) {
-    dropOwnRecord(owned);
-    return nullptr;
-  }
-  node->record = owned;
-  *end = node;
-  return &node->next;
-}
+ private:
+  OwnList* head_ = nullptr;
+  OwnList** end_ = &head_;
+};
 
 }  // namespace
 
@@ -167,35 +134,36 @@ void releaseOwnNodes(OwnList* head) {
 
 int32_t copyOwnNodes(const OwnList* head, OwnList** out) {
   *out = nullptr;
-  OwnList** end = out;
+  OwnListHolder list;
   for (; head != nullptr; head = head->next) {
     shareOwnRecord(head->record);
-    end = appendNode(end, head->record);
-    if (end == nullptr) {
-      releaseOwnNodes(std::exchange(*out, nullptr));
+    if (!list.append(head->record)) {
       return kOutOfMemory;
     }
   }
+  *out = list.release();
   return kOk;
 }
 
 int32_t ownRecordsOf(const runtime::BagNode* bags, OwnList** out) {
   *out = nullptr;
-  OwnList** end = out;
+  const KeyIndex keys(bags);
+  const CertificateIndex certificates(bags);
+  std::set<ByteView, CertificateBefore> listed;
+  OwnListHolder list;
   for (const runtime::BagNode* node = bags; node != nullptr; node = node->next) {
-    if (node->bag->type != runtime::kCertificateBag || !hasKey(*node->bag, bags)) {
+    if (node->bag->type != runtime::kCertificateBag || !keys.hasKeyOf(*node->bag)) {
       continue;
     }
     runtime::Certificate* const certificate = node->bag->certificate;
-    if (contains(*out, certificate)) {
+    if (!listed.insert(viewOf(*certificate->table->GetEncoding(certificate))).second) {
       continue;
     }
-    end = appendNode(end, recordFor(certificate, findIssuer(certificate, bags)));
-    if (end == nullptr) {
-      releaseOwnNodes(std::exchange(*out, nullptr));
+    if (!list.append(recordFor(certificate, certificates.issuerOf(certificate)))) {
       return kOutOfMemory;
     }
   }
+  *out = list.release();
   return kOk;
 }
 

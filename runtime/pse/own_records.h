@@ -16,7 +16,7 @@ void releaseOwnNodes(OwnList* head);
 int32_t copyOwnNodes(const OwnList* head, OwnList** out);
 
 // The records of those certificates among the bags whose private key is there too, in the order of
-// the bags and each once.
+// the bags and each once. May throw std::bad_alloc.
 int32_t ownRecordsOf(const runtime::BagNode* bags, OwnList** out);
 
 }  // namespace vexa::velmora

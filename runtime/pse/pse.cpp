@@ -41,13 +41,26 @@ class Secret {
 struct Configuration {
   std::string file;  // UTF-8
   Secret password;
-  uint64_t generation = 1;
+  uint64_t identity = 0;    // goes up with each file and password configured
+  uint64_t generation = 1;  // goes up with each reason to read again
 };
 
 std::mutex configurationLock;
 Configuration& configurationLocked() {
   static Configuration configuration;
   return configuration;
+}
+
+// The result of `operation`; exceptions become result codes.
+template <class Operation>
+int32_t withoutExceptions(Operation&& operation) {
+  try {
+    return operation();
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  } catch (...) {
+    return kAccessDenied;
+  }
 }
 
 // May throw std::bad_alloc.
@@ -101,7 +114,7 @@ int32_t readOwnRecords(const Configuration& configuration, OwnList** out) {
   if (failed(result)) {
     return result;
   }
-  return verified ? ownRecordsOf(owner.bags, out) : kFail;
+  return ownRecordsOf(owner.bags, out);
 }
 
 struct PseObject : Counted<runtime::Pse> {
@@ -112,30 +125,36 @@ struct PseObject : Counted<runtime::Pse> {
   ~PseObject() { releaseOwnNodes(own); }
 
   std::mutex lock;
-  uint64_t generation = 0;  // of the configuration that was read
+  uint64_t identity = 0;  // of the configuration that was read
+  uint64_t generation = 0;
   OwnList* own = nullptr;
 };
 
-// Keeps what was read before when reading fails.
+int32_t readLocked(PseObject& pse, const Configuration& configuration) {
+  OwnList* own = nullptr;
+  const int32_t result = withoutExceptions([&] { return readOwnRecords(configuration, &own); });
+  if (failed(result)) {
+    return result;
+  }
+  releaseOwnNodes(std::exchange(pse.own, own));
+  pse.identity = configuration.identity;
+  pse.generation = configuration.generation;
+  return kOk;
+}
+
+// A file that cannot be read at the moment, because somebody is just writing it, leaves what was
+// read from it before: the records keep their identity. It is tried again each time. What was read
+// from another file is no answer.
 int32_t refreshLocked(PseObject& pse) {
-  try {
+  return withoutExceptions([&pse] {
     const Configuration configuration = currentConfiguration();
     if (pse.generation == configuration.generation) {
       return kOk;
     }
-    OwnList* own = nullptr;
-    const int32_t result = readOwnRecords(configuration, &own);
-    if (failed(result)) {
-      return result;
-    }
-    releaseOwnNodes(std::exchange(pse.own, own));
-    pse.generation = configuration.generation;
-    return kOk;
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  } catch (...) {
-    return kAccessDenied;
-  }
+    const int32_t result = readLocked(pse, configuration);
+    const bool hasOlder = pse.generation != 0 && pse.identity == configuration.identity;
+    return failed(result) && hasOlder ? kOk : result;
+  });
 }
 
 int32_t listOwnCertificates(runtime::Pse* self, const void*, const void*, OwnList** list) {
@@ -157,22 +176,21 @@ constinit const runtime::PseTable PseObject::kTable = {
 }  // namespace
 
 int32_t configurePse(const char* file, const char* password) {
-  try {
+  return withoutExceptions([&] {
     std::string name(file == nullptr ? "" : file);
     Secret secret(password);
     const std::lock_guard<std::mutex> lock(configurationLock);
     Configuration& configuration = configurationLocked();
     configuration.file.swap(name);
     configuration.password.swap(secret);
+    ++configuration.identity;
     ++configuration.generation;
     return kOk;
-  } catch (...) {
-    return kOutOfMemory;
-  }
+  });
 }
 
 int32_t reloadPse() {
-  try {
+  return withoutExceptions([] {
     {
       const std::lock_guard<std::mutex> lock(configurationLock);
       ++configurationLocked().generation;
@@ -181,11 +199,7 @@ int32_t reloadPse() {
     const int32_t result = readOwnRecords(currentConfiguration(), &own);
     releaseOwnNodes(own);
     return result;
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  } catch (...) {
-    return kAccessDenied;
-  }
+  });
 }
 
 int32_t makePse(runtime::Pse** out) {

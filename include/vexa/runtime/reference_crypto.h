@@ -15,7 +15,8 @@ extern "C" {
 // one differ. Nothing is read yet; live PSEs read the file when they are next asked.
 VELMORA_EXPORT int32_t velmora_pse_configure(const char* file, const char* password);
 
-// The file changed: live PSEs read it again when they are next asked. The result tells whether it
+// The file changed: live PSEs read it again when they are next asked. As long as that fails, they
+// show what they read from this file before, if anything. The result tells whether it
 // can be read now: kAccessDenied, or kFail for a wrong password or a file that is not PKCS#12 with
 // a MAC.
 VELMORA_EXPORT int32_t velmora_pse_reload();

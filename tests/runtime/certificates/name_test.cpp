@@ -113,7 +113,7 @@ TEST_F(NameTest, ValuesThatAreNoTextAndUnknownTypesAreWrittenInHexadecimal) {
 }
 
 TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
-  for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "OU=a+CN=b,DC=x", "CN=\\#x\\ ",
+  for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "CN=b+OU=a,DC=x", "CN=\\#x\\ ",
                            "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen",
                            "CN=", "1.2.3.4=#0C0141", "CN=#020105"}) {
     EXPECT_EQ(text(name(each).get()), each);
@@ -130,6 +130,75 @@ TEST_F(NameTest, MalformedTextIsRefused) {
     runtime::Name* out = nullptr;
     EXPECT_EQ(velmora::makeNameFromText(each, &out), kInvalidArgument) << each;
   }
+}
+
+struct Refusal {
+  const char* text;
+  const char* reason;  // how it begins
+};
+
+TEST_F(NameTest, ValuesThatTheirTypeDoesNotAllowAreRefusedAndSayWhy) {
+  for (const Refusal& each : {
+           Refusal{"CN=\\FF", "a value is not UTF-8"},
+           Refusal{"1.2.3.4=\\C3", "a value is not UTF-8"},
+           Refusal{"C=Ä", "C takes a country code"},
+           Refusal{"C=DEU", "C takes a country code"},
+           Refusal{"C=D1", "C takes a country code"},
+           Refusal{"C=", "C takes a country code"},
+           Refusal{"serialNumber=a@b*", "C, serialNumber and dnQualifier take"},
+           Refusal{"dnQualifier=ä", "C, serialNumber and dnQualifier take"},
+           Refusal{"DC=ä", "DC and emailAddress take ASCII"},
+           Refusal{"emailAddress=ä@b", "DC and emailAddress take ASCII"},
+           Refusal{"CN=a+CN=b", "a type stands twice"},
+           Refusal{"CN", "a part has no"},
+           Refusal{"XX=y", "a type is neither"},
+           Refusal{"CN=#0C", "behind \"#\" stands"},
+           Refusal{"CN=\\zz", "a backslash stands"},
+           Refusal{"CN=a;b", "a special character"},
+       }) {
+    runtime::Name* out = nullptr;
+    const char* reason = "";
+    EXPECT_EQ(velmora::makeNameFromText(each.text, &out, &reason), kInvalidArgument) << each.text;
+    EXPECT_EQ(std::string_view(reason).substr(0, std::string_view(each.reason).size()),
+              each.reason);
+  }
+}
+
+TEST_F(NameTest, ValuesBecomeTheStringTypeOfTheirAttribute) {
+  for (const auto& [of, hex] : {std::pair<const char*, const char*>{"C=DE", "13024445"},
+                                {"serialNumber=a 1'()\\+\\,-./:=?", "130e"},
+                                {"DC=a@b", "1603614062"},
+                                {"emailAddress=a@b", "1603614062"},
+                                {"O=ä", "0c02c3a4"},
+                                {"1.2.3.4=a", "0c0161"}}) {
+    const Owned<runtime::Name> made = name(of);
+    const velmora::ByteView encoding = velmora::encodingOf(made.get());
+    EXPECT_NE(toHex(encoding.data(), encoding.size()).find(hex), std::string::npos) << of;
+  }
+}
+
+// A SET OF in DER: in the order of the encodings, whatever the order of the text.
+TEST_F(NameTest, AttributesOfOneRelativeNameAreSorted) {
+  const Owned<runtime::Name> one = name("O=X+CN=Y+L=Zz");
+  const Owned<runtime::Name> other = name("L=Zz+O=X+CN=Y");
+  EXPECT_EQ(types.NameCompare(one.get(), other.get()), 0);
+  EXPECT_EQ(text(one.get()), "CN=Y+O=X+L=Zz");  // the shorter ones come first
+}
+
+TEST_F(NameTest, ControlCharactersAreEscaped) {
+  EXPECT_EQ(text(name("CN=a\\0Ab\\1B[2J\\7F\\C2\\9B\\C2\\A0").get()),
+            "CN=a\\0Ab\\1B[2J\\7F\\C2\\9B\u00A0");
+  EXPECT_EQ(attribute(name("CN=a\\0Ab").get(), "CN"), "a\nb");
+}
+
+TEST_F(NameTest, ThereIsALimitOfParts) {
+  std::string most = "CN=x";
+  for (size_t i = 1; i < velmora::kMaxRelativeNames; ++i) {
+    most += ",CN=x";
+  }
+  EXPECT_EQ(text(name(most).get()), most);
+  runtime::Name* out = nullptr;
+  EXPECT_EQ(velmora::makeNameFromText(most + ",CN=x", &out), kInvalidArgument);
 }
 
 TEST_F(NameTest, NamesAreEqualByEncoding) {

@@ -128,7 +128,38 @@ TEST_F(PseTest, AChangedFileIsReadAfterReload) {
   ASSERT_NE(list(pse).get(), nullptr);
   write("damaged");
   EXPECT_NE(list(pse).get(), nullptr) << "nobody said that it changed";
+  write(fromHex(samples::kModernPfx));
+  EXPECT_EQ(velmora_pse_reload(), kOk);
+  EXPECT_NE(list(pse).get(), nullptr);
+}
+
+TEST_F(PseTest, AFileThatCannotBeReadLeavesWhatWasReadFromIt) {
+  use(samples::kModernPfx);
+  const auto pse = opened();
+  auto* const record = list(pse)->record;
+  write("damaged");
   EXPECT_EQ(velmora_pse_reload(), kFail);
+  EXPECT_EQ(list(pse)->record, record);
+  std::filesystem::remove(file_);
+  EXPECT_EQ(velmora_pse_reload(), kAccessDenied);
+  EXPECT_EQ(list(pse)->record, record);
+  write(fromHex(samples::kModernPfx));
+  EXPECT_EQ(list(pse)->record, record) << "tried again without being asked";
+}
+
+TEST_F(PseTest, WhatWasReadFromOneFileIsNoAnswerForAnother) {
+  use(samples::kModernPfx);
+  const auto pse = opened();
+  ASSERT_NE(list(pse).get(), nullptr);
+  use(samples::kModernPfx, "wrong");
+  HeldList head;
+  EXPECT_EQ(pse->table->ListOwnCertificates(pse.get(), nullptr, nullptr, head.put()), kFail);
+  EXPECT_EQ(head.get(), nullptr);
+}
+
+TEST_F(PseTest, AFileThatWasNeverReadIsAFailure) {
+  use(samples::kModernPfx, "wrong");
+  const auto pse = opened();
   HeldList head;
   EXPECT_EQ(pse->table->ListOwnCertificates(pse.get(), nullptr, nullptr, head.put()), kFail);
   EXPECT_EQ(head.get(), nullptr);

@@ -1,0 +1,172 @@
+#include "runtime/pkcs12/pfx_decoder.h"
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
+#include "runtime/samples.h"
+
+namespace vexa::test {
+namespace {
+
+constexpr char kCertificateBag[] = "060b2a864886f70d010c0a0103";
+constexpr char kSafeContentsBag[] = "060b2a864886f70d010c0a0106";
+constexpr char kX509[] = "060a2a864886f70d01091601";
+constexpr char kLocalKeyId[] = "06092a864886f70d010915";
+
+class PfxDecoderTest : public CryptoTest {
+ protected:
+  struct Opened {
+    int32_t result = 0;
+    uint8_t verified = 0xFF;
+    HeldBags bags;
+
+    int count() const {
+      int bagCount = 0;
+      for (auto* node = bags.get(); node != nullptr; node = node->next) {
+        ++bagCount;
+      }
+      return bagCount;
+    }
+  };
+
+  Opened open(const std::string& pfx, const char* password = "secret") {
+    Opened opened;
+    const ExactBytes exact(pfx);
+    const runtime::ByteBuffer data = exact.buffer();
+    String secret(password);
+    opened.result =
+        spy.pkcs12.Decode(&data, nullptr, secret.get(), opened.bags.put(), &opened.verified);
+    return opened;
+  }
+  // A file with one open safe of these bags.
+  Opened openBags(const std::string& bags) {
+    return open(pfxOver(element("30", dataInfo(element("30", bags))), "secret"));
+  }
+  static std::string certificateBag(const std::string& attributes = {}) {
+    const std::string value =
+        element("30", fromHex(kX509) + element("a0", element("04", fromHex(samples::kPlain))));
+    return element("30", fromHex(kCertificateBag) + element("a0", value) + attributes);
+  }
+  static std::string nested(const std::string& bags) {
+    return element("30", fromHex(kSafeContentsBag) + element("a0", element("30", bags)));
+  }
+};
+
+TEST_F(PfxDecoderTest, WithoutAMacNothingIsDerived) {
+  const RoundLimit none(0);  // a derivation would be an invalid argument
+  const Opened opened = open(fromHex(samples::kNoMacPfx));
+  EXPECT_EQ(opened.result, kFail);
+  EXPECT_EQ(opened.verified, 0);
+  EXPECT_EQ(opened.bags.get(), nullptr);
+}
+
+TEST_F(PfxDecoderTest, BehindAWrongMacNothingIsDerived) {
+  const std::string safes = safesOf(fromHex(samples::kRc4Pfx));
+  const std::string pfx = pfxOver(safes, "secret");
+  EXPECT_EQ(open(pfx).result, kOk);
+  const RoundLimit one(1);  // enough for the MAC
+  EXPECT_EQ(open(pfx, "wrong").result, kFail);
+  EXPECT_EQ(open(pfx).result, kInvalidArgument) << "the right MAC, and a safe that costs more";
+}
+
+TEST_F(PfxDecoderTest, EveryByteOfTheMacCounts) {
+  const std::string pfx = pfxOver(safesOf(fromHex(samples::kOpenPfx)), "secret");
+  ASSERT_EQ(open(pfx).verified, 1);
+  const size_t code = pfx.size() - 20 - 10;  // SHA-1, before the salt
+  for (size_t i = 0; i < 20; ++i) {
+    std::string damaged = pfx;
+    damaged[code + i] = static_cast<char>(damaged[code + i] ^ 0x40);
+    const Opened opened = open(damaged);
+    EXPECT_EQ(opened.result, kFail) << i;
+    EXPECT_EQ(opened.verified, 0) << i;
+  }
+}
+
+// The MAC takes one round an iteration, the RC4 safe one; the triple DES key two and its vector
+// one.
+TEST_F(PfxDecoderTest, AllDerivationsOfAFileShareOneBudget) {
+  const std::string pfx = pfxOver(safesOf(fromHex(samples::kRc4Pfx)), "secret");
+  uint32_t needed = 1;
+  for (;; ++needed) {
+    const RoundLimit limit(needed);
+    const Opened opened = open(pfx);
+    EXPECT_EQ(opened.verified, 1);
+    if (opened.result == kOk) {
+      break;
+    }
+    ASSERT_EQ(opened.result, kInvalidArgument);
+    EXPECT_EQ(opened.bags.get(), nullptr);
+    ASSERT_LT(needed, 100'000u);
+  }
+  EXPECT_EQ(needed, 5u);
+}
+
+TEST_F(PfxDecoderTest, BagsAreReadInTheirOrderAndNesting) {
+  EXPECT_EQ(openBags(certificateBag() + nested(certificateBag() + certificateBag())).count(), 3);
+  EXPECT_EQ(openBags("").count(), 0);
+}
+
+TEST_F(PfxDecoderTest, SafesNestEightDeep) {
+  std::string bags = certificateBag();
+  for (int i = 0; i < 8; ++i) {
+    bags = nested(bags);
+  }
+  const Opened deepest = openBags(bags);
+  EXPECT_EQ(deepest.result, kOk);
+  EXPECT_EQ(deepest.count(), 1);
+  const Opened tooDeep = openBags(nested(bags));
+  EXPECT_EQ(tooDeep.result, kFail);
+  EXPECT_EQ(tooDeep.bags.get(), nullptr);
+}
+
+TEST_F(PfxDecoderTest, NothingMayFollowTheAttributesOfABag) {
+  const std::string attribute =
+      element("30", fromHex(kLocalKeyId) + element("31", fromHex("040107")));
+  const Opened good = openBags(certificateBag(element("31", attribute)));
+  ASSERT_EQ(good.result, kOk);
+  EXPECT_EQ(bytesOf(good.bags->bag->localKeyId), "\x07");
+  for (const std::string& behind : {fromHex("0500"), fromHex("3100"), fromHex("00")}) {
+    const Opened opened = openBags(certificateBag(element("31", attribute) + behind));
+    EXPECT_EQ(opened.result, kFail) << toHex(behind.data(), behind.size());
+    EXPECT_EQ(opened.bags.get(), nullptr);
+  }
+}
+
+TEST_F(PfxDecoderTest, NothingMayFollowAnythingElse) {
+  const std::string safes = element("30", dataInfo(element("30", certificateBag())));
+  const std::string pfx = pfxOver(safes, "secret");
+  ASSERT_EQ(open(pfx).result, kOk);
+  EXPECT_EQ(open(pfx + '\0').result, kFail);
+  EXPECT_EQ(open(pfxOver(safes + '\0', "secret")).result, kFail);
+  EXPECT_EQ(open(pfxOver(element("30", dataInfo(element("30", certificateBag()) + '\0')), "secret"))
+                .result,
+            kFail);
+}
+
+TEST_F(PfxDecoderTest, TheFirstAttributeOfAKindCounts) {
+  const auto id = [](const char* hex) {
+    return element("30", fromHex(kLocalKeyId) + element("31", fromHex(hex)));
+  };
+  const Opened opened = openBags(certificateBag(element("31", id("040107") + id("040108"))));
+  ASSERT_EQ(opened.result, kOk);
+  EXPECT_EQ(bytesOf(opened.bags->bag->localKeyId), "\x07");
+  const Opened other = openBags(certificateBag(element("31", id("0c0107"))));
+  ASSERT_EQ(other.result, kOk);
+  EXPECT_EQ(other.bags->bag->localKeyId, nullptr) << "a value of another type";
+}
+
+// One bit in each byte turned over, below a MAC that fits all the same.
+TEST_F(PfxDecoderTest, DamageBelowARightMacIsRefusedOrRead) {
+  for (const char* hex : {samples::kOpenPfx, samples::kRc2Pfx, samples::kNoMacPfx}) {
+    const std::string safes = safesOf(fromHex(hex));
+    for (size_t at = 0; at < safes.size(); ++at) {
+      std::string damaged = safes;
+      damaged[at] = static_cast<char>(damaged[at] ^ (1 << (at % 8)));
+      const Opened opened = open(pfxOver(damaged, "secret"));
+      EXPECT_EQ(opened.verified, 1);
+      EXPECT_TRUE(opened.result >= 0 || opened.bags.get() == nullptr);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vexa::test
