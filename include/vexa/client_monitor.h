@@ -34,7 +34,7 @@ class IClientMonitor : public IComponent {
   // (PBT_APMRESUMEAUTOMATIC) counts as a change.
   virtual int32_t OnPowerEvent(uint32_t code) = 0;
   // Slot 7. A Windows event that is set on a change and reset by Reset; null for none. Not owned,
-  // never closed.
+  // never closed. Off Windows: an eventfd, its descriptor shifted left by 2, plus 1.
   virtual int32_t SetChangeEvent(void* event) = 0;
   // Slot 8. Starts the thread that checks the network every `seconds` until a change or a stop. A
   // thread that is still running is ended first.

@@ -1,8 +1,10 @@
 #include "pal/posix/sync.h"
 
 #include <time.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -140,6 +142,34 @@ HANDLE openHandle(std::shared_ptr<Waitable> object) {
   return reinterpret_cast<HANDLE>(number);
 }
 
+// Handles are multiples of 4; a host's eventfd is told from them by its low bits.
+constexpr std::uintptr_t kDescriptorMark = 1;
+
+bool isDescriptor(HANDLE event) {
+  return (reinterpret_cast<std::uintptr_t>(event) & 3) == kDescriptorMark;
+}
+
+int descriptorOf(HANDLE event) {
+  return static_cast<int>(reinterpret_cast<std::uintptr_t>(event) >> 2);
+}
+
+BOOL setDescriptor(HANDLE event) {
+  const uint64_t one = 1;
+  if (write(descriptorOf(event), &one, sizeof(one)) == sizeof(one)) return TRUE;
+  SetLastError(ERROR_INVALID_HANDLE);
+  return FALSE;
+}
+
+// A counter of 0 is reset already.
+BOOL resetDescriptor(HANDLE event) {
+  uint64_t count = 0;
+  if (read(descriptorOf(event), &count, sizeof(count)) == sizeof(count) || errno == EAGAIN) {
+    return TRUE;
+  }
+  SetLastError(ERROR_INVALID_HANDLE);
+  return FALSE;
+}
+
 // Null, with the last error set, when the handle is not open.
 std::shared_ptr<Waitable> objectOf(HANDLE handle) {
   HandleTable& table = handles();
@@ -272,6 +302,7 @@ HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL signall
 }
 
 BOOL WINAPI SetEvent(HANDLE event) {
+  if (isDescriptor(event)) return setDescriptor(event);
   const auto object = objectAs<Event>(event);
   if (!object) {
     return FALSE;
@@ -281,6 +312,7 @@ BOOL WINAPI SetEvent(HANDLE event) {
 }
 
 BOOL WINAPI ResetEvent(HANDLE event) {
+  if (isDescriptor(event)) return resetDescriptor(event);
   const auto object = objectAs<Event>(event);
   if (!object) {
     return FALSE;

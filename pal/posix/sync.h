@@ -28,7 +28,8 @@ void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
 // Only unnamed events: a name fails with ERROR_NOT_SUPPORTED. Null: ERROR_NOT_ENOUGH_MEMORY.
 HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL signalled,
                            LPCSTR name);
-// FALSE with ERROR_INVALID_HANDLE for anything but an open event.
+// FALSE with ERROR_INVALID_HANDLE for anything but an open event. These two also take an eventfd of
+// a host, which cannot make events here: its descriptor, shifted left by 2, plus 1.
 BOOL WINAPI SetEvent(HANDLE event);
 BOOL WINAPI ResetEvent(HANDLE event);
 

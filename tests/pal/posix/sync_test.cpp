@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include "pal/posix/counters.h"
 #include "pal/windows_api.h"
@@ -54,4 +56,26 @@ TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
   LeaveCriticalSection(&section);
   CloseHandle(thread);
   CloseHandle(running);
+}
+
+TEST(PosixSync, AnEventfdOfTheHostIsSetAndReset) {
+  const int descriptor = eventfd(0, EFD_NONBLOCK);
+  ASSERT_GE(descriptor, 0);
+  const auto event = reinterpret_cast<HANDLE>(static_cast<std::uintptr_t>(descriptor) << 2 | 1);
+  uint64_t count = 0;
+  EXPECT_TRUE(ResetEvent(event));
+  EXPECT_TRUE(SetEvent(event));
+  EXPECT_TRUE(SetEvent(event));
+  EXPECT_EQ(read(descriptor, &count, sizeof(count)), ssize_t{sizeof(count)});
+  EXPECT_EQ(count, 2u);
+  EXPECT_TRUE(SetEvent(event));
+  EXPECT_TRUE(ResetEvent(event));
+  EXPECT_EQ(read(descriptor, &count, sizeof(count)), -1);
+  close(descriptor);
+  SetLastError(0);
+  EXPECT_FALSE(SetEvent(event));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  SetLastError(0);
+  EXPECT_FALSE(ResetEvent(event));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
