@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -28,12 +29,16 @@ class Trace {
 
   uint32_t levelOf(const char* source) {
     const std::lock_guard lock(mutex_);
-    return levelOfLocked(source);
+    const uint32_t level = printLevelLocked(source);
+    return isCollectedLocked() ? std::max(level, collector_.level) : level;
   }
 
   void write(uint32_t level, const char* source, const char* text) {
     const std::lock_guard lock(mutex_);
-    if (levelOfLocked(source) >= effective(level)) {
+    if (isCollectedLocked() && collector_.level >= effective(level)) {
+      collector_.collect(collector_.context, level, source, text);
+    }
+    if (printLevelLocked(source) >= effective(level)) {
       std::FILE* const sink = file_ != nullptr ? file_ : stderr;
       std::fprintf(sink, "%u %s: %s\n", level, source, text);
       std::fflush(sink);
@@ -70,6 +75,16 @@ class Trace {
     return kOutOfMemory;
   }
 
+  int32_t setCollector(uint32_t level, velmora_trace_collector collect, void* context) {
+    const std::lock_guard lock(mutex_);
+    if (collector_.collect != nullptr && !isCollectedLocked()) {
+      return kFail;
+    }
+    collector_ = {collect, context, collect != nullptr ? level : 0, std::this_thread::get_id()};
+    updateHighestLocked();
+    return kOk;
+  }
+
   void clearSources() {
     const std::lock_guard lock(mutex_);
     sources_.clear();
@@ -79,7 +94,18 @@ class Trace {
  private:
   static uint32_t effective(uint32_t level) { return level == 0 ? kScopeLevel : level; }
 
-  uint32_t levelOfLocked(const char* source) const {
+  struct Collector {
+    velmora_trace_collector collect = nullptr;  // null: nobody collects
+    void* context = nullptr;
+    uint32_t level = 0;
+    std::thread::id thread;
+  };
+
+  bool isCollectedLocked() const {
+    return collector_.collect != nullptr && collector_.thread == std::this_thread::get_id();
+  }
+
+  uint32_t printLevelLocked(const char* source) const {
     for (const auto& [name, level] : sources_) {
       if (name == source) {
         return level;
@@ -89,7 +115,7 @@ class Trace {
   }
 
   void updateHighestLocked() {
-    uint32_t highest = level_;
+    uint32_t highest = std::max(level_, collector_.level);
     for (const auto& source : sources_) {
       highest = std::max(highest, source.second);
     }
@@ -100,6 +126,7 @@ class Trace {
   uint32_t level_ = 0;
   std::vector<std::pair<std::string, uint32_t>> sources_;
   std::FILE* file_ = nullptr;  // null: the standard error
+  Collector collector_;
   std::atomic<uint32_t> highest_{0};
 };
 
@@ -173,3 +200,7 @@ int32_t velmora_set_source_level(const char* source, uint32_t level) {
 }
 
 void velmora_clear_source_levels() { vexa::velmora::trace().clearSources(); }
+
+int32_t velmora_collect_trace(uint32_t level, velmora_trace_collector collect, void* context) {
+  return vexa::velmora::trace().setCollector(level, collect, context);
+}

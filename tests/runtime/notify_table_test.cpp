@@ -137,5 +137,37 @@ TEST_F(NotifyTableTest, LinesOfManyThreadsStayWhole) {
                                         ::testing::Each(std::string("1 thread: 0123456789"))));
 }
 
+void keepText(void* texts, uint32_t, const char* source, const char* text) {
+  static_cast<std::vector<std::string>*>(texts)->push_back(std::string(source) + ": " + text);
+}
+
+TEST_F(NotifyTableTest, MessagesOfTheCollectingThreadAreCollected) {
+  std::vector<std::string> texts;
+  ASSERT_EQ(velmora_collect_trace(4, keepText, &texts), kOk);
+  EXPECT_EQ(notify.GetLevel("vexabase", 0), 4u);
+  notify.Message(4, "vexabase", 0, "progress %d", 1);
+  notify.Message(5, "vexabase", 0, "detail");
+  std::thread([this] {
+    EXPECT_EQ(notify.GetLevel("vexabase", 0), 1u);
+    notify.Message(4, "vexabase", 0, "of another thread");
+  }).join();
+  notify.Message(1, nullptr, 0, "error");
+  ASSERT_EQ(velmora_collect_trace(0, nullptr, nullptr), kOk);
+  notify.Message(1, "vexabase", 0, "afterwards");
+  EXPECT_THAT(texts, ElementsAre("vexabase: progress 1", "unknown: error"));
+  EXPECT_THAT(lines(), ElementsAre("1 unknown: error", "1 vexabase: afterwards"));
+  EXPECT_EQ(notify.GetLevel("vexabase", 0), 1u);
+}
+
+TEST_F(NotifyTableTest, OneThreadCollectsAtATime) {
+  std::vector<std::string> texts;
+  ASSERT_EQ(velmora_collect_trace(4, keepText, &texts), kOk);
+  std::thread([&texts] {
+    EXPECT_EQ(velmora_collect_trace(4, keepText, &texts), kFail);
+    EXPECT_EQ(velmora_collect_trace(0, nullptr, nullptr), kFail);
+  }).join();
+  EXPECT_EQ(velmora_collect_trace(0, nullptr, nullptr), kOk);
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -18,6 +18,10 @@
 
 extern "C" {
 
+// Takes one message of the trace.
+using velmora_trace_collector = void (*)(void* context, uint32_t level, const char* source,
+                                         const char* text);
+
 // The root list (vexa/runtime/root_list.h). Returns 0 and fills *out; kNullPointer for a null out.
 VELMORA_EXPORT int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** out,
                                          uint64_t, const char* options, uint64_t);
@@ -30,6 +34,10 @@ VELMORA_EXPORT int32_t velmora_set_trace(uint32_t level, const char* path);
 VELMORA_EXPORT int32_t velmora_set_source_level(const char* source, uint32_t level);
 // Forgets the levels of single sources.
 VELMORA_EXPORT void velmora_clear_source_levels();
+// From now on messages of the calling thread up to `level` are given to `collect`, too, which must
+// not trace itself; null ends it. One thread at a time. Returns 0, or kFail while another collects.
+VELMORA_EXPORT int32_t velmora_collect_trace(uint32_t level, velmora_trace_collector collect,
+                                             void* context);
 
 // Blocks of the root heap that are alive: what the runtime handed out or holds for its objects.
 VELMORA_EXPORT uint64_t velmora_live_blocks();
