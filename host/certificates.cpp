@@ -112,18 +112,22 @@ void setAlgorithm(const Module& module, KeyAndChain& out) {
 
 }  // namespace
 
-std::vector<CertificateRef> readCertificates(const Module& module, const std::string& path) {
-  const std::string content = readFile(path);
+std::vector<CertificateRef> certificatesIn(const Module& module, std::string_view content,
+                                           const std::string& what) {
   std::vector<CertificateRef> certificates;
   for (const PemBlock& block : pemBlocks(content)) {
     if (block.label == "CERTIFICATE") {
-      certificates.push_back(decode(module, block.body, path));
+      certificates.push_back(decode(module, block.body, what));
     }
   }
   if (certificates.empty()) {
-    certificates.push_back(decode(module, content, path));
+    certificates.push_back(decode(module, content, what));
   }
   return certificates;
+}
+
+std::vector<CertificateRef> readCertificates(const Module& module, const std::string& path) {
+  return certificatesIn(module, readFile(path), path);
 }
 
 std::string toPem(const Module& module, const runtime::Certificate& certificate) {
@@ -145,6 +149,18 @@ std::string subjectOf(const Module& module, runtime::Certificate* certificate) {
 
 std::string issuerOf(const Module& module, runtime::Certificate* certificate) {
   return nameText(module, certificate->table->GetIssuer(certificate));
+}
+
+CertificateUses usesOf(const Module& module, runtime::Certificate* certificate) {
+  const auto& list = module.list<vexa::CertificateFunctions>(vexa::kCertificateListName);
+  return {
+      .encrypt = list.IsEncryptionCertificate(certificate) != 0,
+      .sign = list.IsSignatureCertificate(certificate) != 0,
+      .client = list.IsClientAuthCertificate(certificate) != 0,
+      .ca = list.IsCACertificate(certificate) != 0,
+      .root = list.IsRootCACertificate(certificate) != 0,
+      .selfIssued = list.IsSelfIssuedEndEntity(certificate) != 0,
+  };
 }
 
 void KeyAndChain::append(runtime::Certificate* certificate) {

@@ -40,12 +40,27 @@ class RuntimeRef {
 };
 using CertificateRef = RuntimeRef<vexa::runtime::Certificate>;
 
-// Every certificate of a PEM file, or the one of a DER file. Throws HostError.
+// Every certificate of a PEM text, or the one of a DER encoding. `what` holds them, for the
+// message. Throws HostError.
+std::vector<CertificateRef> certificatesIn(const Module& module, std::string_view content,
+                                           const std::string& what);
+// The same for a file.
 std::vector<CertificateRef> readCertificates(const Module& module, const std::string& path);
 std::string toPem(const Module& module, const vexa::runtime::Certificate& certificate);
 
 std::string subjectOf(const Module& module, vexa::runtime::Certificate* certificate);
 std::string issuerOf(const Module& module, vexa::runtime::Certificate* certificate);
+
+// What a certificate may be used for, by the module's predicates.
+struct CertificateUses {
+  bool encrypt;
+  bool sign;
+  bool client;
+  bool ca;
+  bool root;
+  bool selfIssued;
+};
+CertificateUses usesOf(const Module& module, vexa::runtime::Certificate* certificate);
 
 // A key with its certificate list, as PKCS#12 holds them.
 class KeyAndChain {

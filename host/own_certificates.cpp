@@ -47,7 +47,8 @@ std::vector<OwnCertificate> ownCertificates(const Module& module) {
     check(item->GetAttributes(&request), "an own certificate");
     const CertificateRef certificate(static_cast<runtime::Certificate*>(request.value.pointer));
     if (certificate) {
-      found.push_back({subjectOf(module, certificate.get()), issuerOf(module, certificate.get())});
+      found.push_back({subjectOf(module, certificate.get()), issuerOf(module, certificate.get()),
+                       usesOf(module, certificate.get())});
     }
   }
   return found;

@@ -16,6 +16,7 @@ void configurePse(const Module& module, const std::string& path, const std::stri
 struct OwnCertificate {
   std::string subject;
   std::string issuer;
+  CertificateUses uses;
 };
 
 // Refreshes the container and reads it.

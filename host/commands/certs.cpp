@@ -2,20 +2,16 @@
 
 #include "certificates.h"
 #include "options.h"
-#include "vexa/certificates.h"
 
 namespace vexahost {
 namespace {
 
-const char* mark(int32_t answer) { return answer != 0 ? "yes" : "-"; }
+const char* mark(bool answer) { return answer ? "yes" : "-"; }
 
 void printCertificate(const Module& module, vexa::runtime::Certificate* certificate) {
-  const auto& list = module.list<vexa::CertificateFunctions>(vexa::kCertificateListName);
-  std::printf("%-8s%-6s%-8s%-5s%-6s%-12s  %s\n", mark(list.IsEncryptionCertificate(certificate)),
-              mark(list.IsSignatureCertificate(certificate)),
-              mark(list.IsClientAuthCertificate(certificate)),
-              mark(list.IsCACertificate(certificate)), mark(list.IsRootCACertificate(certificate)),
-              mark(list.IsSelfIssuedEndEntity(certificate)),
+  const CertificateUses uses = usesOf(module, certificate);
+  std::printf("%-8s%-6s%-8s%-5s%-6s%-12s  %s\n", mark(uses.encrypt), mark(uses.sign),
+              mark(uses.client), mark(uses.ca), mark(uses.root), mark(uses.selfIssued),
               subjectOf(module, certificate).c_str());
 }
 

@@ -1,27 +1,10 @@
 #include <cstdio>
 
 #include "options.h"
-#include "values.h"
-#include "vexa/network.h"
+#include "proxy.h"
 
 namespace vexahost {
 namespace {
-
-class WideStringOut {
- public:
-  explicit WideStringOut(const Module& module) : module_(module) {}
-  WideStringOut(const WideStringOut&) = delete;
-  WideStringOut& operator=(const WideStringOut&) = delete;
-  ~WideStringOut() { module_.wideStrings().Destroy(string_); }
-
-  vexa::runtime::WideStringObject** put() { return &string_; }
-  bool isEmpty() const { return string_ == nullptr; }
-  std::string text() const { return toUtf8(module_, module_.wideStrings().GetText(string_)); }
-
- private:
-  const Module& module_;
-  vexa::runtime::WideStringObject* string_ = nullptr;
-};
 
 void discover(Options options, const std::string& url, bool why) {
   constexpr uint32_t kProgressLevel = 4;
@@ -29,18 +12,17 @@ void discover(Options options, const std::string& url, bool why) {
     options.module.traceLevel = std::max(options.module.traceLevel, kProgressLevel);
   }
   const Module module(options.module);
-  const auto& list = module.list<vexa::NetworkList>(vexa::kNetworkListName);
-  WideStringOut proxy(module);
-  const int32_t result = list.GetIEUserSettingProxy(toUtf16(module, url).c_str(), proxy.put());
-  if (result == vexa::kOutOfMemory) {
-    check(result, "proxy discovery");
-  }
-  if (!proxy.isEmpty()) {
-    std::printf("proxy %s\n", proxy.text().c_str());
-  } else if (vexa::succeeded(result)) {
-    std::printf("direct (decided)\n");
-  } else {
-    std::printf("direct (no usable setting)\n");
+  const ProxyDecision decision = decideProxy(module, url);
+  switch (decision.kind) {
+    case ProxyDecision::Kind::kProxy:
+      std::printf("proxy %s\n", decision.proxy.c_str());
+      break;
+    case ProxyDecision::Kind::kDirect:
+      std::printf("direct (decided)\n");
+      break;
+    case ProxyDecision::Kind::kNone:
+      std::printf("direct (no usable setting)\n");
+      break;
   }
 }
 

@@ -1,8 +1,12 @@
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 
+#include "files.h"
 #include "options.h"
 #include "own_certificates.h"
 #include "password.h"
+#include "server/routes.h"
 #include "server/server.h"
 
 namespace vexahost {
@@ -15,6 +19,43 @@ struct ServeRequest {
   Password password;
 };
 
+// A file that is there while the endpoint answers, and tells where. It comes whole or not at all.
+class ReadyFile {
+ public:
+  ReadyFile(const std::string& path, uint16_t port) : path_(path) {
+    if (path.empty()) {
+      return;
+    }
+    const std::string number = std::to_string(port);
+    const std::string partial = path + ".part";
+    writeFile(partial,
+              "{\"port\": " + number + ", \"url\": \"http://127.0.0.1:" + number + "\"}\n");
+    std::error_code error;
+    std::filesystem::rename(partial, path, error);
+    if (error) {
+      throw HostError("cannot write " + path);
+    }
+  }
+  ReadyFile(const ReadyFile&) = delete;
+  ReadyFile& operator=(const ReadyFile&) = delete;
+  ~ReadyFile() {
+    if (!path_.empty()) {
+      std::error_code ignored;
+      std::filesystem::remove(path_, ignored);
+    }
+  }
+
+ private:
+  std::string path_;
+};
+
+void announce(const Server& server) {
+  std::printf("vexahost: serving on http://127.0.0.1:%u (Ctrl-C ends)\n", server.port());
+  std::printf("vexahost: console http://127.0.0.1:%u/#token=%s\n", server.port(),
+              server.token().text().c_str());
+  std::fflush(stdout);
+}
+
 void serve(const Options& options, ServeRequest& request) {
   Module module(options.module);
   if (!request.pse.empty()) {
@@ -22,9 +63,18 @@ void serve(const Options& options, ServeRequest& request) {
   }
   {
     Server server(module, request.endpoint);
-    std::printf("vexahost: serving on http://127.0.0.1:%u (Ctrl-C ends)\n", server.port());
-    std::fflush(stdout);
-    server.run();
+    announce(server);
+    bool hasEnded = false;
+    {
+      const ReadyFile ready(request.endpoint.readyFile, server.port());
+      hasEnded = server.run();
+    }
+    if (!hasEnded) {
+      // Only the system can end a proxy question that a server somewhere does not answer.
+      std::printf("vexahost: stopped; a question for a proxy was still open\n");
+      std::fflush(stdout);
+      std::_Exit(0);
+    }
   }
   const int64_t left = module.close();
   if (left >= 0) {
@@ -38,18 +88,24 @@ void serve(const Options& options, ServeRequest& request) {
 
 void addServeCommand(CLI::App& app, Options& options) {
   CLI::App* const command =
-      app.add_subcommand("serve", "The local HTTP endpoint, on 127.0.0.1, until Ctrl-C");
+      app.add_subcommand("serve", "The local HTTP endpoint, on 127.0.0.1 and [::1], until Ctrl-C");
+  command->footer(routeHelp());
   const auto request = std::make_shared<ServeRequest>();
   ServeOptions& endpoint = request->endpoint;
   endpoint.port = 8420;
   command->add_option("--port", endpoint.port, "Port to listen on; 0 takes any free one")
       ->capture_default_str();
   command->add_option("--allow-origin", endpoint.allowedOrigins,
-                      "Origin that may call, such as https://*.example.com; repeatable");
+                      "Origin whose pages may call, such as https://*.example.com or, for "
+                      "development, http://localhost:3000; repeatable");
   command
       ->add_option("--monitor-interval", endpoint.monitorSeconds,
                    "Seconds between two looks at the network")
+      ->check(CLI::Range(1, 3600))
       ->capture_default_str();
+  command->add_option("--log", endpoint.log, "File that gets a line a request; - is the output");
+  command->add_option("--ready-file", endpoint.readyFile,
+                      "File that is there, with the port in it, while the endpoint answers");
   command->add_option("--pse", request->pse, "PKCS#12 file with the own certificates");
   request->password.addOptions(*command);
   command->callback([&options, request] { serve(options, *request); });

@@ -1,167 +1,216 @@
 #include "server/connection.h"
 
-#include <cstring>
+#include <asio/write.hpp>
 #include <utility>
-
-#include "vexa/http_response.h"
 
 namespace vexahost {
 namespace {
 
 using std::chrono::milliseconds;
 
+// For a request to come, and for the next one to begin.
 constexpr milliseconds kRequestTime{10'000};
-constexpr milliseconds kPollStep{100};
-// What a client may still be sending when it has been answered already is read for this long.
-constexpr milliseconds kDrainTime{2'000};
-constexpr std::string_view kHeaderEnd = "\r\n\r\n";
+// What a client may send ahead while it is answered.
+constexpr size_t kMostAhead = 64 * 1024;
+constexpr size_t kSmallInput = 16 * 1024;
+constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 }  // namespace
 
-Connection::Connection(asio::ip::tcp::socket socket, Endpoint& endpoint, size_t& count)
+Connection::Connection(asio::ip::tcp::socket socket, Endpoint& endpoint,
+                       ConnectionRegistry& registry, bool isTooMany)
     : socket_(std::move(socket)),
       timer_(socket_.get_executor()),
       endpoint_(endpoint),
-      count_(count) {
-  ++count_;
+      registry_(registry),
+      isTooMany_(isTooMany),
+      message_(endpoint.module()) {
+  registry_.add(*this);
 }
 
-Connection::~Connection() { --count_; }
+Connection::~Connection() {
+  endListening();
+  endpoint_.budget().give(input_.size());
+  registry_.remove(*this);
+}
 
 void Connection::start() {
-  request_ = endpoint_.module().create<vexa::IHTTPRequest>(vexa::kHttpRequestClassName,
-                                                           vexa::IID_IHTTPRequest);
-  startTimer(kRequestTime, &Connection::requestTimedOut);
+  asio::error_code ignored;
+  socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
+  beIdle();
   read();
 }
 
-void Connection::refuse() { sendError(503, "too many connections"); }
-
 void Connection::abort() {
+  state_ = State::kClosed;
+  endListening();
   asio::error_code ignored;
   socket_.close(ignored);
   timer_.cancel();
 }
 
+std::optional<Connection::Clock::time_point> Connection::idleSince() const {
+  return state_ == State::kReading && !head_ && input_.empty() ? std::optional(begun_)
+                                                               : std::nullopt;
+}
+
+// --- reading -----------------------------------------------------------------------------------
+
 void Connection::read() {
-  socket_.async_read_some(asio::buffer(input_),
+  if (isReading_) {
+    return;
+  }
+  isReading_ = true;
+  socket_.async_read_some(asio::buffer(piece_),
                           [self = shared_from_this()](const asio::error_code& error, size_t count) {
-                            if (!error && !self->answering_) {
-                              self->take(count);
-                            } else if (error) {
-                              self->abort();
-                            }
+                            self->take(error, count);
                           });
 }
 
-void Connection::take(size_t count) {
-  noteHeaderEnd(std::string_view(input_.data(), count));
-  const int32_t result = request_->parse(reinterpret_cast<const uint8_t*>(input_.data()), count);
-  if (result == vexa::kMoreNeeded) {
+void Connection::take(const asio::error_code& error, size_t count) {
+  isReading_ = false;
+  if (state_ == State::kClosed || (state_ == State::kWriting && error)) {
+    return;  // what is being written may still arrive; the next read fails again
+  }
+  if (error) {
+    return abort();
+  }
+  if (state_ == State::kDraining) {
     return read();
   }
-  if (result == vexa::kOutOfMemory) {
-    return sendError(500, "out of memory");
+  const bool isNewRequest = idleSince().has_value();
+  if (!endpoint_.budget().take(count)) {
+    return state_ == State::kReading ? refuse({503, "too many unfinished requests; try again"})
+                                     : abort();
   }
-  if (vexa::failed(result)) {
-    return headerEnd_ == kHeaderEnd.size() ? sendError(413, "the body is too large")
-                                           : sendError(400, "a header line is too long");
+  input_.append(piece_.data(), count);
+  if (state_ != State::kReading) {
+    return input_.size() > kMostAhead ? abort() : (state_ == State::kWriting ? void() : read());
   }
-  if (*request_->getURI() == '\0') {
-    return sendError(400, "no request line that can be read");
+  if (isNewRequest) {
+    begun_ = Clock::now();
+    expireAfter(kRequestTime);
   }
-  turn_.changesBefore = endpoint_.changes();
-  tryAnswer();
+  advance();
 }
 
-void Connection::noteHeaderEnd(std::string_view bytes) {
-  for (const char c : bytes) {
-    if (headerEnd_ == kHeaderEnd.size()) {
-      return;
-    }
-    headerEnd_ = c == kHeaderEnd[headerEnd_] ? headerEnd_ + 1 : (c == '\r' ? 1 : 0);
+// Goes as far as the bytes lead that are here.
+void Connection::advance() {
+  if (!head_ && !takeHead()) {
+    return;
+  }
+  if (input_.size() < head_->contentLength.value_or(0)) {
+    return expectBody();
+  }
+  handle();
+}
+
+// False: there is no head yet, or it was refused.
+bool Connection::takeHead() {
+  if (input_.empty()) {
+    read();
+    return false;
+  }
+  switch (scanner_.scan(input_)) {
+    case HeadScanner::Result::kMoreNeeded:
+      read();
+      return false;
+    case HeadScanner::Result::kRefused:
+      refuse(scanner_.refusal());
+      return false;
+    case HeadScanner::Result::kComplete:
+      break;
+  }
+  block_.assign(input_, scanner_.start(), scanner_.end() - scanner_.start());
+  auto head = parseHead(block_, vexa::kHttpMaxBody);
+  if (const auto* const refusal = std::get_if<Refusal>(&head)) {
+    refuse(*refusal);
+    return false;
+  }
+  head_ = std::get<Head>(head);
+  consume(scanner_.end());
+  letIn();
+  return state_ == State::kReading;
+}
+
+void Connection::letIn() {
+  if (head_->origin && endpoint_.policy().isAllowed(*head_->origin)) {
+    origin_ = *head_->origin;
+  }
+  if (const std::optional<Refusal> refusal = endpoint_.policy().judge(*head_)) {
+    refuse(*refusal);
+  } else if (isTooMany_) {
+    refuse({503, "too many connections; try again"});
   }
 }
 
-void Connection::tryAnswer() {
-  std::optional<Reply> reply;
-  try {
-    reply = endpoint_.answer(*request_.get(), turn_);
-  } catch (const HostError& error) {
-    return sendError(500, error.what());
+void Connection::expectBody() {
+  if (!head_->expectsContinue || wasContinued_ || head_->minorVersion == 0 || !input_.empty()) {
+    return read();
   }
-  if (reply) {
-    return send(std::move(*reply));
-  }
-  turn_.waited += kPollStep;
-  startTimer(kPollStep, &Connection::tryAnswer);
-}
-
-void Connection::requestTimedOut() { sendError(408, "the request did not come in time"); }
-
-void Connection::sendError(uint32_t status, std::string_view message) {
-  try {
-    send(errorReply(endpoint_.module(), status, message));
-  } catch (const HostError&) {
-    abort();  // not even memory for an error
-  }
-}
-
-void Connection::send(Reply reply) {
-  answering_ = true;
-  timer_.cancel();
-  if (reply.status != 204) {
-    reply.headers.emplace_back("Content-Type", reply.contentType);
-  }
-  reply.headers.emplace_back("Connection", "close");
-  serialise(reply);
-  startTimer(kRequestTime, &Connection::abort);
-  asio::async_write(socket_, asio::buffer(output_->get(), outputSize_),
+  wasContinued_ = true;
+  state_ = State::kWriting;
+  asio::async_write(socket_, asio::buffer(kContinue),
                     [self = shared_from_this()](const asio::error_code& error, size_t) {
-                      if (error) {
+                      if (error || self->state_ != State::kWriting) {
                         return self->abort();
                       }
-                      asio::error_code ignored;
-                      self->socket_.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-                      self->startTimer(kDrainTime, &Connection::abort);
-                      self->drain();
+                      self->state_ = State::kReading;
+                      self->advance();
                     });
 }
 
-void Connection::serialise(const Reply& reply) {
-  const Module& module = endpoint_.module();
-  const auto response =
-      module.create<vexa::IHTTPResponse>(vexa::kHttpResponseClassName, vexa::IID_IHTTPResponse);
-  // It returns a constant failure code, also when it set the status.
-  (void)response->setStatus(reply.status, nullptr);
-  for (const auto& [name, value] : reply.headers) {
-    check(response->addHeader(name.c_str(), value.c_str()), "building the response");
-  }
-  check(response->setBody(reply.body.c_str()), "building the response");
-  output_.emplace(module);
-  outputSize_ = 0;
-  check(response->serialize(output_->put(), &outputSize_), "building the response");
-  if (request_ && std::string_view(request_->getMethod()) == "HEAD") {
-    outputSize_ -= reply.body.size();  // the length is announced, the body left out
+// Ready for a request of which nothing has come yet: holds little memory.
+void Connection::beIdle() {
+  begun_ = Clock::now();
+  expireAfter(kRequestTime);
+  if (input_.capacity() > kSmallInput && input_.empty()) {
+    std::string().swap(input_);
   }
 }
 
-// Reads on until the client closes: closing with unread bytes would take the answer back.
-void Connection::drain() {
-  socket_.async_read_some(asio::buffer(input_),
-                          [self = shared_from_this()](const asio::error_code& error, size_t) {
-                            return error ? self->abort() : self->drain();
-                          });
+void Connection::consume(size_t count) {
+  input_.erase(0, count);
+  endpoint_.budget().give(count);
 }
 
-void Connection::startTimer(milliseconds time, void (Connection::*action)()) {
-  timer_.expires_after(time);
+// --- time --------------------------------------------------------------------------------------
+
+void Connection::expireAfter(milliseconds time) {
+  deadline_ = Clock::now() + time;
+  if (deadline_ < armed_) {
+    armTimer();
+  }
+}
+
+void Connection::armTimer() {
+  armed_ = deadline_;
+  timer_.expires_at(armed_);
   // Only a weak hold: a client that has gone is not kept for its timer.
-  timer_.async_wait([weak = weak_from_this(), action](const asio::error_code& error) {
-    if (const auto self = weak.lock(); self && !error) {
-      (self.get()->*action)();
+  timer_.async_wait([weak = weak_from_this()](const asio::error_code& error) {
+    const auto self = weak.lock();
+    if (!self || error || self->state_ == State::kClosed) {
+      return;
     }
+    self->armed_ = Clock::time_point::max();
+    Clock::now() < self->deadline_ ? self->armTimer() : self->expired();
   });
+}
+
+void Connection::expired() {
+  if (idleSince()) {
+    return abort();
+  }
+  switch (state_) {
+    case State::kReading:
+      return refuse({408, "the request did not come in time"});
+    case State::kWaiting:
+      return askAgain();
+    case State::kStreaming:
+      return isSendingNews_ ? abort() : writeStream(": still here\n\n");
+    default:
+      return abort();
+  }
 }
 
 }  // namespace vexahost

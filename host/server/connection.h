@@ -1,57 +1,139 @@
 #pragma once
 
 #include <array>
-#include <asio.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "server/endpoint.h"
-#include "values.h"
+#include "server/framing.h"
+#include "server/message.h"
+#include "server/reply.h"
+#include "server/routes.h"
 
 namespace vexahost {
 
-// One client: reads one request, answers it, closes. Lives as long as it has work to do.
-class Connection : public std::enable_shared_from_this<Connection> {
+class Connection;
+
+// The open connections, for whoever must end them.
+class ConnectionRegistry {
  public:
-  // `count` is the number of open connections; this one counts itself in.
-  Connection(asio::ip::tcp::socket socket, Endpoint& endpoint, size_t& count);
+  virtual void add(Connection& connection) = 0;
+  virtual void remove(Connection& connection) = 0;
+
+ protected:
+  ~ConnectionRegistry() = default;
+};
+
+// One client, request after request. It lives as long as an operation of it is under way.
+//
+//   kReading   a request comes, or none yet        -> kWriting, kWaiting, kWorking, kStreaming
+//   kWaiting   for a change (a long poll)          -> kWriting
+//   kWorking   the worker makes the answer         -> kWriting
+//   kWriting   the answer goes                     -> kReading, kDraining
+//   kStreaming changes are told as they come
+//   kDraining  answered for good; what the client still sends is dropped until it closes
+//   kClosed
+//
+// While it waits, works or streams a read is pending, so that it ends when the client leaves.
+class Connection final : public std::enable_shared_from_this<Connection>, private ChangeListener {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // `isTooMany`: its first request is answered 503.
+  Connection(asio::ip::tcp::socket socket, Endpoint& endpoint, ConnectionRegistry& registry,
+             bool isTooMany);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
   ~Connection();
 
   void start();
-  // Answers without reading, for a client that came when there was no room.
-  void refuse();
   // Drops the client, whatever it is waiting for.
   void abort();
+  // When nothing of a request is here: since when that is so.
+  std::optional<Clock::time_point> idleSince() const;
 
  private:
+  enum class State { kReading, kWaiting, kWorking, kWriting, kStreaming, kDraining, kClosed };
+
+  // Reading: connection.cpp.
   void read();
-  void take(size_t count);
-  void noteHeaderEnd(std::string_view bytes);
-  void tryAnswer();
+  void take(const asio::error_code& error, size_t count);
+  void advance();
+  bool takeHead();
+  void letIn();
+  void expectBody();
+  void beIdle();
+  void consume(size_t count);
+
+  // Time: connection.cpp. One timer, which is set anew only when it fires or would fire too late.
+  void expireAfter(std::chrono::milliseconds time);
+  void armTimer();
+  void expired();
+
+  // Answering: answering.cpp.
+  void handle();
+  template <class Step>
+  void guarded(Step step);
+  void route();
+  int32_t feedRequest();
+  void ask();
+  void askAgain();
+  void askWorker(const Route& route);
+  void follow(Outcome outcome);
+  void fail(uint32_t status, std::string_view detail);
+  void refuse(const Refusal& refusal);
   void send(Reply reply);
-  void sendError(uint32_t status, std::string_view message);
-  void serialise(const Reply& reply);
+  void sent();
+  void beReadyForNext();
   void drain();
-  void startTimer(std::chrono::milliseconds time, void (Connection::*action)());
-  void requestTimedOut();
+  bool isHead() const;
+  void logAnswer(uint32_t status);
+
+  // Changes: streaming.cpp.
+  void changed() override;
+  void wait(const Wait& wait);
+  void startStream();
+  void sendNews();
+  void writeStream(std::string text);
+  void endListening();
 
   asio::ip::tcp::socket socket_;
   asio::steady_timer timer_;
+  Clock::time_point deadline_;
+  Clock::time_point armed_ = Clock::time_point::max();
   Endpoint& endpoint_;
-  size_t& count_;
+  ConnectionRegistry& registry_;
+  const bool isTooMany_;
+  State state_ = State::kReading;
+  bool isReading_ = false;
+
+  std::array<char, 16384> piece_;
+  std::string input_;  // what has come and was not used yet; counted in the budget
+  HeadScanner scanner_;
+  std::string block_;  // the header block of the request that head_ tells of
+  std::optional<Head> head_;
+  bool wasContinued_ = false;
+  uint32_t requests_ = 0;
+  bool isClosing_ = false;  // this answer is the last one
+  Clock::time_point begun_;
+
   Ref<vexa::IHTTPRequest> request_;
-  std::array<char, 16384> input_;
-  // How much of the empty line that ends the headers has been seen: 4 is all of it.
-  size_t headerEnd_ = 0;
-  Turn turn_;
-  bool answering_ = false;
-  std::optional<Block<uint8_t>> output_;
-  uint64_t outputSize_ = 0;
+  const Route* route_ = nullptr;
+  std::string origin_;  // of the page, when it may read the answer
+  uint32_t changesBefore_ = 0;
+  std::optional<Wait> wait_;
+  bool isListening_ = false;
+
+  Message message_;
+  std::string stream_;
+  bool isSendingNews_ = false;
+  bool hasNews_ = false;
 };
 
 }  // namespace vexahost

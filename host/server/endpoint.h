@@ -1,75 +1,58 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "module.h"
-#include "ref.h"
-#include "vexa/client_monitor.h"
-#include "vexa/http_request.h"
+#include "server/access.h"
+#include "server/access_log.h"
+#include "server/budget.h"
+#include "server/event_hub.h"
+#include "server/origins.h"
+#include "server/token.h"
+#include "server/worker.h"
 
 namespace vexahost {
 
 struct ServeOptions {
   uint16_t port = 0;                        // 0: any free port
-  std::vector<std::string> allowedOrigins;  // patterns for IURLParser::pattern_match
+  std::vector<std::string> allowedOrigins;  // see AllowedOrigins
   uint32_t monitorSeconds = 10;
+  std::string log;        // see AccessLog
+  std::string readyFile;  // empty: none
 };
 
-// What a client is answered.
-struct Reply {
-  uint32_t status = 200;
-  std::string body{};
-  std::string contentType = "application/json";
-  std::vector<std::pair<std::string, std::string>> headers{};
-};
-
-// How far a request has come that is asked more than once.
-struct Turn {
-  std::chrono::milliseconds waited{0};
-  uint32_t changesBefore = 0;  // Endpoint::changes() when the request was complete
-};
-
-// {"error": ...} with that status.
-Reply errorReply(const Module& module, uint32_t status, std::string_view message);
-
-// The service behind the socket: everything it says is made by the module. One thread.
+// What all connections share. One thread, but for module() and worker().
 class Endpoint {
  public:
-  Endpoint(const Module& module, const ServeOptions& options);
-  Endpoint(const Endpoint&) = delete;
-  Endpoint& operator=(const Endpoint&) = delete;
-  ~Endpoint();
+  // Throws HostError.
+  Endpoint(asio::io_context& context, const Module& module, const ServeOptions& options,
+           uint16_t port);
 
-  // The answer to a complete request, origin rules included. Nothing: ask again later (a long
-  // poll).
-  std::optional<Reply> answer(vexa::IHTTPRequest& request, const Turn& turn);
-
-  void setPort(uint16_t port) { port_ = port; }
   const Module& module() const { return module_; }
-  // Changes of network or power since the start. Looks at the monitor.
-  uint32_t changes();
+  uint16_t port() const { return port_; }
+  const AccessPolicy& policy() const { return policy_; }
+  const Token& token() const { return token_; }
+  EventHub& events() { return events_; }
+  Worker& worker() { return worker_; }
+  Budget& budget() { return budget_; }
+  AccessLog& log() { return log_; }
+
+  // Texts that stay the same while the program runs, once they were asked for.
+  std::string info;
+  std::string description;
 
  private:
-  enum class Origin { kNone, kAllowed, kRefused };
-  Origin judgeOrigin(vexa::IHTTPRequest& request, std::string& origin) const;
-  bool isOwnOrigin(const std::string& origin) const;
-
   const Module& module_;
-  const ServeOptions& options_;
-  uint16_t port_ = 0;
-  Ref<vexa::IClientMonitor> monitor_;
-  uint32_t changes_ = 0;
+  const uint16_t port_;
+  AllowedOrigins allowed_;
+  AccessPolicy policy_;
+  Token token_;
+  EventHub events_;
+  Worker worker_;
+  Budget budget_;
+  AccessLog log_;
 };
-
-// A query parameter or one of the kept headers of a request; nothing when absent.
-std::optional<std::string> queryParameter(const Module& module, vexa::IHTTPRequest& request,
-                                          const char* name);
-std::optional<std::string> keptHeader(const Module& module, vexa::IHTTPRequest& request,
-                                      const char* name);
 
 }  // namespace vexahost

@@ -1,180 +1,159 @@
 #include "server/routes.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-
-#include "catalog.h"
-#include "json_value.h"
-#include "own_certificates.h"
-#include "vexa/url_parser.h"
 
 namespace vexahost {
 namespace {
 
-using std::chrono::milliseconds;
+constexpr char kJsonType[] = "application/json";
+constexpr char kAnyType[] = "*/*";
 
-constexpr milliseconds kLongestPoll{60'000};
+constexpr Parameter kUrlParameters[] = {
+    {"u", true, "The URL"},
+    {"pattern", false, "A pattern such as https://*.example.com that may cover it"},
+};
+constexpr Parameter kTimeParameters[] = {
+    {"value", true, "An unsigned number of 64 bits, or now"},
+    {"from", false, "The format of the value; filetime when absent"},
+    {"to", false, "The format of the result; unix when absent"},
+};
+constexpr Parameter kProxyParameters[] = {{"url", true, "The URL that is to be reached"}};
+constexpr Parameter kStatusParameters[] = {
+    {"wait", false, "Seconds to wait for the next change, 60 at most"},
+    {"since", false, "The number of changes that the client knows of"},
+};
 
-std::optional<Reply> answerInfo(Endpoint& endpoint, vexa::IHTTPRequest&, const Turn&) {
-  const Module& module = endpoint.module();
-  JsonObjectRef info(module);
-  info.setText("module", "vexabase");
-  JsonArrayRef lists = info.addArray("lists");
-  for (const ListEntry& entry : knownLists()) {
-    JsonObjectRef list = lists.addObject();
-    list.setText("name", listOwnName(module, entry));
-    list.setInteger("slots", static_cast<int64_t>(entry.slots.size()));
-  }
-  JsonArrayRef classes = info.addArray("classes");
-  for (const ClassEntry& entry : knownClasses()) {
-    classes.addText(entry.name);
-  }
-  return Reply{.body = info.text()};
+constexpr Route kRoutes[] = {
+    {"/",
+     kRead,
+     false,
+     false,
+     "The console, a page for people",
+     {},
+     nullptr,
+     "text/html",
+     answerPage},
+    {"/v1/info",
+     kRead,
+     false,
+     false,
+     "Lists and classes that the module offers",
+     {},
+     nullptr,
+     kJsonType,
+     answerInfo},
+    {"/v1/echo",
+     kAnyMethod,
+     false,
+     false,
+     "The request as the module understood it",
+     {},
+     kAnyType,
+     kJsonType,
+     answerEcho},
+    {"/v1/json",
+     kSend,
+     false,
+     false,
+     "The JSON object of the body, read and written again",
+     {},
+     kJsonType,
+     kJsonType,
+     answerJson},
+    {"/v1/url", kRead, false, false, "What a URL is made of, whether a pattern covers it",
+     kUrlParameters, nullptr, kJsonType, answerUrl},
+    {"/v1/time", kRead, false, false, "A time in another format", kTimeParameters, nullptr,
+     kJsonType, answerTime},
+    {"/v1/proxy", kRead, true, true, "Which proxy leads to a URL, and why", kProxyParameters,
+     nullptr, kJsonType, answerProxy},
+    {"/v1/certificates",
+     kRead,
+     true,
+     false,
+     "The user's own certificates and their uses",
+     {},
+     nullptr,
+     kJsonType,
+     answerCertificates},
+    {"/v1/certificates/inspect",
+     kSend,
+     false,
+     false,
+     "The uses of certificates, PEM or DER",
+     {},
+     kAnyType,
+     kJsonType,
+     answerInspect},
+    {"/v1/status", kRead, false, false, "Network and power changes so far, or the next one",
+     kStatusParameters, nullptr, kJsonType, answerStatus},
+    {"/v1/events",
+     kRead,
+     false,
+     false,
+     "The same as server-sent events",
+     {},
+     nullptr,
+     "text/event-stream",
+     answerEvents},
+    {"/v1/openapi.json",
+     kRead,
+     false,
+     false,
+     "This description",
+     {},
+     nullptr,
+     kJsonType,
+     answerDescription},
+};
+
+struct MethodName {
+  Method bit;
+  std::string_view name;
+};
+constexpr MethodName kMethodNames[] = {
+    {kGet, "GET"},       {kHead, "HEAD"},   {kPost, "POST"},       {kPut, "PUT"},
+    {kDelete, "DELETE"}, {kTrace, "TRACE"}, {kOptions, "OPTIONS"},
+};
+
+}  // namespace
+
+std::span<const Route> routes() { return kRoutes; }
+
+const Route* findRoute(std::string_view path) {
+  const auto* const found = std::find_if(std::begin(kRoutes), std::end(kRoutes),
+                                         [path](const Route& route) { return path == route.path; });
+  return found != std::end(kRoutes) ? found : nullptr;
 }
 
-// Names of the query's parameters: the request itself is asked for them by name only.
-std::vector<std::string> parameterNames(std::string_view uri) {
-  std::vector<std::string> names;
-  const size_t start = uri.find('?');
-  std::string_view query = start == std::string_view::npos ? "" : uri.substr(start + 1);
-  while (!query.empty()) {
-    const size_t end = std::min(query.find('&'), query.size());
-    const std::string_view pair = query.substr(0, end);
-    std::string name(pair.substr(0, pair.find('=')));
-    if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) {
-      names.push_back(std::move(name));
+Methods methodBit(std::string_view name) {
+  for (const MethodName& method : kMethodNames) {
+    if (method.name == name) {
+      return method.bit;
     }
-    query.remove_prefix(std::min(end + 1, query.size()));
+  }
+  return 0;
+}
+
+std::string methodNames(Methods methods) {
+  std::string names;
+  for (const MethodName& method : kMethodNames) {
+    if ((methods & method.bit) != 0) {
+      names += names.empty() ? "" : ", ";
+      names += method.name;
+    }
   }
   return names;
 }
 
-std::string_view bodyOf(vexa::IHTTPRequest& request) {
-  vexa::runtime::ByteBuffer body{};
-  return vexa::succeeded(request.getBodyData(&body))
-             ? std::string_view(reinterpret_cast<const char*>(body.data), body.length)
-             : std::string_view();
-}
-
-std::optional<Reply> answerEcho(Endpoint& endpoint, vexa::IHTTPRequest& request, const Turn&) {
-  const Module& module = endpoint.module();
-  JsonObjectRef echo(module);
-  echo.setText("method", request.getMethod());
-  echo.setText("path", request.getPath());
-  echo.setText("protocol", request.getProtocolVersion());
-  JsonObjectRef parameters = echo.addObject("parameters");
-  for (const std::string& name : parameterNames(request.getURI())) {
-    if (const auto value = queryParameter(module, request, name.c_str())) {
-      parameters.setText(name, *value);
-    }
-  }
-  JsonObjectRef headers = echo.addObject("headers");
-  for (const char* const name : {"Origin", "Referer"}) {
-    if (const auto value = keptHeader(module, request, name)) {
-      headers.setText(name, *value);
-    }
-  }
-  const std::string_view body = bodyOf(request);
-  echo.setInteger("bodyLength", static_cast<int64_t>(body.size()));
-  if (request.hasBody()) {
-    echo.setText("body", body);
-  }
-  return Reply{.body = echo.text()};
-}
-
-std::optional<Reply> answerJson(Endpoint& endpoint, vexa::IHTTPRequest& request, const Turn&) {
-  const auto object = JsonObjectRef::parse(endpoint.module(), bodyOf(request));
-  return object ? Reply{.body = object.text()}
-                : errorReply(endpoint.module(), 400, "the body is not a JSON object");
-}
-
-std::optional<Reply> answerUrl(Endpoint& endpoint, vexa::IHTTPRequest& request, const Turn&) {
-  const Module& module = endpoint.module();
-  const auto text = queryParameter(module, request, "u");
-  if (!text) {
-    return errorReply(module, 400, "the parameter u is missing");
-  }
-  const auto url = module.create<vexa::IURLParser>(vexa::kUrlParserClassName, vexa::IID_IURLParser);
-  JsonObjectRef answer(module);
-  answer.setText("url", *text);
-  answer.setBool("valid", vexa::succeeded(url->parse(text->c_str())));
-  answer.setBool("https", url->isHTTPS());
-  answer.setInteger("port", url->getPort());
-  answer.setInteger("originLength", url->getLength());
-  if (const auto pattern = queryParameter(module, request, "pattern")) {
-    answer.setText("pattern", *pattern);
-    answer.setBool("match", url->pattern_match(pattern->c_str()));
-  }
-  return Reply{.body = answer.text()};
-}
-
-// A long poll ends with the first change after the number that the client saw last ("since", or
-// the number at its first look), or when its time is up.
-std::optional<Reply> answerStatus(Endpoint& endpoint, vexa::IHTTPRequest& request,
-                                  const Turn& turn) {
-  const Module& module = endpoint.module();
-  const uint32_t changes = endpoint.changes();
-  const auto wait = queryParameter(module, request, "wait");
-  const auto since = queryParameter(module, request, "since");
-  if (wait) {
-    const auto asked = milliseconds(1000LL * std::max(0, std::atoi(wait->c_str())));
-    const bool changed = since ? changes != std::strtoul(since->c_str(), nullptr, 10)
-                               : changes != turn.changesBefore;
-    if (!changed && turn.waited < std::min(asked, kLongestPoll)) {
-      return std::nullopt;
-    }
-  }
-  JsonObjectRef answer(module);
-  answer.setInteger("changes", changes);
-  return Reply{.body = answer.text()};
-}
-
-std::optional<Reply> answerCertificates(Endpoint& endpoint, vexa::IHTTPRequest&, const Turn&) {
-  JsonObjectRef answer(endpoint.module());
-  JsonArrayRef certificates = answer.addArray("certificates");
-  for (const OwnCertificate& own : ownCertificates(endpoint.module())) {
-    JsonObjectRef certificate = certificates.addObject();
-    certificate.setText("subject", own.subject);
-    certificate.setText("issuer", own.issuer);
-  }
-  return Reply{.body = answer.text()};
-}
-
-struct Route {
-  std::string_view path;
-  std::string_view method;  // empty: any
-  std::optional<Reply> (*answer)(Endpoint&, vexa::IHTTPRequest&, const Turn&);
-};
-
-constexpr Route kRoutes[] = {
-    {"/v1/info", "GET", answerInfo},     {kEchoPath, "", answerEcho},
-    {"/v1/json", "POST", answerJson},    {"/v1/url", "GET", answerUrl},
-    {"/v1/status", "GET", answerStatus}, {"/v1/certificates", "GET", answerCertificates},
-};
-
-bool accepts(const Route& route, std::string_view method) {
-  return route.method.empty() || method == route.method ||
-         (method == "HEAD" && route.method == "GET");
-}
-
-}  // namespace
-
-std::optional<Reply> route(Endpoint& endpoint, vexa::IHTTPRequest& request, const Turn& turn) {
-  const std::string_view path = request.getPath();
+std::string routeHelp() {
+  constexpr size_t kWidth = 28;
+  std::string text = "What it answers (docs/endpoint.md):\n";
   for (const Route& route : kRoutes) {
-    if (route.path != path) {
-      continue;
-    }
-    if (!accepts(route, request.getMethod())) {
-      Reply reply = errorReply(endpoint.module(), 405, "this method is not allowed here");
-      reply.headers.emplace_back("Allow", std::string(route.method));
-      return reply;
-    }
-    return route.answer(endpoint, request, turn);
+    std::string path = std::string("  ") + route.path;
+    path.resize(std::max(kWidth, path.size() + 1), ' ');
+    text += path + route.summary + (route.needsToken ? " (token)" : "") + "\n";
   }
-  return errorReply(endpoint.module(), 404, "there is nothing at this path");
+  return text;
 }
 
 }  // namespace vexahost

@@ -1,77 +1,83 @@
 #include "server/server.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <utility>
+#include <vector>
 
 namespace vexahost {
 namespace {
 
 constexpr size_t kMostConnections = 256;
-
-asio::ip::tcp::acceptor listen(asio::io_context& context, uint16_t port) {
-  try {
-    return {context, asio::ip::tcp::endpoint(asio::ip::address_v4::loopback(), port),
-#ifdef _WIN32
-            false};  // there, reuse would let another program share the port
-#else
-            true};
-#endif
-  } catch (const asio::system_error& error) {
-    throw HostError("cannot listen on port " + std::to_string(port) + ": " + error.what());
-  }
-}
+// Those above the limit are told so, up to this number.
+constexpr size_t kMostTold = 64;
+constexpr std::chrono::milliseconds kStopTime{1'500};
 
 }  // namespace
 
 Server::Server(const Module& module, const ServeOptions& options)
-    : acceptor_(listen(context_, options.port)),
+    : listener_(context_, options.port),
       signals_(context_, SIGINT, SIGTERM),
-      endpoint_(module, options) {
-  endpoint_.setPort(port());
-}
+      endpoint_(context_, module, options, listener_.port()) {}
 
-uint16_t Server::port() const { return acceptor_.local_endpoint().port(); }
-
-void Server::run() {
+bool Server::run() {
   signals_.async_wait([this](const asio::error_code& error, int) {
     if (!error) {
       stop();
     }
   });
-  accept();
+  listener_.start([this](asio::ip::tcp::socket socket) { accept(std::move(socket)); },
+                  [this] {
+                    if (!std::exchange(hasComplained_, true)) {
+                      std::fprintf(stderr, "vexahost: no room for more connections\n");
+                    }
+                    endLongestIdle();
+                  });
   context_.run();
+  // What was cancelled ends here.
+  context_.restart();
+  context_.run_for(kStopTime);
+  return context_.stopped();
 }
 
-void Server::accept() {
-  acceptor_.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
-    if (!acceptor_.is_open()) {
-      return;
+void Server::accept(asio::ip::tcp::socket socket) {
+  const bool isFull = connections_.size() >= kMostConnections && !endLongestIdle();
+  if (connections_.size() >= kMostConnections + kMostTold) {
+    return;  // which closes it
+  }
+  ConnectionRegistry& registry = *this;
+  try {
+    std::make_shared<Connection>(std::move(socket), endpoint_, registry, isFull)->start();
+  } catch (const std::exception& failure) {
+    // This client is lost; the others are not.
+    std::fprintf(stderr, "vexahost: a connection failed: %s\n", failure.what());
+  }
+}
+
+// Whoever asks for nothing has to make room. False: there is no such connection.
+bool Server::endLongestIdle() {
+  Connection* longest = nullptr;
+  for (Connection* const connection : connections_) {
+    const auto since = connection->idleSince();
+    if (since && (longest == nullptr || *since < *longest->idleSince())) {
+      longest = connection;
     }
-    if (!error) {
-      const bool isFull = count_ >= kMostConnections;
-      try {
-        const auto connection = std::make_shared<Connection>(std::move(socket), endpoint_, count_);
-        connections_.remove_if([](const auto& weak) { return weak.expired(); });
-        connections_.push_back(connection);
-        isFull ? connection->refuse() : connection->start();
-      } catch (const std::exception& failure) {
-        // This client is lost; the others are not.
-        std::fprintf(stderr, "vexahost: a connection failed: %s\n", failure.what());
-      }
-    }
-    accept();
-  });
+  }
+  if (longest != nullptr) {
+    longest->abort();
+  }
+  return longest != nullptr;
 }
 
 void Server::stop() {
-  asio::error_code ignored;
-  acceptor_.close(ignored);
-  for (const auto& weak : connections_) {
-    if (const auto connection = weak.lock()) {
-      connection->abort();
-    }
+  listener_.stop();
+  for (Connection* const connection : connections_) {
+    connection->abort();
   }
+  endpoint_.events().stop();
+  endpoint_.worker().stop(std::chrono::milliseconds(0));
+  context_.stop();
 }
 
 }  // namespace vexahost

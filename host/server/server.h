@@ -1,33 +1,42 @@
 #pragma once
 
-#include <asio.hpp>
-#include <list>
-#include <memory>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <set>
+#include <string>
 
 #include "server/connection.h"
 #include "server/endpoint.h"
+#include "server/listener.h"
 
 namespace vexahost {
 
-// The endpoint on 127.0.0.1. run() serves until Ctrl-C.
-class Server {
+// The endpoint with its sockets.
+class Server final : private ConnectionRegistry {
  public:
-  // Throws HostError when the port cannot be had.
+  // Throws HostError when it cannot begin.
   Server(const Module& module, const ServeOptions& options);
-  void run();
 
-  uint16_t port() const;
+  // Serves until Ctrl-C. False: something was still under way a moment later, and uses the module.
+  bool run();
+
+  uint16_t port() const { return listener_.port(); }
+  const Token& token() const { return endpoint_.token(); }
 
  private:
-  void accept();
+  void add(Connection& connection) override { connections_.insert(&connection); }
+  void remove(Connection& connection) override { connections_.erase(&connection); }
+
+  void accept(asio::ip::tcp::socket socket);
+  bool endLongestIdle();
   void stop();
 
   asio::io_context context_{1};
-  asio::ip::tcp::acceptor acceptor_;
+  Listener listener_;
   asio::signal_set signals_;
   Endpoint endpoint_;
-  size_t count_ = 0;
-  std::list<std::weak_ptr<Connection>> connections_;
+  std::set<Connection*> connections_;
+  bool hasComplained_ = false;
 };
 
 }  // namespace vexahost

@@ -3,226 +3,462 @@
 
 check_endpoint.py [--report FILE] -- COMMAND...
 
-COMMAND starts the host; "serve --port N" is added to it. Exit status 0: every check passed, among
+COMMAND starts the host; "serve --port 0" is added to it. Exit status 0: every check passed, among
 them that the host went down cleanly and had given back every block. FILE receives the counts.
 """
 
 import argparse
 import json
 import pathlib
-import queue
-import signal
-import socket
 import subprocess
 import sys
 import tempfile
 import threading
-import time
 
-START_SECONDS = 90  # a fresh Wine prefix takes its time
-STOP_SECONDS = 30
-BODY_LIMIT = 1048576
-HEADER_LIMIT = 1024
+from endpoint import (BODY_LIMIT, HEAD_LIMIT, Checks, Host, Reader, as_json)
+
+ALLOWED = "https://app.client.example"
+PATTERN = "https://*.client.example"
+DEVELOPMENT = "http://localhost:3000"
+MOST_WAITING = 128
 
 
-class Host:
-    """The running host: its output is collected, and shown when something went wrong."""
+def show(line, answer):
+    print(f"\n{line}\n  -> {answer.status} {answer.body.decode(errors='replace').strip()[:400]}")
 
-    def __init__(self, command, port):
-        self.port = port
-        self.lines = []
-        self._process = subprocess.Popen(
-            [*command, "serve", "--port", str(port)],
-            stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-        )
-        self._reader = threading.Thread(target=self._read, daemon=True)
-        self._reader.start()
 
-    def _read(self):
-        for line in self._process.stdout:
-            self.lines.append(line.decode(errors="replace").rstrip())
+def check_answers(checks, host):
+    answer = host.ask("/v1/info")
+    show("GET /v1/info", answer)
+    checks.expect("/v1/info answers with JSON", answer.status == 200 and
+                  as_json(answer.body)["module"] == "vexabase", answer)
+    answer = host.ask("/v1/echo?x=1&name=a%20b", "Referer: r")
+    show("GET /v1/echo?x=1&name=a%20b", answer)
+    echoed = as_json(answer.body) or {}
+    checks.expect("/v1/echo names the parameters",
+                  echoed.get("parameters", {}).get("name") == "a b", echoed)
+    content = {"text": "grüße", "list": [1, True, None], "deep": {"x": -7}}
+    answer = host.ask("POST /v1/json", body=json.dumps(content, ensure_ascii=False).encode())
+    show("POST /v1/json", answer)
+    checks.expect("/v1/json answers with the JSON that was sent",
+                  as_json(answer.body) == content, answer)
+    answer = host.ask("POST /v1/json", body=b'{"text": ')
+    show("POST /v1/json with half a JSON text", answer)
+    checks.expect("a body that is not JSON answers 400", answer.status == 400, answer)
+    checks.expect("... with a problem as RFC 9457 writes it",
+                  answer.headers.get("content-type") == "application/problem+json" and
+                  as_json(answer.body) == {"title": "Bad Request", "status": 400,
+                                           "detail": "the body is not a JSON object"}, answer)
+    answer = host.ask("/v1/url?u=https://a.example.com/x&pattern=https://*.example.com")
+    show("GET /v1/url", answer)
+    checks.expect("/v1/url says that the pattern covers the URL",
+                  as_json(answer.body).get("match") is True, answer)
+    answer = host.ask("/v1/time?value=1&from=unix&to=filetime")
+    show("GET /v1/time", answer)
+    checks.expect("/v1/time converts", as_json(answer.body).get("result") == "116444736010000000",
+                  answer)
+    checks.expect("... and refuses what it cannot read",
+                  [host.ask("/v1/time" + query).status for query in
+                   ("", "?value=x", "?value=-1", "?value=1&from=x",
+                    "?value=99999999999999999999")] == [400] * 5)
+    check_description(checks, host)
 
-    def wait_until_up(self):
-        deadline = time.monotonic() + START_SECONDS
-        while time.monotonic() < deadline and self._process.poll() is None:
-            try:
-                socket.create_connection(("127.0.0.1", self.port), 1).close()
-                return True
-            except OSError:
-                time.sleep(0.1)
+
+def check_description(checks, host):
+    answer = host.ask("/v1/openapi.json")
+    description = as_json(answer.body) or {}
+    checks.expect("/v1/openapi.json is a description in OpenAPI 3.1",
+                  description.get("openapi") == "3.1.0" and "/v1/proxy" in description["paths"],
+                  answer.body[:300])
+    page = pathlib.Path(__file__).parents[2] / "docs/endpoint.md"
+    if page.exists():
+        text = page.read_text()
+        missing = [path for path in description["paths"] if f"| `{path}` |" not in text]
+        checks.expect("... of every path that docs/endpoint.md names", not missing, missing)
+    for path, operations in description["paths"].items():
+        methods = {name.upper() for name in operations} | {"OPTIONS"}
+        answer = host.ask(f"OPTIONS {path}", f"Origin: {ALLOWED}",
+                          "Access-Control-Request-Method: POST")
+        told = set(answer.headers.get("access-control-allow-methods", "").split(", "))
+        checks.expect(f"a preflight for {path} names its methods", told == methods, told)
+        if "delete" not in operations:
+            answer = host.ask(f"DELETE {path}")
+            told = set(answer.headers.get("allow", "").split(", "))
+            checks.expect(f"405 for {path} names them, too",
+                          answer.status == 405 and told == methods, answer)
+
+
+def check_page(checks, host):
+    answer = host.ask("/")
+    policy = answer.headers.get("content-security-policy", "")
+    checks.expect("/ is a page with a strict policy",
+                  answer.status == 200 and b"<!doctype html>" in answer.body.lower() and
+                  "default-src 'none'" in policy and "frame-ancestors 'none'" in policy, policy)
+    checks.expect("... in which every nonce was filled in", b"@NONCE@" not in answer.body)
+    checks.expect("... with a new nonce each time",
+                  policy != host.ask("/").headers.get("content-security-policy"))
+
+
+def check_token(checks, host, certificate):
+    for path in ("/v1/certificates", "/v1/proxy?url=https://a.example/"):
+        answers = [host.ask(path), host.ask(path, "Authorization: Bearer x"),
+                   host.ask(path, "Authorization: Bearer " + "x" * len(host.token)),
+                   host.ask(path, f"Origin: {ALLOWED}")]
+        checks.expect(f"{path} needs the token", [a.status for a in answers] == [401] * 4, answers)
+        checks.expect("... and says so", answers[0].headers.get("www-authenticate") == "Bearer")
+    answer = host.ask("/v1/proxy?url=https://a.example/", host.bearer())
+    show("GET /v1/proxy?url=https://a.example/", answer)
+    decision = as_json(answer.body) or {}
+    checks.expect("/v1/proxy decides, and tells why",
+                  decision.get("decision") in ("proxy", "direct", "none") and
+                  any("https://a.example/" in line for line in decision.get("why", [])) and
+                  not any(line.startswith("{") for line in decision["why"]), answer)
+    answer = host.ask("/v1/certificates", host.bearer())
+    show("GET /v1/certificates", answer)
+    own = (as_json(answer.body) or {}).get("certificates", [])
+    checks.expect("/v1/certificates shows the user's own",
+                  len(own) == 1 and "CN=Jane" in own[0]["subject"] and own[0]["uses"]["sign"], own)
+    for name, body in (("PEM", certificate.read_bytes()), ("DER", subprocess.run(
+            ["openssl", "x509", "-in", certificate, "-outform", "DER"], capture_output=True,
+            check=True).stdout)):
+        answer = host.ask("POST /v1/certificates/inspect", body=body)
+        found = (as_json(answer.body) or {}).get("certificates", [])
+        checks.expect(f"/v1/certificates/inspect reads {name}",
+                      len(found) == 1 and "CN=Jane" in found[0]["subject"], answer)
+    answer = host.ask("POST /v1/certificates/inspect", body=b"nonsense")
+    checks.expect("... and refuses what is no certificate", answer.status == 400, answer)
+
+
+def check_hosts(checks, host):
+    port = host.port
+    for name in (f"127.0.0.1:{port}", f"localhost:{port}", f"[::1]:{port}", f"LocalHost:{port}"):
+        checks.expect(f"Host: {name} is served", host.ask("/v1/info", host=name).status == 200)
+    for name in (f"evil.example:{port}", "localhost", f"localhost:{port}0", f"x@localhost:{port}"):
+        checks.expect(f"Host: {name} is misdirected", host.ask("/v1/info", host=name).status == 421)
+    checks.expect("a missing Host is an error", host.ask("/v1/info", host="").status == 400)
+    checks.expect("two of them, too", host.ask("/v1/info", f"Host: {host.name()}").status == 400)
+    checks.expect("[::1] answers", host.ask("/v1/info", address="::1").status == 200)
+    for site, status in (("cross-site", 403), ("same-site", 403), ("same-origin", 200),
+                         ("none", 200)):
+        checks.expect(f"Sec-Fetch-Site: {site} without an origin answers {status}",
+                      host.ask("/v1/info", f"Sec-Fetch-Site: {site}").status == status)
+    checks.expect("... with an allowed origin 200",
+                  host.ask("/v1/info", "Sec-Fetch-Site: cross-site",
+                           f"Origin: {ALLOWED}").status == 200)
+
+
+def check_origins(checks, host):
+    for origin in (ALLOWED, DEVELOPMENT, f"http://localhost:{host.port}"):
+        answer = host.ask("/v1/info", f"Origin: {origin}")
+        checks.expect(f"{origin} may call", answer.status == 200 and
+                      answer.headers.get("access-control-allow-origin") == origin, answer)
+    for origin in ("https://evil.example", "null", "https://evil@x.client.example",
+                   "https://x.client.example:0443", "https://x.client.example:443x",
+                   "https://evil#.client.example", "http://localhost:3001"):
+        answer = host.ask("/v1/info", f"Origin: {origin}")
+        checks.expect(f"{origin} may not", answer.status == 403 and
+                      answer.headers.get("vary") == "Origin" and
+                      "access-control-allow-origin" not in answer.headers, answer)
+    answer = host.ask("OPTIONS /v1/echo", f"Origin: {ALLOWED}",
+                      "Access-Control-Request-Method: PUT",
+                      "Access-Control-Request-Headers: content-type,x-mine",
+                      "Access-Control-Request-Private-Network: true")
+    checks.expect("a preflight for /v1/echo is answered as one", answer.status == 204 and
+                  "PUT" in answer.headers.get("access-control-allow-methods", "") and
+                  answer.headers.get("access-control-allow-headers") == "content-type,x-mine" and
+                  answer.headers.get("access-control-allow-private-network") == "true" and
+                  answer.headers.get("access-control-allow-origin") == ALLOWED, answer)
+    checks.expect("... without a length", "content-length" not in answer.headers)
+    answer = host.ask("OPTIONS /v1/echo")
+    checks.expect("OPTIONS that is no preflight is echoed",
+                  (as_json(answer.body) or {}).get("method") == "OPTIONS", answer)
+
+
+def check_framing(checks, host):
+    line = "POST /v1/echo HTTP/1.1"
+    origin = f"Origin: {ALLOWED}"
+
+    def refused(what, status, request, readable=True):
+        answer = host.send(request)
+        checks.expect(f"{what}: {status}", answer.status == status, answer)
+        if readable:
+            checks.expect("... and an allowed page can read it",
+                          answer.headers.get("access-control-allow-origin") == ALLOWED, answer)
+
+    refused("one word", 400, b"NONSENSE\r\n\r\n", readable=False)
+    refused("TLS", 400, b"\x16\x03\x01\x02\x00", readable=False)
+    refused("a header without a name", 400, host.head(line, origin, ": x"))
+    for length in ("-1", "12abc", "5, 5", "", "0x5"):
+        refused(f'length "{length}"', 400, host.head(line, origin, f"Content-Length: {length}"))
+    refused("two lengths", 400, host.head(line, origin, "Content-Length: 5", "Content-Length: 5"))
+    refused("an oversized body, before it comes", 413,
+            host.head(line, origin, f"Content-Length: {BODY_LIMIT + 1}"))
+    refused("chunks", 501, host.head(line, origin, "Transfer-Encoding: chunked"))
+    refused("chunks and a length", 400,
+            host.head(line, origin, "Transfer-Encoding: chunked", "Content-Length: 5"))
+    refused("HTTP/2.0", 505, host.head("GET / HTTP/2.0", origin), readable=False)
+    refused("an unknown method", 501, host.head("PATCH /v1/echo HTTP/1.1", origin))
+    refused("a header block over the limit", 431,
+            host.head("GET /v1/info HTTP/1.1", origin)[:-2] + b"X: " + b"a" * HEAD_LIMIT)
+    long = host.head("GET /v1/info HTTP/1.1", "Cookie: " + "c" * 20000)
+    with host.connect() as connection:
+        for start in range(0, len(long), 3000):
+            connection.sendall(long[start : start + 3000])
+            threading.Event().wait(0.01)  # so that TCP cuts it there
+        checks.expect("a long header line may come in pieces",
+                      Reader(connection).answer().status == 200)
+    with host.connect() as connection:
+        reader = Reader(connection)
+        connection.sendall(host.head(line, "Content-Length: 5", "Expect: 100-continue"))
+        checks.expect("Expect: 100-continue is answered", reader.head()[0] == 100)
+        connection.sendall(b"hello")
+        checks.expect("... and so is what follows",
+                      (as_json(reader.answer().body) or {}).get("body") == "hello")
+    body = b"x" * BODY_LIMIT
+    answer = host.ask("POST /v1/echo", body=body)
+    checks.expect("a body of the largest size is taken",
+                  (as_json(answer.body) or {}).get("bodyLength") == BODY_LIMIT, answer.status)
+    answer = host.send(host.head(f"GET http://{host.name()}/v1/echo?a=b HTTP/1.1"))
+    checks.expect("a target in absolute form is understood",
+                  (as_json(answer.body) or {}).get("parameters") == {"a": "b"}, answer)
+
+
+def check_keep_alive(checks, host):
+    with host.connect() as connection:
+        reader = Reader(connection)
+        for number in range(50):
+            connection.sendall(host.head(f"GET /v1/echo?n={number} HTTP/1.1"))
+            answer = reader.answer()
+            if answer.status != 200 or as_json(answer.body)["parameters"]["n"] != str(number):
+                break
+        checks.expect("a connection serves request after request", number == 49, answer)
+        connection.sendall(b"".join(host.head(f"GET /v1/echo?n={n} HTTP/1.1") for n in range(100)))
+        numbers = [(as_json(reader.answer().body) or {}).get("parameters", {}).get("n")
+                   for _ in range(100)]
+        checks.expect("pipelined requests are answered in order",
+                      numbers == [str(n) for n in range(100)], numbers)
+        connection.sendall(host.head("HEAD /v1/info HTTP/1.1") +
+                           host.head("GET /v1/info HTTP/1.1", "Connection: close"))
+        head = reader.answer(to_head=True)
+        answer = reader.answer()
+        checks.expect("HEAD tells the length and nothing more", head.status == 200 and
+                      int(head.headers["content-length"]) == len(answer.body), head)
+        checks.expect("Connection: close ends it", reader.is_at_end() and
+                      answer.headers.get("connection") == "close")
+    with host.connect() as connection:
+        reader = Reader(connection)
+        connection.sendall(host.head("GET /v1/info HTTP/1.0", "Connection: keep-alive") +
+                           host.head("GET /v1/info HTTP/1.0"))
+        checks.expect("HTTP/1.0 stays when asked to",
+                      reader.answer().headers.get("connection") == "keep-alive" and
+                      reader.answer().status == 200 and reader.is_at_end())
+    with host.connect() as connection:
+        reader = Reader(connection)
+        connection.sendall(host.head("POST /v1/json HTTP/1.1", "Content-Length: 1") + b"x" +
+                           host.head("GET /v1/info HTTP/1.1"))
+        checks.expect("a request that fails leaves the connection",
+                      [reader.answer().status, reader.answer().status] == [400, 200])
+
+
+def check_common_headers(checks, host):
+    for what, answer in (("200", host.ask("/v1/info")), ("404", host.ask("/nothing")),
+                         ("204", host.ask("OPTIONS /v1/info")),
+                         ("400", host.send(b"NONSENSE\r\n\r\n"))):
+        checks.expect(f"{what} is neither kept nor guessed at",
+                      answer.headers.get("cache-control") == "no-store" and
+                      answer.headers.get("x-content-type-options") == "nosniff" and
+                      answer.headers.get("vary") == "Origin", answer)
+    checks.expect("204 has no length",
+                  "content-length" not in host.ask("OPTIONS /v1/info").headers)
+
+
+def check_waiting(checks, host):
+    answer = host.ask("/v1/status")
+    changes = (as_json(answer.body) or {}).get("changes")
+    checks.expect("/v1/status tells the changes", isinstance(changes, int), answer)
+    answer = host.ask("/v1/status?wait=1")
+    show("GET /v1/status?wait=1", answer)
+    checks.expect("a long poll is answered when its time is up",
+                  isinstance((as_json(answer.body) or {}).get("changes"), int), answer)
+    answer = host.ask(f"/v1/status?wait=60&since={changes + 1}")
+    checks.expect("... and at once when the number is another one", answer.status == 200, answer)
+    checks.expect("... and 400 without a number", host.ask("/v1/status?wait=x").status == 400)
+    poll = host.head("GET /v1/status?wait=60 HTTP/1.1", f"Origin: {ALLOWED}")
+    waiting = [host.connect() for _ in range(MOST_WAITING + 1)]
+    for connection in waiting:
+        connection.sendall(poll)
+    refused = sum(bool(told) for told in map(refused_already, waiting))
+    checks.expect("polls have a limit of their own", refused == 1, refused)
+    checks.expect("... beside which others are answered", host.ask("/v1/info").status == 200)
+    for connection in waiting:
+        connection.close()
+    left = [host.ask("/v1/status?wait=1").status for _ in range(3)]
+    checks.expect("polls that were left make room", left[-1] == 200, left)
+    with host.connect() as connection:
+        reader = Reader(connection)
+        connection.sendall(host.head("GET /v1/events HTTP/1.1", f"Origin: {ALLOWED}"))
+        status, headers = reader.head()
+        event = reader.until(b"\n\n").decode()
+        show("GET /v1/events", type(host.ask("/"))(status, headers, event.encode()))
+        data = as_json("".join(line[6:] for line in event.splitlines()
+                               if line.startswith("data: ")))
+        checks.expect("/v1/events is a stream of events", status == 200 and
+                      headers.get("content-type") == "text/event-stream" and
+                      "content-length" not in headers and
+                      headers.get("access-control-allow-origin") == ALLOWED, headers)
+        checks.expect("... whose first one tells the state",
+                      data and isinstance(data["changes"], int), event)
+
+
+def refused_already(connection):
+    """Whether a poll was answered 503; a poll that waits says nothing for a moment."""
+    connection.settimeout(0.3)
+    try:
+        return Reader(connection).head()[0] == 503
+    except OSError:
         return False
 
-    def stop(self):
-        """Ctrl-C. Returns the exit status, or None when the host had to be killed."""
-        self._process.send_signal(signal.SIGINT)
-        try:
-            status = self._process.wait(STOP_SECONDS)
-        except subprocess.TimeoutExpired:
-            self._process.kill()
-            self._process.wait()
-            status = None
-        self._reader.join(5)
-        return status
 
-
-class Checks:
-    def __init__(self):
-        self.passed = 0
-        self.failed = 0
-
-    def expect(self, what, good, detail=""):
-        if good:
-            self.passed += 1
-            print(f"ok      {what}")
-        else:
-            self.failed += 1
-            print(f"FAILED  {what}" + (f": {detail}" if detail else ""))
-
-
-def free_port():
-    with socket.socket() as listener:
-        listener.bind(("127.0.0.1", 0))
-        return listener.getsockname()[1]
-
-
-def curl(port, target, *options):
-    """One request with curl: (status, body). Status 0: no answer."""
-    with tempfile.NamedTemporaryFile() as body:
-        result = subprocess.run(
-            ["curl", "-sS", "--noproxy", "*", "--max-time", "20", "-o", body.name]
-            + ["-w", "%{http_code}", *options, f"http://127.0.0.1:{port}{target}"],
-            capture_output=True,
-            text=True,
-            check=False,
-        )
-        if result.returncode != 0:
-            print(f"        curl: {result.stderr.strip()}")
-        text = pathlib.Path(body.name).read_text(errors="replace")
-    return int(result.stdout or 0), text
-
-
-def raw(port, request):
-    """Sends bytes as they are; the status of the answer, 0 without one."""
-    answer = b""
-    with socket.create_connection(("127.0.0.1", port), 20) as connection:
-        connection.settimeout(20)
-        try:
-            connection.sendall(request)
-            while b"\r\n" not in answer:
-                piece = connection.recv(4096)
-                if not piece:
-                    break
-                answer += piece
-        except OSError:
-            pass
-    words = answer.split(b"\r\n")[0].split()
-    return int(words[1]) if len(words) > 1 and words[1].isdigit() else 0
-
-
-def as_json(text):
-    try:
-        return json.loads(text)
-    except ValueError:
-        return None
-
-
-def show(request, status, body):
-    print(f"\n{request}\n  -> {status} {body.strip()[:600]}")
-
-
-def check_requests(checks, port):
-    status, body = curl(port, "/v1/info")
-    show("GET /v1/info", status, body)
-    checks.expect("GET /v1/info answers 200", status == 200, status)
-    checks.expect("... with a JSON object", isinstance(as_json(body), dict), body)
-
-    status, body = curl(port, "/v1/echo?x=1&name=a%20b")
-    show("GET /v1/echo?x=1&name=a%20b", status, body)
-    checks.expect("GET /v1/echo answers 200", status == 200, status)
-    checks.expect("... in JSON that names the parameters", as_json(body) and "a b" in body, body)
-
-    content = {"text": "grüße", "list": [1, True, None], "deep": {"x": -7}}
-    status, body = curl(port, "/v1/json", "--json", json.dumps(content, ensure_ascii=False))
-    show("POST /v1/json", status, body)
-    checks.expect("POST /v1/json answers 200", status == 200, status)
-    checks.expect("... with the JSON that was sent", as_json(body) == content, body)
-
-    status, body = curl(port, "/v1/echo", "--data-binary", "some text")
-    show("POST /v1/echo", status, body)
-    checks.expect("POST /v1/echo answers 200", status == 200, status)
-    checks.expect("... with the body that was sent", (as_json(body) or {}).get("body") == "some text")
-
-    status, body = curl(port, "/v1/json", "--json", '{"text": ')
-    show("POST /v1/json with half a JSON text", status, body)
-    checks.expect("a body that is not JSON answers 400", status == 400, status)
-
-    status, body = curl(
-        port, "/v1/url?u=https://a.example.com/x&pattern=https://*.example.com"
-    )
-    show("GET /v1/url", status, body)
-    checks.expect("GET /v1/url says that the pattern covers the URL", '"match" : true' in body, body)
-
-    status, body = curl(port, "/v1/status")
-    show("GET /v1/status", status, body)
-    checks.expect("GET /v1/status answers 200", status == 200, status)
-
-    status, body = curl(port, "/v1/info", "-H", "Origin: https://evil.example")
-    show("GET /v1/info from a foreign origin", status, body)
-    checks.expect("a foreign origin is refused", status == 403, status)
-
-    status, body = curl(port, "/no/such/path")
-    show("GET /no/such/path", status, body)
-    checks.expect("an unknown path answers 404", status == 404, status)
-
-    check_refusals(checks, port)
-
-    status, _ = curl(port, "/v1/info")
-    checks.expect("after all that, GET /v1/info still answers 200", status == 200, status)
-
-
-def check_refusals(checks, port):
-    status = raw(port, b"NONSENSE\r\n\r\n")
-    show("a request line of one word", status, "")
-    checks.expect("a malformed request answers 400", status == 400, status)
-
-    status = raw(port, b"GET / HTTP/1.1\r\nX-Long: " + b"a" * (4 * HEADER_LIMIT))
-    show("an endless header line", status, "")
-    checks.expect("a header line over the limit is refused", status in (400, 413, 431), status)
-
-    with tempfile.NamedTemporaryFile() as big:
-        big.write(b"x" * (BODY_LIMIT + 1))
-        big.flush()
-        status, body = curl(port, "/v1/echo", "--data-binary", f"@{big.name}")
-    show("POST with a body one byte too long", status, body)
-    checks.expect("a body over the limit answers 413", status == 413, status)
-
-    with socket.create_connection(("127.0.0.1", port), 20) as connection:
-        connection.sendall(b"GET /v1/info HT")  # and never the rest
-
-
-def check_parallel(checks, port, clients=8, requests=5):
+def check_crowd(checks, host, clients=8, requests=20):
     """Several clients at once, each with its own text."""
-    wrong = queue.SimpleQueue()
+    wrong = []
 
     def client(number):
         for turn in range(requests):
             text = f"client{number}turn{turn}"
-            status, body = curl(port, f"/v1/echo?text={text}")
-            if status != 200 or text not in body:
-                wrong.put(f"{text}: {status} {body[:80]}")
+            answer = host.ask(f"/v1/echo?text={text}")
+            if answer.status != 200 or text.encode() not in answer.body:
+                wrong.append((text, answer))
 
     threads = [threading.Thread(target=client, args=(number,)) for number in range(clients)]
     for thread in threads:
         thread.start()
     for thread in threads:
         thread.join()
-    checks.expect(
-        f"{clients} clients at once each get their own answers",
-        wrong.empty(),
-        "" if wrong.empty() else wrong.get(),
-    )
+    checks.expect(f"{clients} clients at once each get their own answers", not wrong, wrong[:1])
+
+
+def check_limits(checks, host):
+    head = host.head("POST /v1/json HTTP/1.1", f"Origin: {ALLOWED}",
+                     f"Content-Length: {BODY_LIMIT}")
+    unfinished, refused = [], 0
+    for _ in range(60):
+        connection = host.connect()
+        try:
+            connection.sendall(head + b"x" * (BODY_LIMIT - 1))
+        except OSError:
+            refused += 1
+        unfinished.append(connection)
+    answers = [Reader(c).head()[0] for c in unfinished if refused_later(c)]
+    checks.expect("unfinished bodies have a budget", refused + len(answers) > 0 and
+                  all(status == 503 for status in answers), (refused, answers[:3]))
+    for connection in unfinished:
+        connection.close()
+    checks.expect("... which is given back", host.ask(
+        "POST /v1/echo", body=b"x" * BODY_LIMIT).status == 200)
+    idle = [host.connect() for _ in range(300)]
+    checks.expect("idle connections make room", host.ask("/v1/info").status == 200)
+    for connection in idle:
+        connection.close()
+
+
+def refused_later(connection):
+    connection.settimeout(0.2)
+    try:
+        return bool(connection.recv(1, 2))  # 2: MSG_PEEK
+    except OSError:
+        return False
+
+
+def check_slow(checks, host):
+    with host.connect() as connection:
+        connection.sendall(host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")[:-2])
+        answer = Reader(connection).answer()
+        checks.expect("a request that does not end answers 408", answer.status == 408, answer)
+        checks.expect("... and an allowed page can read it",
+                      answer.headers.get("access-control-allow-origin") == ALLOWED, answer)
+
+
+def check_starts(checks, command, host):
+    for pattern in ("nonsense", "*", "", "http://app.example:3000", "https://*.com"):
+        failed = Host(command, "--allow-origin", pattern)
+        status = failed.wait()
+        checks.expect(f'--allow-origin "{pattern}" is an error that is explained',
+                      status == 1 and any("can never match" in line for line in failed.lines),
+                      (status, failed.lines))
+    failed = Host(command, port=host.port)
+    status = failed.wait()
+    checks.expect("a port in use is an error that is explained", status == 1 and
+                  any("another program has it; --port 0" in line for line in failed.lines),
+                  failed.lines)
+
+
+def check_end(checks, host, folder):
+    """Ctrl-C while clients ask as fast as they can."""
+    stopped = threading.Event()
+
+    def client():
+        while not stopped.is_set():
+            host.ask("/v1/info")
+
+    threads = [threading.Thread(target=client) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    streams = [host.connect() for _ in range(5)]
+    for stream in streams:
+        stream.sendall(host.head("GET /v1/events HTTP/1.1"))
+        Reader(stream).head()
+    status = host.stop()
+    stopped.set()
+    for thread in threads:
+        thread.join()
+    checks.expect("Ctrl-C under load ends the host with status 0", status == 0, status)
+    checks.expect("the closing report says that no block is left", host.left_no_block(),
+                  host.lines[-5:])
+    checks.expect("the ready file is gone", not (folder / "ready").exists())
+    log = (folder / "log").read_text().splitlines()
+    checks.expect("the log has lines of eight words", len(log) > 100 and
+                  all(len(line.split(" ")) == 8 for line in log), log[:3])
+    checks.expect("... and no token", host.token not in "\n".join(log))
+
+
+def make_own_certificate(folder):
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout",
+                    "jane.key", "-out", "jane.pem", "-subj", "/C=DE/O=Orlind/CN=Jane", "-days",
+                    "20"], cwd=folder, check=True, capture_output=True)
+    subprocess.run(["openssl", "pkcs12", "-export", "-legacy", "-inkey", "jane.key", "-in",
+                    "jane.pem", "-out", "jane.p12", "-passout", "pass:pw"], cwd=folder, check=True,
+                   capture_output=True)
+    (folder / "pw").write_text("pw\n")
+
+
+def check(checks, command, folder):
+    make_own_certificate(folder)
+    host = Host(command, "--allow-origin", PATTERN, "--allow-origin", DEVELOPMENT,
+                "--log", str(folder / "log"), "--ready-file", str(folder / "ready"),
+                "--pse", str(folder / "jane.p12"), "--password-file", str(folder / "pw"))
+    up = host.wait_until_up()
+    checks.expect(f"the host serves on 127.0.0.1:{host.port}", up, host.lines)
+    if not up:
+        return host
+    ready = as_json((folder / "ready").read_text()) or {}
+    checks.expect("the ready file names the port", ready.get("port") == host.port, ready)
+    check_answers(checks, host)
+    check_page(checks, host)
+    check_token(checks, host, folder / "jane.pem")
+    check_hosts(checks, host)
+    check_origins(checks, host)
+    check_framing(checks, host)
+    check_keep_alive(checks, host)
+    check_common_headers(checks, host)
+    check_waiting(checks, host)
+    check_crowd(checks, host)
+    check_limits(checks, host)
+    check_slow(checks, host)
+    check_starts(checks, command, host)
+    checks.expect("after all that, /v1/info still answers", host.ask("/v1/info").status == 200)
+    check_end(checks, host, folder)
+    return host
 
 
 def main():
@@ -230,28 +466,15 @@ def main():
     parser.add_argument("--report", type=pathlib.Path)
     parser.add_argument("command", nargs="+")
     arguments = parser.parse_args()
-
     checks = Checks()
-    host = Host(arguments.command, free_port())
-    up = host.wait_until_up()
-    checks.expect(f"the host answers on 127.0.0.1:{host.port}", up)
-    if up:
-        check_requests(checks, host.port)
-        check_parallel(checks, host.port)
-    status = host.stop()
-    checks.expect("Ctrl-C ends the host with status 0", status == 0, status)
-    report = [line for line in host.lines if "blocks still allocated" in line]
-    checks.expect(
-        "the closing report says that no block is left",
-        any("blocks still allocated: 0" in line for line in report),
-        report or "no report",
-    )
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
+        host = check(checks, arguments.command, pathlib.Path(name))
+        if host.process.poll() is None:
+            host.stop()
     print("\nwhat the host said:")
     for line in host.lines[-40 if checks.failed else -8 :]:
         print(f"  {line}")
-    print(f"\n{checks.passed} passed, {checks.failed} failed")
-    if arguments.report:
-        arguments.report.write_text(json.dumps({"passed": checks.passed, "failed": checks.failed}))
+    checks.report(arguments.report)
     sys.exit(1 if checks.failed else 0)
 
 

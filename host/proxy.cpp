@@ -1,0 +1,81 @@
+#include "proxy.h"
+
+#include <string_view>
+
+#include "values.h"
+#include "vexa/network.h"
+
+namespace vexahost {
+namespace {
+
+class WideStringOut {
+ public:
+  explicit WideStringOut(const Module& module) : module_(module) {}
+  WideStringOut(const WideStringOut&) = delete;
+  WideStringOut& operator=(const WideStringOut&) = delete;
+  ~WideStringOut() { module_.wideStrings().Destroy(string_); }
+
+  vexa::runtime::WideStringObject** put() { return &string_; }
+  bool isEmpty() const { return string_ == nullptr; }
+  std::string text() const { return toUtf8(module_, module_.wideStrings().GetText(string_)); }
+
+ private:
+  const Module& module_;
+  vexa::runtime::WideStringObject* string_ = nullptr;
+};
+
+// Collects the trace of this thread while it lives, but for the scopes.
+class TraceCollector {
+ public:
+  TraceCollector(const Module& module, std::vector<std::string>& lines)
+      : collect_(module.runtimeFunction<decltype(velmora_collect_trace)>("velmora_collect_trace")) {
+    constexpr uint32_t kProgressLevel = 4;
+    if (collect_ != nullptr && vexa::failed(collect_(kProgressLevel, keep, &lines))) {
+      collect_ = nullptr;
+    }
+  }
+  TraceCollector(const TraceCollector&) = delete;
+  TraceCollector& operator=(const TraceCollector&) = delete;
+  ~TraceCollector() {
+    if (collect_ != nullptr) {
+      collect_(0, nullptr, nullptr);
+    }
+  }
+
+ private:
+  // A scope's lines are "{ name" and "} name".
+  static void keep(void* lines, uint32_t, const char*, const char* text) {
+    const std::string_view line(text);
+    if (!line.starts_with("{ ") && !line.starts_with("} ")) {
+      static_cast<std::vector<std::string>*>(lines)->emplace_back(line);
+    }
+  }
+
+  decltype(velmora_collect_trace)* collect_;
+};
+
+}  // namespace
+
+ProxyDecision decideProxy(const Module& module, const std::string& url) {
+  const auto& list = module.list<vexa::NetworkList>(vexa::kNetworkListName);
+  const std::u16string wideUrl = toUtf16(module, url);
+  ProxyDecision decision;
+  WideStringOut proxy(module);
+  int32_t result = vexa::kOk;
+  {
+    const TraceCollector collector(module, decision.why);
+    result = list.GetIEUserSettingProxy(wideUrl.c_str(), proxy.put());
+  }
+  if (result == vexa::kOutOfMemory) {
+    check(result, "proxy discovery");
+  }
+  if (!proxy.isEmpty()) {
+    decision.kind = ProxyDecision::Kind::kProxy;
+    decision.proxy = proxy.text();
+  } else if (vexa::succeeded(result)) {
+    decision.kind = ProxyDecision::Kind::kDirect;
+  }
+  return decision;
+}
+
+}  // namespace vexahost

@@ -1,0 +1,2 @@
+// The library itself, compiled once instead of in every source that uses it.
+#include <asio/impl/src.hpp>

@@ -1,0 +1,83 @@
+#!/usr/bin/env python3
+"""Whoever waits at the endpoint learns of real network changes, made in a namespace of the test's own.
+
+check_events.py [--report FILE] -- COMMAND...
+
+COMMAND starts the host. Where no namespace can be made the check is skipped, and says so. FILE
+receives the counts.
+"""
+
+import argparse
+import os
+import pathlib
+import subprocess
+import sys
+
+from endpoint import Checks, Host, Reader, as_json
+
+NAMESPACE = f"vexa-events-{os.getpid()}"
+
+
+def ip(*arguments):
+    return subprocess.run(["ip", *arguments], capture_output=True, check=False).returncode == 0
+
+
+def next_event(reader):
+    lines = reader.until(b"\n\n").decode().splitlines()
+    return as_json("".join(line[6:] for line in lines if line.startswith("data: ")))
+
+
+def check(checks, command):
+    """In the namespace. Whether a change wakes is told by an answer that comes before time is up."""
+    host = Host(command, "--monitor-interval", "1")
+    checks.expect("the host serves", host.wait_until_up(), host.lines)
+    stream, poll = host.connect(), host.connect()
+    stream.sendall(host.head("GET /v1/events HTTP/1.1"))
+    events = Reader(stream)
+    status, _ = events.head()
+    first = next_event(events)
+    checks.expect("the stream begins with the state", status == 200 and first and
+                  first["cause"] == "start", first)
+    poll.sendall(host.head(f"GET /v1/status?wait=60&since={first['changes']} HTTP/1.1"))
+    checks.expect("the step itself", ip("link", "add", "vexa0", "type", "veth", "peer", "name",
+                                        "vexa1"))
+    event = next_event(events)
+    checks.expect("the stream tells of an interface that was added",
+                  event and event["changes"] > first["changes"] and event["cause"] == "network",
+                  event)
+    answer = Reader(poll).answer()
+    checks.expect("a long poll ends with it",
+                  (as_json(answer.body) or {}).get("changes", 0) > first["changes"], answer)
+    ip("link", "del", "vexa0")
+    event = next_event(events)
+    checks.expect("... and of one that went away", event and event["cause"] == "network", event)
+    checks.expect("Ctrl-C ends the host and its streams", host.stop() == 0 and
+                  host.left_no_block(), host.lines[-3:])
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--report", type=pathlib.Path)
+    parser.add_argument("--inside", action="store_true", help="the namespace is made already")
+    parser.add_argument("command", nargs="+")
+    arguments = parser.parse_args()
+    checks = Checks()
+    if arguments.inside:
+        check(checks, arguments.command)
+    elif ip("netns", "add", NAMESPACE) and ip("-n", NAMESPACE, "link", "set", "lo", "up"):
+        report = ["--report", str(arguments.report)] if arguments.report else []
+        try:
+            sys.exit(subprocess.run(
+                ["ip", "netns", "exec", NAMESPACE, sys.executable, __file__, "--inside", *report,
+                 "--", *arguments.command], check=False).returncode)
+        finally:
+            ip("netns", "del", NAMESPACE)
+    else:
+        checks.skipped = 1
+        print("skipped: no network namespace can be made here")
+    checks.report(arguments.report)
+    sys.exit(1 if checks.failed else 0)
+
+
+if __name__ == "__main__":
+    main()

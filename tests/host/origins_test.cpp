@@ -1,0 +1,162 @@
+#include "server/origins.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace vexahost {
+namespace {
+
+TEST(Origin, WhatBrowsersSendIsRead) {
+  for (const char* const text :
+       {"https://a.example", "https://a.example:8443", "http://localhost:3000", "http://127.0.0.1",
+        "http://[::1]:5173", "https://xn--bcher-kva.example", "https://a_b.example", "http://a:443",
+        "https://a:80", "https://a.example.", "https://a:1", "https://a:65535"}) {
+    EXPECT_TRUE(parseOrigin(text)) << text;
+  }
+}
+
+TEST(Origin, WhatNoBrowserSendsIsNot) {
+  for (const char* const text : {"",
+                                 "null",
+                                 "*",
+                                 "a.example",
+                                 "ftp://a.example",
+                                 "https://",
+                                 "https://a.example/",
+                                 "https://a.example/x",
+                                 "https://evil@x.client.example",
+                                 "https://x.client.example:0443",
+                                 "https://x.client.example:443x",
+                                 "https://evil#.client.example",
+                                 "https://A.example",
+                                 "HTTPS://a.example",
+                                 "https://a.example:443",
+                                 "http://a.example:80",
+                                 "https://a.example:",
+                                 "https://a.example:0",
+                                 "https://a.example:65536",
+                                 "https://a.example:-1",
+                                 "https://a..example",
+                                 "https://.example",
+                                 "https://a.example ",
+                                 "https://a.ex ample",
+                                 "https://a.example?x",
+                                 "https://b\xC3\xBC.example",
+                                 "https://[::1",
+                                 "https://[]",
+                                 "https://[x]",
+                                 "https://[::1]x",
+                                 "https://a%2eexample",
+                                 "https://*.example",
+                                 "https://a.example:8443:1",
+                                 "https://a.example, https://b.example"}) {
+    EXPECT_FALSE(parseOrigin(text)) << text;
+  }
+}
+
+TEST(Origin, IsTakenApart) {
+  const std::optional<Origin> origin = parseOrigin("http://[::1]:5173");
+  ASSERT_TRUE(origin);
+  EXPECT_FALSE(origin->isHttps);
+  EXPECT_EQ(origin->host, "[::1]");
+  EXPECT_EQ(origin->port, 5173);
+  EXPECT_EQ(parseOrigin("https://a.example")->port, 443);
+  EXPECT_EQ(parseOrigin("http://a.example")->port, 80);
+}
+
+TEST(Origin, LoopbackIsKnown) {
+  for (const char* const host : {"localhost", "app.localhost", "127.0.0.1", "127.8.9.1", "[::1]"}) {
+    EXPECT_TRUE(isLoopback(host)) << host;
+  }
+  for (const char* const host : {"127.evil.example.x", "127.0.0.1.example", "localhost.example",
+                                 "notlocalhost", "10.0.0.1", "[::2]", ""}) {
+    EXPECT_FALSE(isLoopback(host)) << host;
+  }
+}
+
+// As the module does: "*" stands for one label, and two more follow.
+bool matchesLikeTheModule(const std::string& origin, const std::string& pattern) {
+  const size_t star = pattern.find("*.");
+  if (star == std::string::npos) {
+    return origin == pattern;
+  }
+  const std::string rest = pattern.substr(star + 1);
+  const size_t dot = origin.find('.');
+  return rest.find('.', 1) != std::string::npos && dot != std::string::npos &&
+         origin.substr(dot) == rest;
+}
+
+AllowedOrigins allowed(const std::string& pattern) {
+  AllowedOrigins result(matchesLikeTheModule);
+  result.add(pattern);
+  return result;
+}
+
+TEST(AllowedOrigins, APatternThatCanNeverMatchIsAnError) {
+  for (const char* const pattern : {"",
+                                    "*",
+                                    "nonsense",
+                                    "null",
+                                    "https://",
+                                    "http://",
+                                    "https://*",
+                                    "https://*.com",
+                                    "https://a.example/",
+                                    "https://a.example/x",
+                                    "http://a.example:3000",
+                                    "http://*.example.com",
+                                    "https://a.*.example",
+                                    "https://a.example:0443",
+                                    "https://a.example:x",
+                                    "ftp://a.example",
+                                    "https://user@a.example",
+                                    "https://a b.example",
+                                    "http://localhost:3000/",
+                                    "//a.example"}) {
+    EXPECT_THROW(allowed(pattern), std::invalid_argument) << pattern;
+  }
+}
+
+TEST(AllowedOrigins, PlainHttpOnThisMachineMatchesExactly) {
+  const AllowedOrigins origins = allowed("http://localhost:3000");
+  EXPECT_TRUE(origins.covers("http://localhost:3000"));
+  for (const char* const other :
+       {"http://localhost", "http://localhost:3001", "https://localhost:3000",
+        "http://127.0.0.1:3000", "http://localhost:3000.evil.example", "http://a.localhost:3000"}) {
+    EXPECT_FALSE(origins.covers(other)) << other;
+  }
+  EXPECT_TRUE(allowed("http://LocalHost:80").covers("http://localhost"));
+  EXPECT_TRUE(allowed("http://[::1]:5173").covers("http://[::1]:5173"));
+}
+
+TEST(AllowedOrigins, HttpsGoesByTheModulesPatterns) {
+  const AllowedOrigins origins = allowed("https://*.client.example");
+  EXPECT_TRUE(origins.covers("https://app.client.example"));
+  for (const char* const other :
+       {"https://client.example", "https://a.b.client.example", "http://app.client.example",
+        "https://evil@x.client.example", "https://evil#.client.example", "null"}) {
+    EXPECT_FALSE(origins.covers(other)) << other;
+  }
+}
+
+TEST(AllowedOrigins, TheModuleIsNotAskedAboutWhatNoBrowserSends) {
+  int asked = 0;
+  AllowedOrigins origins([&asked](const std::string&, const std::string&) {
+    ++asked;
+    return true;
+  });
+  origins.add("https://*.client.example");
+  EXPECT_EQ(asked, 1);  // whether the pattern can match at all
+  EXPECT_FALSE(origins.covers("https://x.client.example:0443"));
+  EXPECT_FALSE(origins.covers("https://X.client.example"));
+  EXPECT_EQ(asked, 1);
+}
+
+TEST(AllowedOrigins, AnAddressLiteralMatchesExactly) {
+  EXPECT_TRUE(allowed("https://[2001:db8::1]:8443").covers("https://[2001:db8::1]:8443"));
+}
+
+}  // namespace
+}  // namespace vexahost
