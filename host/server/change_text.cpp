@@ -8,14 +8,7 @@ namespace vexahost {
 namespace {
 
 const char* causeName(EventHub::Cause cause) {
-  switch (cause) {
-    case EventHub::Cause::kNetwork:
-      return "network";
-    case EventHub::Cause::kPower:
-      return "power";
-    default:
-      return "start";
-  }
+  return cause == EventHub::Cause::kStart ? "start" : "network";
 }
 
 }  // namespace

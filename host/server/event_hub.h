@@ -26,11 +26,10 @@ class ChangeListener {
   ~ChangeListener() = default;
 };
 
-// Listens to the module's monitor, counts what it tells, and wakes the listeners. One thread, but
-// for noteResume.
+// Listens to the module's monitor, counts what it tells, and wakes the listeners. One thread.
 class EventHub {
  public:
-  enum class Cause { kStart, kNetwork, kPower };
+  enum class Cause { kStart, kNetwork };
 
   static constexpr size_t kMostListeners = 128;
 

@@ -84,7 +84,7 @@ constexpr Route kRoutes[] = {
      kAnyType,
      kJsonType,
      answerInspect},
-    {"/v1/status", kRead, false, false, "Network and power changes so far, or the next one",
+    {"/v1/status", kRead, false, false, "Network changes so far, or the next one",
      kStatusParameters, nullptr, kJsonType, answerStatus},
     {"/v1/events",
      kRead,

@@ -1,67 +1,44 @@
 #!/usr/bin/env python3
-"""A browser's view of the endpoint: pages of another origin fetch it in headless Chromium.
+"""A browser's view of the endpoint: pages of other origins call it in headless Chromium.
 
 check_browser.py [--report FILE] -- COMMAND...
 
-COMMAND starts the host; "serve ..." is added to it. One page may call, another may not, and a third
-needs a preflight. Exit status 0: every check passed. FILE receives the counts.
+COMMAND starts the host. The examples of docs/endpoint.md run in a page that may call; another page
+may not; both are tried with the browser's own question for the local network permitted and denied.
+Exit status 0: every check passed. FILE receives the counts.
 """
 
 import argparse
 import http.server
-import json
 import pathlib
 import re
 import shutil
-import signal
-import socket
 import ssl
 import subprocess
 import sys
 import tempfile
 import threading
-import time
+
+from chromium import Chromium
+from endpoint import Checks, Host
 
 # Secure origins, as host patterns demand; the browser is told where these names are.
 ALLOWED = "app.client.example"
 REFUSED = "app.other.example"
-PATTERN = "https://*.client.example"
-
-PAGE = """<!doctype html><title>waiting</title><pre id="answer"></pre><script>
-(async () => {
-  const say = text => { document.getElementById("answer").textContent += text + "\\n"; };
-  const ask = async (name, path, options) => {
-    try {
-      const answer = await fetch("http://127.0.0.1:%(port)d" + path, options);
-      say(name + " " + answer.status + " " + JSON.stringify(await answer.json()));
-    } catch (error) {
-      say(name + " blocked");
-    }
-  };
-  await ask("get", "/v1/echo?from=page", {});
-  await ask("post", "/v1/json", {method: "POST", headers: {"Content-Type": "application/json"},
-                                 body: JSON.stringify({hello: "browser"})});
-  say("done");
-})();
-</script>"""
-
-
-def free_port():
-    with socket.socket() as listener:
-        listener.bind(("127.0.0.1", 0))
-        return listener.getsockname()[1]
+DOCUMENT = pathlib.Path(__file__).parents[2] / "docs/endpoint.md"
+PERMISSION = "loopback-network"
 
 
 class PageServer:
-    """Serves the page over TLS with a certificate made for it."""
+    """Serves an empty page over TLS with a certificate made for it."""
 
-    def __init__(self, folder, endpoint_port):
+    def __init__(self, folder):
         subprocess.run(
             ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout",
              str(folder / "page.key"), "-out", str(folder / "page.pem"), "-subj", "/CN=page",
              "-days", "2", "-addext", f"subjectAltName=DNS:{ALLOWED},DNS:{REFUSED}"],
             check=True, capture_output=True)
-        content = (PAGE % {"port": endpoint_port}).encode()
+        content = b"<!doctype html><title>a page</title>"
 
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_GET(self):
@@ -74,28 +51,93 @@ class PageServer:
             def log_message(self, *_):
                 pass
 
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", free_port()), Handler)
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(folder / "page.pem", folder / "page.key")
         self.server.socket = context.wrap_socket(self.server.socket, server_side=True)
         self.port = self.server.server_address[1]
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
 
+    def origin(self, name):
+        return f"https://{name}:{self.port}"
 
-def what_the_page_says(folder, host, port):
-    profile = folder / f"profile-{host}"
-    command = [
-        "chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
-        "--no-first-run", "--disable-background-networking", "--disable-component-update",
-        "--disable-sync", "--ignore-certificate-errors", f"--user-data-dir={profile}",
-        f"--host-resolver-rules=MAP *.example 127.0.0.1",
-        # Calls from a page to the machine itself are what is tested here, not the browser's prompt.
-        "--disable-features=LocalNetworkAccessChecks,BlockInsecurePrivateNetworkRequests",
-        "--virtual-time-budget=10000", "--dump-dom", f"https://{host}:{port}/",
-    ]
-    result = subprocess.run(command, capture_output=True, timeout=120, check=False)
-    found = re.search(r'<pre id="answer">(.*?)</pre>', result.stdout.decode(errors="replace"), re.S)
-    return found.group(1) if found else result.stderr.decode(errors="replace")[-500:]
+
+def call(host, path, options="{}"):
+    """A script: the status and text of an answer, or what fetch fails with."""
+    return (f"fetch('http://127.0.0.1:{host.port}{path}', {options})"
+            ".then(async a => a.status + ' ' + await a.text(), error => error.name)")
+
+
+def examples(host):
+    """The document's scripts, each with a console that keeps what it is told."""
+    for code in re.findall(r"^```js\n(.*?)^```$", DOCUMENT.read_text(), re.M | re.S):
+        code = code.replace("127.0.0.1:8420", f"127.0.0.1:{host.port}")
+        yield f"""(async () => {{
+          const told = [];
+          const news = new Promise(go => setTimeout(go, 10000));
+          let first;
+          const heard = new Promise(go => first = go);
+          const console = {{log: (...words) => {{ told.push(words.join(" ")); first(); }}}};
+          {code}
+          await Promise.race([heard, news]);
+          return told.join("\\n");
+        }})()"""
+
+
+def check_pages(checks, host, browser, pages):
+    origin = pages.origin(ALLOWED) + "/"
+    first, second = examples(host)
+    said = browser.run_in_page(origin, first)
+    checks.expect("the document's first example says what it promises",
+                  said == "port 8443\nnumbers [1,2]\nerror 400 the body is not a JSON object", said)
+    said = browser.run_in_page(origin, second)
+    checks.expect("... and so does the one with events", said == "changes 0", said)
+    said = browser.run_in_page(origin, call(host, "/v1/echo", "{method: 'PUT', body: 'x'}"))
+    checks.expect("a page of an allowed origin puts", said.startswith("200"), said)
+    said = browser.run_in_page(origin, call(host, "/v1/nothing", "{method: 'DELETE'}"))
+    checks.expect("... reads a 404 to something that needs a preflight", said.startswith("404"),
+                  said)
+    token = f"{{headers: {{Authorization: 'Bearer {host.token}'}}}}"
+    said = browser.run_in_page(origin, call(host, "/v1/certificates", token))
+    checks.expect("... and shows the token", said.startswith("200"), said)
+    said = browser.run_in_page(origin, call(host, "/v1/json", "{method: 'POST', body: 'x'.repeat(2e6)}"))
+    checks.expect("... and reads why a body is too large", said.startswith("413"), said)
+    refused = pages.origin(REFUSED) + "/"
+    for options in ("{}", "{method: 'POST', body: 'x'}", "{method: 'PUT', body: 'x'}"):
+        said = browser.run_in_page(refused, call(host, "/v1/echo", options))
+        checks.expect(f"a page of another origin is refused: {options}", said == "TypeError", said)
+    said = browser.run_in_page(refused, call(host, "/v1/info", "{mode: 'no-cors'}"))
+    checks.expect("... and reads nothing without CORS", said in ("TypeError", "0 "), said)
+    # A name that was turned to this machine: to the browser the page and the endpoint are one.
+    said = browser.run_in_page(f"http://evil.example:{host.port}/", "fetch('/v1/info').then("
+                               "async a => a.status + ' ' + await a.text())")
+    checks.expect("a rebound name gets nothing", said.startswith("421"), said)
+    console = f"http://127.0.0.1:{host.port}/#token={host.token}"
+    said = browser.run_in_page(console, "document.title + '|' + location.hash")
+    checks.expect("the console shows itself and hides its token",
+                  said and host.token not in said, said)
+
+
+def check_permission(checks, host, folder, pages):
+    """The page counts as one of the public Internet; the browser asks for the local network."""
+    browser = Chromium(folder, f"--ip-address-space-overrides=127.0.0.1:{pages.port}=public",
+                       "--enable-features=LocalNetworkAccessChecks")
+    try:
+        origin = pages.origin(ALLOWED)
+        tell = (f"navigator.permissions.query({{name: '{PERMISSION}'}})"
+                ".then(found => found.state, error => error.name)")
+        for setting, expected in (("denied", "TypeError"), ("granted", "200")):
+            browser.permit(origin, PERMISSION, setting)
+            said = browser.run_in_page(origin + "/", tell)
+            checks.expect(f"the permission can be asked for: {setting}", said == setting, said)
+            said = browser.run_in_page(origin + "/", call(host, "/v1/status"))
+            checks.expect(f"a call of a public page, {setting}: {expected}",
+                          said.startswith(expected), said)
+    except RuntimeError as error:
+        checks.skipped += 1
+        print(f"skipped: this Chromium does not know the permission ({error})")
+    finally:
+        browser.close()
 
 
 def main():
@@ -103,44 +145,31 @@ def main():
     parser.add_argument("--report", type=pathlib.Path)
     parser.add_argument("command", nargs="+")
     arguments = parser.parse_args()
-    counts = {"passed": 0, "failed": 0, "skipped": 0}
-
-    def expect(what, good, detail):
-        counts["passed" if good else "failed"] += 1
-        print(f"ok      {what}" if good else f"FAILED  {what}: {detail}")
-
+    checks = Checks()
     if shutil.which("chromium") is None:
-        counts["skipped"] = 1
+        checks.skipped = 1
         print("skipped: there is no Chromium here")
     else:
-        check(arguments.command, expect)
-    print(f"{counts['passed']} passed, {counts['failed']} failed")
-    if arguments.report:
-        arguments.report.write_text(json.dumps(counts))
-    sys.exit(1 if counts["failed"] else 0)
+        check(checks, arguments.command)
+    checks.report(arguments.report)
+    sys.exit(1 if checks.failed else 0)
 
 
-def check(command, expect):
-    port = free_port()
+def check(checks, command):
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
-        pages = PageServer(folder, port)
-        origin = f"{PATTERN}:{pages.port}"
-        host = subprocess.Popen(
-            [*command, "serve", "--port", str(port), "--allow-origin", origin],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-        host.stdout.readline()  # it serves
-        time.sleep(0.1)
-        said = what_the_page_says(folder, ALLOWED, pages.port)
-        expect("a page of an allowed origin reads the answer",
-               "get 200" in said and f"https://{ALLOWED}:{pages.port}" in said, said)
-        expect("... and posts after a preflight", 'post 200 {"hello":"browser"}' in said, said)
-        said = what_the_page_says(folder, REFUSED, pages.port)
-        expect("a page of another origin is refused",
-               "get blocked" in said and "post blocked" in said and "done" in said, said)
-        host.send_signal(signal.SIGINT)
-        rest = host.communicate(timeout=30)[0].decode(errors="replace")
-        expect("the host ends cleanly", "blocks still allocated: 0" in rest, rest[-300:])
+        pages = PageServer(folder)
+        host = Host(command, "--allow-origin", f"https://*.client.example:{pages.port}")
+        checks.expect("the host serves", host.wait_until_up(), host.lines)
+        # Pages on this machine need no permission; here they are what is tested.
+        browser = Chromium(folder / "profile", "--disable-features=LocalNetworkAccessChecks")
+        try:
+            check_pages(checks, host, browser, pages)
+        finally:
+            browser.close()
+        check_permission(checks, host, folder / "other-profile", pages)
+        checks.expect("the host ends cleanly", host.stop() == 0 and host.left_no_block(),
+                      host.lines[-3:])
 
 
 if __name__ == "__main__":

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""The endpoint under fire: many connections at once, good, cut, oversized, slow and malicious.
+"""The endpoint under fire: many clients at once, honest, cut, oversized, slow and malicious.
 
-soak.py [--seconds N] [--connections N] [--report FILE] -- COMMAND...
+soak.py [--seconds N] [--clients N] [--seed N] [--report FILE] -- COMMAND...
 
-COMMAND starts the host; "serve --port N" is added to it. Reports requests by kind, wrong answers,
-and the host's memory at the start, in the middle and at the end. Bounded in count and time, on the
-loopback interface only. Exit status 0: no wrong answer, no crash, no block left, memory flat.
+COMMAND starts the host. Reports requests by kind, wrong answers, and the host's memory after each
+third. What each client does follows from the seed. Loopback only. Exit status 0: no wrong answer, no
+crash, no block left, memory flat.
 """
 
 import argparse
@@ -13,21 +13,15 @@ import asyncio
 import json
 import pathlib
 import random
-import signal
-import socket
 import subprocess
 import sys
 import time
 
-MOST_REQUESTS = 400_000
-BODY_LIMIT = 1048576
+from endpoint import BODY_LIMIT, HEAD_LIMIT, Host
+
 MEMORY_SLACK_KIB = 16 * 1024
-
-
-def free_port():
-    with socket.socket() as listener:
-        listener.bind(("127.0.0.1", 0))
-        return listener.getsockname()[1]
+PATIENCE = 40
+CROWDED = (503,)  # an honest answer of an endpoint that is full
 
 
 def memory_of(port):
@@ -43,156 +37,191 @@ def memory_of(port):
     return 0
 
 
-async def talk(port, pieces, pause=0.0, seconds=25):
-    """Sends the pieces and returns the whole answer, cut off or not."""
-    answer = b""
-    try:
-        reader, writer = await asyncio.wait_for(asyncio.open_connection("127.0.0.1", port), seconds)
-    except (OSError, asyncio.TimeoutError):
-        return b"no connection"
-    try:
-        for piece in pieces:
-            writer.write(piece)
-            await writer.drain()
-            if pause:
+class Client:
+    """One client: its own random numbers, a connection that it keeps for its honest requests."""
+
+    def __init__(self, host, seed):
+        self.host = host
+        self.rng = random.Random(seed)
+        self.kept = None
+
+    async def open(self):
+        return await asyncio.open_connection("127.0.0.1", self.host.port)
+
+    def pieces(self, request):
+        cuts = sorted(self.rng.randrange(1, len(request)) for _ in range(self.rng.randrange(4)))
+        return [request[a:b] for a, b in zip([0, *cuts], [*cuts, len(request)])]
+
+    async def answer(self, reader):
+        head = await reader.readuntil(b"\r\n\r\n")
+        status = int(head.split(b" ", 2)[1])
+        length = [int(line[16:]) for line in head.split(b"\r\n")
+                  if line.lower().startswith(b"content-length: ")]
+        return status, head, await reader.readexactly(length[0] if length else 0)
+
+    async def once(self, pieces, pause=0.0):
+        """The status of one request on a connection of its own; 0 without an answer."""
+        writer = None
+        try:
+            reader, writer = await self.open()
+            for piece in pieces:
+                writer.write(piece)
+                await writer.drain()
                 await asyncio.sleep(pause)
-        answer = await asyncio.wait_for(reader.read(-1), seconds)
-    except (OSError, asyncio.TimeoutError, asyncio.IncompleteReadError):
-        pass
-    finally:
+            return (await self.answer(reader))[0]
+        except (OSError, asyncio.IncompleteReadError, asyncio.LimitOverrunError):
+            return 0
+        finally:
+            if writer:
+                writer.close()
+
+    # Each kind tells whether the answer was right.
+
+    async def honest(self, requests):
+        """Requests with the text that their answers must hold, pipelined, on the kept connection."""
+        for fresh in (False, True):
+            try:
+                if fresh or self.kept is None:
+                    self.kept = await self.open()
+                reader, writer = self.kept
+                for piece in self.pieces(b"".join(request for request, _ in requests)):
+                    writer.write(piece)
+                    await writer.drain()
+                for _, expected in requests:
+                    status, head, body = await self.answer(reader)
+                    if b"Connection: close" in head:
+                        writer.close()
+                        self.kept = None
+                    if status != 200 or expected not in body:
+                        return status in CROWDED
+                    if self.kept is None:
+                        return True
+                return True
+            except (OSError, asyncio.IncompleteReadError):
+                self.kept = None  # closed while it was idle: once more on a new one
+        return True  # no room for a connection at all
+
+    async def get(self):
+        texts = [f"t{self.rng.randrange(1 << 40)}" for _ in range(self.rng.randrange(1, 5))]
+        return await self.honest([(self.host.head(f"GET /v1/echo?token={text} HTTP/1.1"),
+                                   text.encode()) for text in texts])
+
+    async def post(self):
+        number = self.rng.randrange(1 << 30)
+        body = json.dumps({"number": number, "pad": "x" * self.rng.randrange(3000)}).encode()
+        request = self.host.head("POST /v1/json HTTP/1.1", f"Content-Length: {len(body)}") + body
+        return await self.honest([(request, b'"number" : %d' % number)])
+
+    async def poll(self):
+        return await self.honest([(self.host.head("GET /v1/status?wait=1 HTTP/1.1"),
+                                   b'"changes"')])
+
+    async def abandoned(self):
+        _, writer = await self.open()
+        path = self.rng.choice(["/v1/status?wait=60", "/v1/events"])
+        writer.write(self.host.head(f"GET {path} HTTP/1.1"))
+        await writer.drain()
+        await asyncio.sleep(self.rng.random())
         writer.close()
-    return answer
+        return True
 
-
-def split(request, rng):
-    cuts = sorted(rng.randrange(1, len(request)) for _ in range(rng.randrange(0, 4)))
-    return [request[a:b] for a, b in zip([0, *cuts], [*cuts, len(request)])]
-
-
-def status_of(answer):
-    words = answer.split(b"\r\n")[0].split()
-    return int(words[1]) if len(words) > 1 and words[1].isdigit() else 0
-
-
-async def good_get(port, rng):
-    token = f"t{rng.randrange(1 << 40)}"
-    request = f"GET /v1/echo?token={token} HTTP/1.1\r\nHost: x\r\n\r\n".encode()
-    answer = await talk(port, split(request, rng))
-    return status_of(answer) == 200 and token.encode() in answer
-
-
-async def good_post(port, rng):
-    number = rng.randrange(1 << 30)
-    body = json.dumps({"number": number, "pad": "x" * rng.randrange(3000)}).encode()
-    request = b"POST /v1/json HTTP/1.1\r\nContent-Length: %d\r\n\r\n" % len(body) + body
-    answer = await talk(port, split(request, rng))
-    return status_of(answer) == 200 and f'"number" : {number}'.encode() in answer
-
-
-async def cut(port, rng):
-    request = b"POST /v1/json HTTP/1.1\r\nContent-Length: 100\r\n\r\n{"
-    try:
-        _, writer = await asyncio.open_connection("127.0.0.1", port)
-        writer.write(request[: rng.randrange(1, len(request))])
+    async def cut(self):
+        request = self.host.head("POST /v1/json HTTP/1.1", "Content-Length: 100") + b"{"
+        _, writer = await self.open()
+        writer.write(request[: self.rng.randrange(1, len(request))])
         await writer.drain()
         writer.close()
-    except OSError:
-        pass
-    return True
+        return True
+
+    async def large(self):
+        head = self.host.head("POST /v1/json HTTP/1.1", f"Content-Length: {BODY_LIMIT + 1}")
+        return await self.once([head]) in (413, 0)
+
+    async def endless(self):
+        head = self.host.head("GET / HTTP/1.1")[:-2] + b"X: " + b"a" * HEAD_LIMIT
+        return await self.once([head]) in (431, 0)
+
+    async def nonsense(self):
+        return await self.once([self.rng.randbytes(self.rng.randrange(1, 400)) + b"\r\n\r\n"]) in (
+            0, 400, 505)
+
+    async def malicious(self):
+        head = self.host.head
+        request, right = self.rng.choice([
+            (head("GET /v1/info HTTP/1.1", host="evil.example"), 421),
+            (head("GET /v1/info HTTP/1.1", host=""), 400),
+            (head("GET /v1/info HTTP/1.1", "Sec-Fetch-Site: cross-site"), 403),
+            (head("GET /v1/info HTTP/1.1", "Origin: null"), 403),
+            (head("GET /v1/certificates HTTP/1.1", "Authorization: Bearer x"), 401),
+            (head("POST / HTTP/1.1", "Transfer-Encoding: chunked", "Content-Length: 3"), 400),
+            (head("POST / HTTP/1.1", "Content-Length: 3", "Content-Length: 4"), 400),
+            (head("GET /v1/echo?%00=%00&a=%&=&&==&%41 HTTP/1.1"), 200),
+            (head("GET /v1/url?u=https://a" + "/" * 600 + "&pattern=https://*.* HTTP/1.1"), 200),
+            (head("POST /v1/json HTTP/1.1", "Content-Length: 6000") + b'{"a":' + b"[" * 5995, 400),
+            (head("POST /v1/certificates/inspect HTTP/1.1", "Content-Length: 64") +
+             self.rng.randbytes(64), 400),
+        ])
+        return await self.once(self.pieces(request)) in (right, 0, *CROWDED)
+
+    async def slow(self):
+        request = self.host.head("GET /v1/info HTTP/1.1")
+        pieces = [request[:10], request[10:30], request[30:]]
+        return await self.once(pieces, 0.5) in (200, 0, *CROWDED)
+
+    async def too_slow(self):
+        return await self.once([b"GET /v1/info HT"]) in (408, 0)
 
 
-async def long_line(port, _):
-    answer = await talk(port, [b"GET / HTTP/1.1\r\nX: " + b"a" * 5000])
-    return status_of(answer) == 400
+KINDS = [(Client.get, 40), (Client.post, 25), (Client.poll, 2), (Client.abandoned, 5),
+         (Client.cut, 8), (Client.large, 2), (Client.endless, 3), (Client.nonsense, 8),
+         (Client.malicious, 14), (Client.slow, 2), (Client.too_slow, 1)]
 
 
-async def large_body(port, _):
-    head = b"POST /v1/json HTTP/1.1\r\nContent-Length: %d\r\n\r\n" % (BODY_LIMIT + 1)
-    answer = await talk(port, [head, b"x" * (BODY_LIMIT + 1)])
-    return status_of(answer) == 413
-
-
-async def nonsense(port, rng):
-    answer = await talk(port, [rng.randbytes(rng.randrange(1, 400)) + b"\r\n\r\n"])
-    return status_of(answer) in (0, 400, 404, 405, 413)  # 0: it ended the connection for us
-
-
-async def malicious(port, rng):
-    request = rng.choice([
-        b"GET /v1/echo?%00=%00&a=%&=&&==&%41 HTTP/1.1\r\n\r\n",
-        b"GET /v1/url?u=https://a" + b"/" * 600 + b"&pattern=https://*.* HTTP/1.1\r\n\r\n",
-        b"GET /v1/echo HTTP/1.1\r\nOrigin: https://x\ny.example\r\n\r\n",
-        b"POST /v1/json HTTP/1.1\r\nContent-Length: 6000\r\n\r\n" + b'{"a":' + b"[" * 5995,
-        b"OPTIONS /v1/info HTTP/1.1\r\nOrigin: null\r\n\r\n",
-        b" \r\n\t\r\n::::\r\nGET  /v1/info  HTTP/1.1\r\n\r\n",
-    ])
-    return status_of(await talk(port, split(request, rng))) in (200, 400, 403, 404, 405)
-
-
-async def slow(port, _):
-    answer = await talk(port, [b"GET /v1/in", b"fo HTTP/1.1\r\n", b"Host: x\r\n", b"\r\n"], 0.5)
-    return status_of(answer) == 200
-
-
-async def too_slow(port, _):
-    answer = await talk(port, [b"GET /v1/info HT"])
-    return status_of(answer) == 408
-
-
-KINDS = [(good_get, 40), (good_post, 25), (cut, 10), (long_line, 5), (large_body, 1), (nonsense, 8),
-         (malicious, 8), (slow, 2), (too_slow, 1)]
-
-
-async def fire(port, seconds, connections, counts, wrong):
+async def fire(host, seconds, clients, counts, wrong):
     deadline = time.monotonic() + seconds
-    started = 0
+    kinds, weights = zip(*KINDS)
 
-    async def client(number):
-        nonlocal started
-        rng = random.Random(number)
-        kinds, weights = zip(*KINDS)
-        while time.monotonic() < deadline and started < MOST_REQUESTS:
-            started += 1
-            kind = rng.choices(kinds, weights)[0]
-            good = await kind(port, rng)
+    async def run(client):
+        while time.monotonic() < deadline:
+            kind = client.rng.choices(kinds, weights)[0]
+            try:
+                good = await asyncio.wait_for(kind(client), PATIENCE)
+            except OSError:
+                good = True  # no room for a connection
+            except asyncio.TimeoutError:
+                good = False
             counts[kind.__name__] = counts.get(kind.__name__, 0) + 1
             if not good:
                 wrong[kind.__name__] = wrong.get(kind.__name__, 0) + 1
+        client.kept = None
 
-    await asyncio.gather(*(client(number) for number in range(connections)))
+    await asyncio.gather(*(run(client) for client in clients))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--seconds", type=int, default=300)
-    parser.add_argument("--connections", type=int, default=200)
+    parser.add_argument("--clients", type=int, default=100)
+    parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--report", type=pathlib.Path)
     parser.add_argument("command", nargs="+")
     arguments = parser.parse_args()
-    port = free_port()
-    host = subprocess.Popen([*arguments.command, "serve", "--port", str(port)],
-                            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                            stderr=subprocess.STDOUT)
-    host.stdout.readline()
+    host = Host(arguments.command)
+    host.wait_until_up()
+    clients = [Client(host, f"{arguments.seed} {number}") for number in range(arguments.clients)]
     counts, wrong, memory = {}, {}, []
-    third = max(1, arguments.seconds // 3)
     for _ in range(3):
-        asyncio.run(fire(port, third, arguments.connections, counts, wrong))
-        memory.append(memory_of(port))
-    host.send_signal(signal.SIGINT)
-    try:
-        rest = host.communicate(timeout=60)[0].decode(errors="replace")
-    except subprocess.TimeoutExpired:
-        host.kill()
-        rest = "the host did not end"
+        asyncio.run(fire(host, max(1, arguments.seconds // 3), clients, counts, wrong))
+        memory.append(memory_of(host.port))
+    status = host.stop()
     print("requests:", sum(counts.values()), counts)
     print("wrong answers:", wrong or "none")
     print("memory after each third (KiB):", memory)
-    print("the host said:", rest.strip()[-300:])
+    print("the host said:", host.lines[-3:])
     checks = {
         "no wrong answer": not wrong,
-        "no block left": "blocks still allocated: 0" in rest,
-        "ended with status 0": host.returncode == 0,
+        "no block left": host.left_no_block(),
+        "ended with status 0": status == 0,
         "memory flat": memory[2] <= memory[0] + MEMORY_SLACK_KIB,
     }
     for what, good in checks.items():
