@@ -45,7 +45,7 @@ CertificateRef decode(const Module& module, std::string_view bytes, const std::s
   const runtime::ByteBuffer buffer = borrow(bytes);
   CertificateRef certificate;
   if (module.types().CertificateDecode(&buffer, certificate.put()) != 0 || !certificate) {
-    throw HostError(path + " holds something that is not a certificate");
+    throw HostError(path + ": holds something that is not a certificate", ExitStatus::kInput);
   }
   return certificate;
 }
@@ -64,19 +64,19 @@ std::string nameText(const Module& module, runtime::Name* name) {
 std::string_view takeElement(std::string_view& der, uint8_t tag) {
   const auto byteAt = [&der](size_t i) -> size_t {
     if (i >= der.size()) {
-      throw HostError("the key is cut short");
+      throw HostError("the key is cut short", ExitStatus::kInput);
     }
     return static_cast<uint8_t>(der[i]);
   };
   if (byteAt(0) != tag) {
-    throw HostError("the key is not an RSA private key");
+    throw HostError("the key is not an RSA private key", ExitStatus::kInput);
   }
   size_t length = byteAt(1);
   size_t header = 2;
   if (length >= 0x80) {
     const size_t bytes = length & 0x7F;
     if (bytes > 4) {
-      throw HostError("the key is cut short");
+      throw HostError("the key is cut short", ExitStatus::kInput);
     }
     length = 0;
     for (size_t i = 0; i < bytes; ++i) {
@@ -84,7 +84,7 @@ std::string_view takeElement(std::string_view& der, uint8_t tag) {
     }
   }
   if (der.size() - header < length) {
-    throw HostError("the key is cut short");
+    throw HostError("the key is cut short", ExitStatus::kInput);
   }
   const std::string_view content = der.substr(header, length);
   der.remove_prefix(header + length);
@@ -197,7 +197,7 @@ void readKey(const Module& module, const std::string& path, runtime::Certificate
     return block.label == "RSA PRIVATE KEY" || block.label == "PRIVATE KEY";
   });
   if (found == blocks.end()) {
-    throw HostError(path + " holds no unencrypted RSA private key");
+    throw HostError(path + ": holds no unencrypted RSA private key", ExitStatus::kInput);
   }
   const runtime::ByteBuffer text = borrow(found->body);
   BufferRef der(module);

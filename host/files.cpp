@@ -1,38 +1,71 @@
 #include "files.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <system_error>
 
-#include "module.h"
+#include "cli/console.h"
+#include "cli/exit_status.h"
 
 namespace vexahost {
+namespace {
+
+// What the system says about the call that just failed.
+std::string reason() {
+  return errno != 0 ? std::generic_category().message(errno) : "the system does not say why";
+}
+
+[[noreturn]] void failInput(const std::string& path, const std::string& why) {
+  throw HostError(path + ": cannot be read: " + why, ExitStatus::kInput);
+}
+
+[[noreturn]] void failOutput(const std::string& path) {
+  throw HostError(path + ": cannot be written: " + reason(), ExitStatus::kOutput);
+}
+
+}  // namespace
 
 std::string readFile(const std::string& path) {
   if (path == "-") {
     return {std::istreambuf_iterator<char>(std::cin), {}};
   }
-  std::ifstream file(path, std::ios::binary);
+  const std::filesystem::path name = pathOf(path);
+  std::error_code ignored;
+  if (std::filesystem::is_directory(name, ignored)) {
+    failInput(path, "it is a folder");
+  }
+  errno = 0;
+  std::ifstream file(name, std::ios::binary);
+  if (!file.is_open()) {
+    failInput(path, reason());
+  }
   std::string content(std::istreambuf_iterator<char>(file), {});
-  if (!file.is_open() || file.bad()) {
-    throw HostError("cannot read " + path);
+  if (file.bad()) {
+    failInput(path, reason());
   }
   return content;
 }
 
 void writeFile(const std::string& path, std::string_view content, bool isSecret) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  const std::filesystem::path name = pathOf(path);
+  errno = 0;
+  std::ofstream file(name, std::ios::binary | std::ios::trunc);
+  if (!file.is_open()) {
+    failOutput(path);
+  }
   if (isSecret) {
     // Before the content is there; a platform without permissions has its own protection.
     std::error_code ignored;
     std::filesystem::permissions(
-        path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, ignored);
+        name, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, ignored);
   }
   file.write(content.data(), static_cast<std::streamsize>(content.size()));
   file.close();
   if (!file) {
-    throw HostError("cannot write " + path);
+    failOutput(path);
   }
 }
 

@@ -1,47 +1,91 @@
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 
+#include "cli/console.h"
+#include "cli/exit_status.h"
+#include "cli/manual.h"
 #include "options.h"
+#include "version.h"
 
+namespace vexahost {
 namespace {
 
-int run(int argc, char** argv) {
-  CLI::App app("vexahost: every service of vexabase from a shell", "vexahost");
-  vexahost::Options options;
-  app.require_subcommand(1);
-  app.add_option("--module", options.module.module, "The module's file (beside this program)");
+void addHelpCommand(CLI::App& app, Options& options) {
+  CLI::App* const command =
+      app.add_subcommand("help", "The help of a command, or of exit-status or pkcs12");
+  struct Question {
+    std::vector<std::string> words;
+    bool isMan = false;
+    bool isCompletion = false;
+  };
+  const auto question = std::make_shared<Question>();
+  command->add_option("topic", question->words, "Command, such as \"ca issue\", or topic");
+  command->add_flag("--man", question->isMan, "All of it as a manual page");
+  command->add_flag("--bash-completion", question->isCompletion, "A completion for bash");
+  command->callback([&app, &options, question] {
+    options.output.raw(question->isMan          ? manualPage(app, kVersion)
+                       : question->isCompletion ? bashCompletion(app)
+                                                : helpTopic(app, question->words));
+  });
+}
+
+void addGlobalOptions(CLI::App& app, Options& options) {
+  app.add_option("--module", options.modulePath, "The module's file (beside this program)");
   app.add_option("--trace", options.module.traceLevel,
                  "Trace to standard error: 1 errors to 5 details")
       ->check(CLI::Range(0, 5));
+  app.add_flag_callback(
+      "--json", [&options] { options.output.setFormat(Output::Format::kJson); },
+      "Answer with one line of JSON");
+  app.add_flag_callback(
+      "--quiet", [&options] { options.output.setQuiet(true); },
+      "Say nothing but answers and errors");
+  app.add_flag("--version", options.wantsVersion,
+               "Versions of program, module, runtime and libraries");
+}
+
+int run(const std::vector<std::string>& arguments) {
+  CLI::App app("every service of vexabase from a shell", "vexahost");
+  Options options;
+  addGlobalOptions(app, options);
   app.fallthrough();
-  vexahost::addListsCommand(app, options);
-  vexahost::addServeCommand(app, options);
-  vexahost::addJsonCommand(app, options);
-  vexahost::addUrlCommand(app, options);
-  vexahost::addTimeCommand(app, options);
-  vexahost::addScrambleCommand(app, options);
-  vexahost::addProxyCommand(app, options);
-  vexahost::addMonitorCommand(app, options);
-  vexahost::addCertsCommand(app, options);
-  vexahost::addOwnCommand(app, options);
-  vexahost::addP12Command(app, options);
-  vexahost::addCaCommand(app, options);
-  vexahost::addCapiCommand(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+  for (const auto add :
+       {addListsCommand, addServeCommand, addJsonCommand, addUrlCommand, addTimeCommand,
+        addScrambleCommand, addProxyCommand, addMonitorCommand, addCertsCommand, addOwnCommand,
+        addP12Command, addCaCommand, addCapiCommand, addHelpCommand}) {
+    add(app, options);
   }
+  app.parse_complete_callback([&options] { options.module.module = pathOf(options.modulePath); });
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    if (options.wantsVersion) {
+      printVersions(options);
+    } else if (app.get_subcommands().empty()) {
+      throw CLI::RequiredError("A command");
+    }
+  } catch (const CLI::ParseError& error) {
+    if (app.exit(error) != 0) {
+      return static_cast<int>(ExitStatus::kUsage);
+    }
+  }
+  options.output.finish();
   return options.exitStatus;
 }
 
 }  // namespace
+}  // namespace vexahost
 
 int main(int argc, char** argv) {
   try {
-    return run(argc, argv);
+    vexahost::prepareConsole();
+    return vexahost::run(vexahost::commandLine(argc, argv));
+  } catch (const vexahost::HostError& error) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "vexahost: %s\n", vexahost::visible(error.what()).c_str());
+    return static_cast<int>(error.status());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "vexahost: %s\n", error.what());
-    return 1;
+    return static_cast<int>(vexahost::ExitStatus::kSystem);
   }
 }

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "cli/console.h"
+
 namespace vexahost {
 
 namespace runtime = vexa::runtime;
@@ -34,17 +36,16 @@ void check(int32_t result, const char* what) {
   }
 }
 
-Module::Module(const ModuleOptions& options) {
-  const std::filesystem::path file =
-      options.module.empty() ? programFolder() / kModuleFile : options.module;
-  module_ = Library::load(file);
+Module::Module(const ModuleOptions& options)
+    : file_(options.module.empty() ? programFolder() / kModuleFile : options.module) {
+  module_ = Library::load(file_);
   if (!module_) {
-    throw HostError("cannot load " + file.string() + ": " + Library::lastError());
+    throw HostError(textOf(file_) + ": cannot be loaded: " + Library::lastError());
   }
   const auto init = module_.find<vexa::ModuleInitFunction>(vexa::kModuleInitExport);
   const auto final = module_.find<vexa::ModuleFinalFunction>(vexa::kModuleFinalExport);
   if (init == nullptr || final == nullptr) {
-    throw HostError(file.string() + " is not a module: an export is missing");
+    throw HostError(textOf(file_) + ": not a module: an export is missing");
   }
   const int32_t result = init(nullptr, &lookup_);
   // A start that got as far as the runtime needs its end; for one that did not this does nothing.

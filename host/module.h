@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 
+#include "cli/exit_status.h"
 #include "library.h"
 #include "ref.h"
 #include "vexa/class_factory.h"
@@ -13,12 +13,6 @@
 #include "vexa/runtime/reference.h"
 
 namespace vexahost {
-
-// A failure that the user is told about; exit status 1.
-class HostError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 // "0x80004005", for messages.
 std::string resultText(int32_t result);
@@ -55,6 +49,9 @@ class Module {
     return object;
   }
 
+  // The module's file, as it was asked for.
+  const std::filesystem::path& file() const { return file_; }
+
   const vexa::runtime::RootList& root() const { return *root_; }
   const vexa::runtime::CommonTypes& types() const { return *types_; }
   const vexa::runtime::StringTable& strings() const { return *strings_; }
@@ -73,6 +70,7 @@ class Module {
   const void* findList(const char* name) const;
   void createObject(const char* className, const vexa::Guid& id, void** object) const;
 
+  std::filesystem::path file_;
   Library module_;
   Library runtime_;
   vexa::ModuleFinalFunction final_ = nullptr;

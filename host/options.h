@@ -1,7 +1,9 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <string>
 
+#include "cli/output.h"
 #include "module.h"
 
 // The command line. Every command adds itself to the application; its callback does the work and
@@ -11,7 +13,12 @@ namespace vexahost {
 // Options that every command takes.
 struct Options {
   ModuleOptions module;
+  std::string modulePath;
+  Output output;
+  bool wantsVersion = false;
   int exitStatus = 0;  // what the program ends with when nothing was thrown
+
+  void checkFailed() { exitStatus = static_cast<int>(ExitStatus::kNo); }
 };
 
 void addCaCommand(CLI::App& app, Options& options);

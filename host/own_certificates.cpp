@@ -26,7 +26,7 @@ void configurePse(const Module& module, const std::string& path, const std::stri
       module.runtimeFunction<decltype(velmora_pse_configure)>("velmora_pse_configure");
   auto* const reload = module.runtimeFunction<decltype(velmora_pse_reload)>("velmora_pse_reload");
   if (configure == nullptr || reload == nullptr) {
-    throw HostError("this runtime has a PSE of its own");
+    throw HostError("this runtime has a PSE of its own", ExitStatus::kUnsupported);
   }
   check(configure(path.c_str(), password.c_str()), "opening the PSE");
   check(reload(), "opening the PSE");

@@ -1,10 +1,11 @@
 #include "password.h"
 
 #include <cstdio>
-#include <fstream>
 #include <iostream>
+#include <string_view>
 
-#include "module.h"
+#include "cli/exit_status.h"
+#include "files.h"
 
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
@@ -60,20 +61,33 @@ class NoEcho {
   bool isTerminal_;
 };
 
-void cutLineEnd(std::string& line) {
-  if (!line.empty() && line.back() == '\r') {
-    line.pop_back();
+void wipe(std::string& text) {
+  volatile char* const bytes = text.data();
+  for (size_t i = 0; i < text.size(); ++i) {
+    bytes[i] = '\0';
   }
+}
+
+// The first line of a file, as UTF-8 and without the mark that some editors put at the start.
+std::string firstLine(const std::string& path) {
+  constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+  std::string content = readFile(path);
+  std::string_view line = content;
+  if (line.starts_with("\xFF\xFE") || line.starts_with("\xFE\xFF")) {
+    throw HostError(path + ": the password file is UTF-16; save it as UTF-8",
+                    ExitStatus::kPassword);
+  }
+  if (line.starts_with(kUtf8Mark)) {
+    line.remove_prefix(kUtf8Mark.size());
+  }
+  std::string text(line.substr(0, line.find('\n')));
+  wipe(content);
+  return text;
 }
 
 }  // namespace
 
-Password::~Password() {
-  volatile char* bytes = text_.data();
-  for (size_t i = 0; i < text_.size(); ++i) {
-    bytes[i] = '\0';
-  }
-}
+Password::~Password() { wipe(text_); }
 
 void Password::addOptions(CLI::App& command, const std::string& name) {
   auto* const file =
@@ -86,24 +100,24 @@ const std::string& Password::get(const char* prompt) {
   if (known_) {
     return text_;
   }
-  text_.reserve(256);  // grows rarely, so that few copies are left behind
   if (!file_.empty()) {
-    std::ifstream file(file_, std::ios::binary);
-    std::getline(file, text_);
-    if (!file.is_open() || file.bad()) {
-      throw HostError("cannot read " + file_);
-    }
+    text_ = firstLine(file_);
   } else {
+    text_.reserve(256);  // grows rarely, so that few copies are left behind
     const NoEcho quiet;
     if (!fromInput_) {
       std::fprintf(stderr, "%s: ", prompt);
     }
-    std::getline(std::cin, text_);
+    if (!std::getline(std::cin, text_)) {
+      throw HostError("there is no password on the standard input", ExitStatus::kPassword);
+    }
     if (!fromInput_) {
       std::fprintf(stderr, "\n");
     }
   }
-  cutLineEnd(text_);
+  if (!text_.empty() && text_.back() == '\r') {
+    text_.pop_back();
+  }
   known_ = true;
   return text_;
 }

@@ -31,7 +31,7 @@ uint64_t parseNumber(const std::string& text, const char* what) {
   errno = 0;
   const uint64_t value = std::strtoull(text.c_str(), &end, 0);
   if (!startsWithDigit(text) || *end != '\0' || errno == ERANGE) {
-    throw HostError(std::string(what) + " is not a number: " + text);
+    throw HostError(std::string(what) + " is not a number: " + text, ExitStatus::kUsage);
   }
   return value;
 }
@@ -43,7 +43,8 @@ uint32_t parseFormat(const std::string& text) {
     }
   }
   if (!startsWithDigit(text)) {
-    throw HostError("no such format: " + text + " (known: " + timeFormatNames() + ")");
+    throw HostError("no such format: " + text + " (known: " + timeFormatNames() + ")",
+                    ExitStatus::kUsage);
   }
   return static_cast<uint32_t>(parseNumber(text, "the format"));
 }

@@ -55,7 +55,7 @@ std::vector<StoredCertificate> storedCertificates(const char* store) {
 #else
 
 std::vector<StoredCertificate> storedCertificates(const char* /*store*/) {
-  throw HostError("there are no Windows certificate stores here");
+  throw HostError("there are no Windows certificate stores here", ExitStatus::kUnsupported);
 }
 
 #endif

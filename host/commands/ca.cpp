@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <ctime>
 
 #include "certificates.h"
+#include "cli/console.h"
 #include "files.h"
 #include "options.h"
 #include "password.h"
@@ -31,7 +31,7 @@ template <class Function>
 Function* require(const Module& module, const char* name) {
   auto* const function = module.runtimeFunction<Function>(name);
   if (function == nullptr) {
-    throw HostError("this runtime issues no certificates");
+    throw HostError("this runtime issues no certificates", ExitStatus::kUnsupported);
   }
   return function;
 }
@@ -45,11 +45,13 @@ std::string libraryTime(time_t time) {
 }
 
 // The public key that is certified: that of a certificate, or of a new key in `made`.
-const runtime::PublicKey* subjectKey(const Module& module, const IssueRequest& request,
-                                     const CertificateRef& like, KeyAndChain& made) {
+const runtime::PublicKey* subjectKey(Options& options, const Module& module,
+                                     const IssueRequest& request, const CertificateRef& like,
+                                     KeyAndChain& made) {
   if (like) {
     return like->table->GetPublicKey(like.get());
   }
+  options.output.progress("making a key of " + std::to_string(request.keyBits) + " bits ...");
   check(VEXAHOST_RUNTIME(velmora_key_generate_rsa)(request.keyBits, &made.key), "making a key");
   return &made.key->publicKey;
 }
@@ -80,15 +82,15 @@ CertificateRef sign(const Module& module, const IssueRequest& request,
   return certificate;
 }
 
-void issue(const Options& options, IssueRequest& request) {
+void issue(Options& options, IssueRequest& request) {
   if (request.like.empty() == request.keyOut.empty()) {
-    throw HostError("one of --like and --p12-out says whose key it is");
+    throw HostError("one of --like and --p12-out says whose key it is", ExitStatus::kUsage);
   }
   const Module module(options.module);
   const KeyAndChain issuer =
       openPkcs12(module, request.issuer, request.issuerPassword.get("Password of the issuer"));
   if (issuer.certificates == nullptr) {
-    throw HostError(request.issuer + " holds no certificate");
+    throw HostError(request.issuer + ": holds no certificate", ExitStatus::kInput);
   }
   CertificateRef like;
   if (!request.like.empty()) {
@@ -96,7 +98,7 @@ void issue(const Options& options, IssueRequest& request) {
   }
   KeyAndChain made(module);
   const CertificateRef certificate =
-      sign(module, request, subjectKey(module, request, like, made), issuer);
+      sign(module, request, subjectKey(options, module, request, like, made), issuer);
   writeFile(request.out, toPem(module, *certificate.get()));
   if (made.key != nullptr) {
     made.append(certificate.get());
@@ -108,7 +110,8 @@ void issue(const Options& options, IssueRequest& request) {
                            request.newPassword.get("Password of the new key")),
               true);
   }
-  std::printf("issued  %s\n", subjectOf(module, certificate.get()).c_str());
+  const std::string subject = subjectOf(module, certificate.get());
+  options.output.done({{"issued", subject}}, "issued  " + visible(subject));
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
-#include <cstdio>
-
+#include "vexa/capi.h"
 #include "certificates.h"
+#include "cli/console.h"
 #include "options.h"
 #include "password.h"
-#include "vexa/capi.h"
 #include "windows_stores.h"
 
 namespace vexahost {
@@ -23,7 +22,7 @@ struct ImportRequest {
   Password password;
 };
 
-void import(const Options& options, ImportRequest& request) {
+void import(Options& options, ImportRequest& request) {
   const Module module(options.module);
   const KeyAndChain content =
       openPkcs12(module, request.file, request.password.get("Password of the file"));
@@ -31,10 +30,12 @@ void import(const Options& options, ImportRequest& request) {
       toUtf16(module, request.container).c_str(), request.exportable ? kExportable : 0,
       request.checkRoot ? 1 : 0, content.key, content.certificates);
   if (result == vexa::kUntrustedRoot) {
-    throw HostError("the root is not trusted; nothing but the CA certificates was imported");
+    throw HostError("the root is not trusted; nothing but the CA certificates was imported",
+                    ExitStatus::kNo);
   }
   check(result, "the import");
-  std::printf("imported into %s\n", request.container.c_str());
+  options.output.done({{"imported", request.container}},
+                      "imported into " + visible(request.container));
 }
 
 // What is empty is left alone.
@@ -48,22 +49,37 @@ void remove(const Options& options, const std::string& container, const std::str
   }
 }
 
-void list(const Options& options) {
+Json describe(const Module& module, const StoredCertificate& stored) {
+  const vexa::runtime::ByteBuffer encoding = borrow(stored.encoding);
+  CertificateRef certificate;
+  const bool isReadable =
+      module.types().CertificateDecode(&encoding, certificate.put()) == 0 && certificate;
+  Json data = {{"subject", isReadable ? subjectOf(module, certificate.get()) : "(unknown)"}};
+  if (!stored.container.empty()) {
+    data["container"] = toUtf8(module, stored.container.c_str());
+  }
+  return data;
+}
+
+void list(Options& options) {
   const Module module(options.module);
+  Json data = Json::object();
   for (const char* const store : {"MY", "CA"}) {
-    std::printf("%s\n", store);
+    data[store] = Json::array();
     for (const StoredCertificate& stored : storedCertificates(store)) {
-      const vexa::runtime::ByteBuffer encoding = borrow(stored.encoding);
-      CertificateRef certificate;
-      const bool isReadable =
-          module.types().CertificateDecode(&encoding, certificate.put()) == 0 && certificate;
-      std::printf("  %s", isReadable ? subjectOf(module, certificate.get()).c_str() : "(unknown)");
-      if (!stored.container.empty()) {
-        std::printf("  [%s]", toUtf8(module, stored.container.c_str()).c_str());
-      }
-      std::printf("\n");
+      data[store].push_back(describe(module, stored));
     }
   }
+  options.output.answer(data, [&] {
+    for (const auto& [store, certificates] : data.items()) {
+      options.output.line(store);
+      for (const Json& stored : certificates) {
+        const std::string container = stored.value("container", "");
+        options.output.line("  " + visible(stored["subject"].get<std::string>()) +
+                            (container.empty() ? "" : "  [" + visible(container) + "]"));
+      }
+    }
+  });
 }
 
 }  // namespace

@@ -1,29 +1,49 @@
-#include <cstdio>
+#include <iterator>
 
 #include "certificates.h"
+#include "cli/console.h"
 #include "options.h"
 
 namespace vexahost {
 namespace {
 
-const char* mark(bool answer) { return answer ? "yes" : "-"; }
+constexpr const char* kColumns[] = {"encrypt", "sign", "client", "ca", "root", "selfIssued"};
 
-void printCertificate(const Module& module, vexa::runtime::Certificate* certificate) {
+Json describe(const Module& module, vexa::runtime::Certificate* certificate) {
   const CertificateUses uses = usesOf(module, certificate);
-  std::printf("%-8s%-6s%-8s%-5s%-6s%-12s  %s\n", mark(uses.encrypt), mark(uses.sign),
-              mark(uses.client), mark(uses.ca), mark(uses.root), mark(uses.selfIssued),
-              subjectOf(module, certificate).c_str());
+  return {{"subject", subjectOf(module, certificate)},
+          {"issuer", issuerOf(module, certificate)},
+          {"encrypt", uses.encrypt},
+          {"sign", uses.sign},
+          {"client", uses.client},
+          {"ca", uses.ca},
+          {"root", uses.root},
+          {"selfIssued", uses.selfIssued}};
 }
 
-void printFiles(const Options& options, const std::vector<std::string>& paths) {
+void print(Output& output, const Json& certificates) {
+  output.line("encrypt sign  client  CA   root  self-issued   subject");
+  constexpr size_t kWidths[] = {8, 6, 8, 5, 6, 14};
+  for (const Json& certificate : certificates) {
+    std::string line;
+    for (size_t i = 0; i < std::size(kColumns); ++i) {
+      const std::string mark = certificate[kColumns[i]].get<bool>() ? "yes" : "-";
+      line += mark + std::string(kWidths[i] - mark.size(), ' ');
+    }
+    output.line(line + visible(certificate["subject"].get<std::string>()));
+  }
+}
+
+// Nothing is shown before every file was read.
+void printFiles(Options& options, const std::vector<std::string>& paths) {
   const Module module(options.module);
-  std::printf("%-8s%-6s%-8s%-5s%-6s%-12s  %s\n", "encrypt", "sign", "client", "CA", "root",
-              "self-issued", "subject");
+  Json certificates = Json::array();
   for (const std::string& path : paths) {
     for (const CertificateRef& certificate : readCertificates(module, path)) {
-      printCertificate(module, certificate.get());
+      certificates.push_back(describe(module, certificate.get()));
     }
   }
+  options.output.answer(certificates, [&] { print(options.output, certificates); });
 }
 
 }  // namespace

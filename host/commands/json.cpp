@@ -1,5 +1,3 @@
-#include <cstdio>
-
 #include "files.h"
 #include "json_value.h"
 #include "options.h"
@@ -7,14 +5,13 @@
 namespace vexahost {
 namespace {
 
-void rewrite(const Options& options, const std::string& path) {
+void rewrite(Options& options, const std::string& path) {
   const Module module(options.module);
   const JsonObjectRef object = JsonObjectRef::parse(module, readFile(path));
   if (!object) {
-    throw HostError(path + " is not a JSON object");
+    throw HostError(path + ": not a JSON object that the module reads", ExitStatus::kInput);
   }
-  const std::string text = object.text();
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  options.output.raw(object.text());
 }
 
 }  // namespace

@@ -1,26 +1,49 @@
-#include <cstdio>
-
 #include "catalog.h"
 #include "options.h"
 
 namespace vexahost {
 namespace {
 
-void printLists(const Options& options) {
-  const Module module(options.module);
-  for (const ListEntry& entry : knownLists()) {
-    std::printf("%s (%zu slots)\n", listOwnName(module, entry).c_str(), entry.slots.size());
-    const auto* const slots = &module.list<void* const>(entry.name);
-    for (const vexa::ListSlot& slot : entry.slots) {
-      const bool missing = slots[slot.number] == nullptr;
-      std::printf("  %2u  %s%s\n", slot.number, slot.name, missing ? " (missing)" : "");
+Json describeList(const Module& module, const ListEntry& entry) {
+  Json list = {{"name", listOwnName(module, entry)}, {"slots", Json::array()}};
+  const auto* const slots = &module.list<void* const>(entry.name);
+  for (const vexa::ListSlot& slot : entry.slots) {
+    list["slots"].push_back(
+        {{"number", slot.number}, {"name", slot.name}, {"offered", slots[slot.number] != nullptr}});
+  }
+  return list;
+}
+
+void print(Output& output, const Json& data) {
+  for (const Json& list : data["lists"]) {
+    const Json& slots = list["slots"];
+    output.line(list["name"].get<std::string>() + " (" + std::to_string(slots.size()) + " slots)");
+    for (const Json& slot : slots) {
+      const auto number = slot["number"].get<uint32_t>();
+      output.line((number < 10 ? "   " : "  ") + std::to_string(number) + "  " +
+                  slot["name"].get<std::string>() +
+                  (slot["offered"].get<bool>() ? "" : " (missing)"));
     }
   }
-  std::printf("classes\n");
-  for (const ClassEntry& entry : knownClasses()) {
-    const auto object = module.create<vexa::IComponent>(entry.name, vexa::IID_IComponent);
-    std::printf("  %s (%s)\n", entry.name, entry.isSingleton ? "one instance" : "new objects");
+  output.line("classes");
+  for (const Json& entry : data["classes"]) {
+    output.line("  " + entry["name"].get<std::string>() +
+                (entry["singleton"].get<bool>() ? " (one instance)" : " (new objects)"));
   }
+}
+
+void printLists(Options& options) {
+  const Module module(options.module);
+  Json data = {{"lists", Json::array()}, {"classes", Json::array()}};
+  for (const ListEntry& entry : knownLists()) {
+    data["lists"].push_back(describeList(module, entry));
+  }
+  for (const ClassEntry& entry : knownClasses()) {
+    // That it can be made is part of the answer.
+    const auto object = module.create<vexa::IComponent>(entry.name, vexa::IID_IComponent);
+    data["classes"].push_back({{"name", entry.name}, {"singleton", entry.isSingleton}});
+  }
+  options.output.answer(data, [&] { print(options.output, data); });
 }
 
 }  // namespace

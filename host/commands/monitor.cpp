@@ -1,7 +1,6 @@
 #include <asio.hpp>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 
 #include "options.h"
 #include "vexa/client_monitor.h"
@@ -14,8 +13,9 @@ constexpr std::chrono::milliseconds kLook{100};
 // Looks at the monitor's status between two sleeps, so that Ctrl-C is answered at once.
 class MonitorLoop {
  public:
-  MonitorLoop(vexa::IClientMonitor& monitor, uint32_t seconds)
+  MonitorLoop(vexa::IClientMonitor& monitor, uint32_t seconds, Output& output)
       : monitor_(monitor),
+        output_(output),
         seconds_(seconds),
         signals_(context_, SIGINT, SIGTERM),
         timer_(context_) {}
@@ -42,8 +42,10 @@ class MonitorLoop {
         return;
       }
       if (monitor_.GetStatus() != vexa::IClientMonitor::kUnchanged) {
-        std::printf("change %u\n", ++changes_);
-        std::fflush(stdout);
+        ++changes_;
+        output_.answer({{"change", changes_}},
+                       [this] { output_.line("change " + std::to_string(changes_)); });
+        output_.flush();
         restart();
       }
       wait();
@@ -51,6 +53,7 @@ class MonitorLoop {
   }
 
   vexa::IClientMonitor& monitor_;
+  Output& output_;
   uint32_t seconds_;
   asio::io_context context_;
   asio::signal_set signals_;
@@ -58,13 +61,14 @@ class MonitorLoop {
   uint32_t changes_ = 0;
 };
 
-void watch(const Options& options, uint32_t seconds) {
+void watch(Options& options, uint32_t seconds) {
   const Module module(options.module);
   const auto monitor =
       module.create<vexa::IClientMonitor>(vexa::kClientMonitorClassName, vexa::IID_IClientMonitor);
-  std::printf("watching the network every %u s (Ctrl-C ends)\n", seconds);
-  std::fflush(stdout);
-  MonitorLoop(*monitor.get(), seconds).run();
+  options.output.done({{"watchingEverySeconds", seconds}},
+                      "watching the network every " + std::to_string(seconds) + " s (Ctrl-C ends)");
+  options.output.flush();
+  MonitorLoop(*monitor.get(), seconds, options.output).run();
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-#include <cstdio>
-
+#include "cli/console.h"
 #include "options.h"
 #include "own_certificates.h"
 #include "password.h"
@@ -12,13 +11,20 @@ struct OwnQuestion {
   Password password;
 };
 
-void printOwn(const Options& options, OwnQuestion& question) {
+void printOwn(Options& options, OwnQuestion& question) {
   const Module module(options.module);
   configurePse(module, question.pse, question.password.get("Password of the PSE"));
-  for (const OwnCertificate& certificate : ownCertificates(module)) {
-    std::printf("subject  %s\nissuer   %s\n", certificate.subject.c_str(),
-                certificate.issuer.c_str());
+  const std::vector<OwnCertificate> certificates = ownCertificates(module);
+  Json data = Json::array();
+  for (const OwnCertificate& certificate : certificates) {
+    data.push_back({{"subject", certificate.subject}, {"issuer", certificate.issuer}});
   }
+  options.output.answer(data, [&] {
+    for (const OwnCertificate& certificate : certificates) {
+      options.output.line("subject  " + visible(certificate.subject));
+      options.output.line("issuer   " + visible(certificate.issuer));
+    }
+  });
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-#include <cstdio>
-
 #include "certificates.h"
+#include "cli/console.h"
 #include "files.h"
 #include "options.h"
 #include "password.h"
@@ -16,7 +15,7 @@ struct CreateRequest {
   Password password;
 };
 
-void create(const Options& options, CreateRequest& request) {
+void create(Options& options, CreateRequest& request) {
   const Module module(options.module);
   KeyAndChain content(module);
   for (const std::string& path : request.certificateFiles) {
@@ -32,6 +31,7 @@ void create(const Options& options, CreateRequest& request) {
       request.out,
       createPkcs12(module, content, request.name, request.password.get("Password of the new file")),
       true);
+  options.output.done({{"written", request.out}}, "written  " + visible(request.out));
 }
 
 struct OpenRequest {
@@ -40,22 +40,28 @@ struct OpenRequest {
   Password password;
 };
 
-void open(const Options& options, OpenRequest& request) {
+void open(Options& options, OpenRequest& request) {
   const Module module(options.module);
   const KeyAndChain content =
       openPkcs12(module, request.file, request.password.get("Password of the file"));
+  const bool hasOwn = content.key->publicKey.bitLength != 0;
+  Json data = {{"certificates", Json::array()}, {"keyOfFirstCertificate", hasOwn}};
   std::string pem;
   for (const auto* record = content.certificates; record != nullptr; record = record->next) {
-    std::printf("certificate  %s\n", subjectOf(module, record->certificate).c_str());
+    data["certificates"].push_back(subjectOf(module, record->certificate));
     if (!request.certificatesOut.empty()) {
       pem += toPem(module, *record->certificate);
     }
   }
-  const bool hasOwn = content.key->publicKey.bitLength != 0;
-  std::printf("private key  %s\n", hasOwn ? "yes, of the first certificate" : "yes");
   if (!request.certificatesOut.empty()) {
     writeFile(request.certificatesOut, pem);
   }
+  options.output.answer(data, [&] {
+    for (const Json& subject : data["certificates"]) {
+      options.output.line("certificate  " + visible(subject.get<std::string>()));
+    }
+    options.output.line(hasOwn ? "private key  yes, of the first certificate" : "private key  yes");
+  });
 }
 
 }  // namespace
@@ -64,7 +70,8 @@ void addP12Command(CLI::App& app, Options& options) {
   CLI::App* const command = app.add_subcommand("p12", "PKCS#12 files");
   command->require_subcommand(1);
 
-  CLI::App* const createCommand = command->add_subcommand("create", "Pack a key with its chain");
+  CLI::App* const createCommand = command->add_subcommand(
+      "create", "Pack a key with its chain; OpenSSL opens the file with -legacy");
   const auto created = std::make_shared<CreateRequest>();
   createCommand->add_option("--key", created->keyFile, "RSA private key, PEM")->required();
   createCommand

@@ -1,29 +1,36 @@
-#include <cstdio>
-
-#include "options.h"
 #include "proxy.h"
+#include "cli/console.h"
+#include "options.h"
 
 namespace vexahost {
 namespace {
 
-void discover(Options options, const std::string& url, bool why) {
-  constexpr uint32_t kProgressLevel = 4;
-  if (why) {
-    options.module.traceLevel = std::max(options.module.traceLevel, kProgressLevel);
-  }
-  const Module module(options.module);
-  const ProxyDecision decision = decideProxy(module, url);
+std::string inWords(const ProxyDecision& decision) {
   switch (decision.kind) {
     case ProxyDecision::Kind::kProxy:
-      std::printf("proxy %s\n", decision.proxy.c_str());
-      break;
+      return "proxy " + visible(decision.proxy);
     case ProxyDecision::Kind::kDirect:
-      std::printf("direct (decided)\n");
-      break;
+      return "direct (decided)";
     case ProxyDecision::Kind::kNone:
-      std::printf("direct (no usable setting)\n");
       break;
   }
+  return "direct (no usable setting)";
+}
+
+void discover(Options& options, const std::string& url, bool why) {
+  constexpr uint32_t kProgressLevel = 4;
+  ModuleOptions settings = options.module;
+  if (why && !options.output.isJson()) {
+    settings.traceLevel = std::max(settings.traceLevel, kProgressLevel);
+  }
+  const Module module(settings);
+  const ProxyDecision decision = decideProxy(module, url);
+  Json data = {{"url", url}, {"decided", decision.kind != ProxyDecision::Kind::kNone}};
+  data["proxy"] = decision.proxy.empty() ? Json() : Json(decision.proxy);
+  if (why) {
+    data["why"] = decision.why;
+  }
+  options.output.answer(data, [&] { options.output.line(inWords(decision)); });
 }
 
 }  // namespace

@@ -10,12 +10,14 @@ namespace vexahost {
 namespace {
 
 // FNV-1a (64 bits): tells outputs apart without showing them.
-uint64_t digest(std::string_view bytes) {
+std::string digest(std::string_view bytes) {
   uint64_t hash = 0xCBF29CE484222325u;
   for (const char c : bytes) {
     hash = (hash ^ static_cast<uint8_t>(c)) * 0x100000001B3u;
   }
-  return hash;
+  char text[17] = {};
+  std::snprintf(text, sizeof(text), "%016" PRIx64, hash);
+  return text;
 }
 
 struct Cipher {
@@ -29,7 +31,7 @@ constexpr Cipher kCiphers[] = {
 };
 
 // One cipher over a text: scrambled, not the text itself, and back again.
-bool testCipher(const Module& module, const Cipher& cipher) {
+Json testCipher(const Module& module, const Cipher& cipher) {
   static constexpr std::string_view kPlain = "The quick brown fox jumps over the lazy dog";
   Ref<vexa::IScrambler> scrambler;
   check(module.list<vexa::CoreList>(vexa::kCoreListName)
@@ -41,19 +43,35 @@ bool testCipher(const Module& module, const Cipher& cipher) {
   const bool isGood =
       vexa::succeeded(scrambler->Scramble(&plain, scrambled.put())) && scrambled.view() != kPlain &&
       vexa::succeeded(scrambler->Unscramble(scrambled.get(), back.put())) && back.view() == kPlain;
-  std::printf("cipher %2u mode %u  %3zu -> %3zu bytes  %016" PRIx64 "  %s\n", cipher.algorithm,
-              cipher.mode, kPlain.size(), scrambled.view().size(), digest(scrambled.view()),
-              isGood ? "ok" : "FAILED");
-  return isGood;
+  return {{"algorithm", cipher.algorithm},      {"mode", cipher.mode},
+          {"plainBytes", kPlain.size()},        {"scrambledBytes", scrambled.view().size()},
+          {"digest", digest(scrambled.view())}, {"good", isGood}};
+}
+
+void print(Output& output, const Json& test) {
+  char line[96] = {};
+  std::snprintf(line, sizeof(line), "cipher %2u mode %u  %3zu -> %3zu bytes  %s  %s",
+                test["algorithm"].get<unsigned>(), test["mode"].get<unsigned>(),
+                test["plainBytes"].get<size_t>(), test["scrambledBytes"].get<size_t>(),
+                test["digest"].get<std::string>().c_str(),
+                test["good"].get<bool>() ? "ok" : "FAILED");
+  output.line(line);
 }
 
 void selfTest(Options& options) {
   const Module module(options.module);
+  Json tests = Json::array();
   for (const Cipher& cipher : kCiphers) {
-    if (!testCipher(module, cipher)) {
-      options.exitStatus = 1;
+    tests.push_back(testCipher(module, cipher));
+    if (!tests.back()["good"].get<bool>()) {
+      options.checkFailed();
     }
   }
+  options.output.answer(tests, [&] {
+    for (const Json& test : tests) {
+      print(options.output, test);
+    }
+  });
 }
 
 }  // namespace

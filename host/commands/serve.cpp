@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "cli/console.h"
 #include "files.h"
 #include "options.h"
 #include "own_certificates.h"
@@ -31,9 +32,9 @@ class ReadyFile {
     writeFile(partial,
               "{\"port\": " + number + ", \"url\": \"http://127.0.0.1:" + number + "\"}\n");
     std::error_code error;
-    std::filesystem::rename(partial, path, error);
+    std::filesystem::rename(pathOf(partial), pathOf(path), error);
     if (error) {
-      throw HostError("cannot write " + path);
+      throw HostError(path + ": cannot be written", ExitStatus::kOutput);
     }
   }
   ReadyFile(const ReadyFile&) = delete;
@@ -41,7 +42,7 @@ class ReadyFile {
   ~ReadyFile() {
     if (!path_.empty()) {
       std::error_code ignored;
-      std::filesystem::remove(path_, ignored);
+      std::filesystem::remove(pathOf(path_), ignored);
     }
   }
 

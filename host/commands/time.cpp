@@ -1,6 +1,3 @@
-#include <cinttypes>
-#include <cstdio>
-
 #include "options.h"
 #include "time_formats.h"
 
@@ -13,10 +10,10 @@ struct Conversion {
   std::string to = "unix";
 };
 
-void convert(const Options& options, const Conversion& conversion) {
+void convert(Options& options, const Conversion& conversion) {
   const Module module(options.module);
-  std::printf("%" PRIu64 "\n",
-              convertTime(module, conversion.value, conversion.from, conversion.to));
+  const uint64_t result = convertTime(module, conversion.value, conversion.from, conversion.to);
+  options.output.answer({{"result", result}}, [&] { options.output.line(std::to_string(result)); });
 }
 
 }  // namespace

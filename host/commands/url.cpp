@@ -1,5 +1,4 @@
-#include <cstdio>
-
+#include "cli/console.h"
 #include "options.h"
 #include "vexa/url_parser.h"
 
@@ -12,25 +11,49 @@ struct UrlQuestion {
   std::string sameAs;
 };
 
-const char* yesNo(bool value) { return value ? "yes" : "no"; }
+std::string yesNo(const Json& value) { return value.get<bool>() ? "yes" : "no"; }
 
-void examine(const Options& options, const UrlQuestion& question) {
+void print(Output& output, const UrlQuestion& question, const Json& data) {
+  output.line("valid   " + yesNo(data["valid"]));
+  output.line("https   " + yesNo(data["https"]));
+  output.line("port    " + data["port"].dump());
+  if (data.contains("origin")) {
+    output.line("origin  " + visible(data["origin"].get<std::string>()));
+  }
+  for (const Json& match : data.value("patterns", Json::array())) {
+    output.line("match   " + yesNo(match["match"]) + "  " +
+                visible(match["pattern"].get<std::string>()));
+  }
+  if (data.contains("sameOrigin")) {
+    output.line("same    " + yesNo(data["sameOrigin"]) + "  " + visible(question.sameAs));
+  }
+}
+
+// Valid, covered by every pattern, of the same origin: otherwise the exit status says no.
+void examine(Options& options, const UrlQuestion& question) {
   const Module module(options.module);
   const auto url = module.create<vexa::IURLParser>(vexa::kUrlParserClassName, vexa::IID_IURLParser);
   const bool isValid = vexa::succeeded(url->parse(question.url.c_str()));
-  std::printf("valid   %s\n", yesNo(isValid));
-  std::printf("https   %s\n", yesNo(url->isHTTPS()));
-  std::printf("port    %d\n", url->getPort());
+  bool isGood = isValid;
+  Json data = {{"url", question.url},
+               {"valid", isValid},
+               {"https", url->isHTTPS()},
+               {"port", url->getPort()}};
   if (isValid) {
-    const auto length = static_cast<size_t>(url->getLength());
-    std::printf("origin  %s\n", question.url.substr(0, length).c_str());
+    data["origin"] = question.url.substr(0, static_cast<size_t>(url->getLength()));
   }
   for (const std::string& pattern : question.patterns) {
-    std::printf("match   %s  %s\n", yesNo(url->pattern_match(pattern.c_str())), pattern.c_str());
+    const bool matches = url->pattern_match(pattern.c_str());
+    data["patterns"].push_back({{"pattern", pattern}, {"match", matches}});
+    isGood = isGood && matches;
   }
   if (!question.sameAs.empty()) {
-    std::printf("same    %s  %s\n", yesNo(url->cmpText(question.sameAs.c_str())),
-                question.sameAs.c_str());
+    data["sameOrigin"] = url->cmpText(question.sameAs.c_str());
+    isGood = isGood && data["sameOrigin"].get<bool>();
+  }
+  options.output.answer(data, [&] { print(options.output, question, data); });
+  if (!isGood) {
+    options.checkFailed();
   }
 }
 

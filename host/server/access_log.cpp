@@ -61,7 +61,7 @@ AccessLog::AccessLog(const std::string& path) {
   if (!path.empty()) {
     file_.reset(path == "-" ? stdout : std::fopen(path.c_str(), "a"));
     if (!file_) {
-      throw HostError("cannot write the log " + path);
+      throw HostError(path + ": the log cannot be written", ExitStatus::kOutput);
     }
   }
 }

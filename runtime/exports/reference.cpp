@@ -1,5 +1,7 @@
 #include "vexa/runtime/reference.h"
 
+#include <gcrypt.h>
+
 #include "runtime/exports/registry.h"
 #include "runtime/heap.h"
 #include "vexa/results.h"
@@ -18,6 +20,10 @@ int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** ou
   }
   *out = &vexa::velmora::rootList;
   return vexa::kOk;
+}
+
+const char* velmora_version() {
+  return "velmora " VEXA_VERSION ", libgcrypt " GCRYPT_VERSION;
 }
 
 uint64_t velmora_live_blocks() { return vexa::velmora::liveBlocks(); }

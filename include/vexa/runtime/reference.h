@@ -26,6 +26,10 @@ using velmora_trace_collector = void (*)(void* context, uint32_t level, const ch
 VELMORA_EXPORT int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** out,
                                          uint64_t, const char* options, uint64_t);
 
+// "velmora 1.0.0, libgcrypt 1.10.1": the runtime and the library it stands on. Lives as long as the
+// runtime.
+VELMORA_EXPORT const char* velmora_version();
+
 // What SEC_NOTIFY_1 writes, and where to. `level`: 0 nothing (as it begins), 1 errors to 5 details,
 // for every source without a level of its own. `path`: a file, created or appended to; null for the
 // standard error. Returns 0, or kFail when the file cannot be opened; nothing changes then.

@@ -1,0 +1,133 @@
+#include "cli/console.h"
+
+#include <cstdint>
+#include <cstdio>
+
+#ifdef _WIN32
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+// after windows.h
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#endif
+
+namespace vexahost {
+namespace {
+
+struct CodePoint {
+  uint32_t value;
+  size_t length;  // in bytes; 0: not UTF-8
+};
+
+bool isContinuation(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
+
+// The first code point of a text that is not empty (RFC 3629).
+CodePoint firstCodePoint(std::string_view text) {
+  const auto lead = static_cast<uint8_t>(text[0]);
+  if (lead < 0x80) {
+    return {lead, 1};
+  }
+  const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
+    return {lead, 0};
+  }
+  uint32_t value = lead & (0x7Fu >> length);
+  for (size_t i = 1; i < length; ++i) {
+    if (!isContinuation(text[i])) {
+      return {lead, 0};
+    }
+    value = value << 6 | (static_cast<uint8_t>(text[i]) & 0x3Fu);
+  }
+  constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+  const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
+  const bool isGood = value >= kSmallest[length] && value <= 0x10FFFF && !isSurrogate;
+  return {isGood ? value : lead, isGood ? length : 0};
+}
+
+// C0 and C1 control characters, marks of direction, separators of lines and paragraphs.
+bool isHarmful(uint32_t value) {
+  return value < 0x20 || (value >= 0x7F && value <= 0x9F) || value == 0x061C ||
+         (value >= 0x200B && value <= 0x200F) || (value >= 0x2028 && value <= 0x202E) ||
+         (value >= 0x2066 && value <= 0x2069) || value == 0xFEFF;
+}
+
+std::string escaped(uint32_t value) {
+  char text[16] = {};
+  std::snprintf(text, sizeof(text), value < 0x100 ? "\\x%02X" : "\\u%04X", value);
+  return text;
+}
+
+}  // namespace
+
+#ifdef _WIN32
+
+namespace {
+
+std::string narrow(std::wstring_view wide) {
+  const int size = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()),
+                                       nullptr, 0, nullptr, nullptr);
+  std::string text(static_cast<size_t>(size), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), text.data(), size,
+                      nullptr, nullptr);
+  return text;
+}
+
+}  // namespace
+
+std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
+  int count = 0;
+  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  std::vector<std::string> arguments;
+  for (int i = 1; i < count; ++i) {
+    arguments.push_back(narrow(words[i]));
+  }
+  LocalFree(words);
+  return arguments;
+}
+
+void prepareConsole() {
+  SetConsoleCP(CP_UTF8);
+  SetConsoleOutputCP(CP_UTF8);
+  for (FILE* const stream : {stdin, stdout, stderr}) {
+    _setmode(_fileno(stream), _O_BINARY);
+  }
+}
+
+#else
+
+std::vector<std::string> commandLine(int argc, char** argv) {
+  return argc > 0 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+void prepareConsole() {}
+
+#endif
+
+std::filesystem::path pathOf(std::string_view utf8) {
+  return {std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size())};
+}
+
+std::string textOf(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return {reinterpret_cast<const char*>(text.data()), text.size()};
+}
+
+std::string visible(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    const auto [value, length] = firstCodePoint(text);
+    if (length == 0 || isHarmful(value)) {
+      out += escaped(value);
+    } else {
+      out += text.substr(0, length);
+    }
+    text.remove_prefix(length == 0 ? 1 : length);
+  }
+  return out;
+}
+
+}  // namespace vexahost

@@ -1,0 +1,187 @@
+#!/usr/bin/env python3
+"""Changes the sources, one wrong edit at a time, and tells which edits no test notices.
+
+mutate.py [FOLDER...] [COUNT] [--seed N] [--report FILE]
+
+COUNT edits (20) of each folder's sources are drawn at random; the seed makes a run repeatable. Each
+is built and run against the tests of that folder, in a copy of the tree under build/mutate. An edit
+that does not compile, or that the optimiser turns into the very same code, does not count. Exit
+status 0: in every folder at least 95 % of those that count were caught.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import random
+import re
+import shlex
+import shutil
+import signal
+import subprocess
+import sys
+
+from mutations import mutations_of
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+COPY = ROOT / "build" / "mutate"
+BUILD = COPY / "build" / "mutate"
+FOLDERS = ("base", "collections", "json", "webclient", "monitor", "certs", "pkcs12", "capi",
+           "scrambler", "time", "runtime", "host")
+# Tests of other folders that look after a folder, too.
+ALSO = {"base": ("module",), "runtime": ()}
+BAR = 0.95
+TEST_SECONDS = 120
+
+
+def run(command, seconds=900, **options):
+    """(status, output) of a command; a hanging one is ended with its children, status None."""
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          errors="replace", stdin=subprocess.DEVNULL, start_new_session=True,
+                          **options) as process:
+        try:
+            output, _ = process.communicate(timeout=seconds)
+            return process.returncode, output
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            return None, process.communicate()[0]
+
+
+def copy_tree():
+    """The tracked and new files of the tree, as they are; the build folder of the copy stays."""
+    names = subprocess.run(["git", "-C", ROOT, "ls-files", "-z", "--cached", "--others",
+                            "--exclude-standard"], check=True, capture_output=True).stdout
+    wanted = {name.decode() for name in names.split(b"\0") if name and (ROOT / name.decode()).is_file()}
+    for name in wanted:
+        target = COPY / name
+        data = (ROOT / name).read_bytes()
+        if not target.is_file() or target.read_bytes() != data:
+            target.parent.mkdir(parents=True, exist_ok=True)
+            target.write_bytes(data)
+            shutil.copymode(ROOT / name, target)
+    for path in COPY.rglob("*"):
+        if path.is_file() and not path.is_relative_to(COPY / "build"):
+            if str(path.relative_to(COPY)) not in wanted:
+                path.unlink()
+
+
+class Tests:
+    """The tests of one folder: how to build and to run them."""
+
+    def __init__(self, folder):
+        places = [folder, *ALSO.get(folder, ())]
+        known = run(["ninja", "-C", BUILD, "-t", "targets", "all"])[1]
+        self._targets = [f"tests_{place}" for place in places
+                         if re.search(rf"^tests_{place}: ", known, re.M)]
+        self._labels = "^(" + "|".join(places) + ")$"
+        if not self._targets:
+            sys.exit(f"mutate: no tests of {folder}")
+
+    def build(self):
+        return run(["cmake", "--build", BUILD, "--target", *self._targets])
+
+    def passed(self):
+        status, _ = run(["ctest", "--test-dir", BUILD, "-L", self._labels, "--stop-on-failure",
+                         "-j", os.environ.get("VEXA_JOBS", "2"), "--timeout", str(TEST_SECONDS)],
+                        TEST_SECONDS * 4)
+        return status == 0
+
+
+def compile_commands():
+    return {entry["file"]: entry
+            for entry in json.loads((BUILD / "compile_commands.json").read_text())}
+
+
+def object_code(entry):
+    """What the optimiser makes of a source, without the names of files and lines."""
+    target = COPY / "same.o"
+    command = [word for word in shlex.split(entry["command"]) if not word.startswith("-g")]
+    command[command.index("-o") + 1] = str(target)
+    status, _ = run([*command, "-O2", "-g0"], cwd=entry["directory"])
+    return target.read_bytes() if status == 0 else b""
+
+
+def draw(folder, count, generator):
+    """COUNT mutations over the folder's sources, each line of code as likely as any other."""
+    pool = []
+    for path in sorted((COPY / folder).rglob("*")):
+        if path.suffix in (".cpp", ".h"):
+            pool.extend((path, mutation) for mutation in mutations_of(path.read_text()))
+    return generator.sample(pool, min(count, len(pool)))
+
+
+def judge(path, mutation, tests, commands):
+    """"caught", "survived", "same" (equal code) or "no" (does not compile)."""
+    text = path.read_text()
+    lines = text.split("\n")
+    lines[mutation.line] = mutation.new
+    entry = commands.get(str(path))
+    try:
+        before = object_code(entry) if entry else b""
+        path.write_text("\n".join(lines))
+        if before and object_code(entry) == before:
+            return "same"
+        status, _ = tests.build()
+        if status != 0:
+            return "no"
+        return "survived" if tests.passed() else "caught"
+    finally:
+        path.write_text(text)
+
+
+def mutate_folder(folder, count, seed):
+    tests = Tests(folder)
+    status, output = tests.build()
+    if status != 0 or not tests.passed():
+        sys.exit(f"mutate: the tests of {folder} fail without any edit\n{output[-2000:]}")
+    commands = compile_commands()
+    verdicts = {"caught": 0, "survived": 0, "same": 0, "no": 0}
+    survivors = []
+    for path, mutation in draw(folder, count, random.Random(f"{seed}/{folder}")):
+        verdict = judge(path, mutation, tests, commands)
+        verdicts[verdict] += 1
+        if verdict == "survived":
+            place = f"{path.relative_to(COPY)}:{mutation.line + 1}"
+            survivors.append({"place": place, "kind": mutation.kind, "old": mutation.old.strip(),
+                              "new": mutation.new.strip()})
+            print(f"survived  {place}  ({mutation.kind})\n"
+                  f"    - {mutation.old.strip()}\n    + {mutation.new.strip()}", flush=True)
+    tests.build()
+    counted = verdicts["caught"] + verdicts["survived"]
+    share = verdicts["caught"] / counted if counted else 1.0
+    print(f"{folder}: {verdicts['caught']} of {counted} caught ({share:.0%}); "
+          f"{verdicts['same']} change nothing, {verdicts['no']} do not compile", flush=True)
+    return {"folder": folder, **verdicts, "share": share, "survivors": survivors}
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("what", nargs="*", metavar="FOLDER or COUNT")
+    parser.add_argument("--seed", default="1")
+    parser.add_argument("--report", type=pathlib.Path, help="a JSON file for the result")
+    arguments = parser.parse_args()
+    counts = [int(word) for word in arguments.what if word.isdigit()]
+    arguments.count = counts[0] if counts else 20
+    arguments.folders = [word.strip("/") for word in arguments.what if not word.isdigit()]
+    for folder in arguments.folders:
+        if folder not in FOLDERS:
+            parser.error(f"no folder {folder}; there are {', '.join(FOLDERS)}")
+    return arguments
+
+
+def main():
+    arguments = parse_arguments()
+    copy_tree()
+    status, output = run(["cmake", "--preset", "mutate"], cwd=COPY)
+    if status != 0:
+        sys.exit(f"mutate: cannot configure\n{output[-2000:]}")
+    results = [mutate_folder(folder, arguments.count, arguments.seed)
+               for folder in arguments.folders or FOLDERS]
+    if arguments.report:
+        arguments.report.write_text(json.dumps(results, indent=1) + "\n")
+    sys.exit(0 if all(result["share"] >= BAR for result in results) else 1)
+
+
+if __name__ == "__main__":
+    main()
