@@ -102,6 +102,36 @@ std::string_view unwrapPkcs8(std::string_view der) {
   return takeElement(info, kOctetString);
 }
 
+bool elementFits(std::string_view der) {
+  try {
+    (void)takeElement(der, static_cast<uint8_t>(der[0]));
+    return true;
+  } catch (const HostError&) {
+    return false;
+  }
+}
+
+// Says why a file was not opened as PKCS#12 (RFC 7292): what its outermost element tells, or else
+// that the check over its content failed, which a wrong password and damage do alike.
+[[noreturn]] void explainUnopened(std::string_view content, const std::string& path) {
+  constexpr uint8_t kSequence = 0x30;
+  constexpr std::string_view kVersion3("\x02\x01\x03", 3);
+  if (content.empty() || static_cast<uint8_t>(content[0]) != kSequence) {
+    throw HostError(path + ": not a PKCS#12 file", ExitStatus::kInput);
+  }
+  const bool isIndefinite = content.size() > 1 && static_cast<uint8_t>(content[1]) == 0x80;
+  if (!isIndefinite && !elementFits(content)) {
+    throw HostError(path + ": the PKCS#12 file is cut short", ExitStatus::kInput);
+  }
+  constexpr size_t kLongestHeader = 6;
+  if (content.substr(0, kLongestHeader + kVersion3.size()).find(kVersion3) ==
+      std::string_view::npos) {
+    throw HostError(path + ": not a PKCS#12 file", ExitStatus::kInput);
+  }
+  throw HostError(path + ": the password is wrong, or the file is damaged or holds no key",
+                  ExitStatus::kPassword);
+}
+
 void setAlgorithm(const Module& module, KeyAndChain& out) {
   RuntimeRef<runtime::ObjectId> rsa;
   check(module.types().ObjectIdFromText(kRsaEncryption, rsa.put()), "making an identifier");
@@ -173,8 +203,12 @@ KeyAndChain openPkcs12(const Module& module, const std::string& path, const std:
   const runtime::ByteBuffer data = borrow(content);
   StringRef secret(module, password);
   KeyAndChain result(module);
-  check(core(module).OpenPkcs12(&data, secret.get(), &result.key, &result.certificates),
-        ("opening " + path).c_str());
+  const int32_t opened =
+      core(module).OpenPkcs12(&data, secret.get(), &result.key, &result.certificates);
+  if (opened == vexa::kFail) {
+    explainUnopened(content, path);
+  }
+  check(opened, ("opening " + path).c_str());
   return result;
 }
 

@@ -45,6 +45,15 @@ void addGlobalOptions(CLI::App& app, Options& options) {
                "Versions of program, module, runtime and libraries");
 }
 
+// Behind "help", the names of commands are words like any others: "--" says so to the parser.
+std::vector<std::string> separateTopic(std::vector<std::string> arguments) {
+  if (!arguments.empty() && arguments[0] == "help") {
+    const auto isWord = [](const std::string& text) { return !text.starts_with('-'); };
+    arguments.insert(std::find_if(arguments.begin() + 1, arguments.end(), isWord), "--");
+  }
+  return arguments;
+}
+
 int run(const std::vector<std::string>& arguments) {
   CLI::App app("every service of vexabase from a shell", "vexahost");
   Options options;
@@ -58,7 +67,9 @@ int run(const std::vector<std::string>& arguments) {
   }
   app.parse_complete_callback([&options] { options.module.module = pathOf(options.modulePath); });
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    std::vector<std::string> words = separateTopic(arguments);
+    std::reverse(words.begin(), words.end());
+    app.parse(words);
     if (options.wantsVersion) {
       printVersions(options);
     } else if (app.get_subcommands().empty()) {

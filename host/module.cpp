@@ -27,7 +27,7 @@ void releaseTable(const runtime::RootList* root, const Table*& table) {
 std::string resultText(int32_t result) {
   char text[16];
   std::snprintf(text, sizeof(text), "0x%08x", static_cast<unsigned>(result));
-  return text;
+  return vexa::resultName(result) + std::string(", ") + text;
 }
 
 void check(int32_t result, const char* what) {

@@ -14,7 +14,7 @@
 
 namespace vexahost {
 
-// "0x80004005", for messages.
+// "kFail, 0x80004005", for messages.
 std::string resultText(int32_t result);
 // Throws when `result` is a failure: "<what> failed (0x80004005)".
 void check(int32_t result, const char* what);

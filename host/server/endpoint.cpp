@@ -17,7 +17,8 @@ AllowedOrigins readOrigins(const Module& module, const std::vector<std::string>&
     try {
       allowed.add(pattern);
     } catch (const std::invalid_argument& error) {
-      throw HostError("--allow-origin \"" + pattern + "\" can never match: " + error.what());
+      throw HostError("--allow-origin \"" + pattern + "\" can never match: " + error.what(),
+                      ExitStatus::kUsage);
     }
   }
   return allowed;

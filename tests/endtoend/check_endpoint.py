@@ -384,11 +384,11 @@ def check_starts(checks, command, host):
         failed = Host(command, "--allow-origin", pattern)
         status = failed.wait()
         checks.expect(f'--allow-origin "{pattern}" is an error that is explained',
-                      status == 1 and any("can never match" in line for line in failed.lines),
+                      status == 2 and any("can never match" in line for line in failed.lines),
                       (status, failed.lines))
     failed = Host(command, port=host.port)
     status = failed.wait()
-    checks.expect("a port in use is an error that is explained", status == 1 and
+    checks.expect("a port in use is an error that is explained", status == 7 and
                   any("another program has it; --port 0" in line for line in failed.lines),
                   failed.lines)
 

@@ -63,7 +63,7 @@ TEST_P(Access, IsJudged) {
   EXPECT_EQ(refusal ? refusal->status : 200, GetParam().status);
 }
 INSTANTIATE_TEST_SUITE_P(Policy, Access, ::testing::ValuesIn(kCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(AccessPolicy, TheUsualPortMayBeLeftOut) {
   const AllowedOrigins none([](const std::string&, const std::string&) { return false; });

@@ -80,9 +80,9 @@ def check_texts(checks, host):
     checks.expect("json reads and writes", status == 0 and text ==
                   '{\n"b" : [\n1,\nnull\n]\n,\n"a" : "x\\/y"\n}\n', text)
     status, _ = host.run("json", "-", text="[1]")
-    checks.expect("json refuses an array with status 1", status == 1, status)
+    checks.expect("json refuses an array with status 3", status == 3, status)
     status, _ = host.run("json", "no-such-file")
-    checks.expect("json reports a missing file with status 1", status == 1, status)
+    checks.expect("json reports a missing file with status 3", status == 3, status)
 
     _, text = host.run("url", "https://a.example.com:444/x", "--pattern", "https://*.example.com",
                        "--pattern", "https://*.example.com:444", "--same-as",
@@ -101,13 +101,83 @@ def check_texts(checks, host):
         _, text = host.run("time", *arguments)
         checks.expect(f"time {' '.join(arguments)}", text.strip() == answer, text)
     status, _ = host.run("time", "x")
-    checks.expect("time refuses what is no number", status == 1, status)
+    checks.expect("time refuses what is no number", status == 2, status)
 
     status, text = host.run("scramble")
     checks.expect("scramble passes its self-test", status == 0 and text.count("ok") == 10, text)
     status, text = host.run("lists")
     checks.expect("lists shows ten lists, none with a missing slot",
                   text.count(" slots)") == 10 and "missing" not in text, text)
+
+
+def check_command_line(checks, host, folder):
+    """What every command has in common: versions, JSON, exit statuses, the texts about itself."""
+    status, text = host.run("--version", "--json")
+    versions = json.loads(text)
+    checks.expect("--version names module, runtime and libraries", status == 0
+                  and "vexabase" in versions["module"] and "libgcrypt" in versions["runtime"]
+                  and versions["libraries"].keys() == {"Asio", "CLI11", "json"}, text)
+    for arguments, expected in [
+        (["url", "nonsense"], 1),
+        (["url", "https://a.example/", "--pattern", "https://b.example"], 1),
+        (["frobnicate"], 2),
+        ([], 2),
+        (["help", "frobnicate"], 2),
+        (["json", "."], 3),
+        (["p12", "open", "ca.pem", "--password-file", "pw"], 3),
+        (["p12", "open", "no-such.p12", "--password-file", "pw"], 3),
+        (["--module", "no-such-module", "lists"], 7),
+    ]:
+        status, text = host.run(*arguments)
+        checks.expect(f"{' '.join(arguments) or 'no command'} ends with {expected}",
+                      status == expected, (status, text))
+    _, text = host.run("--json", "lists")
+    lists = json.loads(text)
+    checks.expect("lists --json names every slot", len(lists["lists"]) == 10 and all(
+        slot["offered"] for one in lists["lists"] for slot in one["slots"]), text[:200])
+    for arguments, member in [(["url", "http://a.example"], "valid"), (["time", "0"], "result"),
+                              (["proxy", "http://a.example/"], "decided")]:
+        _, text = host.run("--json", *arguments)
+        checks.expect(f"{arguments[0]} --json", member in json.loads(text), text)
+    _, text = host.run("help", "exit-status")
+    checks.expect("help tells the exit statuses", len(text.splitlines()) == 8, text)
+    _, text = host.run("help", "p12", "create")
+    checks.expect("help on a command mentions OpenSSL's -legacy", "-legacy" in text, text)
+    (folder / "page.1").write_text(host.run("help", "--man")[1])
+    (folder / "completion").write_text(host.run("help", "--bash-completion")[1])
+    complete = subprocess.run(
+        ["bash", "-c", "source ./completion; COMP_WORDS=(vexahost p12 create --ce); COMP_CWORD=3; "
+                       "_vexahost; echo \"${COMPREPLY[@]}\""],
+        cwd=folder, capture_output=True, text=True, check=False)
+    checks.expect("bash completes an option", complete.stdout == "--cert\n", complete)
+    page = (folder / "page.1").read_text()
+    checks.expect("the manual page has commands and exit statuses",
+                  ".SS ca issue" in page and ".SH EXIT STATUS" in page, page[:200])
+
+
+def check_texts_beyond_ascii(checks, host, folder):
+    """Names, files and passwords that no code page holds, and texts that would reach the terminal."""
+    openssl(folder, "pkcs12", "-export", "-inkey", "ca.key", "-in", "ca.pem", "-out", "Müller €.p12",
+            "-passout", f"pass:{PASSWORD}")
+    (folder / "marked").write_bytes(b"\xef\xbb\xbf" + PASSWORD.encode() + b"\r\n")
+    status, text = host.run("ca", "issue", "--issuer", "Müller €.p12", "--issuer-password-file",
+                            "marked", "--subject", "CN=Müller €,O=Orlind,C=DE", "--like", "jane.pem",
+                            "--out", "ä.pem")
+    checks.expect("ca issue takes an umlaut and a euro sign",
+                  status == 0 and text == "issued  CN=Müller €,O=Orlind,C=DE\n", (status, text))
+    _, text = openssl(folder, "x509", "-in", "ä.pem", "-noout", "-subject", "-nameopt",
+                      "RFC2253,-esc_msb,utf8")
+    checks.expect("... and OpenSSL reads them", "CN=Müller €" in text, text)
+    status, text = host.run("certs", "ä.pem")
+    checks.expect("... and certs shows them", "CN=Müller €" in text, text)
+    (folder / "wide").write_bytes(b"\xff\xfe" + PASSWORD.encode("utf-16-le"))
+    status, _ = host.run("p12", "open", "Müller €.p12", "--password-file", "wide")
+    checks.expect("a password file in UTF-16 is refused", status == 4, status)
+    openssl(folder, "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", "evil.key", "-out",
+            "evil.pem", "-subj", "/O=x\nyes     yes/CN=a\x1b[31mb")
+    _, text = host.run("certs", "evil.pem")
+    checks.expect("control characters in names stay harmless",
+                  len(text.splitlines()) == 2 and "\x1b" not in text, repr(text))
 
 
 def check_pkcs12(checks, host, folder):
@@ -144,16 +214,16 @@ def check_pkcs12(checks, host, folder):
                       and text.count("certificate  ") == count
                       and "of the first certificate" in text, text)
     status, text = host.run("p12", "open", "ours.p12", "--password-file", "wrong")
-    checks.expect("a wrong password gives status 1", status == 1 and text == "", text)
+    checks.expect("a wrong password gives status 4", status == 4 and text == "", text)
     cut = (folder / "ours.p12").read_bytes()
     (folder / "cut.p12").write_bytes(cut[: len(cut) // 2])
     status, _ = host.run("p12", "open", "cut.p12", "--password-file", "pw")
-    checks.expect("a cut file gives status 1", status == 1, status)
+    checks.expect("a cut file gives status 3", status == 3, status)
     damaged = bytearray(cut)
     damaged[len(cut) // 2] ^= 1
     (folder / "damaged.p12").write_bytes(bytes(damaged))
     status, _ = host.run("p12", "open", "damaged.p12", "--password-file", "pw")
-    checks.expect("a damaged file gives status 1", status == 1, status)
+    checks.expect("a damaged file gives status 4", status == 4, status)
 
     status, text = host.run("own", "--pse", "ours.p12", "--password-file", "pw")
     checks.expect("own lists the user's certificate", "subject  CN=Jane,O=Orlind,C=DE" in text, text)
@@ -230,6 +300,8 @@ def main():
         host = Host(arguments.command, folder)
         make_chain(folder)
         check_texts(checks, host)
+        check_command_line(checks, host, folder)
+        check_texts_beyond_ascii(checks, host, folder)
         check_pkcs12(checks, host, folder)
         check_issuing(checks, host, folder)
         check_bundle(checks, host, folder)

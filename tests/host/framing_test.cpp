@@ -160,7 +160,7 @@ TEST_P(HeadRefused, WithItsStatus) {
   EXPECT_EQ(statusOf(request(GetParam().headers, GetParam().line)), GetParam().status);
 }
 INSTANTIATE_TEST_SUITE_P(Framing, HeadRefused, ::testing::ValuesIn(kRefused),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Head, HostMayBeMissingInHttp10Only) {
   EXPECT_EQ(statusOf("GET / HTTP/1.0\r\n\r\n"), 200u);

@@ -59,11 +59,13 @@ class RawRequest : public RawReference {
   }
   std::string header(const char* name) const {
     char* value = nullptr;
-    return taken(getHeader(name, &value), value);
+    const int32_t result = getHeader(name, &value);
+    return taken(result, value);
   }
   std::string parameter(const char* name) const {
     char* value = nullptr;
-    return taken(getQueryParameter(name, &value), value);
+    const int32_t result = getQueryParameter(name, &value);
+    return taken(result, value);
   }
   std::string body() const {
     runtime::ByteBuffer data{};
