@@ -9,8 +9,8 @@
 #include "base/heap.h"
 #include "base/lock.h"
 #include "base/unload_registry.h"
-#include "vexa/container.h"
 #include "vexa/component.h"
+#include "vexa/container.h"
 
 // The object model: reference counting and interface lookup (CComObject), creators for factories
 // and singletons, read-only containers. A class T derives from its interfaces first and from

@@ -13,8 +13,8 @@
 #endif
 
 #include "vexa/class_factory.h"
-#include "vexa/module.h"
 #include "vexa/component.h"
+#include "vexa/module.h"
 
 // The module as a host meets it: the built library, loaded from its file, which in turn loads the
 // runtime beside it. A benchmark that links the objects together would hide what the border costs.

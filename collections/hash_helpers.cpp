@@ -2,8 +2,8 @@
 
 #include "base/com_object.h"
 #include "base/heap.h"
-#include "vexa/results.h"
 #include "vexa/component.h"
+#include "vexa/results.h"
 
 namespace vexa::collections {
 
@@ -25,7 +25,8 @@ void* identityOf(void* item) {
     return nullptr;
   }
   base::ComPtr<IComponent> identity;
-  return succeeded(static_cast<IComponent*>(item)->QueryInterface(&IID_IComponent, identity.putVoid()))
+  return succeeded(
+             static_cast<IComponent*>(item)->QueryInterface(&IID_IComponent, identity.putVoid()))
              ? identity.get()
              : nullptr;
 }

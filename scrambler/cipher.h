@@ -1,7 +1,7 @@
 #pragma once
 
-#include "vexa/runtime/object.h"
 #include "vexa/runtime/crypt_table.h"
+#include "vexa/runtime/object.h"
 
 // The two steps of the scrambler that reach the crypto runtime.
 namespace vexa::scrambler {

@@ -22,9 +22,7 @@ int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** ou
   return vexa::kOk;
 }
 
-const char* velmora_version() {
-  return "velmora " VEXA_VERSION ", libgcrypt " GCRYPT_VERSION;
-}
+const char* velmora_version() { return "velmora " VEXA_VERSION ", libgcrypt " GCRYPT_VERSION; }
 
 uint64_t velmora_live_blocks() { return vexa::velmora::liveBlocks(); }
 

@@ -10,8 +10,8 @@
 namespace vexa::velmora {
 
 // Starts libgcrypt on first use, from any thread; false when it cannot be used. Its memory
-// is ours: every block is wiped before it is given back, so that no number of a private key outlives
-// its use. Blocks are not locked: nothing else in the process is.
+// is ours: every block is wiped before it is given back, so that no number of a private key
+// outlives its use. Blocks are not locked: nothing else in the process is.
 bool libraryReady();
 
 template <auto Close>

@@ -5,8 +5,8 @@
 #include "base/class_registry.h"
 #include "base/list_registry.h"
 #include "support/module_fixture.h"
-#include "vexa/core.h"
 #include "vexa/component.h"
+#include "vexa/core.h"
 
 namespace vexa::test {
 namespace {
