@@ -20,15 +20,33 @@ struct Lead {
 
 // following < 0: no sequence begins so.
 Lead leadOf(uint8_t byte) {
-  if (byte < 0x80) return {0, byte, 0, 0};
-  if (byte < 0xC2) return {-1, 0, 0, 0};
-  if (byte < 0xE0) return {1, byte & 0x1Fu, 0x80, 0xBF};
-  if (byte == 0xE0) return {2, 0x0, 0xA0, 0xBF};
-  if (byte == 0xED) return {2, 0xD, 0x80, 0x9F};
-  if (byte < 0xF0) return {2, byte & 0x0Fu, 0x80, 0xBF};
-  if (byte == 0xF0) return {3, 0, 0x90, 0xBF};
-  if (byte < 0xF4) return {3, byte & 0x07u, 0x80, 0xBF};
-  if (byte == 0xF4) return {3, 4, 0x80, 0x8F};
+  if (byte < 0x80) {
+    return {0, byte, 0, 0};
+  }
+  if (byte < 0xC2) {
+    return {-1, 0, 0, 0};
+  }
+  if (byte < 0xE0) {
+    return {1, byte & 0x1Fu, 0x80, 0xBF};
+  }
+  if (byte == 0xE0) {
+    return {2, 0x0, 0xA0, 0xBF};
+  }
+  if (byte == 0xED) {
+    return {2, 0xD, 0x80, 0x9F};
+  }
+  if (byte < 0xF0) {
+    return {2, byte & 0x0Fu, 0x80, 0xBF};
+  }
+  if (byte == 0xF0) {
+    return {3, 0, 0x90, 0xBF};
+  }
+  if (byte < 0xF4) {
+    return {3, byte & 0x07u, 0x80, 0xBF};
+  }
+  if (byte == 0xF4) {
+    return {3, 4, 0x80, 0x8F};
+  }
   return {-1, 0, 0, 0};
 }
 

@@ -210,8 +210,7 @@ void Connection::logAnswer(uint32_t status) {
   if (!endpoint_.log().isOn()) {
     return;
   }
-  using namespace std::chrono;
-  LogEntry entry{.time = system_clock::now(),
+  LogEntry entry{.time = std::chrono::system_clock::now(),
                  .client = {},
                  .method = {},
                  .target = {},
@@ -226,7 +225,7 @@ void Connection::logAnswer(uint32_t status) {
     entry.target = head_->target;
     entry.origin = head_->origin.value_or("");
   }
-  entry.duration = duration_cast<microseconds>(Clock::now() - begun_);
+  entry.duration = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begun_);
   endpoint_.log().write(entry);
 }
 

@@ -264,7 +264,7 @@ HeadScanner::Result HeadScanner::scan(std::string_view bytes) {
       return refuse(400, "this is not HTTP");
     }
     const size_t end = bytes.find('\n', scanned_);
-    if (end == std::string_view::npos || end >= kMostHeadBytes) {
+    if (end >= kMostHeadBytes) {  // no line end at all, too
       scanned_ = bytes.size();
       return bytes.size() > kMostHeadBytes ? refuse(431, "the header block is too large")
                                            : Result::kMoreNeeded;

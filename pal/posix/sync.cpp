@@ -155,7 +155,9 @@ int descriptorOf(HANDLE event) {
 
 BOOL setDescriptor(HANDLE event) {
   const uint64_t one = 1;
-  if (write(descriptorOf(event), &one, sizeof(one)) == sizeof(one)) return TRUE;
+  if (write(descriptorOf(event), &one, sizeof(one)) == sizeof(one)) {
+    return TRUE;
+  }
   SetLastError(ERROR_INVALID_HANDLE);
   return FALSE;
 }
@@ -302,7 +304,9 @@ HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL signall
 }
 
 BOOL WINAPI SetEvent(HANDLE event) {
-  if (isDescriptor(event)) return setDescriptor(event);
+  if (isDescriptor(event)) {
+    return setDescriptor(event);
+  }
   const auto object = objectAs<Event>(event);
   if (!object) {
     return FALSE;
@@ -312,7 +316,9 @@ BOOL WINAPI SetEvent(HANDLE event) {
 }
 
 BOOL WINAPI ResetEvent(HANDLE event) {
-  if (isDescriptor(event)) return resetDescriptor(event);
+  if (isDescriptor(event)) {
+    return resetDescriptor(event);
+  }
   const auto object = objectAs<Event>(event);
   if (!object) {
     return FALSE;
