@@ -64,10 +64,10 @@ void serve(const Options& options, ServeRequest& request) {
   }
   {
     Server server(module, request.endpoint);
-    announce(server);
     bool hasEnded = false;
     {
       const ReadyFile ready(request.endpoint.readyFile, server.port());
+      announce(server);  // whoever reads it finds the file
       hasEnded = server.run();
     }
     if (!hasEnded) {
