@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "base/heap.h"
+#include "base/holders.h"
 #include "base/library.h"
 #include "base/wide_format.h"
 #include "pal/windows_api.h"
