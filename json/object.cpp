@@ -111,9 +111,10 @@ int32_t JsonObject::SetBool(const char* key, uint8_t value) {
 int32_t JsonObject::SetNull(const char* key) { return store(key, makeNull()); }
 
 uint64_t JsonObject::indexOf(std::string_view key) const {
+  const Item object = content();
   const runtime::ByteBuffer wanted = recordOf(key);
-  for (uint64_t index = 0; index < count(); ++index) {
-    const std::string_view name = keyOf(content(), index);
+  for (uint64_t index = 0; index < object.length(); ++index) {
+    const std::string_view name = keyOf(object, index);
     if (name.size() != key.size()) {
       continue;  // cannot be equal: saves the call
     }
