@@ -1,5 +1,6 @@
 #include "server/dispatch.h"
 
+#include "server/date.h"
 #include "server/problem.h"
 
 namespace vexahost {
@@ -59,6 +60,7 @@ std::variant<const Route*, Reply> dispatch(const Endpoint& endpoint, const Head&
 }
 
 void addCommonHeaders(Reply& reply, const std::string& origin) {
+  reply.headers.emplace_back("Date", httpDate(std::chrono::system_clock::now()));
   if (reply.status != 204) {
     reply.headers.emplace_back("Content-Type", reply.contentType);
   }
