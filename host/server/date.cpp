@@ -28,4 +28,13 @@ std::string httpDate(std::chrono::system_clock::time_point time) {
   return text;
 }
 
+const std::string& DateClock::text(std::chrono::system_clock::time_point now) {
+  const std::time_t second = std::chrono::system_clock::to_time_t(now);
+  if (second != second_) {
+    second_ = second;
+    text_ = httpDate(now);
+  }
+  return text_;
+}
+
 }  // namespace vexahost

@@ -20,5 +20,14 @@ TEST(DateTest, LeapDaysAndTheEndOfAYearAreDays) {
   EXPECT_EQ("Fri, 31 Dec 2027 23:59:59 GMT", dateOf(1'830'297'599));
 }
 
+TEST(DateTest, AClockTellsEachSecond) {
+  DateClock clock;
+  const auto start = std::chrono::system_clock::from_time_t(784'111'777);
+  EXPECT_EQ("Sun, 06 Nov 1994 08:49:37 GMT", clock.text(start));
+  EXPECT_EQ("Sun, 06 Nov 1994 08:49:37 GMT", clock.text(start + std::chrono::milliseconds(999)));
+  EXPECT_EQ("Sun, 06 Nov 1994 08:49:38 GMT", clock.text(start + std::chrono::seconds(1)));
+  EXPECT_EQ("Sun, 06 Nov 1994 08:49:37 GMT", clock.text(start));
+}
+
 }  // namespace
 }  // namespace vexahost
