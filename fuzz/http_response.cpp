@@ -27,6 +27,30 @@ constexpr uint64_t kMostCapacity = 1 << 16;
 
 // --- The model ---
 
+// The usual reasons, one a line, as hosts know them.
+constexpr std::string_view kReasons =
+    "100 continue\n101 Switching Protocols\n200 OK\n201 Created\n202 Accepted\n"
+    "203 Non-Authoritative Information\n204 No Content\n205 Reset Content\n206 Partial Content\n"
+    "300 Multiple Choices\n301 Moved Permanently\n302 Found\n303 See Other\n304 Not Modified\n"
+    "305 Use Proxy\n307 Temporary Redirect\n400 Bad Request\n401 Unauthorized\n"
+    "402 Payment Required\n403 Forbidden\n404 Not Found\n405 Method Not Allowed\n"
+    "406 Not Acceptable\n407 Proxy Authentication Required\n408 Request Time-out\n409 Conflict\n"
+    "410 Gone\n411 Length Required\n412 Precondition Failed\n413 Request Entity Too Large\n"
+    "414 Request-URI Too Large\n415 Unsupported Media Type\n"
+    "416 Requested range not satisfiable\n417 Expectation Failed\n500 Internal Server Error\n"
+    "501 Not Implemented\n502 Bad Gateway\n503 Service Unavailable\n504 Gateway Time-out\n"
+    "505 HTTP Version not supported\n";
+
+std::string usualReason(uint32_t code) {
+  const std::string number = std::to_string(code);
+  const size_t line = number.size() == 3 ? kReasons.find(number) : kNone;
+  if (line == kNone) {
+    return "";
+  }
+  const size_t start = line + number.size() + 1;
+  return std::string(kReasons.substr(start, kReasons.find('\n', start) - start));
+}
+
 struct Message {
   std::string protocol = "HTTP/1.1";
   std::string status = "200 OK";
@@ -36,7 +60,7 @@ struct Message {
 
   void setStatus(uint32_t newCode, const char* reason) {
     code = newCode;
-    status = std::to_string(code) + " " + (reason != nullptr ? reason : "");
+    status = std::to_string(code) + " " + (reason != nullptr ? reason : usualReason(code));
   }
   std::string text() const {
     std::string out = protocol + " " + status + "\r\n";
@@ -122,7 +146,7 @@ class Response {
     const int32_t result = get().setStatus(code, reason);
     const bool isValid = code <= kHttpMaxStatus;
     if (isValid && result != kOutOfMemory) {
-      model_.setStatus(code, reason != nullptr ? reason : webclient::reasonPhrase(code));
+      model_.setStatus(code, reason);
     }
     require(result == (isValid ? kNotImplemented : kFail) || (isValid && result == kOutOfMemory),
             "the result of a status");
