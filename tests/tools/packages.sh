@@ -5,7 +5,7 @@ set -uo pipefail
 
 declare -A packages=(
   [native]="g++ cmake ninja-build ccache libgtest-dev libgmock-dev googletest libasio-dev
-    libcli11-dev libgcrypt20-dev nlohmann-json3-dev openssl curl git python3"
+    libcli11-dev libgcrypt20-dev libssl-dev nlohmann-json3-dev openssl curl git python3"
   [windows]="g++-mingw-w64-x86-64-posix wine wine64 libgcrypt-mingw-w64-dev
     libgpg-error-mingw-w64-dev"
   [lint]="clang-format-14 clang-tidy-14 shellcheck"
