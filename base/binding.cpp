@@ -2,31 +2,34 @@
 
 namespace vexa::base {
 
-CUnloadAPI::CUnloadAPI(const void** target, const void* unbound)
-    : target_(target), unbound_(unbound) {
+CUnloadAPI::CUnloadAPI(const void** target) : target_(target) {
   if (failed(RegisterSingleton(this, kReleaseLast))) {
     unloadRegistry().SetIncomplete();
   }
 }
 
 int32_t CUnloadAPI::Unload(uint32_t /*pass*/) {
-  if (isTableBound()) {
-    bound.root->ReleaseInterface(target_);
-    setUnbound();
+  if (*target_ != nullptr) {
+    if (bound.root != nullptr) {
+      bound.root->ReleaseInterface(target_);
+    }
+    *target_ = nullptr;
   }
   return kOk;
 }
 
 int32_t CLoadAPI::Load() {
-  if (isTableBound()) {
+  if (*target_ != nullptr) {
     return kOk;
   }
-  *target_ = nullptr;
-  const int32_t result = bound.root->GetInterface(component_, interfaceName_, target_);
-  if (result != kOk || *target_ == nullptr) {
-    setUnbound();
+  if (bound.root == nullptr) {
+    return kFail;
   }
-  return result == kOk ? kOk : kFail;
+  if (bound.root->GetInterface(component_, interfaceName_, target_) != kOk) {
+    *target_ = nullptr;
+    return kFail;
+  }
+  return kOk;
 }
 
 int32_t CLoadAPI_SEC_PKCS12::Load() {
@@ -34,18 +37,12 @@ int32_t CLoadAPI_SEC_PKCS12::Load() {
   if (failed(result)) {
     return result;
   }
-  auto& companion = bound.pkcs12Types;
-  const void* const previous = companion.pointer;
-  const int32_t answer = bound.pkcs12->GetTypes(
-      reinterpret_cast<const runtime::Pkcs12TypesTable**>(&companion.pointer));
-  if (failed(answer) || companion.pointer == nullptr) {
-    companion.pointer = previous;
-  }
-  return answer;
+  return bound.pkcs12->GetTypes(
+      reinterpret_cast<const runtime::Pkcs12TypesTable**>(&bound.pkcs12Types.pointer));
 }
 
 int32_t CLoadAPI_SEC_PKCS12::Unload(uint32_t pass) {
-  bound.pkcs12Types = {};
+  bound.pkcs12Types.pointer = nullptr;
   return CUnloadAPI::Unload(pass);
 }
 

@@ -26,15 +26,16 @@ int32_t AllocBuffer(uint64_t size, runtime::ByteBuffer** out) {
     return kBufferFail;
   }
   *out = nullptr;
-  Buffer made;
-  if (failed(ensureBuffer(made.put()))) {
+  auto* record = static_cast<runtime::ByteBuffer*>(allocate(sizeof(runtime::ByteBuffer)));
+  if (record == nullptr) {
     return kBufferFail;
   }
-  *made = {size, static_cast<uint8_t*>(allocate(size))};
-  if (made->data == nullptr) {
+  *record = {size, static_cast<uint8_t*>(allocate(size))};
+  if (record->data == nullptr) {
+    releaseBuffer(record);
     return kBufferFail;
   }
-  *out = made.release();
+  *out = record;
   return kOk;
 }
 
@@ -75,6 +76,12 @@ int32_t ensureBuffer(runtime::ByteBuffer** out) {
     **out = {};
   }
   return kOk;
+}
+
+void releaseBuffer(runtime::ByteBuffer* buffer) {
+  if (buffer != nullptr && bound.commonTypes) {
+    bound.commonTypes->BufferRelease(buffer);
+  }
 }
 
 }  // namespace vexa::base

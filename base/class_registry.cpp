@@ -1,12 +1,11 @@
 #include "base/class_registry.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
+#include "base/heap.h"
 #include "base/list_registry.h"
 #include "base/lock.h"
-#include "base/never_destroyed.h"
 
 namespace vexa::base {
 namespace {
@@ -15,7 +14,25 @@ constinit const FactoryRecord* factoryChain = nullptr;
 constinit CreateHookFunction createHook = nullptr;
 
 StaticCriticalSection factoriesLock;
-constinit NeverDestroyed<ClassFactories> factories;
+constinit ClassFactories factories;
+
+void releaseList(const ClassFactoryList*& list) {
+  const void* table = std::exchange(list, nullptr);
+  if (table != nullptr && bound.root != nullptr) {
+    bound.root->ReleaseInterface(&table);
+  }
+}
+
+// One entry more; the old array stays valid on failure.
+template <class Item>
+bool growByOne(Item*& items, uint64_t count) {
+  auto* grown = static_cast<Item*>(reallocate(items, (count + 1) * sizeof(Item)));
+  if (grown == nullptr) {
+    return false;
+  }
+  items = grown;
+  return true;
+}
 
 bool isOwnName(const char* component) {
   const char* const name = registeredHostName();
@@ -56,12 +73,16 @@ int32_t FactoryRecord::Create(const char* component, const char* className, cons
 
 int32_t ClassFactories::Unload(uint32_t /*pass*/) {
   ScopedLock lock(factoriesLock);
-  while (!lists_.empty()) {
-    names_.pop();
-    lists_.pop();
+  for (uint64_t i = count_; i-- > 0;) {
+    if (bound.commonTypes) {
+      bound.commonTypes->TextRelease(names_[i]);
+    }
+    names_[i] = nullptr;
+    releaseList(factories_[i]);
   }
-  names_.clear();
-  lists_.clear();
+  freeBlock(std::exchange(names_, nullptr));
+  freeBlock(std::exchange(factories_, nullptr));
+  count_ = 0;
   return kOk;
 }
 
@@ -71,48 +92,56 @@ const ClassFactoryList* ClassFactories::GetFactory(const char* component, bool k
     return kept;
   }
   const void* table = nullptr;
-  if (bound.root->GetInterface(component, kClassFactoryListName, &table) != kOk) {
+  if (bound.root == nullptr ||
+      bound.root->GetInterface(component, kClassFactoryListName, &table) != kOk) {
     return nullptr;
   }
-  FactoryList list(static_cast<const ClassFactoryList*>(table));
-  return keep && list ? keepFactory(component, std::move(list)) : list.release();
+  const auto* list = static_cast<const ClassFactoryList*>(table);
+  if (keep && list != nullptr && !keepFactory(component, list)) {
+    releaseList(list);
+  }
+  return list;
 }
 
 const ClassFactoryList* ClassFactories::findKept(const char* component) const {
-  for (uint64_t i = 0; i < lists_.size(); ++i) {
-    if (std::strcmp(names_[i].get(), component) == 0) {
-      return lists_[i].get();
+  for (uint64_t i = 0; i < count_; ++i) {
+    if (std::strcmp(names_[i], component) == 0) {
+      return factories_[i];
     }
   }
   return nullptr;
 }
 
-const ClassFactoryList* ClassFactories::keepFactory(const char* component, FactoryList list) {
-  if (lists_.empty() && failed(RegisterSingleton(this, kReleaseLast))) {
-    return nullptr;
+bool ClassFactories::keepFactory(const char* component, const ClassFactoryList* list) {
+  if (count_ == 0 && failed(RegisterSingleton(this, kReleaseLast))) {
+    return false;
   }
   // Its result is a constant failure code.
   (void)list->SetCreateHook(RouteCreateInstance);
-  if (failed(names_.reserve(lists_.size() + 1)) || failed(lists_.reserve(lists_.size() + 1))) {
-    return nullptr;
+  if (!growByOne(names_, count_) || !growByOne(factories_, count_)) {
+    return false;
   }
-  CommonText name(bound.commonTypes->TextDuplicate(component));
-  if (!name) {
-    return nullptr;
+  char* const name = bound.commonTypes->TextDuplicate(component);
+  if (name == nullptr) {
+    return false;
   }
-  // There is room for both.
-  (void)names_.append(std::move(name));
-  (void)lists_.append(std::move(list));
-  return lists_.back().get();
+  names_[count_] = name;
+  factories_[count_] = list;
+  ++count_;
+  return true;
 }
 
 bool ClassFactories::isKept(const ClassFactoryList* list) {
   ScopedLock lock(factoriesLock);
-  return std::any_of(lists_.begin(), lists_.end(),
-                     [list](const FactoryList& kept) { return kept.get() == list; });
+  for (uint64_t i = 0; i < count_; ++i) {
+    if (factories_[i] == list) {
+      return true;
+    }
+  }
+  return false;
 }
 
-ClassFactories& classFactories() { return factories.value; }
+ClassFactories& classFactories() { return factories; }
 
 int32_t CreateComponentInstance(const char* component, const char* className, const Guid* id,
                                 void** object) {
@@ -148,14 +177,14 @@ int32_t RouteCreateInstance(const char* component, const char* className, const 
     return kInvalidArgument;
   }
   const bool keep = !isOwnName(component);
-  FactoryList list(classFactories().GetFactory(component, keep));
-  if (!list) {
+  const ClassFactoryList* list = factories.GetFactory(component, keep);
+  if (list == nullptr) {
     return kFail;
   }
   const int32_t result = list->CreateInstance(className, id, object);
   // A list kept from before the component became the host is not ours to give back twice.
-  if (keep || classFactories().isKept(list.get())) {
-    (void)list.release();
+  if (!keep && !factories.isKept(list)) {
+    releaseList(list);
   }
   return result;
 }

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "base/windows_holders.h"
+#include "pal/windows_api.h"
 
 namespace vexa::base {
 
@@ -21,18 +21,22 @@ class Event final : public ISignal {
   Event() : handle_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
-  ~Event() = default;
+  ~Event() {
+    if (handle_ != nullptr) {
+      CloseHandle(handle_);
+    }
+  }
 
   // Non-zero when the event was set.
-  uint32_t Signal() override { return static_cast<uint32_t>(SetEvent(handle_.get())); }
+  uint32_t Signal() override { return static_cast<uint32_t>(SetEvent(handle_)); }
   // True when signalled within the time (INFINITE is allowed), which consumes the signal.
   bool Wait(uint32_t milliseconds) {
-    return WaitForSingleObject(handle_.get(), milliseconds) == WAIT_OBJECT_0;
+    return WaitForSingleObject(handle_, milliseconds) == WAIT_OBJECT_0;
   }
-  void Reset() { ResetEvent(handle_.get()); }
+  void Reset() { ResetEvent(handle_); }
 
  private:
-  KernelHandle handle_;
+  HANDLE handle_;
 };
 
 }  // namespace vexa::base

@@ -5,19 +5,17 @@
 
 #include "base/class_registry.h"
 #include "base/heap.h"
-#include "base/holders.h"
 #include "base/library.h"
 #include "base/list_registry.h"
 #include "base/unload_registry.h"
-#include "base/windows_holders.h"
+#include "pal/windows_api.h"
 
 namespace vexa::base {
 namespace {
 
 constexpr char kRuntimeLibrary[] = "velmora";
 
-// What the exports keep between calls; the host serialises them. No holders: what a host that never
-// ended the module left behind is the process's to clear away.
+// What the exports keep between calls; the host serialises them.
 struct ModuleState {
   HMODULE library = nullptr;     // set only while the module loaded velmora itself
   char* ownDirectory = nullptr;  // a copy on the process heap
@@ -39,20 +37,9 @@ int32_t storeOwnDirectory() {
   return kOk;
 }
 
-void forgetOwnDirectory() {
-  const ProcessBlock<char> forgotten(std::exchange(state.ownDirectory, nullptr));
-}
+void forgetOwnDirectory() { processFree(std::exchange(state.ownDirectory, nullptr)); }
 
-void unloadRuntime() { const Library unloaded(std::exchange(state.library, nullptr)); }
-
-// Null unbinds it.
-void setRoot(const runtime::RootList* root) {
-  const runtime::RootList* const next = root != nullptr ? root : &Unbound<runtime::RootList>::table;
-  if (next != bound.root) {
-    bound.root = next;
-    ++bound.era;
-  }
-}
+void unloadRuntime() { FreeLibrary(std::exchange(state.library, nullptr)); }
 
 // Loads velmora and asks it for the root list. A library without the export is let go again, so
 // that a later start looks afresh.
@@ -74,14 +61,12 @@ int32_t obtainRootList() {
     return kFail;
   }
   // Only what it stored counts, not what it returned.
-  const runtime::RootList* root = nullptr;
-  (void)getRootList(0, 0, &root, 0, "", 0);
-  setRoot(root);
+  (void)getRootList(0, 0, &bound.root, 0, "", 0);
   return kOk;
 }
 
 int32_t bindTables() {
-  if (!isBound()) {
+  if (bound.root == nullptr) {
     if (const int32_t result = obtainRootList(); failed(result)) {
       forgetOwnDirectory();  // this start has no end that would do it
       return result;
@@ -89,25 +74,27 @@ int32_t bindTables() {
   }
   // Counts even when the load pass fails: that start needs its end.
   ++state.initCount;
-  return isBound() ? unloadRegistry().Load() : kFail;
+  return bound.root != nullptr ? unloadRegistry().Load() : kFail;
 }
 
 void unbindTables() {
   forgetOwnDirectory();
   unloadRegistry().Final();
-  const runtime::RootList* const root = bound.root;
-  setRoot(nullptr);
   if (state.library != nullptr) {
-    root->ReleaseRoot(root);
+    if (bound.root != nullptr) {
+      bound.root->ReleaseRoot(bound.root);
+    }
+    bound.root = nullptr;
     unloadRuntime();
   }
+  bound.root = nullptr;
 }
 
 }  // namespace
 
 int32_t moduleInit(const runtime::RootList* root, GetModuleInterfaceFunction* lookup) {
-  if (!isBound()) {
-    setRoot(root);
+  if (bound.root == nullptr) {
+    bound.root = root;
   }
   if (lookup != nullptr) {
     *lookup = GetModuleInterface;

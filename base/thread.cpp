@@ -6,15 +6,18 @@ namespace vexa::base {
 
 void Thread::Start(Thread* holder, LPTHREAD_START_ROUTINE function, void* argument) {
   DWORD id = 0;
-  KernelHandle handle(CreateThread(nullptr, 0, function, argument, 0, &id));
+  const HANDLE handle = CreateThread(nullptr, 0, function, argument, 0, &id);
   if (holder != nullptr) {
-    holder->handle_ = std::move(handle);
+    holder->Close();
+    holder->handle_ = handle;
     holder->id_ = id;
+  } else if (handle != nullptr) {
+    CloseHandle(handle);
   }
 }
 
 bool Thread::Wait(uint32_t milliseconds) {
-  if (!handle_ || WaitForSingleObject(handle_.get(), milliseconds) != WAIT_OBJECT_0) {
+  if (handle_ == nullptr || WaitForSingleObject(handle_, milliseconds) != WAIT_OBJECT_0) {
     return false;
   }
   Close();
@@ -22,14 +25,16 @@ bool Thread::Wait(uint32_t milliseconds) {
 }
 
 void Thread::Terminate() {
-  if (handle_) {
-    TerminateThread(handle_.get(), 0);
-    handle_.reset();
+  if (handle_ != nullptr) {
+    TerminateThread(handle_, 0);
+    CloseHandle(std::exchange(handle_, nullptr));
   }
 }
 
 void Thread::Close() {
-  handle_.reset();
+  if (handle_ != nullptr) {
+    CloseHandle(std::exchange(handle_, nullptr));
+  }
   id_ = 0;
 }
 

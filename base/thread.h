@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "base/windows_holders.h"
+#include "pal/windows_api.h"
 
 namespace vexa::base {
 
@@ -12,7 +12,7 @@ class Thread {
   Thread() = default;
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
-  ~Thread() = default;
+  ~Thread() { Close(); }
 
   // Starts a thread and stores it in `holder`; with a null holder the thread is detached. On
   // failure the holder holds no thread.
@@ -23,11 +23,11 @@ class Thread {
   void Terminate();
   void Close();
 
-  HANDLE handle() const { return handle_.get(); }
+  HANDLE handle() const { return handle_; }
   uint32_t id() const { return id_; }
 
  private:
-  KernelHandle handle_;
+  HANDLE handle_ = nullptr;
   uint32_t id_ = 0;
 };
 

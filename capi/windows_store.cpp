@@ -2,7 +2,6 @@
 
 #include "base/string.h"
 #include "base/trace.h"
-#include "base/windows_holders.h"
 #include "pal/wide.h"
 
 namespace vexa::capi {
@@ -130,10 +129,10 @@ int32_t CspCheckCert(PCCERT_CONTEXT context) {
   base::TraceScope scope("CspCheckCert");
   CERT_CHAIN_PARA parameters{};
   parameters.cbSize = sizeof(parameters);
-  base::ChainContext chain;
+  PCCERT_CHAIN_CONTEXT chain = nullptr;
   if (CertGetCertificateChain(nullptr, context, nullptr, nullptr, &parameters, 0, nullptr,
-                              chain.put()) == FALSE ||
-      !chain) {
+                              &chain) == FALSE ||
+      chain == nullptr) {
     return scope.leave(0);
   }
   CERT_CHAIN_POLICY_PARA policy{};
@@ -141,7 +140,8 @@ int32_t CspCheckCert(PCCERT_CONTEXT context) {
   CERT_CHAIN_POLICY_STATUS status{};
   status.cbSize = sizeof(status);
   const BOOL verified =
-      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain.get(), &policy, &status);
+      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain, &policy, &status);
+  CertFreeCertificateChain(chain);
   const bool trusted = verified != FALSE && static_cast<int32_t>(status.dwError) >= 0;
   return scope.leave(trusted ? 1 : 0);
 }

@@ -1,10 +1,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "base/holders.h"
+#include "base/heap.h"
 #include "base/string.h"
 #include "base/trace.h"
-#include "base/windows_holders.h"
 #include "capi/windows_store.h"
 #include "pal/wide.h"
 #include "vexa/runtime/certificate.h"
@@ -32,16 +31,17 @@ class CertificateFilter {
   // A context that the runtime cannot decode does not match.
   Match matchesIssuer(PCCERT_CONTEXT context) const {
     const runtime::ByteBuffer encoding = {context->cbCertEncoded, context->pbCertEncoded};
-    base::RuntimeRef<runtime::Certificate> certificate;
-    if (base::bound.commonTypes->CertificateDecode(&encoding, certificate.put()) != kOk ||
-        !certificate) {
+    runtime::Certificate* certificate = nullptr;
+    if (base::bound.commonTypes->CertificateDecode(&encoding, &certificate) != kOk ||
+        certificate == nullptr) {
       return Match::kNo;
     }
     base::String name;
     base::WideString text;
     const bool copied = succeeded(base::bound.commonTypes->StringCopy(
-                            name.get(), certificate->table->GetIssuer(certificate.get()))) &&
+                            name.get(), certificate->table->GetIssuer(certificate))) &&
                         succeeded(text.fromUtf8(name.text()));
+    certificate->table->header.Release(reinterpret_cast<runtime::Object*>(certificate));
     if (!copied) {
       return Match::kOutOfMemory;
     }
@@ -74,9 +74,12 @@ class CertificateFilter {
   }
 
   bool grow(DWORD size) {
-    if (!buffer_.resize(size)) {
+    void* const grown = base::reallocate(buffer_.get(), size);
+    if (grown == nullptr) {
       return false;
     }
+    (void)buffer_.release();
+    buffer_.reset(static_cast<uint8_t*>(grown));
     capacity_ = size;
     return true;
   }
@@ -92,23 +95,24 @@ class CertificateFilter {
 int32_t deleteMatching(HCERTSTORE store, CertificateFilter& filter) {
   int32_t result = kOk;
   PCCERT_CONTEXT marked = nullptr;
-  base::CertificateContext context;
+  PCCERT_CONTEXT context = nullptr;
   do {
-    context.reset(CertEnumCertificatesInStore(store, context.release()));
+    context = CertEnumCertificatesInStore(store, context);
     if (marked != nullptr && CertDeleteCertificateFromStore(marked) == FALSE) {
       base::traceFormat(base::kTraceDetail, nullptr, "Can not delete a Certificate: 0x%08x",
                         static_cast<unsigned>(GetLastError()));
     }
     marked = nullptr;
-    if (context) {
-      const Match match = filter.matches(context.get());
-      marked = match == Match::kYes ? CertDuplicateCertificateContext(context.get()) : nullptr;
+    if (context != nullptr) {
+      const Match match = filter.matches(context);
+      marked = match == Match::kYes ? CertDuplicateCertificateContext(context) : nullptr;
       if (match == Match::kOutOfMemory) {
-        context.reset();
+        CertFreeCertificateContext(context);
+        context = nullptr;
         result = kFailure;
       }
     }
-  } while (context);
+  } while (context != nullptr);
   return result;
 }
 
@@ -121,13 +125,15 @@ int32_t csp_delete_certs(const char16_t* storeName, const char16_t* container,
   if (!filter.prepare()) {
     return scope.leave(kFailure);
   }
-  const base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(storeName)));
-  if (!store) {
+  const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(storeName));
+  if (store == nullptr) {
     base::traceWideFormat(base::kTraceDetail, nullptr, u"Can not open the '%s' Certificate store",
                           storeName);
     return scope.leave(kFailure);
   }
-  return scope.leave(deleteMatching(store.get(), filter));
+  const int32_t result = deleteMatching(store, filter);
+  CertCloseStore(store, 0);
+  return scope.leave(result);
 }
 
 }  // namespace vexa::capi

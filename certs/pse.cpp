@@ -12,6 +12,9 @@ const base::InterfaceMapRow* CPSE::InterfaceMap() {
 
 // Without a context there is no PSE; the object then holds neither.
 CPSE::CPSE() {
+  if (!base::bound.asc || !base::bound.commonTypes) {
+    return;
+  }
   const runtime::ContextParameters parameters = {
       .version = 1,
       .applicationName = "vexa",
@@ -19,7 +22,8 @@ CPSE::CPSE() {
       .typeOperations = base::bound.commonTypes->typeOperations,
       .reserved5 = nullptr,
   };
-  if (failed(base::bound.asc->CreateContext(&parameters, m_context.put())) || !m_context) {
+  if (failed(base::bound.asc->CreateContext(&parameters, m_context.put())) ||
+      m_context.get() == nullptr) {
     return;
   }
   (void)m_context->table->GetPse(m_context.get(), m_pse.put());

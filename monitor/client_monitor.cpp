@@ -28,17 +28,20 @@ const base::InterfaceMapRow* CClientMonitor::InterfaceMap() {
   return map;
 }
 
-CClientMonitor::~CClientMonitor() { endThread(); }
+CClientMonitor::~CClientMonitor() {
+  endThread();
+  keepSnapshot(nullptr);
+}
 
 int32_t CClientMonitor::CheckNetwork() {
   base::ScopedLock lock(lock_);
-  base::ProcessBlock<AdapterSnapshot> snapshot;
-  if (const int32_t result = TakeSnapshot(snapshot.put()); failed(result)) {
+  AdapterSnapshot* snapshot = nullptr;
+  if (const int32_t result = TakeSnapshot(&snapshot); failed(result)) {
     return result;
   }
-  (void)CompareNetwork(snapshot.get());
+  (void)CompareNetwork(snapshot);
   (void)FreeSnapshot();
-  snapshot_ = std::move(snapshot);
+  snapshot_ = snapshot;
   return kOk;
 }
 
@@ -46,7 +49,7 @@ int32_t CClientMonitor::Reset() {
   log("Client Status Monitor: Reset internal status");
   base::ScopedLock lock(lock_);
   (void)FreeSnapshot();
-  if (const int32_t result = TakeSnapshot(snapshot_.put()); failed(result)) {
+  if (const int32_t result = TakeSnapshot(&snapshot_); failed(result)) {
     return result;
   }
   return SetStatus(kUnchanged);
@@ -106,21 +109,27 @@ void CClientMonitor::endThread() {
 
 int32_t CClientMonitor::CompareNetwork(const AdapterSnapshot* snapshot) {
   if (!base::bound.strings) {
-    return kOk;  // names cannot be compared, which is no change
+    return kOk;
   }
   base::ScopedLock lock(lock_);
   const auto report = [](void* monitor, const char* change) {
     log(change);
     (void)static_cast<IClientMonitor*>(monitor)->SetStatus(kChanged);
   };
-  compareAdapters(snapshot, snapshot_.get(), report, static_cast<IClientMonitor*>(this));
+  compareAdapters(snapshot, snapshot_, report, static_cast<IClientMonitor*>(this));
   return kOk;
 }
 
 int32_t CClientMonitor::FreeSnapshot() {
   base::ScopedLock lock(lock_);
-  snapshot_.reset();
+  keepSnapshot(nullptr);
   return kOk;
+}
+
+void CClientMonitor::keepSnapshot(AdapterSnapshot* snapshot) {
+  if (AdapterSnapshot* const old = std::exchange(snapshot_, snapshot); old != nullptr) {
+    HeapFree(GetProcessHeap(), 0, old);
+  }
 }
 
 int32_t CClientMonitor::TakeSnapshot(AdapterSnapshot** snapshot) {

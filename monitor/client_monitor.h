@@ -46,8 +46,9 @@ class CClientMonitor : public IClientMonitor,
 
  private:
   void endThread();
+  void keepSnapshot(AdapterSnapshot* snapshot);
 
-  base::ProcessBlock<AdapterSnapshot> snapshot_;
+  AdapterSnapshot* snapshot_ = nullptr;
   std::atomic<uint32_t> status_ = kUnchanged;
   std::atomic<HANDLE> changeEvent_ = nullptr;
   base::Thread changeThread_;

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "base/buffer.h"
+#include "base/heap.h"
+#include "base/tables.h"
 #include "base/wipe.h"
 #include "scrambler/cipher_items.h"
 
@@ -33,6 +35,9 @@ int32_t generateKey(uint32_t algorithm, uint64_t keyBits, runtime::SymmetricKey*
   if (keyBits == 0 || keyBits > kMaxKeyBits) {
     return kBadKeyLength;
   }
+  if (!bound.crypt) {
+    return kFail;
+  }
   auto bits = static_cast<uint32_t>(keyBits);
   CipherItems<2> items;
   items.add(runtime::kCipherKeyBits, &bits);
@@ -53,7 +58,8 @@ int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuff
   }
   const runtime::ByteBuffer input = *in;  // *out may be the same buffer
   uint64_t size = 0;
-  int32_t result = bound.crypt->GetOutputSize(parameters, input.length, &size);
+  int32_t result =
+      bound.crypt ? bound.crypt->GetOutputSize(parameters, input.length, &size) : kFail;
   base::RootBlock<uint8_t> old;
   if (succeeded(result)) {
     if (result = prepareOutput(out, size, old); failed(result)) {
@@ -62,17 +68,26 @@ int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuff
     result = bound.crypt->Cipher(parameters, input.data, input.length, (*out)->data, *out);
   }
   if (failed(result)) {
-    const base::SecretBuffer dropped(std::exchange(*out, nullptr));
+    releaseWiped(std::exchange(*out, nullptr));
     return kFail;
   }
   return kOk;
 }
 
-void SymmetricKeyPolicy::release(runtime::SymmetricKey* key) {
+void releaseWiped(runtime::ByteBuffer* buffer) {
+  if (buffer != nullptr) {
+    if (buffer->data != nullptr) {
+      base::wipe(buffer->data, buffer->length);
+    }
+    base::releaseBuffer(buffer);
+  }
+}
+
+void releaseWiped(runtime::SymmetricKey* key) {
   // Without the crypto runtime the key's own table is gone, too.
-  if (base::isBound()) {
+  if (key != nullptr && bound.crypt) {
     base::wipe(key->table->GetBytes(key), key->table->GetBitLength(key) / 8);
-    RuntimeObjectPolicy<runtime::SymmetricKey>::release(key);
+    key->table->header.Release(reinterpret_cast<runtime::Object*>(key));
   }
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/holders.h"
 #include "vexa/runtime/crypt_table.h"
 #include "vexa/runtime/object.h"
 
@@ -23,10 +22,10 @@ inline constexpr uint64_t kMaxKeyBits = 16384;
 [[nodiscard]] int32_t runCipher(const runtime::CipherItem* parameters,
                                 const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
 
-// Owns a key and wipes its whole bytes when it goes.
-struct SymmetricKeyPolicy : PointerPolicy<runtime::SymmetricKey> {
-  static void release(runtime::SymmetricKey* key);
-};
-using SymmetricKey = Holder<SymmetricKeyPolicy>;
+// Wipes and frees a buffer; null is ignored.
+void releaseWiped(runtime::ByteBuffer* buffer);
+
+// Wipes the key's whole bytes and releases it; null is ignored.
+void releaseWiped(runtime::SymmetricKey* key);
 
 }  // namespace vexa::scrambler

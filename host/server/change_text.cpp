@@ -8,17 +8,7 @@ namespace vexahost {
 namespace {
 
 const char* causeName(EventHub::Cause cause) {
-  switch (cause) {
-    case EventHub::Cause::kStart:
-      return "start";
-    case EventHub::Cause::kNetwork:
-      return "network";
-    case EventHub::Cause::kSuspend:
-      return "suspend";
-    case EventHub::Cause::kResume:
-      return "resume";
-  }
-  return "";
+  return cause == EventHub::Cause::kStart ? "start" : "network";
 }
 
 }  // namespace

@@ -98,6 +98,9 @@ runtime::CommonTypes assemble() {
 
 }  // namespace
 
-const runtime::CommonTypes commonTypesTable = assemble();
+const runtime::CommonTypes& commonTypes() {
+  static const runtime::CommonTypes types = assemble();
+  return types;
+}
 
 }  // namespace vexa::velmora

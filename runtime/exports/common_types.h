@@ -4,8 +4,7 @@
 
 namespace vexa::velmora {
 
-// SEC_COMMONTYPES_1. Assembled when the library is loaded.
-extern const runtime::CommonTypes commonTypesTable;
-inline const runtime::CommonTypes& commonTypes() { return commonTypesTable; }
+// SEC_COMMONTYPES_1.
+const runtime::CommonTypes& commonTypes();
 
 }  // namespace vexa::velmora

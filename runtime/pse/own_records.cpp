@@ -4,7 +4,6 @@
 #include <set>
 
 #include "runtime/certificates/certificate.h"
-#include "runtime/lock.h"
 #include "runtime/pse/bag_matching.h"
 
 namespace vexa::velmora {
@@ -23,7 +22,7 @@ struct OwnRecord : runtime::OwnCertificateRecord {
   OwnRecord* next = nullptr;  // live records
 };
 
-Lock recordsLock;
+std::mutex recordsLock;
 constinit OwnRecord* liveRecords = nullptr;
 
 OwnRecord* implementationOf(runtime::OwnCertificateRecord* record) {
@@ -48,7 +47,7 @@ OwnRecord* findLocked(runtime::Certificate* certificate) {
 
 // The live record of the certificate with one reference more, or a new one.
 OwnRecord* recordFor(runtime::Certificate* certificate, runtime::Certificate* issuer) {
-  const std::lock_guard lock(recordsLock);
+  const std::lock_guard<std::mutex> lock(recordsLock);
   if (OwnRecord* const known = findLocked(certificate)) {
     ++known->references;
     return known;
@@ -102,7 +101,7 @@ class OwnListHolder {
 }  // namespace
 
 void shareOwnRecord(runtime::OwnCertificateRecord* record) {
-  const std::lock_guard lock(recordsLock);
+  const std::lock_guard<std::mutex> lock(recordsLock);
   ++implementationOf(record)->references;
 }
 
@@ -112,7 +111,7 @@ void dropOwnRecord(runtime::OwnCertificateRecord* record) {
   }
   OwnRecord* const own = implementationOf(record);
   {
-    const std::lock_guard lock(recordsLock);
+    const std::lock_guard<std::mutex> lock(recordsLock);
     if (--own->references != 0) {
       return;
     }
