@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "base/buffer.h"
-#include "base/heap.h"
 
 namespace vexa::base {
 namespace {
@@ -17,22 +16,22 @@ constexpr uint64_t kDecodeReserve = 60;
 // the block that *out held before, which may be the input's.
 template <class Convert>
 int32_t convertInto(runtime::ByteBuffer** out, uint64_t capacity, Convert convert) {
-  const bool created = *out == nullptr;
-  if (const int32_t result = ensureBuffer(out); failed(result)) {
-    return result;
-  }
-  auto* block = static_cast<uint8_t*>(allocate(capacity));
-  if (block == nullptr) {
-    if (created) {
-      releaseBuffer(std::exchange(*out, nullptr));
+  Buffer created;
+  if (*out == nullptr) {
+    if (const int32_t result = ensureBuffer(created.put()); failed(result)) {
+      return result;
     }
+  }
+  auto block = RootBlock<uint8_t>::ofBytes(capacity);
+  if (!block) {
     return kOutOfMemory;
   }
-  uint8_t* const old = std::exchange((*out)->data, block);
+  if (created) {
+    *out = created.release();
+  }
+  const RootBlock<uint8_t> old(std::exchange((*out)->data, block.release()));
   (*out)->length = capacity;
-  const int32_t result = convert((*out)->data, &(*out)->length);
-  freeBlock(old);
-  return failed(result) ? kFail : kOk;
+  return failed(convert((*out)->data, &(*out)->length)) ? kFail : kOk;
 }
 
 }  // namespace

@@ -2,34 +2,31 @@
 
 namespace vexa::base {
 
-CUnloadAPI::CUnloadAPI(const void** target) : target_(target) {
+CUnloadAPI::CUnloadAPI(const void** target, const void* unbound)
+    : target_(target), unbound_(unbound) {
   if (failed(RegisterSingleton(this, kReleaseLast))) {
     unloadRegistry().SetIncomplete();
   }
 }
 
 int32_t CUnloadAPI::Unload(uint32_t /*pass*/) {
-  if (*target_ != nullptr) {
-    if (bound.root != nullptr) {
-      bound.root->ReleaseInterface(target_);
-    }
-    *target_ = nullptr;
+  if (isTableBound()) {
+    bound.root->ReleaseInterface(target_);
+    setUnbound();
   }
   return kOk;
 }
 
 int32_t CLoadAPI::Load() {
-  if (*target_ != nullptr) {
+  if (isTableBound()) {
     return kOk;
   }
-  if (bound.root == nullptr) {
-    return kFail;
+  *target_ = nullptr;
+  const int32_t result = bound.root->GetInterface(component_, interfaceName_, target_);
+  if (result != kOk || *target_ == nullptr) {
+    setUnbound();
   }
-  if (bound.root->GetInterface(component_, interfaceName_, target_) != kOk) {
-    *target_ = nullptr;
-    return kFail;
-  }
-  return kOk;
+  return result == kOk ? kOk : kFail;
 }
 
 int32_t CLoadAPI_SEC_PKCS12::Load() {
@@ -37,12 +34,18 @@ int32_t CLoadAPI_SEC_PKCS12::Load() {
   if (failed(result)) {
     return result;
   }
-  return bound.pkcs12->GetTypes(
-      reinterpret_cast<const runtime::Pkcs12TypesTable**>(&bound.pkcs12Types.pointer));
+  auto& companion = bound.pkcs12Types;
+  const void* const previous = companion.pointer;
+  const int32_t answer = bound.pkcs12->GetTypes(
+      reinterpret_cast<const runtime::Pkcs12TypesTable**>(&companion.pointer));
+  if (failed(answer) || companion.pointer == nullptr) {
+    companion.pointer = previous;
+  }
+  return answer;
 }
 
 int32_t CLoadAPI_SEC_PKCS12::Unload(uint32_t pass) {
-  bound.pkcs12Types.pointer = nullptr;
+  bound.pkcs12Types = {};
   return CUnloadAPI::Unload(pass);
 }
 

@@ -10,7 +10,9 @@ namespace vexa::base {
 // Releases a table that something else bound.
 class CUnloadAPI : public ISingleton {
  public:
-  explicit CUnloadAPI(const void** target);
+  template <class Table>
+  explicit CUnloadAPI(TableHolder<Table>& holder)
+      : CUnloadAPI(&holder.pointer, &Unbound<Table>::table) {}
 
   int32_t Load() override { return kOk; }
   int32_t Unload(uint32_t pass) override;
@@ -18,15 +20,25 @@ class CUnloadAPI : public ISingleton {
  protected:
   ~CUnloadAPI() = default;
 
+  bool isTableBound() const { return *target_ != unbound_; }
+  // After a binding that failed, or found nothing.
+  void setUnbound() { *target_ = unbound_; }
+
   const void** target_;  // the global holder of the table
+
+ private:
+  CUnloadAPI(const void** target, const void* unbound);
+
+  const void* unbound_;  // the table that fails
 };
 
 // Binds a table by name, and releases it.
 class CLoadAPI : public CUnloadAPI {
  public:
   // `component` may be null. Both texts must live for ever.
-  CLoadAPI(const char* component, const char* interfaceName, const void** target)
-      : CUnloadAPI(target), component_(component), interfaceName_(interfaceName) {}
+  template <class Table>
+  CLoadAPI(const char* component, const char* interfaceName, TableHolder<Table>& holder)
+      : CUnloadAPI(holder), component_(component), interfaceName_(interfaceName) {}
 
   // kOk when bound already. kFail for every answer of GetInterface but 0, positive ones too.
   int32_t Load() override;
@@ -53,7 +65,7 @@ class LoadRecord final : public CLoadAPI {
 // too. The companion's failure is returned as it stands.
 class CLoadAPI_SEC_PKCS12 final : public CLoadAPI {
  public:
-  CLoadAPI_SEC_PKCS12() : CLoadAPI(nullptr, runtime::kPkcs12Name, &bound.pkcs12.pointer) {}
+  CLoadAPI_SEC_PKCS12() : CLoadAPI(nullptr, runtime::kPkcs12Name, bound.pkcs12) {}
 
   int32_t Load() override;
   int32_t Unload(uint32_t pass) override;

@@ -26,16 +26,15 @@ int32_t AllocBuffer(uint64_t size, runtime::ByteBuffer** out) {
     return kBufferFail;
   }
   *out = nullptr;
-  auto* record = static_cast<runtime::ByteBuffer*>(allocate(sizeof(runtime::ByteBuffer)));
-  if (record == nullptr) {
+  Buffer made;
+  if (failed(ensureBuffer(made.put()))) {
     return kBufferFail;
   }
-  *record = {size, static_cast<uint8_t*>(allocate(size))};
-  if (record->data == nullptr) {
-    releaseBuffer(record);
+  *made = {size, static_cast<uint8_t*>(allocate(size))};
+  if (made->data == nullptr) {
     return kBufferFail;
   }
-  *out = record;
+  *out = made.release();
   return kOk;
 }
 
@@ -76,12 +75,6 @@ int32_t ensureBuffer(runtime::ByteBuffer** out) {
     **out = {};
   }
   return kOk;
-}
-
-void releaseBuffer(runtime::ByteBuffer* buffer) {
-  if (buffer != nullptr && bound.commonTypes) {
-    bound.commonTypes->BufferRelease(buffer);
-  }
 }
 
 }  // namespace vexa::base

@@ -19,9 +19,16 @@ int32_t appendCertificate(runtime::CertificateList** head, runtime::Certificate*
   if (record == nullptr) {
     return kOutOfMemory;
   }
-  *record = {addReference(certificate), nullptr, 1};
+  *record = {RuntimeRef<runtime::Certificate>::share(certificate).release(), nullptr, 1};
   *link = record;
   return kOk;
+}
+
+int32_t appendCertificate(CertificateList& list, runtime::Certificate* certificate) {
+  runtime::CertificateList* head = list.release();
+  const int32_t result = appendCertificate(&head, certificate);
+  list.reset(head);
+  return result;
 }
 
 }  // namespace vexa::base

@@ -1,11 +1,12 @@
 #include "base/class_registry.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
-#include "base/heap.h"
 #include "base/list_registry.h"
 #include "base/lock.h"
+#include "base/never_destroyed.h"
 
 namespace vexa::base {
 namespace {
@@ -14,25 +15,7 @@ constinit const FactoryRecord* factoryChain = nullptr;
 constinit CreateHookFunction createHook = nullptr;
 
 StaticCriticalSection factoriesLock;
-constinit ClassFactories factories;
-
-void releaseList(const ClassFactoryList*& list) {
-  const void* table = std::exchange(list, nullptr);
-  if (table != nullptr && bound.root != nullptr) {
-    bound.root->ReleaseInterface(&table);
-  }
-}
-
-// One entry more; the old array stays valid on failure.
-template <class Item>
-bool growByOne(Item*& items, uint64_t count) {
-  auto* grown = static_cast<Item*>(reallocate(items, (count + 1) * sizeof(Item)));
-  if (grown == nullptr) {
-    return false;
-  }
-  items = grown;
-  return true;
-}
+constinit NeverDestroyed<ClassFactories> factories;
 
 bool isOwnName(const char* component) {
   const char* const name = registeredHostName();
@@ -73,16 +56,12 @@ int32_t FactoryRecord::Create(const char* component, const char* className, cons
 
 int32_t ClassFactories::Unload(uint32_t /*pass*/) {
   ScopedLock lock(factoriesLock);
-  for (uint64_t i = count_; i-- > 0;) {
-    if (bound.commonTypes) {
-      bound.commonTypes->TextRelease(names_[i]);
-    }
-    names_[i] = nullptr;
-    releaseList(factories_[i]);
+  while (!lists_.empty()) {
+    names_.pop();
+    lists_.pop();
   }
-  freeBlock(std::exchange(names_, nullptr));
-  freeBlock(std::exchange(factories_, nullptr));
-  count_ = 0;
+  names_.clear();
+  lists_.clear();
   return kOk;
 }
 
@@ -92,56 +71,48 @@ const ClassFactoryList* ClassFactories::GetFactory(const char* component, bool k
     return kept;
   }
   const void* table = nullptr;
-  if (bound.root == nullptr ||
-      bound.root->GetInterface(component, kClassFactoryListName, &table) != kOk) {
+  if (bound.root->GetInterface(component, kClassFactoryListName, &table) != kOk) {
     return nullptr;
   }
-  const auto* list = static_cast<const ClassFactoryList*>(table);
-  if (keep && list != nullptr && !keepFactory(component, list)) {
-    releaseList(list);
-  }
-  return list;
+  FactoryList list(static_cast<const ClassFactoryList*>(table));
+  return keep && list ? keepFactory(component, std::move(list)) : list.release();
 }
 
 const ClassFactoryList* ClassFactories::findKept(const char* component) const {
-  for (uint64_t i = 0; i < count_; ++i) {
-    if (std::strcmp(names_[i], component) == 0) {
-      return factories_[i];
+  for (uint64_t i = 0; i < lists_.size(); ++i) {
+    if (std::strcmp(names_[i].get(), component) == 0) {
+      return lists_[i].get();
     }
   }
   return nullptr;
 }
 
-bool ClassFactories::keepFactory(const char* component, const ClassFactoryList* list) {
-  if (count_ == 0 && failed(RegisterSingleton(this, kReleaseLast))) {
-    return false;
+const ClassFactoryList* ClassFactories::keepFactory(const char* component, FactoryList list) {
+  if (lists_.empty() && failed(RegisterSingleton(this, kReleaseLast))) {
+    return nullptr;
   }
   // Its result is a constant failure code.
   (void)list->SetCreateHook(RouteCreateInstance);
-  if (!growByOne(names_, count_) || !growByOne(factories_, count_)) {
-    return false;
+  if (failed(names_.reserve(lists_.size() + 1)) || failed(lists_.reserve(lists_.size() + 1))) {
+    return nullptr;
   }
-  char* const name = bound.commonTypes->TextDuplicate(component);
-  if (name == nullptr) {
-    return false;
+  CommonText name(bound.commonTypes->TextDuplicate(component));
+  if (!name) {
+    return nullptr;
   }
-  names_[count_] = name;
-  factories_[count_] = list;
-  ++count_;
-  return true;
+  // There is room for both.
+  (void)names_.append(std::move(name));
+  (void)lists_.append(std::move(list));
+  return lists_.back().get();
 }
 
 bool ClassFactories::isKept(const ClassFactoryList* list) {
   ScopedLock lock(factoriesLock);
-  for (uint64_t i = 0; i < count_; ++i) {
-    if (factories_[i] == list) {
-      return true;
-    }
-  }
-  return false;
+  return std::any_of(lists_.begin(), lists_.end(),
+                     [list](const FactoryList& kept) { return kept.get() == list; });
 }
 
-ClassFactories& classFactories() { return factories; }
+ClassFactories& classFactories() { return factories.value; }
 
 int32_t CreateComponentInstance(const char* component, const char* className, const Guid* id,
                                 void** object) {
@@ -177,14 +148,14 @@ int32_t RouteCreateInstance(const char* component, const char* className, const 
     return kInvalidArgument;
   }
   const bool keep = !isOwnName(component);
-  const ClassFactoryList* list = factories.GetFactory(component, keep);
-  if (list == nullptr) {
+  FactoryList list(classFactories().GetFactory(component, keep));
+  if (!list) {
     return kFail;
   }
   const int32_t result = list->CreateInstance(className, id, object);
   // A list kept from before the component became the host is not ours to give back twice.
-  if (!keep && !factories.isKept(list)) {
-    releaseList(list);
+  if (keep || classFactories().isKept(list.get())) {
+    (void)list.release();
   }
   return result;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/root_vector.h"
 #include "base/unload_registry.h"
 #include "vexa/class_factory.h"
 
@@ -35,6 +36,15 @@ class FactoryRecord {
   const FactoryRecord* next_;
 };
 
+// Owns the "ClassFactory.1" list of another component.
+struct FactoryListPolicy : PointerPolicy<const ClassFactoryList> {
+  static void release(const ClassFactoryList* list) {
+    const void* table = list;
+    bound.root->ReleaseInterface(&table);
+  }
+};
+using FactoryList = Holder<FactoryListPolicy>;
+
 // The "ClassFactory.1" lists of other components, by component name, kept until the last
 // module_final. One lock guards all of it.
 class ClassFactories : public ISingleton {
@@ -48,15 +58,14 @@ class ClassFactories : public ISingleton {
 
   // True when the list is one of those kept.
   bool isKept(const ClassFactoryList* list);
-  uint64_t count() const { return count_; }
+  uint64_t count() const { return lists_.size(); }
 
  private:
   const ClassFactoryList* findKept(const char* component) const;
-  bool keepFactory(const char* component, const ClassFactoryList* list);
+  const ClassFactoryList* keepFactory(const char* component, FactoryList list);
 
-  uint64_t count_ = 0;
-  char** names_ = nullptr;                        // copies made by the common types
-  const ClassFactoryList** factories_ = nullptr;  // parallel to names_
+  RootVector<CommonText> names_;
+  RootVector<FactoryList> lists_;  // parallel to names_
 };
 
 ClassFactories& classFactories();

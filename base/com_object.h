@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "base/heap.h"
+#include "base/holders.h"
 #include "base/lock.h"
+#include "base/root_vector.h"
 #include "base/unload_registry.h"
 #include "vexa/component.h"
 #include "vexa/container.h"
@@ -129,47 +131,6 @@ class CComObject final : public T {
   ~CComObject() = default;
 };
 
-// Owns one reference to an object.
-template <class T>
-class ComPtr {
- public:
-  ComPtr() = default;
-  // Takes over a reference.
-  explicit ComPtr(T* object) : object_(object) {}
-  ComPtr(ComPtr&& other) noexcept : object_(other.release()) {}
-  ComPtr& operator=(ComPtr&& other) noexcept {
-    reset(other.release());
-    return *this;
-  }
-  ~ComPtr() { reset(); }
-
-  // Adds a reference.
-  static ComPtr share(T* object) {
-    if (object != nullptr) {
-      object->AddRef();
-    }
-    return ComPtr(object);
-  }
-
-  explicit operator bool() const { return object_ != nullptr; }
-  T* get() const { return object_; }
-  T* operator->() const { return object_; }
-  T** put() {
-    reset();
-    return &object_;
-  }
-  void** putVoid() { return reinterpret_cast<void**>(put()); }
-  T* release() { return std::exchange(object_, nullptr); }
-  void reset(T* object = nullptr) {
-    if (T* const old = std::exchange(object_, object); old != nullptr) {
-      old->Release();
-    }
-  }
-
- private:
-  T* object_ = nullptr;
-};
-
 // A new object with one reference.
 template <class T>
 int32_t createObject(ComPtr<CComObject<T>>& out) {
@@ -213,9 +174,7 @@ class CSingletonFactoryImpl : public ISingleton {
   int32_t Load() override { return kOk; }
   int32_t Unload(uint32_t /*pass*/) override {
     ScopedLock lock(lock_);
-    if (auto* instance = std::exchange(instance_, nullptr); instance != nullptr) {
-      instance->Release();
-    }
+    const ComPtr<CComObject<T>> released(std::exchange(instance_, nullptr));
     return kOk;
   }
 
@@ -247,16 +206,16 @@ class CSingletonFactoryImpl : public ISingleton {
   inline static constinit CComObject<T>* instance_ = nullptr;
 };
 
-// A read-only container over an array of pointers from the root list. Hands items out without a
-// reference of their own.
-template <class T, class Interface = IContainerRO>
+// A read-only container. Hands items out without a reference of their own. `Entry` is what the
+// array holds of an item: its address, or an owner of it.
+template <class T, class Interface = IContainerRO, class Entry = T*>
 class CContainerImpl : public Interface {
  public:
   int32_t GetCount(uint32_t* count) override {
     if (count == nullptr) {
       return kNullPointer;
     }
-    *count = count_;
+    *count = static_cast<uint32_t>(items_.size());
     return kOk;
   }
   int32_t GetItem(uint32_t index, void** out) override {
@@ -264,33 +223,37 @@ class CContainerImpl : public Interface {
       return kNullPointer;
     }
     *out = nullptr;
-    if (index >= count_) {
+    if (index >= items_.size()) {
       return kInvalidArgument;
     }
-    *out = items_[index];
+    *out = addressOf(items_[index]);
     return kOk;
   }
 
  protected:
-  ~CContainerImpl() { freeBlock(items_); }
+  ~CContainerImpl() = default;
 
-  T** items_ = nullptr;
-  uint32_t count_ = 0;
+  RootVector<Entry> items_;
+
+ private:
+  static T* addressOf(T* item) { return item; }
+  static T* addressOf(const ComPtr<T>& item) { return item.get(); }
 };
 
 // The same over objects: owns one reference to each item and hands out one more.
 template <class T, class Interface = IContainerRO>
-class CContainerUnkImpl : public CContainerImpl<T, Interface> {
+class CContainerUnkImpl : public CContainerImpl<T, Interface, ComPtr<T>> {
  public:
   int32_t QueryItem(uint32_t index, const Guid* id, void** out) override {
     if (out == nullptr) {
       return kNullPointer;
     }
     *out = nullptr;
-    return index < this->count_ ? this->items_[index]->QueryInterface(id, out) : kInvalidArgument;
+    return index < this->items_.size() ? this->items_[index]->QueryInterface(id, out)
+                                       : kInvalidArgument;
   }
   int32_t GetItem(uint32_t index, void** out) override {
-    const int32_t result = CContainerImpl<T, Interface>::GetItem(index, out);
+    const int32_t result = CContainerImpl<T, Interface, ComPtr<T>>::GetItem(index, out);
     if (succeeded(result)) {
       this->items_[index]->AddRef();
     }
@@ -298,28 +261,10 @@ class CContainerUnkImpl : public CContainerImpl<T, Interface> {
   }
 
  protected:
-  ~CContainerUnkImpl() { releaseItems(); }
+  ~CContainerUnkImpl() = default;
 
   // Adds a reference of its own. On kOutOfMemory nothing changed.
-  [[nodiscard]] int32_t append(T* item) {
-    auto* grown =
-        static_cast<T**>(reallocate(this->items_, (uint64_t{this->count_} + 1) * sizeof(T*)));
-    if (grown == nullptr) {
-      return kOutOfMemory;
-    }
-    this->items_ = grown;
-    item->AddRef();
-    this->items_[this->count_++] = item;
-    return kOk;
-  }
-  void releaseItems() {
-    for (uint32_t i = 0; i < this->count_; ++i) {
-      if (this->items_[i] != nullptr) {
-        this->items_[i]->Release();
-      }
-    }
-    this->count_ = 0;
-  }
+  [[nodiscard]] int32_t append(T* item) { return this->items_.append(ComPtr<T>::share(item)); }
 };
 
 }  // namespace vexa::base

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "pal/windows_api.h"
+#include "base/windows_holders.h"
 
 namespace vexa::base {
 
@@ -21,22 +21,18 @@ class Event final : public ISignal {
   Event() : handle_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
-  ~Event() {
-    if (handle_ != nullptr) {
-      CloseHandle(handle_);
-    }
-  }
+  ~Event() = default;
 
   // Non-zero when the event was set.
-  uint32_t Signal() override { return static_cast<uint32_t>(SetEvent(handle_)); }
+  uint32_t Signal() override { return static_cast<uint32_t>(SetEvent(handle_.get())); }
   // True when signalled within the time (INFINITE is allowed), which consumes the signal.
   bool Wait(uint32_t milliseconds) {
-    return WaitForSingleObject(handle_, milliseconds) == WAIT_OBJECT_0;
+    return WaitForSingleObject(handle_.get(), milliseconds) == WAIT_OBJECT_0;
   }
-  void Reset() { ResetEvent(handle_); }
+  void Reset() { ResetEvent(handle_.get()); }
 
  private:
-  HANDLE handle_;
+  KernelHandle handle_;
 };
 
 }  // namespace vexa::base

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include "base/tables.h"
+#include "vexa/holders.h"
 
 // The two heaps. Everything whose size depends on data comes from the root list; component objects,
 // unload nodes, the own-directory text and adapter snapshots come from the process heap, because
@@ -11,14 +11,12 @@
 namespace vexa::base {
 
 // Without a root list an allocation answers null and a release does nothing.
-[[nodiscard]] inline void* allocate(uint64_t size) {
-  return bound.root != nullptr ? bound.root->Allocate(size) : nullptr;
-}
+[[nodiscard]] inline void* allocate(uint64_t size) { return bound.root->Allocate(size); }
 [[nodiscard]] inline void* reallocate(void* block, uint64_t size) {
-  return bound.root != nullptr ? bound.root->Reallocate(block, size) : nullptr;
+  return bound.root->Reallocate(block, size);
 }
 inline void freeBlock(void* block) {
-  if (bound.root != nullptr && block != nullptr) {
+  if (block != nullptr) {
     bound.root->Free(block);
   }
 }
@@ -26,30 +24,29 @@ inline void freeBlock(void* block) {
 [[nodiscard]] void* processAllocate(uint64_t size);
 void processFree(void* block);
 
-// Owns one block of the root list, seen as items of T.
+// Finds the tables that release.
+struct BoundRuntime {
+  static const runtime::RootList& root() { return *bound.root; }
+  static const runtime::CommonTypes& commonTypes() { return *bound.commonTypes; }
+};
+
+// One block of the root list, seen as items of T.
 template <class T>
-class RootBlock {
+class RootBlock : public Holder<BlockPolicy<T, BoundRuntime>> {
  public:
-  RootBlock() = default;
-  explicit RootBlock(T* block) : block_(block) {}
-  RootBlock(RootBlock&& other) noexcept : block_(other.release()) {}
-  RootBlock& operator=(RootBlock&& other) noexcept {
-    reset(other.release());
-    return *this;
-  }
-  ~RootBlock() { reset(); }
+  using Holder<BlockPolicy<T, BoundRuntime>>::Holder;
 
+  // Empty without memory.
   static RootBlock ofBytes(uint64_t size) { return RootBlock(static_cast<T*>(allocate(size))); }
-
-  explicit operator bool() const { return block_ != nullptr; }
-  T* get() const { return block_; }
-  T* operator->() const { return block_; }
-  T& operator[](uint64_t index) const { return block_[index]; }
-  T* release() { return std::exchange(block_, nullptr); }
-  void reset(T* block = nullptr) { freeBlock(std::exchange(block_, block)); }
-
- private:
-  T* block_ = nullptr;
+  // Makes it `size` bytes long, and moves it for that. False: it stays as it is.
+  [[nodiscard]] bool resize(uint64_t size) {
+    void* const grown = reallocate(this->get(), size);
+    if (grown != nullptr) {
+      (void)this->release();
+      this->reset(static_cast<T*>(grown));
+    }
+    return grown != nullptr;
+  }
 };
 
 }  // namespace vexa::base

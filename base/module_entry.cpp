@@ -5,17 +5,19 @@
 
 #include "base/class_registry.h"
 #include "base/heap.h"
+#include "base/holders.h"
 #include "base/library.h"
 #include "base/list_registry.h"
 #include "base/unload_registry.h"
-#include "pal/windows_api.h"
+#include "base/windows_holders.h"
 
 namespace vexa::base {
 namespace {
 
 constexpr char kRuntimeLibrary[] = "velmora";
 
-// What the exports keep between calls; the host serialises them.
+// What the exports keep between calls; the host serialises them. No holders: what a host that never
+// ended the module left behind is the process's to clear away.
 struct ModuleState {
   HMODULE library = nullptr;     // set only while the module loaded velmora itself
   char* ownDirectory = nullptr;  // a copy on the process heap
@@ -37,9 +39,20 @@ int32_t storeOwnDirectory() {
   return kOk;
 }
 
-void forgetOwnDirectory() { processFree(std::exchange(state.ownDirectory, nullptr)); }
+void forgetOwnDirectory() {
+  const ProcessBlock<char> forgotten(std::exchange(state.ownDirectory, nullptr));
+}
 
-void unloadRuntime() { FreeLibrary(std::exchange(state.library, nullptr)); }
+void unloadRuntime() { const Library unloaded(std::exchange(state.library, nullptr)); }
+
+// Null unbinds it.
+void setRoot(const runtime::RootList* root) {
+  const runtime::RootList* const next = root != nullptr ? root : &Unbound<runtime::RootList>::table;
+  if (next != bound.root) {
+    bound.root = next;
+    ++bound.era;
+  }
+}
 
 // Loads velmora and asks it for the root list. A library without the export is let go again, so
 // that a later start looks afresh.
@@ -61,12 +74,14 @@ int32_t obtainRootList() {
     return kFail;
   }
   // Only what it stored counts, not what it returned.
-  (void)getRootList(0, 0, &bound.root, 0, "", 0);
+  const runtime::RootList* root = nullptr;
+  (void)getRootList(0, 0, &root, 0, "", 0);
+  setRoot(root);
   return kOk;
 }
 
 int32_t bindTables() {
-  if (bound.root == nullptr) {
+  if (!isBound()) {
     if (const int32_t result = obtainRootList(); failed(result)) {
       forgetOwnDirectory();  // this start has no end that would do it
       return result;
@@ -74,27 +89,25 @@ int32_t bindTables() {
   }
   // Counts even when the load pass fails: that start needs its end.
   ++state.initCount;
-  return bound.root != nullptr ? unloadRegistry().Load() : kFail;
+  return isBound() ? unloadRegistry().Load() : kFail;
 }
 
 void unbindTables() {
   forgetOwnDirectory();
   unloadRegistry().Final();
+  const runtime::RootList* const root = bound.root;
+  setRoot(nullptr);
   if (state.library != nullptr) {
-    if (bound.root != nullptr) {
-      bound.root->ReleaseRoot(bound.root);
-    }
-    bound.root = nullptr;
+    root->ReleaseRoot(root);
     unloadRuntime();
   }
-  bound.root = nullptr;
 }
 
 }  // namespace
 
 int32_t moduleInit(const runtime::RootList* root, GetModuleInterfaceFunction* lookup) {
-  if (bound.root == nullptr) {
-    bound.root = root;
+  if (!isBound()) {
+    setRoot(root);
   }
   if (lookup != nullptr) {
     *lookup = GetModuleInterface;

@@ -23,7 +23,7 @@ class String {
   ~String() { clear(); }
 
   void clear() {
-    if (object_.text != nullptr && bound.strings) {
+    if (object_.text != nullptr) {
       bound.strings->Clear(&object_);
     }
   }
@@ -44,8 +44,8 @@ class String {
     return bound.strings->SplitFirst(&object_, separator, &before.object_, &rest.object_);
   }
 
-  const char* text() const { return bound.strings ? bound.strings->GetText(&object_) : ""; }
-  uint64_t length() const { return bound.strings ? bound.strings->GetLength(&object_) : 0; }
+  const char* text() const { return bound.strings->GetText(&object_); }
+  uint64_t length() const { return bound.strings->GetLength(&object_); }
   bool empty() const { return length() == 0; }
   std::string_view view() const { return {text(), length()}; }
   bool equals(const String& other) const {
@@ -75,7 +75,7 @@ class WideString {
   ~WideString() { clear(); }
 
   void clear() {
-    if (object_.text != nullptr && bound.wideStrings) {
+    if (object_.text != nullptr) {
       bound.wideStrings->Clear(&object_);
     }
   }
@@ -100,10 +100,8 @@ class WideString {
     return bound.wideStrings->SplitFirst(&object_, separator, &before.object_, &rest.object_);
   }
 
-  const char16_t* text() const {
-    return bound.wideStrings ? bound.wideStrings->GetText(&object_) : u"";
-  }
-  uint64_t length() const { return bound.wideStrings ? bound.wideStrings->GetLength(&object_) : 0; }
+  const char16_t* text() const { return bound.wideStrings->GetText(&object_); }
+  uint64_t length() const { return bound.wideStrings->GetLength(&object_); }
   bool empty() const { return length() == 0; }
   // Index in units, or runtime::kNotFound.
   uint64_t find(const char16_t* text, uint64_t start = 0) const {

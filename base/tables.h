@@ -1,23 +1,34 @@
 #pragma once
 
+#include <cstdint>
+
 #include "vexa/runtime/bound_tables.h"
 
 namespace vexa::base {
 
-// Holds one bound table; null while unbound. Its address is what GetInterface fills and
-// ReleaseInterface clears.
+// What is called through a table that is not bound: every function fails. Results are kFail,
+// allocations and everything else that answers a pointer null, texts empty; tracing and releasing
+// do nothing.
+template <class Table>
+struct Unbound {
+  static const Table table;
+};
+
+// Holds one bound table. While it is unbound it points to the table that fails, so that nobody has
+// to ask. The address of `pointer` is what GetInterface fills and ReleaseInterface clears.
 template <class Table>
 struct TableHolder {
-  const void* pointer = nullptr;
+  const void* pointer = &Unbound<Table>::table;
 
-  explicit operator bool() const { return pointer != nullptr; }
+  explicit operator bool() const { return pointer != &Unbound<Table>::table; }
   const Table* operator->() const { return static_cast<const Table*>(pointer); }
+  const Table& operator*() const { return *operator->(); }
 };
 
 // The root list and every table that the module binds. Written only by module_init and
 // module_final, but for `pse`, which is bound when own certificates are first asked for.
 struct BoundTables {
-  const runtime::RootList* root = nullptr;
+  const runtime::RootList* root = &Unbound<runtime::RootList>::table;
   TableHolder<runtime::Pkcs12Table> pkcs12;
   TableHolder<runtime::Pkcs12TypesTable> pkcs12Types;  // the companion, never released itself
   TableHolder<runtime::CommonTypes> commonTypes;
@@ -34,8 +45,47 @@ struct BoundTables {
   TableHolder<runtime::TimeTable> time;
   TableHolder<runtime::NotifyTable> notify;
   TableHolder<runtime::PseListTable> pse;
+
+  // Counts how often the root list came and went. What the runtime handed out belongs to one such
+  // time: at another one its memory is gone or somebody else's.
+  uint32_t era = 0;
 };
 
+template <>
+const runtime::RootList Unbound<runtime::RootList>::table;
+template <>
+const runtime::Pkcs12Table Unbound<runtime::Pkcs12Table>::table;
+template <>
+const runtime::Pkcs12TypesTable Unbound<runtime::Pkcs12TypesTable>::table;
+template <>
+const runtime::CommonTypes Unbound<runtime::CommonTypes>::table;
+template <>
+const runtime::EncodeTable Unbound<runtime::EncodeTable>::table;
+template <>
+const runtime::StringTable Unbound<runtime::StringTable>::table;
+template <>
+const runtime::MultiStringTable Unbound<runtime::MultiStringTable>::table;
+template <>
+const runtime::IoTable Unbound<runtime::IoTable>::table;
+template <>
+const runtime::UrlTable Unbound<runtime::UrlTable>::table;
+template <>
+const runtime::WideStringTable Unbound<runtime::WideStringTable>::table;
+template <>
+const runtime::AscTable Unbound<runtime::AscTable>::table;
+template <>
+const runtime::CryptTable Unbound<runtime::CryptTable>::table;
+template <>
+const runtime::RandomTable Unbound<runtime::RandomTable>::table;
+template <>
+const runtime::TimeTable Unbound<runtime::TimeTable>::table;
+template <>
+const runtime::NotifyTable Unbound<runtime::NotifyTable>::table;
+template <>
+const runtime::PseListTable Unbound<runtime::PseListTable>::table;
+
 inline constinit BoundTables bound;
+
+inline bool isBound() { return bound.root != &Unbound<runtime::RootList>::table; }
 
 }  // namespace vexa::base

@@ -6,18 +6,15 @@ namespace vexa::base {
 
 void Thread::Start(Thread* holder, LPTHREAD_START_ROUTINE function, void* argument) {
   DWORD id = 0;
-  const HANDLE handle = CreateThread(nullptr, 0, function, argument, 0, &id);
+  KernelHandle handle(CreateThread(nullptr, 0, function, argument, 0, &id));
   if (holder != nullptr) {
-    holder->Close();
-    holder->handle_ = handle;
+    holder->handle_ = std::move(handle);
     holder->id_ = id;
-  } else if (handle != nullptr) {
-    CloseHandle(handle);
   }
 }
 
 bool Thread::Wait(uint32_t milliseconds) {
-  if (handle_ == nullptr || WaitForSingleObject(handle_, milliseconds) != WAIT_OBJECT_0) {
+  if (!handle_ || WaitForSingleObject(handle_.get(), milliseconds) != WAIT_OBJECT_0) {
     return false;
   }
   Close();
@@ -25,16 +22,14 @@ bool Thread::Wait(uint32_t milliseconds) {
 }
 
 void Thread::Terminate() {
-  if (handle_ != nullptr) {
-    TerminateThread(handle_, 0);
-    CloseHandle(std::exchange(handle_, nullptr));
+  if (handle_) {
+    TerminateThread(handle_.get(), 0);
+    handle_.reset();
   }
 }
 
 void Thread::Close() {
-  if (handle_ != nullptr) {
-    CloseHandle(std::exchange(handle_, nullptr));
-  }
+  handle_.reset();
   id_ = 0;
 }
 

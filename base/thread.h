@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "pal/windows_api.h"
+#include "base/windows_holders.h"
 
 namespace vexa::base {
 
@@ -12,7 +12,7 @@ class Thread {
   Thread() = default;
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
-  ~Thread() { Close(); }
+  ~Thread() = default;
 
   // Starts a thread and stores it in `holder`; with a null holder the thread is detached. On
   // failure the holder holds no thread.
@@ -23,11 +23,11 @@ class Thread {
   void Terminate();
   void Close();
 
-  HANDLE handle() const { return handle_; }
+  HANDLE handle() const { return handle_.get(); }
   uint32_t id() const { return id_; }
 
  private:
-  HANDLE handle_ = nullptr;
+  KernelHandle handle_;
   uint32_t id_ = 0;
 };
 

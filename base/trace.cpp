@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "base/heap.h"
+#include "base/holders.h"
 #include "base/library.h"
 #include "base/wide_format.h"
 #include "pal/windows_api.h"
@@ -43,6 +43,21 @@ char* appendUnit(char* out, char16_t unit) {
     *out++ = static_cast<char>(0x80 | (unit & 0x3F));
   }
   return out;
+}
+
+// The exit line of a scope with a format of its own, or without one. Kept apart from the usual
+// line, which needs no text made for it.
+[[gnu::noinline]] void traceExit(const char* format, uint32_t result) {
+  constexpr size_t kFormatCharacters = 18;
+  char text[2 + kFormatCharacters + 1] = "} ";
+  if (format != nullptr) {
+    const size_t length = std::min(std::strlen(format), kFormatCharacters);
+    std::memcpy(text + 2, format, length);
+    text[2 + length] = '\0';
+  } else {
+    text[1] = '\0';
+  }
+  bound.notify->Message(kTraceScopeExit & kLevelMask, defaultTraceSource(), 0, text, result);
 }
 
 }  // namespace
@@ -131,16 +146,11 @@ TraceScope::~TraceScope() {
   if (!bound.notify) {
     return;
   }
-  constexpr size_t kFormatCharacters = 18;
-  char text[2 + kFormatCharacters + 1] = "} ";
-  if (exitFormat_ != nullptr) {
-    const size_t length = std::min(std::strlen(exitFormat_), kFormatCharacters);
-    std::memcpy(text + 2, exitFormat_, length);
-    text[2 + length] = '\0';
+  if (exitFormat_ == kResultFormat) {
+    bound.notify->Message(kTraceScopeExit & kLevelMask, defaultTraceSource(), 0, "} %8x", result_);
   } else {
-    text[1] = '\0';
+    traceExit(exitFormat_, result_);
   }
-  bound.notify->Message(kTraceScopeExit & kLevelMask, defaultTraceSource(), 0, text, result_);
 }
 
 }  // namespace vexa::base

@@ -7,7 +7,7 @@
 #include "base/list_registry.h"
 #include "base/string.h"
 #include "base/trace.h"
-#include "base/wipe.h"
+#include "base/windows_holders.h"
 #include "capi/key_blob.h"
 #include "capi/windows_store.h"
 #include "pal/wide.h"
@@ -23,7 +23,7 @@ constexpr std::u16string_view kPseContainerPrefix = u"\\\\.\\mem://orlind/";
 // place of an earlier one, which is then neither.
 int32_t sortCertificates(const runtime::KeyObject* key,
                          const runtime::CertificateList* certificates, runtime::Certificate** own,
-                         base::CertificateListHolder& authorities) {
+                         base::CertificateList& authorities) {
   for (; certificates != nullptr; certificates = certificates->next) {
     runtime::Certificate* const certificate = certificates->certificate;
     if (certificate == nullptr) {
@@ -33,7 +33,7 @@ int32_t sortCertificates(const runtime::KeyObject* key,
     if (key != nullptr && publicKey != nullptr &&
         base::bound.commonTypes->KeyCompare(publicKey, &key->publicKey) == 0) {
       *own = certificate;
-    } else if (failed(authorities.append(certificate))) {
+    } else if (failed(base::appendCertificate(authorities, certificate))) {
       return kFailure;
     }
   }
@@ -44,24 +44,23 @@ int32_t sortCertificates(const runtime::KeyObject* key,
 // refused stays.
 int32_t addAuthority(HCERTSTORE store, uint32_t checkRoot, runtime::Certificate* certificate) {
   const runtime::ByteBuffer* const encoding = certificate->table->GetEncoding(certificate);
-  const PCCERT_CONTEXT context =
+  const base::CertificateContext context(
       encoding == nullptr ? nullptr
                           : CertCreateCertificateContext(X509_ASN_ENCODING, encoding->data,
-                                                         static_cast<DWORD>(encoding->length));
-  if (context == nullptr) {
+                                                         static_cast<DWORD>(encoding->length)));
+  if (!context) {
     return failWithError("CertCreateCertificateContext failed (Error: 0x%08x)");
   }
-  int32_t result = kOk;
-  if (CertAddCertificateContextToStore(store, context, CERT_STORE_ADD_USE_EXISTING, nullptr) ==
-      FALSE) {
-    result = failWithError("CertAddCertificateContextToStore failed (Error: 0x%08x)");
-  } else if (checkRoot != 0 && certificate->table->IsSelfSigned(certificate) != 0 &&
-             CspCheckCert(context) == 0) {
-    base::traceText(base::kTraceNotice, nullptr, "Root Certificate not trusted!");
-    result = kUntrustedRoot;
+  if (CertAddCertificateContextToStore(store, context.get(), CERT_STORE_ADD_USE_EXISTING,
+                                       nullptr) == FALSE) {
+    return failWithError("CertAddCertificateContextToStore failed (Error: 0x%08x)");
   }
-  CertFreeCertificateContext(context);
-  return result;
+  if (checkRoot != 0 && certificate->table->IsSelfSigned(certificate) != 0 &&
+      CspCheckCert(context.get()) == 0) {
+    base::traceText(base::kTraceNotice, nullptr, "Root Certificate not trusted!");
+    return kUntrustedRoot;
+  }
+  return kOk;
 }
 
 int32_t CspImportCACerts(uint32_t checkRoot, const runtime::CertificateList* certificates) {
@@ -69,18 +68,18 @@ int32_t CspImportCACerts(uint32_t checkRoot, const runtime::CertificateList* cer
   if (certificates == nullptr) {
     return scope.leave(kOk);
   }
-  const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(kAuthorityStore));
-  if (store == nullptr) {
+  base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(kAuthorityStore)));
+  if (!store) {
     return scope.leave(failWithError("CertOpenSystemStore failed (Error: 0x%08x)"));
   }
   int32_t result = kOk;
   for (; certificates != nullptr && result == kOk; certificates = certificates->next) {
     if (certificates->certificate != nullptr) {
-      result = addAuthority(store, checkRoot, certificates->certificate);
+      result = addAuthority(store.get(), checkRoot, certificates->certificate);
     }
   }
-  if (result != kFailure) {  // after a failure of Windows the store stays open
-    CertCloseStore(store, 0);
+  if (result == kFailure) {  // after a failure of Windows the store stays open
+    (void)store.release();
   }
   return scope.leave(result);
 }
@@ -111,33 +110,16 @@ int32_t makeFriendlyName(runtime::Certificate* certificate, const char16_t* cont
              : kOk;
 }
 
-// The key as a blob for Windows; wiped when it goes.
-class KeyBlob {
- public:
-  explicit KeyBlob(const runtime::KeyObject& key) {
-    const runtime::CommonTypes& types = *base::bound.commonTypes.operator->();
-    runtime::RsaPrivateKey* decoded = nullptr;
-    const runtime::PrivateKeyMaterial& material = key.privateKey;
-    if (failed(types.RsaPrivateKeyDecode(material.bytes, material.bitLength / 8, &decoded)) ||
-        decoded == nullptr) {
-      return;
-    }
-    blob_.reset(aux_convert_RSAPrivateKey_to_PVKBLOB(decoded, kKeySpecExchange));
-    types.RsaPrivateKeyRelease(decoded);
+// The key as a blob for Windows; empty when it cannot be one.
+base::SecretBuffer makeKeyBlob(const runtime::PrivateKeyMaterial& material) {
+  base::RsaKey decoded;
+  if (failed(base::bound.commonTypes->RsaPrivateKeyDecode(material.bytes, material.bitLength / 8,
+                                                          decoded.put())) ||
+      !decoded) {
+    return {};
   }
-  KeyBlob(const KeyBlob&) = delete;
-  KeyBlob& operator=(const KeyBlob&) = delete;
-  ~KeyBlob() {
-    if (blob_) {
-      base::wipe(blob_->data, blob_->length);
-    }
-  }
-
-  const runtime::ByteBuffer* get() const { return blob_.get(); }
-
- private:
-  base::Buffer blob_;
-};
+  return base::SecretBuffer(aux_convert_RSAPrivateKey_to_PVKBLOB(decoded.get(), kKeySpecExchange));
+}
 
 int32_t CspImportKey(const char16_t* container, uint32_t importFlags, const runtime::KeyObject* key,
                      runtime::Certificate* certificate) {
@@ -157,8 +139,8 @@ int32_t CspImportKey(const char16_t* container, uint32_t importFlags, const runt
   if (key == nullptr) {
     return scope.leave(csp_import(request));
   }
-  const KeyBlob blob(*key);
-  if (blob.get() == nullptr) {
+  const base::SecretBuffer blob = makeKeyBlob(key->privateKey);
+  if (!blob) {
     return scope.leave(kFailure);
   }
   request.blob = blob.get();
@@ -170,7 +152,7 @@ int32_t CspImport(const char16_t* container, uint32_t importFlags, uint32_t chec
   base::TraceScope scope("CspImport");
   runtime::Certificate* own = nullptr;
   {
-    base::CertificateListHolder authorities;
+    base::CertificateList authorities;
     if (sortCertificates(key, certificates, &own, authorities) != kOk) {
       return scope.leave(kFailure);
     }

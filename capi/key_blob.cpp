@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "base/buffer.h"
-#include "base/heap.h"
+#include "base/holders.h"
 #include "base/trace.h"
 #include "base/wipe.h"
 
@@ -64,14 +64,13 @@ class BlobArea {
 
   // Null when there is no memory.
   runtime::ByteBuffer* copyOut() const {
-    base::RootBlock<runtime::ByteBuffer> record(
-        static_cast<runtime::ByteBuffer*>(base::allocate(sizeof(runtime::ByteBuffer))));
+    auto record = base::RootBlock<runtime::ByteBuffer>::ofBytes(sizeof(runtime::ByteBuffer));
     auto data = base::RootBlock<uint8_t>::ofBytes(record ? length_ : 0);
     if (!record || !data) {
       return nullptr;
     }
     std::memcpy(data.get(), bytes_, length_);
-    *record.get() = {length_, data.release()};
+    *record = {length_, data.release()};
     return record.release();
   }
 

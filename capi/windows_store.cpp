@@ -2,6 +2,7 @@
 
 #include "base/string.h"
 #include "base/trace.h"
+#include "base/windows_holders.h"
 #include "pal/wide.h"
 
 namespace vexa::capi {
@@ -129,10 +130,10 @@ int32_t CspCheckCert(PCCERT_CONTEXT context) {
   base::TraceScope scope("CspCheckCert");
   CERT_CHAIN_PARA parameters{};
   parameters.cbSize = sizeof(parameters);
-  PCCERT_CHAIN_CONTEXT chain = nullptr;
+  base::ChainContext chain;
   if (CertGetCertificateChain(nullptr, context, nullptr, nullptr, &parameters, 0, nullptr,
-                              &chain) == FALSE ||
-      chain == nullptr) {
+                              chain.put()) == FALSE ||
+      !chain) {
     return scope.leave(0);
   }
   CERT_CHAIN_POLICY_PARA policy{};
@@ -140,8 +141,7 @@ int32_t CspCheckCert(PCCERT_CONTEXT context) {
   CERT_CHAIN_POLICY_STATUS status{};
   status.cbSize = sizeof(status);
   const BOOL verified =
-      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain, &policy, &status);
-  CertFreeCertificateChain(chain);
+      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain.get(), &policy, &status);
   const bool trusted = verified != FALSE && static_cast<int32_t>(status.dwError) >= 0;
   return scope.leave(trusted ? 1 : 0);
 }

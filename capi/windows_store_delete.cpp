@@ -1,9 +1,10 @@
 #include <cstring>
 #include <string_view>
 
-#include "base/heap.h"
+#include "base/holders.h"
 #include "base/string.h"
 #include "base/trace.h"
+#include "base/windows_holders.h"
 #include "capi/windows_store.h"
 #include "pal/wide.h"
 #include "vexa/runtime/certificate.h"
@@ -31,17 +32,16 @@ class CertificateFilter {
   // A context that the runtime cannot decode does not match.
   Match matchesIssuer(PCCERT_CONTEXT context) const {
     const runtime::ByteBuffer encoding = {context->cbCertEncoded, context->pbCertEncoded};
-    runtime::Certificate* certificate = nullptr;
-    if (base::bound.commonTypes->CertificateDecode(&encoding, &certificate) != kOk ||
-        certificate == nullptr) {
+    base::RuntimeRef<runtime::Certificate> certificate;
+    if (base::bound.commonTypes->CertificateDecode(&encoding, certificate.put()) != kOk ||
+        !certificate) {
       return Match::kNo;
     }
     base::String name;
     base::WideString text;
     const bool copied = succeeded(base::bound.commonTypes->StringCopy(
-                            name.get(), certificate->table->GetIssuer(certificate))) &&
+                            name.get(), certificate->table->GetIssuer(certificate.get()))) &&
                         succeeded(text.fromUtf8(name.text()));
-    certificate->table->header.Release(reinterpret_cast<runtime::Object*>(certificate));
     if (!copied) {
       return Match::kOutOfMemory;
     }
@@ -74,12 +74,9 @@ class CertificateFilter {
   }
 
   bool grow(DWORD size) {
-    void* const grown = base::reallocate(buffer_.get(), size);
-    if (grown == nullptr) {
+    if (!buffer_.resize(size)) {
       return false;
     }
-    (void)buffer_.release();
-    buffer_.reset(static_cast<uint8_t*>(grown));
     capacity_ = size;
     return true;
   }
@@ -95,24 +92,23 @@ class CertificateFilter {
 int32_t deleteMatching(HCERTSTORE store, CertificateFilter& filter) {
   int32_t result = kOk;
   PCCERT_CONTEXT marked = nullptr;
-  PCCERT_CONTEXT context = nullptr;
+  base::CertificateContext context;
   do {
-    context = CertEnumCertificatesInStore(store, context);
+    context.reset(CertEnumCertificatesInStore(store, context.release()));
     if (marked != nullptr && CertDeleteCertificateFromStore(marked) == FALSE) {
       base::traceFormat(base::kTraceDetail, nullptr, "Can not delete a Certificate: 0x%08x",
                         static_cast<unsigned>(GetLastError()));
     }
     marked = nullptr;
-    if (context != nullptr) {
-      const Match match = filter.matches(context);
-      marked = match == Match::kYes ? CertDuplicateCertificateContext(context) : nullptr;
+    if (context) {
+      const Match match = filter.matches(context.get());
+      marked = match == Match::kYes ? CertDuplicateCertificateContext(context.get()) : nullptr;
       if (match == Match::kOutOfMemory) {
-        CertFreeCertificateContext(context);
-        context = nullptr;
+        context.reset();
         result = kFailure;
       }
     }
-  } while (context != nullptr);
+  } while (context);
   return result;
 }
 
@@ -125,15 +121,13 @@ int32_t csp_delete_certs(const char16_t* storeName, const char16_t* container,
   if (!filter.prepare()) {
     return scope.leave(kFailure);
   }
-  const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(storeName));
-  if (store == nullptr) {
+  const base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(storeName)));
+  if (!store) {
     base::traceWideFormat(base::kTraceDetail, nullptr, u"Can not open the '%s' Certificate store",
                           storeName);
     return scope.leave(kFailure);
   }
-  const int32_t result = deleteMatching(store, filter);
-  CertCloseStore(store, 0);
-  return scope.leave(result);
+  return scope.leave(deleteMatching(store.get(), filter));
 }
 
 }  // namespace vexa::capi

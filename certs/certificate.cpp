@@ -21,7 +21,7 @@ int32_t CCertificate::GetAttributes(runtime::AttributeRequest* list) {
 
 int32_t CCertificate::serve(runtime::AttributeRequest& request) const {
   runtime::Certificate* const certificate = m_cert.get();
-  if (certificate == nullptr || !base::bound.commonTypes) {
+  if (certificate == nullptr) {
     return kFalse;
   }
   const runtime::CertificateTable& table = *certificate->table;
@@ -46,10 +46,7 @@ int32_t CCertificate::serve(runtime::AttributeRequest& request) const {
 }
 
 int32_t CCertificate::IsEqual(runtime::Certificate* other) {
-  return base::bound.commonTypes &&
-                 base::bound.commonTypes->CertificateCompare(m_cert.get(), other) == 0
-             ? 1
-             : 0;
+  return base::bound.commonTypes->CertificateCompare(m_cert.get(), other) == 0 ? 1 : 0;
 }
 
 }  // namespace vexa::certs

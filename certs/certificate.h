@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/com_object.h"
-#include "base/runtime_holders.h"
+#include "base/holders.h"
 #include "vexa/certificates.h"
 
 namespace vexa::certs {
@@ -15,7 +15,7 @@ class CCertificate : public ICertificate, public base::CComObjectRoot {
   CCertificate& operator=(const CCertificate&) = delete;
 
   // Adds a reference of its own.
-  void wrap(runtime::Certificate* certificate) { m_cert.reset(base::addReference(certificate)); }
+  void wrap(runtime::Certificate* certificate) { m_cert = decltype(m_cert)::share(certificate); }
 
   int32_t SetAttributes(runtime::AttributeRequest* list) override;
   int32_t GetAttributes(runtime::AttributeRequest* list) override;

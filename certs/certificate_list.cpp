@@ -4,8 +4,8 @@
 
 #include "base/buffer.h"
 #include "base/certificate_chain.h"
+#include "base/holders.h"
 #include "base/list_registry.h"
-#include "base/runtime_holders.h"
 
 namespace vexa::certs {
 namespace {

@@ -19,10 +19,10 @@ int32_t CCertificates::FindOrAdd(runtime::Certificate* certificate, ICertificate
   if (certificate == nullptr) {
     return kInvalidArgument;
   }
-  for (uint32_t i = 0; i < count_; ++i) {
-    if (items_[i]->IsEqual(certificate) == 1) {
-      items_[i]->AddRef();
-      *wrapper = items_[i];
+  for (const auto& item : items_) {
+    if (item->IsEqual(certificate) == 1) {
+      item->AddRef();
+      *wrapper = item.get();
       return kOk;
     }
   }

@@ -1,5 +1,6 @@
 #include "certs/own_certificates.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/lock.h"
@@ -17,10 +18,12 @@ int32_t bindPseTable() {
   if (base::bound.pse) {
     return kOk;
   }
-  if (base::bound.root == nullptr) {
-    return kFail;
+  const int32_t result =
+      base::bound.root->GetInterface(nullptr, runtime::kPseName, &base::bound.pse.pointer);
+  if (result != kOk || base::bound.pse.pointer == nullptr) {
+    base::bound.pse = {};
   }
-  return base::bound.root->GetInterface(nullptr, runtime::kPseName, &base::bound.pse.pointer);
+  return result;
 }
 
 // True when an earlier node of the list holds the same record.
@@ -43,9 +46,6 @@ const base::InterfaceMapRow* COwnCertificate::InterfaceMap() {
   return map;
 }
 
-// After the last module_final the table is gone, and the record with the runtime.
-COwnCertificate::~COwnCertificate() { (void)COwnCertificate::SetRecord(nullptr); }
-
 int32_t COwnCertificate::SetAttributes(runtime::AttributeRequest* /*list*/) {
   return kAccessDenied;
 }
@@ -56,7 +56,7 @@ int32_t COwnCertificate::GetAttributes(runtime::AttributeRequest* list) {
 }
 
 int32_t COwnCertificate::serve(runtime::AttributeRequest& request) const {
-  if (m_record == nullptr || !base::bound.commonTypes) {
+  if (!m_record) {
     return kFalse;
   }
   runtime::Object* field = nullptr;
@@ -77,15 +77,15 @@ int32_t COwnCertificate::serve(runtime::AttributeRequest& request) const {
 }
 
 int32_t COwnCertificate::SetRecord(runtime::OwnCertificateRecord* record) {
-  runtime::OwnCertificateRecord* const old = std::exchange(m_record, record);
-  if (old != nullptr && old != record && base::bound.pse) {
-    base::bound.pse->OwnRecordRelease(old);
+  if (record == m_record.get()) {
+    (void)m_record.release();
   }
+  m_record.reset(record);
   return kOk;
 }
 
 int32_t COwnCertificate::IsSame(runtime::OwnCertificateRecord* record) {
-  return m_record == record ? 1 : 0;
+  return m_record.get() == record ? 1 : 0;
 }
 
 // --- COwnCertificates ---
@@ -105,7 +105,7 @@ int32_t COwnCertificates::Refresh() {
   if (!pse) {
     throw _com_error(kNullPointer);
   }
-  base::OwnListHolder list;
+  base::OwnList list;
   if (runtime::Pse* const source = pse->GetPSE(); source != nullptr) {
     const int32_t result = source->table->ListOwnCertificates(source, nullptr, nullptr, list.put());
     if (result == kOutOfMemory) {
@@ -116,12 +116,12 @@ int32_t COwnCertificates::Refresh() {
   for (const auto* node = list.get(); node != nullptr; node = node->next) {
     count += node->record != nullptr ? 1 : 0;
   }
-  auto items = base::RootBlock<COwnCertificate*>::ofBytes(count * sizeof(COwnCertificate*));
-  if (!items) {
-    return kOutOfMemory;
+  base::RootVector<base::ComPtr<COwnCertificate>> items;
+  if (const int32_t result = items.reserve(count); failed(result)) {
+    return result;
   }
   // What can fail comes first, so that a failure leaves everything as it was.
-  if (const int32_t result = makeNewItems(list.get(), items.get()); failed(result)) {
+  if (const int32_t result = makeNewItems(list.get(), items); failed(result)) {
     return result;
   }
   uint32_t index = 0;
@@ -129,58 +129,51 @@ int32_t COwnCertificates::Refresh() {
     if (node->record == nullptr) {
       continue;
     }
-    COwnCertificate*& item = items[index++];
-    if (item == nullptr) {
-      item = takeOut(node->record).release();
+    auto& item = items[index++];
+    if (!item) {
+      item = takeOut(node->record);
     } else {
       (void)item->SetRecord(std::exchange(node->record, nullptr));
     }
   }
-  releaseItems();
-  base::freeBlock(std::exchange(items_, items.release()));
-  count_ = count;
+  items_ = std::move(items);
   return kOk;
 }
 
 // A new wrapper for every record that none of the items holds; the places of the others stay null.
-int32_t COwnCertificates::makeNewItems(runtime::OwnCertificateList* list,
-                                       COwnCertificate** items) const {
-  uint32_t index = 0;
+int32_t COwnCertificates::makeNewItems(
+    const runtime::OwnCertificateList* list,
+    base::RootVector<base::ComPtr<COwnCertificate>>& items) const {
   for (const auto* node = list; node != nullptr; node = node->next) {
     if (node->record == nullptr) {
       continue;
     }
-    items[index] = nullptr;
+    base::ComPtr<COwnCertificate> item;
     if (!isListed(node->record) || isRepeated(list, node)) {
       base::ComPtr<base::CComObject<COwnCertificate>> added;
       if (const int32_t result = base::createObject(added); failed(result)) {
-        while (index-- > 0) {
-          base::ComPtr<COwnCertificate>(items[index]).reset();
-        }
         return result;
       }
-      items[index] = added.release();
+      item.reset(added.release());
     }
-    ++index;
+    if (const int32_t result = items.append(std::move(item)); failed(result)) {
+      return result;
+    }
   }
   return kOk;
 }
 
 bool COwnCertificates::isListed(runtime::OwnCertificateRecord* record) const {
-  for (uint32_t i = 0; i < count_; ++i) {
-    if (items_[i]->IsSame(record) == 1) {
-      return true;
-    }
-  }
-  return false;
+  return std::any_of(items_.begin(), items_.end(),
+                     [record](const auto& item) { return item->IsSame(record) == 1; });
 }
 
 // The item of that record with the container's reference; a later match replaces an earlier one.
 base::ComPtr<COwnCertificate> COwnCertificates::takeOut(runtime::OwnCertificateRecord* record) {
   base::ComPtr<COwnCertificate> candidate;
-  for (uint32_t i = 0; i < count_; ++i) {
-    if (items_[i] != nullptr && items_[i]->IsSame(record) == 1) {
-      candidate.reset(std::exchange(items_[i], nullptr));
+  for (auto& item : items_) {
+    if (item && item->IsSame(record) == 1) {
+      candidate = std::move(item);
     }
   }
   return candidate;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/com_object.h"
-#include "base/runtime_holders.h"
+#include "base/holders.h"
 #include "vexa/own_certificates.h"
 
 namespace vexa::certs {
@@ -20,12 +20,12 @@ class COwnCertificate : public IOwnCertificate, public base::CComObjectRoot {
   int32_t IsSame(runtime::OwnCertificateRecord* record) override;
 
  protected:
-  ~COwnCertificate();
+  ~COwnCertificate() = default;
 
  private:
   int32_t serve(runtime::AttributeRequest& request) const;
 
-  runtime::OwnCertificateRecord* m_record = nullptr;  // one reference
+  base::OwnRecord m_record;  // one reference
 };
 
 class COwnCertificates : public base::CContainerUnkImpl<COwnCertificate, IOwnCertificates>,
@@ -46,7 +46,8 @@ class COwnCertificates : public base::CContainerUnkImpl<COwnCertificate, IOwnCer
  private:
   bool isListed(runtime::OwnCertificateRecord* record) const;
   base::ComPtr<COwnCertificate> takeOut(runtime::OwnCertificateRecord* record);
-  int32_t makeNewItems(runtime::OwnCertificateList* list, COwnCertificate** items) const;
+  int32_t makeNewItems(const runtime::OwnCertificateList* list,
+                       base::RootVector<base::ComPtr<COwnCertificate>>& items) const;
 };
 
 // Creator of "OwnCertificates": binds SEC_PSE_1 first, once; its failure is returned as it stands.

@@ -12,9 +12,6 @@ const base::InterfaceMapRow* CPSE::InterfaceMap() {
 
 // Without a context there is no PSE; the object then holds neither.
 CPSE::CPSE() {
-  if (!base::bound.asc || !base::bound.commonTypes) {
-    return;
-  }
   const runtime::ContextParameters parameters = {
       .version = 1,
       .applicationName = "vexa",
@@ -22,8 +19,7 @@ CPSE::CPSE() {
       .typeOperations = base::bound.commonTypes->typeOperations,
       .reserved5 = nullptr,
   };
-  if (failed(base::bound.asc->CreateContext(&parameters, m_context.put())) ||
-      m_context.get() == nullptr) {
+  if (failed(base::bound.asc->CreateContext(&parameters, m_context.put())) || !m_context) {
     return;
   }
   (void)m_context->table->GetPse(m_context.get(), m_pse.put());

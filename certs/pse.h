@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/com_object.h"
-#include "base/runtime_holders.h"
+#include "base/holders.h"
 #include "vexa/pse.h"
 
 namespace vexa::certs {

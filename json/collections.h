@@ -22,6 +22,8 @@ class JsonCollection : public JsonValue {
   explicit JsonCollection(JsonType type) : JsonValue(Item::collection(type, nullptr, 0)) {}
   ~JsonCollection() { releaseElements(); }
 
+  // Some elements are objects; else they are all items, which stand side by side.
+  bool hasValues() const { return hasValues_; }
   // What the element or member's value holds; an absent item when there is none.
   Item contentAt(uint64_t index) const {
     return index < count() ? contentOf(elementOf(content(), index)) : Item::absent();
@@ -40,7 +42,7 @@ class JsonCollection : public JsonValue {
   // their elements still to be released; other values end.
   void dropElements(JsonCollection*& dying);
 
-  bool hasValues_ = false;  // some elements are objects
+  bool hasValues_ = false;
   JsonCollection* nextDying_ = nullptr;
 };
 

@@ -16,6 +16,23 @@ runtime::ByteBuffer recordOf(std::string_view bytes) {
   return {bytes.size(), reinterpret_cast<uint8_t*>(const_cast<char*>(bytes.data()))};
 }
 
+// The first of the names that is equal, by the verdict of the runtime on those of the same length.
+template <class NameAt>
+uint64_t findName(std::string_view key, uint64_t count, NameAt nameAt) {
+  const runtime::ByteBuffer wanted = recordOf(key);
+  for (uint64_t index = 0; index < count; ++index) {
+    const std::string_view name = nameAt(index);
+    if (name.size() != key.size()) {
+      continue;
+    }
+    const runtime::ByteBuffer found = recordOf(name);
+    if (bound.commonTypes->BufferCompare(&wanted, &found) == 0) {
+      return index;
+    }
+  }
+  return kAbsent;
+}
+
 }  // namespace
 
 const base::InterfaceMapRow* JsonObject::InterfaceMap() {
@@ -111,18 +128,12 @@ int32_t JsonObject::SetBool(const char* key, uint8_t value) {
 int32_t JsonObject::SetNull(const char* key) { return store(key, makeNull()); }
 
 uint64_t JsonObject::indexOf(std::string_view key) const {
-  const runtime::ByteBuffer wanted = recordOf(key);
-  for (uint64_t index = 0; index < count(); ++index) {
-    const std::string_view name = keyOf(content(), index);
-    if (name.size() != key.size()) {
-      continue;  // cannot be equal: saves the call
-    }
-    const runtime::ByteBuffer found = recordOf(name);
-    if (bound.commonTypes && bound.commonTypes->BufferCompare(&wanted, &found) == 0) {
-      return index;
-    }
+  const Item object = content();
+  if (hasValues()) {
+    return findName(key, object.length(), [&](uint64_t index) { return keyOf(object, index); });
   }
-  return kAbsent;
+  const Item* const items = object.items();
+  return findName(key, object.length(), [=](uint64_t index) { return items[2 * index].text(); });
 }
 
 uint64_t JsonObject::indexOf(const char* key) const {

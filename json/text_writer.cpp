@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "base/tables.h"
 #include "json/bytes.h"
@@ -42,9 +43,43 @@ uint64_t bytesToEscape(uint64_t word) {
 
 constexpr size_t kHalf = kWord / 2;
 
-// Copies half a word to a word, as two halves that may overlap. False when some of it is to be
-// escaped; what was copied then counts for nothing.
-bool copyRest(const char* from, char* to, size_t size) {
+// Two words, as the processor looks at them at once.
+using Bytes16 [[gnu::vector_size(16)]] = uint8_t;
+using Words = std::array<uint64_t, 2>;
+
+bool hasEscapes(const Words& words) {
+  const auto bytes = std::bit_cast<Bytes16>(words);
+  const auto marks =
+      std::bit_cast<Words>((bytes < 0x20) | (bytes == '"') | (bytes == '/') | (bytes == '\\'));
+  return (marks[0] | marks[1]) != 0;
+}
+
+// Each of these copies a text of some length and tells whether it was plain. What was copied counts
+// for nothing if it was not. The last bytes may overlap those before.
+bool copyTwoWords(const char* from, char* to) {
+  Words words;
+  std::memcpy(&words, from, sizeof(words));
+  std::memcpy(to, &words, sizeof(words));
+  return !hasEscapes(words);
+}
+
+bool copyWords(const char* from, char* to, size_t size) {
+  const size_t last = size - sizeof(Words);
+  bool isPlain = copyTwoWords(from + last, to + last);
+  for (size_t at = 0; at < last; at += sizeof(Words)) {
+    isPlain &= copyTwoWords(from + at, to + at);
+  }
+  return isPlain;
+}
+
+bool copyWord(const char* from, char* to, size_t size) {
+  const Words words{loadWord(from), loadWord(from + size - kWord)};
+  std::memcpy(to, &words[0], kWord);
+  std::memcpy(to + size - kWord, &words[1], kWord);
+  return !hasEscapes(words);
+}
+
+bool copyHalves(const char* from, char* to, size_t size) {
   uint32_t first;
   uint32_t last;
   std::memcpy(&first, from, kHalf);
@@ -52,6 +87,25 @@ bool copyRest(const char* from, char* to, size_t size) {
   std::memcpy(to, &first, kHalf);
   std::memcpy(to + size - kHalf, &last, kHalf);
   return bytesToEscape(first | uint64_t{last} << 32) == 0;
+}
+
+bool copyBytes(const char* from, char* to, size_t size) {
+  char escapes = kPlain;
+  for (size_t at = 0; at < size; ++at) {
+    to[at] = from[at];
+    escapes |= kEscapes[static_cast<uint8_t>(from[at])];
+  }
+  return escapes == kPlain;
+}
+
+bool copyWhenPlain(const char* from, char* to, size_t size) {
+  if (size >= sizeof(Words)) {
+    return copyWords(from, to, size);
+  }
+  if (size >= kWord) {
+    return copyWord(from, to, size);
+  }
+  return size >= kHalf ? copyHalves(from, to, size) : copyBytes(from, to, size);
 }
 
 // "00" to "99".
@@ -65,50 +119,58 @@ constexpr std::array<char, 200> makePairs() {
 }
 constexpr std::array<char, 200> kPairs = makePairs();
 
-// A number in decimal digits, put together from its end.
-class Digits {
- public:
-  explicit Digits(int32_t value) {
-    auto rest = static_cast<uint32_t>(value);
-    rest = value < 0 ? 0 - rest : rest;
-    for (; rest >= 100; rest /= 100) {
-      next_ -= 2;
-      std::memcpy(next_, &kPairs[rest % 100 * 2], 2);
-    }
-    if (rest >= 10) {
-      *--next_ = kPairs[rest * 2 + 1];
-      *--next_ = kPairs[rest * 2];
-    } else {
-      *--next_ = static_cast<char>('0' + rest);
-    }
-    if (value < 0) {
-      *--next_ = '-';
-    }
+constexpr size_t kMostDigits = 10;
+
+unsigned digitsOf(uint32_t number) {
+  static constexpr uint32_t kPowers[kMostDigits] = {
+      0, 10, 100, 1000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000, 1'000'000'000};
+  // 1233 / 4096 is the logarithm of 2, and exact enough for 32 bits.
+  const auto digits = static_cast<unsigned>(std::bit_width(number | 1)) * 1233 >> 12;
+  return digits + (number >= kPowers[digits] ? 1 : 0);
+}
+
+// Writes a number in decimal digits from its end; the place behind it.
+char* writeDigits(char* out, uint32_t number) {
+  char* const end = out + digitsOf(number);
+  char* next = end;
+  for (; number >= 100; number /= 100) {
+    next -= 2;
+    std::memcpy(next, &kPairs[number % 100 * 2], 2);
   }
-  const char* data() const { return next_; }
-  size_t size() const { return static_cast<size_t>(bytes_ + kMost - next_); }
-
-  static constexpr size_t kMost = 11;         // with the sign
-  static constexpr size_t kRoom = 2 * kMost;  // so that kMost bytes can be read from data() on
-
- private:
-  char bytes_[kRoom];
-  char* next_ = bytes_ + kMost;
-};
+  if (number >= 10) {
+    std::memcpy(next - 2, &kPairs[number * 2], 2);
+  } else {
+    next[-1] = static_cast<char>('0' + number);
+  }
+  return end;
+}
 
 }  // namespace
 
+char* TextWriter::writeInteger(char* out, int32_t value) {
+  auto number = static_cast<uint32_t>(value);
+  if (value < 0) {
+    *out++ = '-';
+    number = 0 - number;
+  }
+  return writeDigits(out, number);
+}
+
 void TextWriter::putInteger(int32_t value) {
-  const Digits digits(value);
-  if (pending_ + Digits::kMost <= kFlushAt) {
-    std::memcpy(buffer_ + pending_, digits.data(), Digits::kMost);
-    advance(digits.size());
+  if (char* const out = room(kMostDigits + 1); out != nullptr) {
+    advance(static_cast<size_t>(writeInteger(out, value) - out));
     return;
   }
-  for (size_t i = 0; i < digits.size(); ++i) {
-    buffer_[pending_] = digits.data()[i];
+  char digits[kMostDigits + 1];
+  const char* const end = writeInteger(digits, value);
+  for (const char* next = digits; next != end; ++next) {
+    buffer_[pending_] = *next;
     advance(1);
   }
+}
+
+bool TextWriter::copyWhenPlain(char* out, std::string_view text) {
+  return json::copyWhenPlain(text.data(), out, text.size());
 }
 
 void TextWriter::putEscaped(std::string_view text) {
@@ -132,22 +194,17 @@ void TextWriter::putEscaped(std::string_view text) {
 const char* TextWriter::copyPlain(const char* next, const char* end) {
   char* out = buffer_ + pending_;
   const char* const stop = next + std::min<ptrdiff_t>(buffer_ + kFlushAt - out, end - next);
-  while (static_cast<size_t>(stop - next) >= kWord) {
-    const uint64_t word = loadWord(next);
-    std::memcpy(out, &word, kWord);
-    const uint64_t escaped = bytesToEscape(word);
+  const auto left = [&] { return static_cast<size_t>(stop - next); };
+  while (left() >= sizeof(Words) && copyTwoWords(next, out)) {
+    next += sizeof(Words);
+    out += sizeof(Words);
+  }
+  if (left() >= kWord) {
+    const uint64_t escaped = bytesToEscape(loadWord(next));
     const size_t plain = escaped == 0 ? kWord : firstMarked(escaped);
+    std::memcpy(out, next, kWord);
     next += plain;
     out += plain;
-    if (plain != kWord) {
-      pending_ = static_cast<size_t>(out - buffer_);
-      return next;
-    }
-  }
-  const auto rest = static_cast<size_t>(stop - next);
-  if (rest >= kHalf && copyRest(next, out, rest)) {
-    pending_ = static_cast<size_t>(out - buffer_) + rest;
-    return stop;
   }
   while (next != stop && kEscapes[static_cast<uint8_t>(*next)] == kPlain) {
     *out++ = *next++;

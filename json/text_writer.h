@@ -29,6 +29,24 @@ class TextWriter {
   // four decimal digits for other bytes below 0x20.
   void putEscaped(std::string_view text);
 
+  // An escaped text with a literal before and behind it: all at once when it is short and has
+  // nothing to escape, as most names have.
+  template <size_t kBefore, size_t kBehind>
+  void putEscaped(const char (&before)[kBefore], std::string_view text,
+                  const char (&behind)[kBehind]) {
+    constexpr size_t kAround = kBefore - 1 + kBehind - 1;
+    char* const out = text.size() <= kShort ? room(kAround + text.size()) : nullptr;
+    if (out == nullptr || !copyWhenPlain(out + kBefore - 1, text)) {
+      put(before);
+      putEscaped(text);
+      put(behind);
+      return;
+    }
+    std::memcpy(out, before, kBefore - 1);
+    std::memcpy(out + kBefore - 1 + text.size(), behind, kBehind - 1);
+    advance(kAround + text.size());
+  }
+
   // The stream's first failure, or kOk.
   int32_t result() const { return result_; }
   // Hands over what is left; the result.
@@ -37,6 +55,7 @@ class TextWriter {
  private:
   static constexpr size_t kFlushAt = 1024;
   static constexpr size_t kLargestStep = 8;  // what may be put at once, up to kFlushAt
+  static constexpr size_t kShort = 64;
   static constexpr size_t kSize = kFlushAt + kLargestStep;
 
   void advance(size_t count) {
@@ -45,6 +64,10 @@ class TextWriter {
       flush();
     }
   }
+  // Where `count` bytes can be put without a look at the buffer's end, or null.
+  char* room(size_t count) { return count <= kFlushAt - pending_ ? buffer_ + pending_ : nullptr; }
+  static char* writeInteger(char* out, int32_t value);
+  static bool copyWhenPlain(char* out, std::string_view text);
   const char* copyPlain(const char* next, const char* end);
   void putEscape(uint8_t byte);
   void flush();

@@ -18,11 +18,23 @@ class TreeWriter {
       writeScalar(content);
       return kOk;
     }
-    int32_t result = open(content);
-    while (succeeded(result) && !levels_.empty() && succeeded(out_.result())) {
-      result = writeLevel(levels_.back());
+    open(content);
+    while (succeeded(out_.result())) {
+      const Item nested = level_.collection.type() == kJsonObject ? writeLevel<kJsonObject>()
+                                                                  : writeLevel<kJsonArray>();
+      if (!nested.isAbsent()) {
+        if (!outer_.push(level_)) {
+          return kOutOfMemory;
+        }
+        open(nested);
+      } else if (outer_.empty()) {
+        break;
+      } else {
+        level_ = outer_.back();
+        outer_.pop();
+      }
     }
-    return result;
+    return kOk;
   }
 
  private:
@@ -43,9 +55,7 @@ class TreeWriter {
   void writeScalar(const Item& content) {
     switch (content.type()) {
       case kJsonString:
-        out_.put("\"");
-        out_.putEscaped(content.text());
-        out_.put("\"");
+        out_.putEscaped("\"", content.text(), "\"");
         break;
       case kJsonNumber:
         out_.putInteger(content.number());
@@ -59,37 +69,43 @@ class TreeWriter {
     }
   }
 
-  int32_t open(const Item& collection) {
+  void open(const Item& collection) {
     putEither(collection.type() == kJsonObject, "{\n", "[\n");
-    return levels_.push({collection, 0}) ? kOk : kOutOfMemory;
+    level_ = {collection, 0};
   }
 
-  // Writes elements up to the one that opens a deeper level, or to the end of this one.
-  int32_t writeLevel(Level& level) {
-    const Item collection = level.collection;
-    const bool isObject = collection.type() == kJsonObject;
-    for (uint64_t index = level.next; index != collection.length(); ++index) {
-      if (isObject) {
-        putEither(index == 0, "\"", ",\n\"");
-        out_.putEscaped(keyOf(collection, index));
-        out_.put("\" : ");
+  // Writes elements up to the first one that is a collection, which it answers, or to the end.
+  template <uint32_t kType>
+  Item writeLevel() {
+    const Item collection = level_.collection;
+    for (uint64_t index = level_.next; index != collection.length(); ++index) {
+      if constexpr (kType == kJsonObject) {
+        writeName(index == 0, keyOf(collection, index));
       } else if (index != 0) {
         out_.put(",\n");
       }
-      const Item content = contentOf(elementOf(collection, index));
+      const Item content = contentOf(elementOf<kType>(collection, index));
       if (content.isCollection()) {
-        level.next = index + 1;
-        return open(content);  // may move the levels
+        level_.next = index + 1;
+        return content;
       }
       writeScalar(content);
     }
-    putEither(isObject, "\n}\n", "\n]\n");
-    levels_.pop();
-    return kOk;
+    putEither(kType == kJsonObject, "\n}\n", "\n]\n");
+    return Item::absent();
+  }
+
+  void writeName(bool isFirst, std::string_view name) {
+    if (isFirst) {
+      out_.putEscaped("\"", name, "\" : ");
+    } else {
+      out_.putEscaped(",\n\"", name, "\" : ");
+    }
   }
 
   TextWriter& out_;
-  GrowingStack<Level, 32> levels_;
+  Level level_{Item::absent(), 0};
+  GrowingStack<Level, 32> outer_;  // the levels around it
 };
 
 }  // namespace

@@ -80,13 +80,18 @@ class JsonValue : public IComponent, public base::CComObjectRoot {
 };
 
 // The element of a collection, or the value of its member. There is one with this index.
-inline Item elementOf(const Item& collection, uint64_t index) {
+template <uint32_t kType>
+Item elementOf(const Item& collection, uint64_t index) {
   if (!collection.hasEntries()) {
-    const uint64_t each = itemsEach(collection.type());
-    return collection.items()[index * each + each - 1];
+    constexpr uint64_t kEach = itemsEach(kType);
+    return collection.items()[index * kEach + kEach - 1];
   }
   const Entry entry = collection.entries()[index];
   return entry.isValue() ? Item::value(entry.value()->type(), entry.value()) : *entry.item();
+}
+inline Item elementOf(const Item& collection, uint64_t index) {
+  return collection.type() == kJsonObject ? elementOf<kJsonObject>(collection, index)
+                                          : elementOf<kJsonArray>(collection, index);
 }
 
 // What an item holds, be it the item itself or the object that it refers to.

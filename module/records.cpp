@@ -37,22 +37,20 @@ constexpr char kFramework[] = "vexa";
 
 // Bound tables
 CLoadAPI_SEC_PKCS12 pkcs12;
-LoadRecord commonTypes{nullptr, runtime::kCommonTypesName, &bound.commonTypes.pointer};
-LoadRecord encode{nullptr, runtime::kEncodeName, &bound.encode.pointer};
-LoadRecord strings{runtime::kStringComponent, runtime::kStringName, &bound.strings.pointer};
-LoadRecord multiStrings{runtime::kStringComponent, runtime::kMultiStringName,
-                        &bound.multiStrings.pointer};
-LoadRecord io{nullptr, runtime::kIoName, &bound.io.pointer};
-LoadRecord url{nullptr, runtime::kUrlName, &bound.url.pointer};
-LoadRecord wideStrings{runtime::kStringComponent, runtime::kWideStringName,
-                       &bound.wideStrings.pointer};
+LoadRecord commonTypes{nullptr, runtime::kCommonTypesName, bound.commonTypes};
+LoadRecord encode{nullptr, runtime::kEncodeName, bound.encode};
+LoadRecord strings{runtime::kStringComponent, runtime::kStringName, bound.strings};
+LoadRecord multiStrings{runtime::kStringComponent, runtime::kMultiStringName, bound.multiStrings};
+LoadRecord io{nullptr, runtime::kIoName, bound.io};
+LoadRecord url{nullptr, runtime::kUrlName, bound.url};
+LoadRecord wideStrings{runtime::kStringComponent, runtime::kWideStringName, bound.wideStrings};
 LoadRecord wideMultiStrings{runtime::kStringComponent, runtime::kWideMultiStringName,
-                            &bound.wideMultiStrings.pointer};
-LoadRecord asc{nullptr, runtime::kAscName, &bound.asc.pointer};
-LoadRecord crypt{nullptr, runtime::kCryptName, &bound.crypt.pointer};
-LoadRecord random{nullptr, runtime::kRandomName, &bound.random.pointer};
-LoadRecord time{nullptr, runtime::kTimeName, &bound.time.pointer};
-LoadRecord notify{nullptr, runtime::kNotifyName, &bound.notify.pointer};
+                            bound.wideMultiStrings};
+LoadRecord asc{nullptr, runtime::kAscName, bound.asc};
+LoadRecord crypt{nullptr, runtime::kCryptName, bound.crypt};
+LoadRecord random{nullptr, runtime::kRandomName, bound.random};
+LoadRecord time{nullptr, runtime::kTimeName, bound.time};
+LoadRecord notify{nullptr, runtime::kNotifyName, bound.notify};
 
 // Offered lists
 ListRecord ascList{kComponent, kAscListName, &certs::kAscList};
@@ -63,7 +61,7 @@ ListRecord hashTableList{kComponent, kHashTableListName, &collections::kHashTabl
 ListRecord jsonApi{kComponent, kJsonApiListName, &json::kJsonApi};
 
 // Bound when own certificates are first asked for
-UnloadRecord pseTable{&bound.pse.pointer};
+UnloadRecord pseTable{bound.pse};
 
 ListRecord networkList{kComponent, kNetworkListName, &webclient::kNetworkList};
 ListRecord timeList{kComponent, kTimeListName, &time::kTimeList};

@@ -28,20 +28,17 @@ const base::InterfaceMapRow* CClientMonitor::InterfaceMap() {
   return map;
 }
 
-CClientMonitor::~CClientMonitor() {
-  endThread();
-  keepSnapshot(nullptr);
-}
+CClientMonitor::~CClientMonitor() { endThread(); }
 
 int32_t CClientMonitor::CheckNetwork() {
   base::ScopedLock lock(lock_);
-  AdapterSnapshot* snapshot = nullptr;
-  if (const int32_t result = TakeSnapshot(&snapshot); failed(result)) {
+  base::ProcessBlock<AdapterSnapshot> snapshot;
+  if (const int32_t result = TakeSnapshot(snapshot.put()); failed(result)) {
     return result;
   }
-  (void)CompareNetwork(snapshot);
+  (void)CompareNetwork(snapshot.get());
   (void)FreeSnapshot();
-  snapshot_ = snapshot;
+  snapshot_ = std::move(snapshot);
   return kOk;
 }
 
@@ -49,7 +46,7 @@ int32_t CClientMonitor::Reset() {
   log("Client Status Monitor: Reset internal status");
   base::ScopedLock lock(lock_);
   (void)FreeSnapshot();
-  if (const int32_t result = TakeSnapshot(&snapshot_); failed(result)) {
+  if (const int32_t result = TakeSnapshot(snapshot_.put()); failed(result)) {
     return result;
   }
   return SetStatus(kUnchanged);
@@ -109,27 +106,21 @@ void CClientMonitor::endThread() {
 
 int32_t CClientMonitor::CompareNetwork(const AdapterSnapshot* snapshot) {
   if (!base::bound.strings) {
-    return kOk;
+    return kOk;  // names cannot be compared, which is no change
   }
   base::ScopedLock lock(lock_);
   const auto report = [](void* monitor, const char* change) {
     log(change);
     (void)static_cast<IClientMonitor*>(monitor)->SetStatus(kChanged);
   };
-  compareAdapters(snapshot, snapshot_, report, static_cast<IClientMonitor*>(this));
+  compareAdapters(snapshot, snapshot_.get(), report, static_cast<IClientMonitor*>(this));
   return kOk;
 }
 
 int32_t CClientMonitor::FreeSnapshot() {
   base::ScopedLock lock(lock_);
-  keepSnapshot(nullptr);
+  snapshot_.reset();
   return kOk;
-}
-
-void CClientMonitor::keepSnapshot(AdapterSnapshot* snapshot) {
-  if (AdapterSnapshot* const old = std::exchange(snapshot_, snapshot); old != nullptr) {
-    HeapFree(GetProcessHeap(), 0, old);
-  }
 }
 
 int32_t CClientMonitor::TakeSnapshot(AdapterSnapshot** snapshot) {

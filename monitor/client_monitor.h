@@ -46,9 +46,8 @@ class CClientMonitor : public IClientMonitor,
 
  private:
   void endThread();
-  void keepSnapshot(AdapterSnapshot* snapshot);
 
-  AdapterSnapshot* snapshot_ = nullptr;
+  base::ProcessBlock<AdapterSnapshot> snapshot_;
   std::atomic<uint32_t> status_ = kUnchanged;
   std::atomic<HANDLE> changeEvent_ = nullptr;
   base::Thread changeThread_;

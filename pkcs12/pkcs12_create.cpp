@@ -1,7 +1,7 @@
 #include <cstring>
 
 #include "base/heap.h"
-#include "base/runtime_holders.h"
+#include "base/holders.h"
 #include "base/trace.h"
 #include "pkcs12/pkcs12.h"
 
@@ -45,7 +45,7 @@ class PfxBuilder {
   }
 
   int32_t addKeyBag() {
-    base::SafeBagHolder bag;
+    base::SafeBag bag;
     int32_t result = createBag(bag, runtime::kKeyBag);
     if (result == kOk) {
       bag->shrouded = 1;
@@ -65,7 +65,7 @@ class PfxBuilder {
   }
 
   int32_t addOwnCertificate(runtime::Certificate* certificate) {
-    base::SafeBagHolder bag;
+    base::SafeBag bag;
     int32_t result = createBag(bag, runtime::kCertificateBag);
     if (result == kOk) {
       result = setName(bag);
@@ -80,7 +80,7 @@ class PfxBuilder {
   }
 
   int32_t addChainCertificate(runtime::Certificate* certificate) {
-    base::SafeBagHolder bag;
+    base::SafeBag bag;
     int32_t result = createBag(bag, runtime::kCertificateBag);
     if (result == kOk) {
       result = setCommonName(bag, certificate);
@@ -92,7 +92,7 @@ class PfxBuilder {
   }
 
  private:
-  static int32_t createBag(base::SafeBagHolder& bag, runtime::BagType type) {
+  static int32_t createBag(base::SafeBag& bag, runtime::BagType type) {
     const int32_t result = bound.pkcs12Types->BagCreate(bag.put());
     if (result == kOk) {
       bag->type = type;
@@ -100,7 +100,7 @@ class PfxBuilder {
     return result;
   }
 
-  int32_t setName(base::SafeBagHolder& bag) const {
+  int32_t setName(base::SafeBag& bag) const {
     const int32_t result = bound.strings->Create(&bag->friendlyName);
     return result != kOk
                ? result
@@ -109,7 +109,7 @@ class PfxBuilder {
   }
 
   // Empty when the certificate has no subject.
-  static int32_t setCommonName(base::SafeBagHolder& bag, runtime::Certificate* certificate) {
+  static int32_t setCommonName(base::SafeBag& bag, runtime::Certificate* certificate) {
     const int32_t result = bound.strings->Create(&bag->friendlyName);
     runtime::Name* const subject = certificate->table->GetSubject(certificate);
     if (result != kOk || subject == nullptr) {
@@ -119,7 +119,7 @@ class PfxBuilder {
   }
 
   // The algorithm comes from the public half.
-  int32_t setKey(base::SafeBagHolder& bag) const {
+  int32_t setKey(base::SafeBag& bag) const {
     int32_t result = bound.pkcs12Types->PrivateKeyInfoCreate(&bag->key);
     if (result == kOk) {
       result = bound.commonTypes->AlgorithmIdCopy(&bag->key->algorithm, &key_.publicKey.algorithm);
@@ -139,13 +139,13 @@ class PfxBuilder {
     return kOk;
   }
 
-  static int32_t setCertificate(base::SafeBagHolder& bag, runtime::Certificate* certificate) {
+  static int32_t setCertificate(base::SafeBag& bag, runtime::Certificate* certificate) {
     auto* const object = reinterpret_cast<runtime::Object*>(certificate);
     return object->table->Duplicate(object, reinterpret_cast<void**>(&bag->certificate));
   }
 
   // A new node at the end.
-  int32_t link(base::SafeBagHolder& bag) {
+  int32_t link(base::SafeBag& bag) {
     runtime::BagNode* node = nullptr;
     const int32_t result = bound.pkcs12Types->BagNodeCreate(&node);
     if (result == kOk) {
@@ -158,7 +158,7 @@ class PfxBuilder {
 
   const runtime::StringObject& name_;
   const runtime::KeyObject& key_;
-  base::PfxParametersHolder parameters_;
+  base::PfxParameters parameters_;
   runtime::BagNode* last_ = nullptr;
 };
 

@@ -52,7 +52,8 @@ class PfxReader {
           !choose(*bag)) {
         continue;
       }
-      if (const int32_t result = certificates_.append(bag->certificate); result != kOk) {
+      if (const int32_t result = base::appendCertificate(certificates_, bag->certificate);
+          result != kOk) {
         return result;
       }
       if (const int32_t result = also(*bag); result != kOk) {
@@ -104,18 +105,17 @@ class PfxReader {
       std::memcpy(bytes, source.data, source.length);
     }
     runtime::PrivateKeyMaterial& material = key_->privateKey;
-    uint8_t* const old = std::exchange(material.bytes, bytes);
-    if (old != nullptr) {
-      base::wipe(old, material.bitLength / 8);
-      base::freeBlock(old);
+    const base::RootBlock<uint8_t> old(std::exchange(material.bytes, bytes));
+    if (old) {
+      base::wipe(old.get(), material.bitLength / 8);
     }
     material.bitLength = 8 * source.length;
     return kOk;
   }
 
   const runtime::BagNode* bags_;
-  base::KeyHolder key_;
-  base::CertificateListHolder certificates_;
+  base::Key key_;
+  base::CertificateList certificates_;
 };
 
 }  // namespace
@@ -126,7 +126,7 @@ int32_t aux_open_pkcs12(const runtime::ByteBuffer* data, const runtime::StringOb
   if (data == nullptr || key == nullptr || certificates == nullptr) {
     return scope.leave(kInvalidArgument);
   }
-  base::BagListHolder bags;
+  base::BagList bags;
   uint8_t verified = 0;
   const int32_t decoded = bound.pkcs12->Decode(data, nullptr, password, bags.put(), &verified);
   if (verified == 0) {  // before the result, whatever that is

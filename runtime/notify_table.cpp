@@ -2,14 +2,13 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
-#include <new>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include "runtime/basic_tables.h"
+#include "runtime/lock.h"
+#include "runtime/thread_id.h"
+#include "runtime/trace.h"
 #include "vexa/results.h"
 #include "vexa/runtime/reference.h"
 
@@ -20,6 +19,14 @@ namespace {
 // A message without a level (0) shows where the scopes do.
 constexpr uint32_t kScopeLevel = 4;
 
+// A source with a level of its own. Its name lies behind, zero-terminated.
+struct SourceLevel {
+  SourceLevel* next;
+  uint32_t level;
+
+  char* name() { return reinterpret_cast<char*>(this + 1); }
+};
+
 class Trace {
  public:
   // Whether any source is on at this level. Costs one load.
@@ -27,14 +34,18 @@ class Trace {
     return highest_.load(std::memory_order_relaxed) >= effective(level);
   }
 
+  // Where nothing is traced, nobody has a level of its own.
   uint32_t levelOf(const char* source) {
-    const std::lock_guard lock(mutex_);
+    if (highest_.load(std::memory_order_relaxed) == 0) {
+      return 0;
+    }
+    const std::lock_guard guard(lock_);
     const uint32_t level = printLevelLocked(source);
     return isCollectedLocked() ? std::max(level, collector_.level) : level;
   }
 
   void write(uint32_t level, const char* source, const char* text) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard guard(lock_);
     if (isCollectedLocked() && collector_.level >= effective(level)) {
       collector_.collect(collector_.context, level, source, text);
     }
@@ -50,7 +61,7 @@ class Trace {
     if (path != nullptr && (file = std::fopen(path, "a")) == nullptr) {
       return kFail;
     }
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard guard(lock_);
     if (file_ != nullptr) {
       std::fclose(file_);
     }
@@ -60,34 +71,34 @@ class Trace {
     return kOk;
   }
 
-  int32_t setSource(const char* source, uint32_t level) try {
-    const std::lock_guard lock(mutex_);
-    const auto known = std::find_if(sources_.begin(), sources_.end(),
-                                    [source](const auto& item) { return item.first == source; });
-    if (known != sources_.end()) {
-      known->second = level;
-    } else {
-      sources_.emplace_back(source, level);
+  int32_t setSource(const char* source, uint32_t level) {
+    const std::lock_guard guard(lock_);
+    SourceLevel* const entry = findOrAddLocked(source);
+    if (entry == nullptr) {
+      return kOutOfMemory;
     }
+    entry->level = level;
     updateHighestLocked();
     return kOk;
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
   }
 
   int32_t setCollector(uint32_t level, velmora_trace_collector collect, void* context) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard guard(lock_);
     if (collector_.collect != nullptr && !isCollectedLocked()) {
       return kFail;
     }
-    collector_ = {collect, context, collect != nullptr ? level : 0, std::this_thread::get_id()};
+    collector_ = {collect, context, collect != nullptr ? level : 0, currentThread()};
     updateHighestLocked();
     return kOk;
   }
 
   void clearSources() {
-    const std::lock_guard lock(mutex_);
-    sources_.clear();
+    const std::lock_guard guard(lock_);
+    while (sources_ != nullptr) {
+      SourceLevel* const first = sources_;
+      sources_ = first->next;
+      std::free(first);
+    }
     updateHighestLocked();
   }
 
@@ -98,43 +109,57 @@ class Trace {
     velmora_trace_collector collect = nullptr;  // null: nobody collects
     void* context = nullptr;
     uint32_t level = 0;
-    std::thread::id thread;
+    ThreadId thread = 0;
   };
 
   bool isCollectedLocked() const {
-    return collector_.collect != nullptr && collector_.thread == std::this_thread::get_id();
+    return collector_.collect != nullptr && collector_.thread == currentThread();
+  }
+
+  SourceLevel* findLocked(const char* source) const {
+    SourceLevel* entry = sources_;
+    while (entry != nullptr && std::strcmp(entry->name(), source) != 0) {
+      entry = entry->next;
+    }
+    return entry;
+  }
+
+  SourceLevel* findOrAddLocked(const char* source) {
+    SourceLevel* entry = findLocked(source);
+    if (entry == nullptr) {
+      const size_t size = std::strlen(source) + 1;
+      entry = static_cast<SourceLevel*>(std::malloc(sizeof(SourceLevel) + size));
+      if (entry != nullptr) {
+        entry->next = sources_;
+        std::memcpy(entry->name(), source, size);
+        sources_ = entry;
+      }
+    }
+    return entry;
   }
 
   uint32_t printLevelLocked(const char* source) const {
-    for (const auto& [name, level] : sources_) {
-      if (name == source) {
-        return level;
-      }
-    }
-    return level_;
+    const SourceLevel* const own = findLocked(source);
+    return own != nullptr ? own->level : level_;
   }
 
   void updateHighestLocked() {
     uint32_t highest = std::max(level_, collector_.level);
-    for (const auto& source : sources_) {
-      highest = std::max(highest, source.second);
+    for (const SourceLevel* entry = sources_; entry != nullptr; entry = entry->next) {
+      highest = std::max(highest, entry->level);
     }
     highest_.store(highest, std::memory_order_relaxed);
   }
 
-  std::mutex mutex_;
+  Lock lock_;
   uint32_t level_ = 0;
-  std::vector<std::pair<std::string, uint32_t>> sources_;
+  SourceLevel* sources_ = nullptr;
   std::FILE* file_ = nullptr;  // null: the standard error
   Collector collector_;
   std::atomic<uint32_t> highest_{0};
 };
 
-// Goes with the library, so that loading it again and again leaves nothing behind.
-Trace& trace() {
-  static Trace instance;
-  return instance;
-}
+constinit Trace trace;
 
 const char* orUnknown(const char* source) { return source != nullptr ? source : "unknown"; }
 
@@ -155,19 +180,20 @@ char* render(const char* format, va_list arguments) {
   return text;
 }
 
-void messageList(uint32_t level, const char* source, uint64_t, const char* format,
-                 va_list arguments) {
-  if (format == nullptr || !trace().mayBeOn(level)) {
+// Kept apart from message(), which mostly has nothing to do.
+[[gnu::noinline]] void messageList(uint32_t level, const char* source, uint64_t, const char* format,
+                                   va_list arguments) {
+  if (format == nullptr || !trace.mayBeOn(level)) {
     return;
   }
   if (char* const text = render(format, arguments)) {
-    trace().write(level, orUnknown(source), text);
+    trace.write(level, orUnknown(source), text);
     std::free(text);
   }
 }
 
 void message(uint32_t level, const char* source, uint64_t reserved, const char* format, ...) {
-  if (!trace().mayBeOn(level)) {
+  if (!trace.mayBeOn(level)) {
     return;
   }
   va_list arguments;
@@ -177,7 +203,7 @@ void message(uint32_t level, const char* source, uint64_t reserved, const char* 
 }
 
 uint32_t getLevel(const char* source, uint32_t /*level*/) {
-  return trace().levelOf(orUnknown(source));
+  return trace.levelOf(orUnknown(source));
 }
 
 }  // namespace
@@ -189,18 +215,23 @@ constinit const runtime::NotifyTable notifyTable = {
     .GetLevel = getLevel,
 };
 
+void closeTrace() {
+  trace.clearSources();
+  trace.set(0, nullptr);
+}
+
 }  // namespace vexa::velmora
 
 int32_t velmora_set_trace(uint32_t level, const char* path) {
-  return vexa::velmora::trace().set(level, path);
+  return vexa::velmora::trace.set(level, path);
 }
 
 int32_t velmora_set_source_level(const char* source, uint32_t level) {
-  return source == nullptr ? vexa::kNullPointer : vexa::velmora::trace().setSource(source, level);
+  return source == nullptr ? vexa::kNullPointer : vexa::velmora::trace.setSource(source, level);
 }
 
-void velmora_clear_source_levels() { vexa::velmora::trace().clearSources(); }
+void velmora_clear_source_levels() { vexa::velmora::trace.clearSources(); }
 
 int32_t velmora_collect_trace(uint32_t level, velmora_trace_collector collect, void* context) {
-  return vexa::velmora::trace().setCollector(level, collect, context);
+  return vexa::velmora::trace.setCollector(level, collect, context);
 }

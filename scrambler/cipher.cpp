@@ -4,8 +4,6 @@
 #include <utility>
 
 #include "base/buffer.h"
-#include "base/heap.h"
-#include "base/tables.h"
 #include "base/wipe.h"
 #include "scrambler/cipher_items.h"
 
@@ -35,9 +33,6 @@ int32_t generateKey(uint32_t algorithm, uint64_t keyBits, runtime::SymmetricKey*
   if (keyBits == 0 || keyBits > kMaxKeyBits) {
     return kBadKeyLength;
   }
-  if (!bound.crypt) {
-    return kFail;
-  }
   auto bits = static_cast<uint32_t>(keyBits);
   CipherItems<2> items;
   items.add(runtime::kCipherKeyBits, &bits);
@@ -58,8 +53,7 @@ int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuff
   }
   const runtime::ByteBuffer input = *in;  // *out may be the same buffer
   uint64_t size = 0;
-  int32_t result =
-      bound.crypt ? bound.crypt->GetOutputSize(parameters, input.length, &size) : kFail;
+  int32_t result = bound.crypt->GetOutputSize(parameters, input.length, &size);
   base::RootBlock<uint8_t> old;
   if (succeeded(result)) {
     if (result = prepareOutput(out, size, old); failed(result)) {
@@ -68,26 +62,17 @@ int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuff
     result = bound.crypt->Cipher(parameters, input.data, input.length, (*out)->data, *out);
   }
   if (failed(result)) {
-    releaseWiped(std::exchange(*out, nullptr));
+    const base::SecretBuffer dropped(std::exchange(*out, nullptr));
     return kFail;
   }
   return kOk;
 }
 
-void releaseWiped(runtime::ByteBuffer* buffer) {
-  if (buffer != nullptr) {
-    if (buffer->data != nullptr) {
-      base::wipe(buffer->data, buffer->length);
-    }
-    base::releaseBuffer(buffer);
-  }
-}
-
-void releaseWiped(runtime::SymmetricKey* key) {
+void SymmetricKeyPolicy::release(runtime::SymmetricKey* key) {
   // Without the crypto runtime the key's own table is gone, too.
-  if (key != nullptr && bound.crypt) {
+  if (base::isBound()) {
     base::wipe(key->table->GetBytes(key), key->table->GetBitLength(key) / 8);
-    key->table->header.Release(reinterpret_cast<runtime::Object*>(key));
+    RuntimeObjectPolicy<runtime::SymmetricKey>::release(key);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/holders.h"
 #include "vexa/runtime/crypt_table.h"
 #include "vexa/runtime/object.h"
 
@@ -22,10 +23,10 @@ inline constexpr uint64_t kMaxKeyBits = 16384;
 [[nodiscard]] int32_t runCipher(const runtime::CipherItem* parameters,
                                 const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
 
-// Wipes and frees a buffer; null is ignored.
-void releaseWiped(runtime::ByteBuffer* buffer);
-
-// Wipes the key's whole bytes and releases it; null is ignored.
-void releaseWiped(runtime::SymmetricKey* key);
+// Owns a key and wipes its whole bytes when it goes.
+struct SymmetricKeyPolicy : PointerPolicy<runtime::SymmetricKey> {
+  static void release(runtime::SymmetricKey* key);
+};
+using SymmetricKey = Holder<SymmetricKeyPolicy>;
 
 }  // namespace vexa::scrambler

@@ -51,21 +51,14 @@ const base::InterfaceMapRow* CScrambler::InterfaceMap() {
   return map;
 }
 
-CScrambler::~CScrambler() {
-  dropKey();
-  base::freeBlock(vector_.data);
-}
-
 void CScrambler::select(uint32_t algorithm, uint32_t mode) {
   algorithm_ = algorithm;
   mode_ = mode;
 }
 
-void CScrambler::dropKey() { releaseWiped(std::exchange(key_, nullptr)); }
-
 int32_t CScrambler::Initialize(uint32_t keyBits) {
   base::TraceScope scope("CScrambler::Initialize");
-  if (key_ != nullptr) {
+  if (key_) {
     return scope.leave(kFail);
   }
   uint64_t blockSize = kStartBlockSize;
@@ -73,12 +66,12 @@ int32_t CScrambler::Initialize(uint32_t keyBits) {
   (void)base::GetCipherBlockSize(algorithm_, &blockSize);  // an unknown algorithm: size 0
   (void)base::GetCipherKeyBits(algorithm_, &tableBits);
   // Without a key the object stays as it is: its operations say so.
-  (void)generateKey(algorithm_, tableBits != 0 ? tableBits : keyBits, &key_);
+  (void)generateKey(algorithm_, tableBits != 0 ? tableBits : keyBits, key_.put());
   if (mode_ != kChained && mode_ != kFeedback) {
     return scope.leave(kOk);
   }
   if (const int32_t result = makeVector(blockSize); failed(result)) {
-    dropKey();
+    key_.reset();
     return scope.leave(result);
   }
   if (mode_ == kFeedback) {
@@ -88,20 +81,19 @@ int32_t CScrambler::Initialize(uint32_t keyBits) {
 }
 
 int32_t CScrambler::makeVector(uint64_t blockSize) {
-  base::freeBlock(std::exchange(vector_, {}).data);
-  vector_.data = static_cast<uint8_t*>(base::allocate(blockSize));
-  if (vector_.data == nullptr) {
+  vector_ = {};
+  vectorBytes_.reset();
+  vectorBytes_ = base::RootBlock<uint8_t>::ofBytes(blockSize);
+  if (!vectorBytes_) {
     return kOutOfMemory;
   }
-  vector_.length = blockSize;
-  if (base::bound.random) {
-    (void)base::bound.random->GetBytes(kRandomKind, blockSize, 0, vector_.data);
-  }
+  vector_ = {blockSize, vectorBytes_.get()};
+  (void)base::bound.random->GetBytes(kRandomKind, blockSize, 0, vector_.data);
   return kOk;
 }
 
 int32_t CScrambler::checkArguments(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) const {
-  if (key_ == nullptr) {
+  if (!key_) {
     return kFail;
   }
   return hasBytes(in) && out != nullptr ? kOk : kNullPointer;
@@ -112,7 +104,7 @@ template <uint32_t kItems>
 int32_t CScrambler::cipher(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
   uint64_t padding = kPadding;
   CipherItems<kItems> items;
-  items.add(runtime::kCipherKey, key_);
+  items.add(runtime::kCipherKey, key_.get());
   items.add(runtime::kCipherAlgorithm, &algorithm_);
   items.add(runtime::kCipherPadding, &padding);
   items.add(runtime::kCipherMode, &mode_);
@@ -130,7 +122,7 @@ int32_t CScrambler::cipher(const runtime::ByteBuffer* in, runtime::ByteBuffer** 
 
 int32_t CScrambler::ScrambleString(const char16_t* text, runtime::ByteBuffer** out) {
   base::TraceScope scope("CScrambler::ScrambleString");
-  if (key_ == nullptr) {
+  if (!key_) {
     return scope.leave(kFail);
   }
   if (text == nullptr || out == nullptr) {
@@ -148,18 +140,17 @@ int32_t CScrambler::UnscrambleString(const runtime::ByteBuffer* in, char16_t** t
   if (text != nullptr) {
     *text = nullptr;
   }
-  if (key_ == nullptr) {
+  if (!key_) {
     return scope.leave(kFail);
   }
   if (in == nullptr || text == nullptr) {
     return scope.leave(kNullPointer);
   }
-  runtime::ByteBuffer* plain = nullptr;
-  if (const int32_t result = Unscramble(in, &plain); failed(result)) {
+  base::SecretBuffer plain;
+  if (const int32_t result = Unscramble(in, plain.put()); failed(result)) {
     return scope.leave(result);
   }
   *text = copyAsText(*plain);
-  releaseWiped(plain);
   return scope.leave(*text != nullptr ? kOk : kOutOfMemory);
 }
 
@@ -184,18 +175,18 @@ int32_t CScrambler::CopyKeyTo(IScrambler* target) {
   if (own.get() == this) {
     return scope.leave(kOk);
   }
-  own->dropKey();
-  if (key_ == nullptr || !base::bound.crypt) {
+  own->key_.reset();
+  if (!key_ || !base::bound.crypt) {
     return scope.leave(kOk);
   }
   // A shared key would be wiped under the other holder.
-  void* copy = nullptr;
+  SymmetricKey copy;
   const int32_t result =
-      key_->table->header.Duplicate(reinterpret_cast<runtime::Object*>(key_), &copy);
-  if (failed(result) || copy == nullptr) {
+      key_->table->header.Duplicate(reinterpret_cast<runtime::Object*>(key_.get()), copy.putVoid());
+  if (failed(result) || !copy) {
     return scope.leave(kOutOfMemory);
   }
-  own->key_ = static_cast<runtime::SymmetricKey*>(copy);
+  own->key_ = std::move(copy);
   return scope.leave(kOk);
 }
 

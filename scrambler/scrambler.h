@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/com_object.h"
+#include "scrambler/cipher.h"
 #include "vexa/runtime/object.h"
 #include "vexa/scrambler.h"
 
@@ -28,7 +29,7 @@ class CScrambler : public IScrambler, public base::CComObjectRoot {
   int32_t CopyKeyTo(IScrambler* target) override;
 
  protected:
-  ~CScrambler();
+  ~CScrambler() = default;
 
  private:
   enum Algorithm : uint32_t { kDefaultAlgorithm = 6 };
@@ -38,12 +39,12 @@ class CScrambler : public IScrambler, public base::CComObjectRoot {
   int32_t checkArguments(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) const;
   template <uint32_t kItems>
   int32_t cipher(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
-  void dropKey();
 
-  runtime::SymmetricKey* key_ = nullptr;
+  SymmetricKey key_;
   uint32_t algorithm_ = kDefaultAlgorithm;
   uint32_t mode_ = kPlain;
-  runtime::ByteBuffer vector_{};  // empty unless the mode asks for one
+  base::RootBlock<uint8_t> vectorBytes_;
+  runtime::ByteBuffer vector_{};  // of those bytes; empty unless the mode asks for one
   uint64_t extraLength_ = 0;      // the block size in mode kFeedback
 };
 

@@ -1,9 +1,9 @@
 #include "server/access_log.h"
 
 #include <cinttypes>
-#include <ctime>
 
 #include "module.h"
+#include "server/date.h"
 
 namespace vexahost {
 namespace {
@@ -15,13 +15,7 @@ constexpr size_t kLongestWord = 512;
 
 std::string timeText(std::chrono::system_clock::time_point time) {
   const int64_t count = duration_cast<milliseconds>(time.time_since_epoch()).count();
-  const std::time_t seconds = static_cast<std::time_t>(count / 1000);
-  std::tm parts{};
-#ifdef _WIN32
-  gmtime_s(&parts, &seconds);
-#else
-  gmtime_r(&seconds, &parts);
-#endif
+  const std::tm parts = utc(time);
   char date[32];
   std::strftime(date, sizeof(date), "%Y-%m-%dT%H:%M:%S", &parts);
   char text[48];

@@ -158,7 +158,7 @@ void Connection::send(Reply reply) {
   state_ = State::kWriting;
   ++requests_;
   isClosing_ = isClosing_ || !head_ || !head_->keepAlive || requests_ >= kMostRequests;
-  addCommonHeaders(reply, origin_);
+  addCommonHeaders(endpoint_, reply, origin_);
   if (isClosing_) {
     reply.headers.emplace_back("Connection", "close");
   } else if (head_->minorVersion == 0) {

@@ -8,7 +8,17 @@ namespace vexahost {
 namespace {
 
 const char* causeName(EventHub::Cause cause) {
-  return cause == EventHub::Cause::kStart ? "start" : "network";
+  switch (cause) {
+    case EventHub::Cause::kStart:
+      return "start";
+    case EventHub::Cause::kNetwork:
+      return "network";
+    case EventHub::Cause::kSuspend:
+      return "suspend";
+    case EventHub::Cause::kResume:
+      return "resume";
+  }
+  return "";
 }
 
 }  // namespace

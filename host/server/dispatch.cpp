@@ -58,7 +58,9 @@ std::variant<const Route*, Reply> dispatch(const Endpoint& endpoint, const Head&
   return route;
 }
 
-void addCommonHeaders(Reply& reply, const std::string& origin) {
+void addCommonHeaders(Endpoint& endpoint, Reply& reply, const std::string& origin) {
+  reply.headers.reserve(reply.headers.size() + 8);
+  reply.headers.emplace_back("Date", endpoint.clock.text(std::chrono::system_clock::now()));
   if (reply.status != 204) {
     reply.headers.emplace_back("Content-Type", reply.contentType);
   }

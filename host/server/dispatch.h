@@ -13,6 +13,6 @@ std::variant<const Route*, Reply> dispatch(const Endpoint& endpoint, const Head&
                                            vexa::IHTTPRequest& request);
 
 // What every answer carries. `origin`: of a page that may read it; empty for none.
-void addCommonHeaders(Reply& reply, const std::string& origin);
+void addCommonHeaders(Endpoint& endpoint, Reply& reply, const std::string& origin);
 
 }  // namespace vexahost

@@ -8,6 +8,7 @@
 #include "server/access.h"
 #include "server/access_log.h"
 #include "server/budget.h"
+#include "server/date.h"
 #include "server/event_hub.h"
 #include "server/origins.h"
 #include "server/token.h"
@@ -39,6 +40,7 @@ class Endpoint {
   Budget& budget() { return budget_; }
   AccessLog& log() { return log_; }
 
+  DateClock clock;
   // Texts that stay the same while the program runs, once they were asked for.
   std::string info;
   std::string description;

@@ -2,16 +2,25 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "server/change_signal.h"
 
 namespace vexahost {
+namespace {
+
+// Of WM_POWERBROADCAST.
+constexpr uint32_t kSuspends = 4;
+constexpr uint32_t kResumes = 18;
+
+}  // namespace
 
 EventHub::EventHub(asio::io_context& context, const Module& module, uint32_t seconds)
     : seconds_(seconds),
       signal_(std::make_unique<ChangeSignal>(context)),
       monitor_(module.create<vexa::IClientMonitor>(vexa::kClientMonitorClassName,
-                                                   vexa::IID_IClientMonitor)) {
+                                                   vexa::IID_IClientMonitor)),
+      power_(context, [this](uint32_t code) { takePower(code); }) {
   check(monitor_->SetChangeEvent(signal_->handle()), "the network monitor");
   check(monitor_->Reset(), "the network monitor");
   check(monitor_->StartChangeThread(seconds_), "the network monitor");
@@ -50,8 +59,23 @@ void EventHub::take() {
     std::fprintf(stderr, "vexahost: the network monitor failed; no more changes are told\n");
   }
   watch();
+  tell(std::exchange(nextCause_, Cause::kNetwork));
+}
+
+// The monitor logs every code, and tells of a change when the machine is awake again.
+void EventHub::takePower(uint32_t code) {
+  if (code == kResumes) {
+    nextCause_ = Cause::kResume;
+  }
+  (void)monitor_->OnPowerEvent(code);
+  if (code == kSuspends) {
+    tell(Cause::kSuspend);
+  }
+}
+
+void EventHub::tell(Cause cause) {
   ++changes_;
-  cause_ = Cause::kNetwork;
+  cause_ = cause;
   const std::vector<ChangeListener*> listeners = listeners_;
   for (ChangeListener* const listener : listeners) {
     listener->changed();

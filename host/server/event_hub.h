@@ -6,6 +6,7 @@
 
 #include "module.h"
 #include "ref.h"
+#include "server/power_events.h"
 #include "vexa/client_monitor.h"
 
 namespace asio {
@@ -26,10 +27,11 @@ class ChangeListener {
   ~ChangeListener() = default;
 };
 
-// Listens to the module's monitor, counts what it tells, and wakes the listeners. One thread.
+// Listens to the module's monitor and hands it what the system tells of sleep and wake-up; counts
+// what happened, and wakes the listeners. One thread.
 class EventHub {
  public:
-  enum class Cause { kStart, kNetwork };
+  enum class Cause { kStart, kNetwork, kSuspend, kResume };
 
   static constexpr size_t kMostListeners = 128;
 
@@ -51,13 +53,17 @@ class EventHub {
  private:
   void watch();
   void take();
+  void takePower(uint32_t code);
+  void tell(Cause cause);
 
   const uint32_t seconds_;
   std::unique_ptr<ChangeSignal> signal_;
   Ref<vexa::IClientMonitor> monitor_;
   uint32_t changes_ = 0;
   Cause cause_ = Cause::kStart;
+  Cause nextCause_ = Cause::kNetwork;  // of the change that the monitor will tell of
   std::vector<ChangeListener*> listeners_;
+  PowerEvents power_;  // last: it calls the others
 };
 
 }  // namespace vexahost

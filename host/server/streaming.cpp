@@ -40,7 +40,7 @@ void Connection::wait(const Wait& wait) {
 void Connection::startStream() {
   isClosing_ = true;
   Reply reply{.contentType = route_->answerType};
-  addCommonHeaders(reply, origin_);
+  addCommonHeaders(endpoint_, reply, origin_);
   reply.headers.emplace_back("Connection", "close");
   message_.write(endpoint_.module(), reply, Message::Part::kWithoutLength);
   logAnswer(reply.status);

@@ -5,6 +5,7 @@
 #include "runtime/certificates/certificate_reader.h"
 #include "runtime/certificates/extension_ids.h"
 #include "runtime/keys/signature.h"
+#include "runtime/keys/system_random.h"
 
 namespace vexa::velmora {
 namespace {
@@ -124,7 +125,7 @@ int32_t ensureSerial(CertificateObject& certificate) {
     return kOk;
   }
   uint8_t serial[kSerialLength];
-  if (!randomBytes(serial, sizeof(serial))) {
+  if (!systemRandom(serial, sizeof(serial))) {
     return kFail;
   }
   serial[0] = static_cast<uint8_t>((serial[0] & 0x3F) | 0x40);

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "runtime/library_time.h"
+
 namespace vexa::velmora {
 namespace {
 
@@ -10,20 +12,6 @@ constexpr size_t kDateDigits = 8;      // of them before the "T"
 constexpr size_t kUtcTimeLength = 13;  // YYMMDDhhmmssZ
 constexpr size_t kUtcNoSeconds = 11;   // YYMMDDhhmmZ, in certificates of the last century
 constexpr size_t kGeneralizedLength = kDigits + 1;
-
-// Ranges of month, day, hour, minute, second.
-bool isPlausible(const char (&digits)[kDigits]) {
-  for (const char c : digits) {
-    if (c < '0' || c > '9') {
-      return false;
-    }
-  }
-  const auto number = [&digits](size_t at) {
-    return (digits[at] - '0') * 10 + digits[at + 1] - '0';
-  };
-  return number(4) >= 1 && number(4) <= 12 && number(6) >= 1 && number(6) <= 31 &&
-         number(8) <= 23 && number(10) <= 59 && number(12) <= 60;
-}
 
 }  // namespace
 
@@ -44,25 +32,18 @@ bool readTime(const DerElement& element, LibraryTimeText& out) {
   } else {
     return false;
   }
-  if (!isPlausible(digits)) {
+  LibraryTimeText time;
+  std::memcpy(time.text, digits, kDateDigits);
+  time.text[kDateDigits] = 'T';
+  std::memcpy(time.text + kDateDigits + 1, digits + kDateDigits, kDigits - kDateDigits);
+  if (!isLibraryTime(time.text)) {
     return false;
   }
-  std::memcpy(out.text, digits, kDateDigits);
-  out.text[kDateDigits] = 'T';
-  std::memcpy(out.text + kDateDigits + 1, digits + kDateDigits, kDigits - kDateDigits);
-  out.text[kDigits + 1] = '\0';
+  out = time;
   return true;
 }
 
-bool isLibraryTime(const char* text) {
-  if (std::strlen(text) != kDigits + 1 || text[kDateDigits] != 'T') {
-    return false;
-  }
-  char digits[kDigits];
-  std::memcpy(digits, text, kDateDigits);
-  std::memcpy(digits + kDateDigits, text + kDateDigits + 1, kDigits - kDateDigits);
-  return isPlausible(digits);
-}
+bool isLibraryTime(const char* text) { return libraryTimeSeconds(text).has_value(); }
 
 void writeTime(const LibraryTimeText& time, DerWriter& writer) {
   uint8_t content[kGeneralizedLength];

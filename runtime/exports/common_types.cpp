@@ -98,9 +98,6 @@ runtime::CommonTypes assemble() {
 
 }  // namespace
 
-const runtime::CommonTypes& commonTypes() {
-  static const runtime::CommonTypes types = assemble();
-  return types;
-}
+const runtime::CommonTypes commonTypesTable = assemble();
 
 }  // namespace vexa::velmora

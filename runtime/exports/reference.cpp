@@ -6,13 +6,6 @@
 #include "runtime/heap.h"
 #include "vexa/results.h"
 
-namespace {
-
-// When the library goes. Whoever still holds blocks may use them, but gets no more.
-[[gnu::destructor]] void unload() { vexa::velmora::closeHeap(); }
-
-}  // namespace
-
 int32_t quorix_get_f_list(uint64_t, uint64_t, const vexa::runtime::RootList** out, uint64_t,
                           const char* /*options*/, uint64_t) {
   if (out == nullptr) {

@@ -25,26 +25,23 @@ struct Interface {
 };
 
 // Every interface, in the order in which the module asks.
-const auto& interfaces() {
-  static const Interface list[] = {
-      {nullptr, runtime::kPkcs12Name, &pkcs12Table},
-      {nullptr, runtime::kCommonTypesName, &commonTypes()},
-      {nullptr, runtime::kEncodeName, &encodeTable},
-      {runtime::kStringComponent, runtime::kStringName, &stringTable},
-      {runtime::kStringComponent, runtime::kMultiStringName, &multiStringTable},
-      {nullptr, runtime::kIoName, &ioTable},
-      {nullptr, runtime::kUrlName, &urlTable},
-      {runtime::kStringComponent, runtime::kWideStringName, &wideStringTable},
-      {runtime::kStringComponent, runtime::kWideMultiStringName, &wideMultiStringTable},
-      {nullptr, runtime::kAscName, &ascTable},
-      {nullptr, runtime::kCryptName, &cryptTable},
-      {nullptr, runtime::kRandomName, &randomTable},
-      {nullptr, runtime::kTimeName, &timeTable},
-      {nullptr, runtime::kNotifyName, &notifyTable},
-      {nullptr, runtime::kPseName, &pseListTable},
-  };
-  return list;
-}
+constexpr Interface kInterfaces[] = {
+    {nullptr, runtime::kPkcs12Name, &pkcs12Table},
+    {nullptr, runtime::kCommonTypesName, &commonTypesTable},
+    {nullptr, runtime::kEncodeName, &encodeTable},
+    {runtime::kStringComponent, runtime::kStringName, &stringTable},
+    {runtime::kStringComponent, runtime::kMultiStringName, &multiStringTable},
+    {nullptr, runtime::kIoName, &ioTable},
+    {nullptr, runtime::kUrlName, &urlTable},
+    {runtime::kStringComponent, runtime::kWideStringName, &wideStringTable},
+    {runtime::kStringComponent, runtime::kWideMultiStringName, &wideMultiStringTable},
+    {nullptr, runtime::kAscName, &ascTable},
+    {nullptr, runtime::kCryptName, &cryptTable},
+    {nullptr, runtime::kRandomName, &randomTable},
+    {nullptr, runtime::kTimeName, &timeTable},
+    {nullptr, runtime::kNotifyName, &notifyTable},
+    {nullptr, runtime::kPseName, &pseListTable},
+};
 
 std::atomic<int64_t> bound{0};
 
@@ -61,7 +58,7 @@ int32_t getInterface(const char* component, const char* name, const void** table
     return kNullPointer;
   }
   *table = nullptr;
-  for (const Interface& candidate : interfaces()) {
+  for (const Interface& candidate : kInterfaces) {
     if (sameComponent(candidate.component, component) && std::strcmp(candidate.name, name) == 0) {
       *table = candidate.table;
       bound.fetch_add(1);

@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+
+#include "runtime/lock.h"
 
 namespace vexa::velmora {
 namespace {
@@ -56,25 +59,37 @@ void* reallocateForLibrary(void* block, size_t size) {
 // All blocks are treated alike, so none is "secure" in libgcrypt's sense.
 int isSecureForLibrary(const void*) { return 0; }
 
+Lock startLock;
+bool isTried = false;
+bool isReady = false;
+
+bool start() {
+  if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) {
+    return true;
+  }
+  // First of all: a block that came from elsewhere could not be given back.
+  gcry_set_allocation_handler(allocateForLibrary, allocateForLibrary, isSecureForLibrary,
+                              reallocateForLibrary, freeForLibrary);
+  // Random bytes come from the system alone: no pool is kept, nothing is gathered.
+  gcry_control(GCRYCTL_SET_PREFERRED_RNG_TYPE, GCRY_RNG_TYPE_SYSTEM);
+  if (gcry_check_version("1.8.0") == nullptr) {
+    return false;
+  }
+  gcry_set_log_handler(logFromLibrary, nullptr);
+  gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
+  gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
+  return true;
+}
+
 }  // namespace
 
 bool libraryReady() {
-  static const bool ready = [] {
-    if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) {
-      return true;
-    }
-    // First of all: a block that came from elsewhere could not be given back.
-    gcry_set_allocation_handler(allocateForLibrary, allocateForLibrary, isSecureForLibrary,
-                                reallocateForLibrary, freeForLibrary);
-    if (gcry_check_version("1.8.0") == nullptr) {
-      return false;
-    }
-    gcry_set_log_handler(logFromLibrary, nullptr);
-    gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
-    gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
-    return true;
-  }();
-  return ready;
+  const std::lock_guard guard(startLock);
+  if (!isTried) {
+    isTried = true;
+    isReady = start();
+  }
+  return isReady;
 }
 
 CipherHandle openCipher(int algorithm, int mode, ByteView key) {
@@ -113,14 +128,6 @@ bool hmac(int algorithm, ByteView key, ByteView data, uint8_t* digest) {
     return false;
   }
   std::memcpy(digest, result, gcry_md_get_algo_dlen(algorithm));
-  return true;
-}
-
-bool randomBytes(uint8_t* out, size_t length) {
-  if (!libraryReady()) {
-    return false;
-  }
-  gcry_randomize(out, length, GCRY_STRONG_RANDOM);
   return true;
 }
 

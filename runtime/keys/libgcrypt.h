@@ -31,7 +31,4 @@ CipherHandle openCipher(int algorithm, int mode, ByteView key);
 // `digest` has the length of the algorithm's digest. The key may be empty.
 bool hmac(int algorithm, ByteView key, ByteView data, uint8_t* digest);
 
-// Fills `out` with bytes fit for keys.
-bool randomBytes(uint8_t* out, size_t length);
-
 }  // namespace vexa::velmora

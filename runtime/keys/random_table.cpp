@@ -1,6 +1,6 @@
 #include "runtime/keys/random_table.h"
 
-#include "runtime/keys/libgcrypt.h"
+#include "runtime/keys/system_random.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {
@@ -18,7 +18,7 @@ int32_t getBytes(uint32_t kind, uint64_t length, uint64_t, uint8_t* out) {
   if (out == nullptr) {
     return kNullPointer;
   }
-  return randomBytes(out, length) ? kOk : kFail;
+  return systemRandom(out, length) ? kOk : kFail;
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "runtime/keys/symmetric_key.h"
 
-#include "runtime/keys/libgcrypt.h"
+#include "runtime/keys/system_random.h"
 
 namespace vexa::velmora {
 namespace {
@@ -60,7 +60,7 @@ int32_t makeSymmetricKey(uint64_t bits, runtime::SymmetricKey** out) {
   if (key->bytes.failed()) {
     return kOutOfMemory;
   }
-  if (!randomBytes(key->bytes.data(), key->bytes.size())) {
+  if (!systemRandom(key->bytes.data(), key->bytes.size())) {
     return kFail;
   }
   *out = key.release();

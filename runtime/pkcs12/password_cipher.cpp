@@ -1,6 +1,7 @@
 #include "runtime/pkcs12/password_cipher.h"
 
 #include "runtime/keys/key.h"
+#include "runtime/keys/system_random.h"
 
 namespace vexa::velmora {
 
@@ -271,7 +272,7 @@ int32_t passwordEncrypt(const PasswordScheme& scheme, const Password& password, 
                         ByteView plain, DerivationBudget& budget, DerWriter& algorithm,
                         Bytes& out) {
   uint8_t salt[kSaltLength];
-  if (!randomBytes(salt, sizeof(salt))) {
+  if (!systemRandom(salt, sizeof(salt))) {
     return kFail;
   }
   KeyAndIv material;

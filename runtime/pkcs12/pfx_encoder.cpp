@@ -2,6 +2,7 @@
 
 #include "runtime/certificates/certificate.h"
 #include "runtime/der/asn1_string.h"
+#include "runtime/keys/system_random.h"
 #include "runtime/pkcs12/password_cipher.h"
 #include "runtime/pkcs12/pkcs12_ids.h"
 #include "runtime/string_bytes.h"
@@ -249,7 +250,7 @@ class PfxEncoder {
   // MacData = SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER }
   int32_t mac(const Bytes& safes, DerWriter& writer) {
     uint8_t salt[kMacSaltLength];
-    if (!randomBytes(salt, sizeof(salt))) {
+    if (!systemRandom(salt, sizeof(salt))) {
       return kFail;
     }
     Bytes code;

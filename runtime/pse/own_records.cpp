@@ -4,6 +4,7 @@
 #include <set>
 
 #include "runtime/certificates/certificate.h"
+#include "runtime/lock.h"
 #include "runtime/pse/bag_matching.h"
 
 namespace vexa::velmora {
@@ -22,7 +23,7 @@ struct OwnRecord : runtime::OwnCertificateRecord {
   OwnRecord* next = nullptr;  // live records
 };
 
-std::mutex recordsLock;
+Lock recordsLock;
 constinit OwnRecord* liveRecords = nullptr;
 
 OwnRecord* implementationOf(runtime::OwnCertificateRecord* record) {
@@ -47,7 +48,7 @@ OwnRecord* findLocked(runtime::Certificate* certificate) {
 
 // The live record of the certificate with one reference more, or a new one.
 OwnRecord* recordFor(runtime::Certificate* certificate, runtime::Certificate* issuer) {
-  const std::lock_guard<std::mutex> lock(recordsLock);
+  const std::lock_guard lock(recordsLock);
   if (OwnRecord* const known = findLocked(certificate)) {
     ++known->references;
     return known;
@@ -101,7 +102,7 @@ class OwnListHolder {
 }  // namespace
 
 void shareOwnRecord(runtime::OwnCertificateRecord* record) {
-  const std::lock_guard<std::mutex> lock(recordsLock);
+  const std::lock_guard lock(recordsLock);
   ++implementationOf(record)->references;
 }
 
@@ -111,7 +112,7 @@ void dropOwnRecord(runtime::OwnCertificateRecord* record) {
   }
   OwnRecord* const own = implementationOf(record);
   {
-    const std::lock_guard<std::mutex> lock(recordsLock);
+    const std::lock_guard lock(recordsLock);
     if (--own->references != 0) {
       return;
     }

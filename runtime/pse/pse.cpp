@@ -6,6 +6,7 @@
 #include <string>
 
 #include "runtime/counted.h"
+#include "runtime/lock.h"
 #include "runtime/pkcs12/pfx_decoder.h"
 #include "runtime/pkcs12/pkcs12_types.h"
 #include "runtime/pse/own_records.h"
@@ -45,11 +46,8 @@ struct Configuration {
   uint64_t generation = 1;  // goes up with each reason to read again
 };
 
-std::mutex configurationLock;
-Configuration& configurationLocked() {
-  static Configuration configuration;
-  return configuration;
-}
+Lock configurationLock;
+Configuration configured;
 
 // The result of `operation`; exceptions become result codes.
 template <class Operation>
@@ -65,8 +63,8 @@ int32_t withoutExceptions(Operation&& operation) {
 
 // May throw std::bad_alloc.
 Configuration currentConfiguration() {
-  const std::lock_guard<std::mutex> lock(configurationLock);
-  return configurationLocked();
+  const std::lock_guard lock(configurationLock);
+  return configured;
 }
 
 // May throw what the standard library throws.
@@ -124,7 +122,7 @@ struct PseObject : Counted<runtime::Pse> {
   PseObject() : Counted(&kTable) {}
   ~PseObject() { releaseOwnNodes(own); }
 
-  std::mutex lock;
+  Lock lock;
   uint64_t identity = 0;  // of the configuration that was read
   uint64_t generation = 0;
   OwnList* own = nullptr;
@@ -163,7 +161,7 @@ int32_t listOwnCertificates(runtime::Pse* self, const void*, const void*, OwnLis
   }
   *list = nullptr;
   PseObject& pse = *static_cast<PseObject*>(self);
-  const std::lock_guard<std::mutex> lock(pse.lock);
+  const std::lock_guard lock(pse.lock);
   const int32_t result = refreshLocked(pse);
   return failed(result) ? result : copyOwnNodes(pse.own, list);
 }
@@ -179,12 +177,11 @@ int32_t configurePse(const char* file, const char* password) {
   return withoutExceptions([&] {
     std::string name(file == nullptr ? "" : file);
     Secret secret(password);
-    const std::lock_guard<std::mutex> lock(configurationLock);
-    Configuration& configuration = configurationLocked();
-    configuration.file.swap(name);
-    configuration.password.swap(secret);
-    ++configuration.identity;
-    ++configuration.generation;
+    const std::lock_guard lock(configurationLock);
+    configured.file.swap(name);
+    configured.password.swap(secret);
+    ++configured.identity;
+    ++configured.generation;
     return kOk;
   });
 }
@@ -192,8 +189,8 @@ int32_t configurePse(const char* file, const char* password) {
 int32_t reloadPse() {
   return withoutExceptions([] {
     {
-      const std::lock_guard<std::mutex> lock(configurationLock);
-      ++configurationLocked().generation;
+      const std::lock_guard lock(configurationLock);
+      ++configured.generation;
     }
     OwnList* own = nullptr;
     const int32_t result = readOwnRecords(currentConfiguration(), &own);

@@ -249,10 +249,7 @@ class BareItems : public CContainerImpl<Item>, public CComObjectRoot {
   }
   int32_t QueryItem(uint32_t, const Guid*, void**) override { return kNotImplemented; }
   virtual void* DeletingDestructor(uint32_t flags) = 0;
-  void hold(Item** items, uint32_t count) {
-    items_ = items;
-    count_ = count;
-  }
+  int32_t append(Item* item) { return items_.append(item); }
 };
 
 class ContainerTest : public ComObjectTest {
@@ -312,9 +309,7 @@ TEST_F(ContainerTest, ABareContainerHandsItemsOutWithoutAReference) {
   ComPtr<CComObject<BareItems>> bare;
   ASSERT_EQ(createObject(bare), kOk);
   auto item = newItem();
-  auto** array = static_cast<Item**>(allocate(sizeof(Item*)));
-  array[0] = item.get();
-  bare->hold(array, 1);
+  ASSERT_EQ(bare->append(item.get()), kOk);
   void* out = nullptr;
   ASSERT_EQ(test::call<int32_t>(bare.get(), 5, 0u, &out), kOk);
   EXPECT_EQ(out, item.get());

@@ -1,21 +1,25 @@
 #!/usr/bin/env python3
 """Starts `vexahost serve`, sends it real requests, shows the answers and stops it again.
 
-check_endpoint.py [--report FILE] -- COMMAND...
+check_endpoint.py [--report FILE] [--power SENDER...] -- COMMAND...
 
 COMMAND starts the host; "serve --port 0" is added to it. Exit status 0: every check passed, among
-them that the host went down cleanly and had given back every block. FILE receives the counts.
+them that the host went down cleanly and had given back every block. FILE receives the counts. SENDER
+tells the host of sleep and wake-up, as Windows would.
 """
 
 import argparse
+import email.utils
 import json
+import os
 import pathlib
+import select
 import subprocess
 import sys
 import tempfile
 import threading
 
-from endpoint import (BODY_LIMIT, HEAD_LIMIT, Checks, Host, Reader, as_json)
+from endpoint import (BODY_LIMIT, HEAD_LIMIT, Answer, Checks, Host, Reader, as_json)
 
 ALLOWED = "https://app.client.example"
 PATTERN = "https://*.client.example"
@@ -264,6 +268,9 @@ def check_common_headers(checks, host):
     for what, answer in (("200", host.ask("/v1/info")), ("404", host.ask("/nothing")),
                          ("204", host.ask("OPTIONS /v1/info")),
                          ("400", host.send(b"NONSENSE\r\n\r\n"))):
+        date = answer.headers.get("date", "")
+        checks.expect(f"{what} has a date", date.endswith(" GMT") and
+                      email.utils.parsedate_to_datetime(date), answer)
         checks.expect(f"{what} is neither kept nor guessed at",
                       answer.headers.get("cache-control") == "no-store" and
                       answer.headers.get("x-content-type-options") == "nosniff" and
@@ -298,16 +305,14 @@ def check_waiting(checks, host):
         reader = Reader(connection)
         connection.sendall(host.head("GET /v1/events HTTP/1.1", f"Origin: {ALLOWED}"))
         status, headers = reader.head()
-        event = reader.until(b"\n\n").decode()
-        show("GET /v1/events", type(host.ask("/"))(status, headers, event.encode()))
-        data = as_json("".join(line[6:] for line in event.splitlines()
-                               if line.startswith("data: ")))
+        data = reader.event()
+        show("GET /v1/events", Answer(status, headers, json.dumps(data).encode()))
         checks.expect("/v1/events is a stream of events", status == 200 and
                       headers.get("content-type") == "text/event-stream" and
                       "content-length" not in headers and
                       headers.get("access-control-allow-origin") == ALLOWED, headers)
         checks.expect("... whose first one tells the state",
-                      data and isinstance(data["changes"], int), event)
+                      data and isinstance(data["changes"], int), data)
 
 
 def refused_already(connection):
@@ -422,6 +427,50 @@ def check_end(checks, host, folder):
     checks.expect("... and no token", host.token not in "\n".join(log))
 
 
+def check_power(checks, host, sender):
+    def told(code):
+        return subprocess.run([*sender, str(code)], check=False).returncode == 0
+
+    with host.connect() as connection:
+        connection.sendall(host.head("GET /v1/events HTTP/1.1"))
+        events = Reader(connection)
+        events.head()
+        first = events.event()
+        checks.expect("the host takes what Windows tells of power", told(4) and told(7))
+        slept = events.event()
+        checks.expect("a page learns that the machine goes to sleep",
+                      slept == {"changes": first["changes"] + 1, "cause": "suspend"}, slept)
+        checks.expect("... and that it is awake again", told(18))
+        woken = events.event()
+        checks.expect("... once", woken == {"changes": first["changes"] + 2, "cause": "resume"},
+                      woken)
+
+
+def processor_seconds(process):
+    with open(f"/proc/{process.pid}/stat") as file:
+        fields = file.read().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def check_descriptors(checks, command):
+    """More clients than the host may have descriptors."""
+    host = Host(["prlimit", "--nofile=40:40", *command])
+    checks.expect("a host with few descriptors serves", host.wait_until_up(), host.lines)
+    crowd = [host.connect() for _ in range(60)]
+    polls = host.head("GET /v1/status?wait=60 HTTP/1.1")
+    for connection in crowd:
+        connection.sendall(polls)
+    told = host.until("no room for more connections")
+    before = processor_seconds(host.process)
+    select.select([], [], [], 1.0)
+    spent = processor_seconds(host.process) - before
+    checks.expect("out of descriptors it waits instead of spinning", told and spent < 0.5, spent)
+    for connection in crowd:
+        connection.close()
+    checks.expect("... and serves again when they are back", host.ask("/v1/info").status == 200)
+    checks.expect("... and ends cleanly", host.stop() == 0 and host.left_no_block(), host.lines)
+
+
 def make_own_certificate(folder):
     subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout",
                     "jane.key", "-out", "jane.pem", "-subj", "/C=DE/O=Orlind/CN=Jane", "-days",
@@ -432,7 +481,7 @@ def make_own_certificate(folder):
     (folder / "pw").write_text("pw\n")
 
 
-def check(checks, command, folder):
+def check(checks, command, folder, power):
     make_own_certificate(folder)
     host = Host(command, "--allow-origin", PATTERN, "--allow-origin", DEVELOPMENT,
                 "--log", str(folder / "log"), "--ready-file", str(folder / "ready"),
@@ -452,9 +501,13 @@ def check(checks, command, folder):
     check_keep_alive(checks, host)
     check_common_headers(checks, host)
     check_waiting(checks, host)
+    if power:
+        check_power(checks, host, power)
     check_crowd(checks, host)
     check_limits(checks, host)
     check_slow(checks, host)
+    if os.name == "posix" and not power:
+        check_descriptors(checks, command)
     check_starts(checks, command, host)
     checks.expect("after all that, /v1/info still answers", host.ask("/v1/info").status == 200)
     check_end(checks, host, folder)
@@ -464,11 +517,12 @@ def check(checks, command, folder):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--report", type=pathlib.Path)
+    parser.add_argument("--power", nargs="+", metavar="SENDER")
     parser.add_argument("command", nargs="+")
     arguments = parser.parse_args()
     checks = Checks()
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
-        host = check(checks, arguments.command, pathlib.Path(name))
+        host = check(checks, arguments.command, pathlib.Path(name), arguments.power)
         if host.process.poll() is None:
             host.stop()
     print("\nwhat the host said:")

@@ -22,11 +22,6 @@ def ip(*arguments):
     return subprocess.run(["ip", *arguments], capture_output=True, check=False).returncode == 0
 
 
-def next_event(reader):
-    lines = reader.until(b"\n\n").decode().splitlines()
-    return as_json("".join(line[6:] for line in lines if line.startswith("data: ")))
-
-
 def check(checks, command):
     """In the namespace. Whether a change wakes is told by an answer that comes before time is up."""
     host = Host(command, "--monitor-interval", "1")
@@ -35,13 +30,13 @@ def check(checks, command):
     stream.sendall(host.head("GET /v1/events HTTP/1.1"))
     events = Reader(stream)
     status, _ = events.head()
-    first = next_event(events)
+    first = events.event()
     checks.expect("the stream begins with the state", status == 200 and first and
                   first["cause"] == "start", first)
     poll.sendall(host.head(f"GET /v1/status?wait=60&since={first['changes']} HTTP/1.1"))
     checks.expect("the step itself", ip("link", "add", "vexa0", "type", "veth", "peer", "name",
                                         "vexa1"))
-    event = next_event(events)
+    event = events.event()
     checks.expect("the stream tells of an interface that was added",
                   event and event["changes"] > first["changes"] and event["cause"] == "network",
                   event)
@@ -49,7 +44,7 @@ def check(checks, command):
     checks.expect("a long poll ends with it",
                   (as_json(answer.body) or {}).get("changes", 0) > first["changes"], answer)
     ip("link", "del", "vexa0")
-    event = next_event(events)
+    event = events.event()
     checks.expect("... and of one that went away", event and event["cause"] == "network", event)
     checks.expect("Ctrl-C ends the host and its streams", host.stop() == 0 and
                   host.left_no_block(), host.lines[-3:])

@@ -1,5 +1,6 @@
 """Headless Chromium, spoken to through a pipe (the DevTools protocol)."""
 
+import base64
 import json
 import os
 import subprocess
@@ -53,18 +54,11 @@ class Chromium:
 
     def run_in_page(self, url, script):
         """The value of the script's promise, in a page of that address."""
-        target = self.call("Target.createTarget", url="about:blank")["targetId"]
-        session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
-        self.call("Page.enable", session)
-        self.call("Page.navigate", session, url=url)
-        loaded = "new Promise(go => document.readyState === 'complete' ? go() : addEventListener('load', go))"
-        self.call("Runtime.evaluate", session, expression=loaded, awaitPromise=True)
-        result = self.call("Runtime.evaluate", session, expression=script, awaitPromise=True,
-                           returnByValue=True)
-        self.call("Target.closeTarget", targetId=target)
-        if "exceptionDetails" in result:
-            return json.dumps(result["exceptionDetails"])[:600]
-        return result["result"].get("value")
+        page = Page(self)
+        page.go(url)
+        value = page.run(script)
+        page.close()
+        return value
 
     def permit(self, origin, name, setting):
         self.call("Browser.setPermission", permission={"name": name}, setting=setting,
@@ -80,3 +74,52 @@ class Chromium:
         except subprocess.TimeoutExpired:
             self._process.kill()
             self._process.wait()
+
+
+class Page:
+    """A page of a Chromium."""
+
+    def __init__(self, browser):
+        self._browser = browser
+        self._target = browser.call("Target.createTarget", url="about:blank")["targetId"]
+        self._session = browser.call("Target.attachToTarget", targetId=self._target,
+                                     flatten=True)["sessionId"]
+        self.call("Page.enable")
+
+    def call(self, method, **parameters):
+        return self._browser.call(method, self._session, **parameters)
+
+    def go(self, url):
+        self.call("Page.navigate", url=url)
+        self.run("new Promise(go => document.readyState === 'complete' ? go() "
+                 ": addEventListener('load', go))")
+
+    def run(self, script):
+        """The value of the script's promise, or the text of what it threw."""
+        result = self.call("Runtime.evaluate", expression=script, awaitPromise=True,
+                           returnByValue=True)
+        if "exceptionDetails" in result:
+            return json.dumps(result["exceptionDetails"])[:600]
+        return result["result"].get("value")
+
+    def press(self, key, modifiers=0):
+        for kind in ("keyDown", "keyUp"):
+            self.call("Input.dispatchKeyEvent", type=kind, key=key, code=key, modifiers=modifiers,
+                      windowsVirtualKeyCode={"Tab": 9, "Enter": 13}[key])
+
+    def look(self, width, height, scheme):
+        """As a screen of that size shows it to somebody who prefers "light" or "dark"."""
+        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height,
+                  deviceScaleFactor=1, mobile=width < 600)
+        self.call("Emulation.setEmulatedMedia",
+                  features=[{"name": "prefers-color-scheme", "value": scheme}])
+
+    def picture(self):
+        """All of the page, as PNG."""
+        size = self.call("Page.getLayoutMetrics")["cssContentSize"]
+        clip = {"x": 0, "y": 0, "width": size["width"], "height": size["height"], "scale": 1}
+        return base64.b64decode(self.call("Page.captureScreenshot", clip=clip,
+                                          captureBeyondViewport=True)["data"])
+
+    def close(self):
+        self._browser.call("Target.closeTarget", targetId=self._target)

@@ -8,6 +8,7 @@ import signal
 import socket
 import subprocess
 import threading
+import time
 
 START_SECONDS = 120  # a fresh Wine prefix takes its time
 STOP_SECONDS = 30
@@ -66,6 +67,14 @@ class Host:
             status = None
         self._reader.join(5)
         return status
+
+    def until(self, words):
+        """Whether the host says this, in the time that a stop may take."""
+        for _ in range(STOP_SECONDS * 10):
+            if any(words in line for line in self.lines):
+                return True
+            time.sleep(0.1)
+        return False
 
     def left_no_block(self):
         return any("blocks still allocated: 0" in line for line in self.lines)
@@ -134,6 +143,11 @@ class Reader:
         status = int(words[1]) if len(words) > 1 and words[1].isdigit() else 0
         pairs = (line.split(": ", 1) for line in lines[1:] if ": " in line)
         return status, {name.lower(): value for name, value in pairs}
+
+    def event(self):
+        """The next of a stream of events, whose data are JSON."""
+        lines = self.until(b"\n\n").decode().splitlines()
+        return as_json("".join(line[6:] for line in lines if line.startswith("data: ")))
 
     def answer(self, to_head=False):
         try:

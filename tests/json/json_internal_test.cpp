@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "json/collections.h"
 #include "json/jsonapi_list.h"
@@ -103,6 +106,43 @@ TEST_F(JsonMemory, AParsedValueCanBeRenamedAndSetAnew) {
   EXPECT_EQ(object->GetTypeOf("key"), uint32_t{kJsonAbsent});
 }
 
+TEST_F(JsonMemory, AParsedStringSetAnewEndsWithItsTreeThoughNobodyAskedForItsName) {
+  const int64_t before = spy.liveBlocks();
+  auto object = parse(R"({"key":"old","list":["old"]})");
+  const test::ExactBytes bytes("newer");
+  const runtime::ByteBuffer record = bytes.buffer();
+  for (JsonValue* const value :
+       {object->valueAt(0), static_cast<JsonCollection*>(object->valueAt(1))->valueAt(0)}) {
+    ASSERT_EQ(value->SetValue(reinterpret_cast<uintptr_t>(&record)), kOk);
+    EXPECT_STREQ(value->GetStringPtr(), "newer");
+  }
+  object.reset();
+  EXPECT_EQ(spy.liveBlocks(), before);
+}
+
+TEST_F(JsonMemory, ParsedValuesBecomeObjectsOfTheirKindOnce) {
+  const auto object =
+      parse(R"({"n":null,"i":-7,"s":"text","a":[1],"o":{"k":2},"t":true,"f":false})");
+  const std::string written = textOf(*object.get());
+  for (uint64_t i = 0; i < object->count(); ++i) {
+    const uint32_t type = object->GetTypeOf(object->GetKeyPtrAt(i));
+    JsonValue* const value = object->valueAt(i);
+    ASSERT_NE(value, nullptr);
+    EXPECT_EQ(value->GetType(), type);
+    EXPECT_EQ(value->name(), object->GetKeyPtrAt(i));
+    EXPECT_EQ(object->valueAt(i), value);
+    EXPECT_EQ(object->GetTypeOf(object->GetKeyPtrAt(i)), type);
+  }
+  int32_t number = 0;
+  uint32_t truth = 7;
+  EXPECT_EQ(object->valueAt(1)->GetInteger(&number), kOk);
+  EXPECT_EQ(number, -7);
+  EXPECT_EQ(object->valueAt(6)->GetBool(&truth), kOk);
+  EXPECT_EQ(truth, 0u);
+  EXPECT_EQ(object->valueAt(7), nullptr);
+  EXPECT_EQ(textOf(*object.get()), written);
+}
+
 TEST_F(JsonMemory, ElementsOfAParsedArrayHaveAnEmptyName) {
   const auto object = parse(R"({"list":[1]})");
   ComPtr<IJsonArray> list;
@@ -157,6 +197,103 @@ TEST_F(JsonMemory, ValuesNestedBySettersAreWrittenWithoutTheStack) {
   EXPECT_EQ(text.size(), (kVeryDeep + 1) * std::string_view("{\n\"a\" : \n}\n").size() +
                              std::string_view("{\n\n}\n").size());
   EXPECT_EQ(text.substr(text.size() - 8), "}\n\n}\n\n}\n");
+}
+
+// --- how much memory a parse takes ---
+
+// Counts the bytes of the root list's blocks while it lives. One at a time: table entries have no
+// self.
+class ByteCount {
+ public:
+  explicit ByteCount(test::SpyRuntime& spy) : spy_(spy), real_(spy.root) {
+    current_ = this;
+    spy.root.Allocate = [](uint64_t size) {
+      return current_->note(current_->real_.Allocate(size), size);
+    };
+    // The old block and the new one may be there at once.
+    spy.root.Reallocate = [](void* block, uint64_t size) {
+      void* const grown = current_->real_.Reallocate(block, size);
+      current_->note(grown, size);
+      current_->forget(grown != nullptr && grown != block ? block : nullptr);
+      return grown;
+    };
+    spy.root.Free = [](void* block) {
+      current_->forget(block);
+      current_->real_.Free(block);
+    };
+  }
+  ByteCount(const ByteCount&) = delete;
+  ByteCount& operator=(const ByteCount&) = delete;
+  ~ByteCount() { spy_.root = real_; }
+
+  uint64_t now() const { return now_; }
+  uint64_t most() const { return most_; }
+
+ private:
+  void* note(void* block, uint64_t size) {
+    if (block != nullptr) {
+      now_ += size - std::exchange(sizes_[block], size);
+      most_ = std::max(most_, now_);
+    }
+    return block;
+  }
+  void forget(void* block) {
+    if (const auto found = sizes_.find(block); found != sizes_.end()) {
+      now_ -= found->second;
+      sizes_.erase(found);
+    }
+  }
+
+  inline static ByteCount* current_ = nullptr;
+  test::SpyRuntime& spy_;
+  const runtime::RootList real_;
+  std::map<void*, uint64_t> sizes_;
+  uint64_t now_ = 0;
+  uint64_t most_ = 0;
+};
+
+std::string repeated(std::string_view opening, std::string_view element, std::string_view closing) {
+  std::string text(opening);
+  while (text.size() < 512 * 1024) {
+    text += element;
+  }
+  return text.append(closing);
+}
+
+std::string differentKeys(const char* value) {
+  std::string text = "{";
+  for (uint32_t i = 0; text.size() < 512 * 1024; ++i) {
+    // Three bytes that count up tell the keys apart: as short as they can be.
+    const char key[] = {static_cast<char>(0x80 + i % 64), static_cast<char>(0x80 + i / 64 % 64),
+                        static_cast<char>(0x80 + i / 4096)};
+    text.append("\"").append(key, sizeof(key)).append("\":").append(value).append(",");
+  }
+  return text + "\"\":0}";
+}
+
+TEST_F(JsonMemory, AParseTakesABoundedMultipleOfItsText) {
+  const std::string texts[] = {
+      repeated("{\"a\":[", "{},", "{}]}"),
+      repeated("{\"a\":[", "[],", "[]]}"),
+      repeated("{\"a\":[", "0,", "0]}"),
+      repeated("{\"a\":[", "[0],", "[0]]}"),
+      repeated("{\"a\":[", "[0,0,0,0,0,0,0,0,0,0],", "[0]]}"),
+      repeated("{\"a\":[", "{\"\":0},", "0]}"),
+      repeated("{", "\"\":0,", "\"\":0}"),
+      repeated("{", "\"\":[0,0,0,0],", "\"\":0}"),
+      repeated("{", "\"a\":\"\",", "\"b\":0}"),
+      differentKeys("0"),
+      differentKeys("[]"),
+      differentKeys("\"\""),
+  };
+  for (const std::string& text : texts) {
+    ByteCount bytes(spy);
+    auto object = parse(text);
+    EXPECT_LE(bytes.most(), text.size() * 32 + 64 * 1024) << text.substr(0, 40);
+    EXPECT_LE(bytes.now(), text.size() * 16 + 64 * 1024) << text.substr(0, 40);
+    object.reset();
+    EXPECT_EQ(bytes.now(), 0u);
+  }
 }
 
 TEST_F(JsonMemory, AParseSurvivesEveryFailedAllocation) {

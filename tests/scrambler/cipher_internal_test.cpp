@@ -83,23 +83,21 @@ TEST_F(Cipher, RefusesKeyLengthsOutOfRange) {
 
 TEST_F(Cipher, MakesKeysOfTheShortestAndTheLongestLength) {
   for (const uint64_t bits : {uint64_t{1}, uint64_t{16384}}) {
-    runtime::SymmetricKey* key = nullptr;
-    EXPECT_EQ(scrambler::generateKey(6, bits, &key), kOk);
-    ASSERT_NE(key, nullptr);
-    EXPECT_EQ(key->table->GetBitLength(key), bits);
-    scrambler::releaseWiped(key);
+    scrambler::SymmetricKey key;
+    EXPECT_EQ(scrambler::generateKey(6, bits, key.put()), kOk);
+    ASSERT_TRUE(key);
+    EXPECT_EQ(key->table->GetBitLength(key.get()), bits);
   }
 }
 
 TEST_F(Cipher, NeedsARuntime) {
-  base::bound.crypt.pointer = nullptr;
+  base::bound.crypt = {};
   const scrambler::CipherItems<1> items;
   const runtime::ByteBuffer in{};
   runtime::ByteBuffer* out = nullptr;
   EXPECT_EQ(scrambler::runCipher(items.first(), &in, &out), kFail);
-  runtime::SymmetricKey* key = nullptr;
-  EXPECT_EQ(scrambler::generateKey(12, 256, &key), kFail);
-  scrambler::releaseWiped(key);
+  scrambler::SymmetricKey key;
+  EXPECT_EQ(scrambler::generateKey(12, 256, key.put()), kFail);
 }
 
 }  // namespace

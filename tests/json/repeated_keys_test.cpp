@@ -1,0 +1,185 @@
+#include "json/repeated_keys.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/bound_fixture.h"
+
+// Of members with equal keys the first one stays, whatever the keys are, and in a bounded number of
+// steps.
+namespace vexa::json {
+namespace {
+
+using Keys = std::vector<std::string>;
+
+// The same as plain as can be: the positions of the members that stay.
+std::vector<int32_t> plainly(const Keys& keys) {
+  std::vector<int32_t> kept;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    bool isNew = true;
+    for (size_t other = 0; other < i; ++other) {
+      isNew = isNew && keys[other] != keys[i];
+    }
+    if (isNew) {
+      kept.push_back(static_cast<int32_t>(i));
+    }
+  }
+  return kept;
+}
+
+// A key for each small number: of different lengths, some of them the beginning of others.
+std::string keyOf(uint32_t number) {
+  std::string key = std::to_string(number);
+  return number % 3 == 0 ? key : std::string(number % 20, 'k') + key;
+}
+
+uint64_t allTheSame(std::string_view /*key*/) { return 42; }
+uint64_t lengthAlone(std::string_view key) { return key.size() << 32 | key.size(); }
+uint64_t onePlaceManyChecks(std::string_view key) { return digestKey(key) << 32; }
+
+class JsonRepeatedKeys : public test::BoundTest {
+ protected:
+  // The positions of the members that stay; the value of each member is its position.
+  std::vector<int32_t> kept(const Keys& keys, RepeatedKeys& repeated) {
+    std::vector<Item> items;
+    for (size_t i = 0; i < keys.size(); ++i) {
+      items.push_back(Item::string(keys[i].data(), keys[i].size()));
+      items.push_back(Item::number(static_cast<int32_t>(i)));
+    }
+    uint64_t members = 0;
+    EXPECT_TRUE(repeated.drop(items, members));
+    std::vector<int32_t> positions;
+    for (uint64_t i = 0; i < members; ++i) {
+      const int32_t position = items[2 * i + 1].number();
+      EXPECT_EQ(items[2 * i].text(), keys[static_cast<size_t>(position)]);
+      positions.push_back(position);
+    }
+    return positions;
+  }
+  std::vector<int32_t> kept(const Keys& keys, RepeatedKeys::Digest digest = digestKey) {
+    RepeatedKeys repeated(digest);
+    return kept(keys, repeated);
+  }
+  uint64_t stepsFor(const Keys& keys) {
+    RepeatedKeys repeated;
+    EXPECT_EQ(kept(keys, repeated).size(), keys.size());
+    return repeated.steps();
+  }
+};
+
+constexpr RepeatedKeys::Digest kDigests[] = {digestKey, allTheSame, lengthAlone,
+                                             onePlaceManyChecks};
+
+TEST_F(JsonRepeatedKeys, AreThoseThatAPlainSearchFinds) {
+  uint32_t random = 1;
+  for (const size_t members : {0, 1, 2, 7, 8, 9, 16, 17, 63, 64, 65, 300, 1000}) {
+    for (const size_t different : {1, 3, 10, 100, 2000}) {
+      Keys keys;
+      for (size_t i = 0; i < members; ++i) {
+        random = random * 1664525 + 1013904223;
+        keys.push_back(keyOf((random >> 8) % static_cast<uint32_t>(different)));
+      }
+      for (const RepeatedKeys::Digest digest : kDigests) {
+        EXPECT_EQ(kept(keys, digest), plainly(keys)) << members << " of " << different;
+      }
+    }
+  }
+}
+
+TEST_F(JsonRepeatedKeys, AreNotThoseWithEqualDigestsAlone) {
+  // More than a few, so that they are looked up; all with one digest.
+  const Keys keys = {"a", "b", "ab", "aa", "ba", "abc", "abd", "bbc", std::string("a\0", 2),
+                     "",  "c", "d",  "ab"};
+  for (const RepeatedKeys::Digest digest : {allTheSame, lengthAlone}) {
+    EXPECT_EQ(kept(keys, digest), (std::vector<int32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
+  }
+}
+
+TEST_F(JsonRepeatedKeys, AreFoundAmongManyObjectsByOneFinder) {
+  RepeatedKeys repeated;
+  for (const size_t members : {20, 1000, 3, 70, 5000, 20}) {
+    Keys keys;
+    for (size_t i = 0; i < members; ++i) {
+      keys.push_back("key " + std::to_string(i % (members - 2)));
+    }
+    EXPECT_EQ(kept(keys, repeated).size(), members - 2);
+  }
+}
+
+TEST_F(JsonRepeatedKeys, HaveEqualDigestsWhereverTheyStand) {
+  for (size_t length = 0; length < 40; ++length) {
+    const std::string key =
+        std::string("abcdefghijklmnopqrstuvwxyz0123456789ABCDEFG").substr(0, length);
+    EXPECT_EQ(digestKey(key), digestKey(std::string_view("x" + key + "y").substr(1, length)));
+    EXPECT_NE(digestKey(key), digestKey(key + "a"));
+  }
+}
+
+// --- what they cost ---
+
+constexpr size_t kMany = 50'000;
+
+Keys honestKeys() {
+  Keys keys;
+  for (size_t i = 0; i < kMany; ++i) {
+    std::string number = std::to_string(i);
+    keys.push_back("member name " + std::string(5 - number.size(), '0') + number);
+  }
+  return keys;
+}
+
+// Keys of 16 bytes that somebody chose who knows how digestKey() mixes its words: the second word
+// takes back what the first one did.
+Keys keysOfOneDigest() {
+  Keys keys;
+  for (uint64_t i = 0; i < kMany; ++i) {
+    uint64_t digest = (16 ^ i) * 0x9E3779B97F4A7C15;
+    digest ^= digest >> 32;
+    std::string key(16, '\0');
+    std::memcpy(key.data(), &i, sizeof(i));
+    std::memcpy(key.data() + sizeof(i), &digest, sizeof(digest));
+    keys.push_back(key);
+  }
+  return keys;
+}
+
+TEST_F(JsonRepeatedKeys, CostAFewStepsWhenNobodyChoseThem) {
+  EXPECT_LE(stepsFor(honestKeys()), 2 * kMany);
+}
+
+TEST_F(JsonRepeatedKeys, CostABoundedNumberOfStepsWhenAnEnemyChoseThem) {
+  const Keys keys = keysOfOneDigest();
+  for (const std::string& key : keys) {
+    ASSERT_EQ(digestKey(key), digestKey(keys[0])) << "the enemy knows the digest";
+  }
+  // Not a fraction of kMany * kMany: what sorting takes, and a few looks before it.
+  EXPECT_LE(stepsFor(keys), (8 + 2 * std::bit_width(kMany)) * kMany);
+}
+
+TEST_F(JsonRepeatedKeys, CostLittleWhenAllAreEqual) {
+  RepeatedKeys repeated;
+  EXPECT_EQ(kept(Keys(kMany, "the same"), repeated), std::vector<int32_t>{0});
+  EXPECT_LE(repeated.steps(), 3 * kMany);
+}
+
+TEST_F(JsonRepeatedKeys, AreNotToldApartWhenMemoryIsShort) {
+  const Keys keys = honestKeys();
+  std::vector<Item> items;
+  for (const std::string& key : keys) {
+    items.push_back(Item::string(key.data(), key.size()));
+    items.push_back(Item::null());
+  }
+  RepeatedKeys repeated;
+  uint64_t members = 0;
+  spy.failAllocation(1);
+  EXPECT_FALSE(repeated.drop(items, members));
+  EXPECT_TRUE(repeated.drop(items, members)) << "the next object may fit again";
+  EXPECT_EQ(members, keys.size());
+}
+
+}  // namespace
+}  // namespace vexa::json

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include "support/process_counters.h"
+#include "vexa/results.h"
+#include "vexa/runtime/bound_tables.h"
+#include "vexa/runtime/reference.h"
+#include "vexa/shared_library.h"
+
+namespace vexa::test {
+namespace {
+
+constexpr char kTraceFile[] = "cycles.trace";
+
+// VEXA_CYCLES asks for more than the normal run wants to wait for.
+int cycles() {
+  const char* const wanted = std::getenv("VEXA_CYCLES");
+  return wanted != nullptr ? std::atoi(wanted) : 300;
+}
+
+// The built runtime, loaded by file as the module loads it.
+class Runtime {
+ public:
+  Runtime() : library_(SharedLibrary::load(std::filesystem::absolute("../bin") / kRuntimeFile)) {
+    const auto getRoot = library_.find<runtime::GetRootListFunction>(runtime::kGetRootListExport);
+    if (getRoot != nullptr) {
+      getRoot(0, 0, &root, 0, "", 0);
+    }
+  }
+
+  template <class Table>
+  const Table* bind(const char* name) const {
+    const void* table = nullptr;
+    return failed(root->GetInterface(nullptr, name, &table)) ? nullptr
+                                                             : static_cast<const Table*>(table);
+  }
+
+  template <class Function>
+  Function find(const char* name) const {
+    return library_.find<Function>(name);
+  }
+
+  const runtime::RootList* root = nullptr;
+
+ private:
+  SharedLibrary library_;
+};
+
+void useHeap(const runtime::RootList& root) {
+  void* blocks[100];
+  for (void*& block : blocks) {
+    block = root.Allocate(static_cast<uint64_t>(&block - blocks) * 300);
+  }
+  for (void* const block : blocks) {
+    root.Free(root.Reallocate(block, 5000));
+  }
+}
+
+runtime::CipherItem itemOf(uint32_t tag, void* value, runtime::CipherItem* next = nullptr) {
+  return {tag, 0, value, 0, 0, {}, nullptr, next};
+}
+
+// Makes a key and uses it with a stream cipher, for which libgcrypt is started.
+void encipher(const runtime::CryptTable& crypt) {
+  uint32_t algorithm = 6, bits = 256;
+  auto second = itemOf(runtime::kCipherKeyBits, &bits);
+  const auto first = itemOf(runtime::kCipherAlgorithm, &algorithm, &second);
+  auto key = itemOf(runtime::kCipherKey, nullptr);
+  ASSERT_EQ(crypt.GenerateKey(&first, &key, algorithm), kOk);
+
+  second = key;
+  const uint8_t text[16] = {};
+  uint8_t enciphered[sizeof(text)];
+  runtime::ByteBuffer out{sizeof(enciphered), enciphered};
+  EXPECT_EQ(crypt.Cipher(&first, text, sizeof(text), enciphered, &out), kOk);
+  auto* const made = static_cast<runtime::Object*>(key.value);
+  made->table->Release(made);
+}
+
+void loadAndUnload() {
+  const Runtime runtime;
+  ASSERT_NE(runtime.root, nullptr);
+  useHeap(*runtime.root);
+}
+
+void useAndUnload() {
+  const Runtime runtime;
+  ASSERT_NE(runtime.root, nullptr);
+  std::thread([&runtime] { useHeap(*runtime.root); }).join();
+  uint8_t drawn[16];
+  ASSERT_EQ(runtime.bind<runtime::RandomTable>(runtime::kRandomName)->GetBytes(2, 16, 0, drawn),
+            kOk);
+  encipher(*runtime.bind<runtime::CryptTable>(runtime::kCryptName));
+  runtime.find<decltype(&velmora_set_source_level)>("velmora_set_source_level")("source", 3);
+  ASSERT_EQ(runtime.find<decltype(&velmora_set_trace)>("velmora_set_trace")(1, kTraceFile), kOk);
+  runtime.bind<runtime::NotifyTable>(runtime::kNotifyName)->Message(3, "source", 0, "%d", 1);
+}
+
+// After some cycles, in which the system gets what it keeps, nothing may change any more.
+template <class Cycle>
+void expectNothingLeftBy(Cycle cycle) {
+  constexpr int kFirst = 50;
+  for (int i = 0; i < kFirst; ++i) {
+    cycle();
+  }
+  const ProcessCounters before = ProcessCounters::now();
+  for (int i = 0; i < cycles(); ++i) {
+    cycle();
+  }
+  const ProcessCounters after = ProcessCounters::now();
+  ::testing::Test::RecordProperty("before", ::testing::PrintToString(before));
+  ::testing::Test::RecordProperty("after", ::testing::PrintToString(after));
+  EXPECT_EQ(after.handles, before.handles);
+  EXPECT_EQ(after.threads, before.threads);
+  EXPECT_EQ(after.freePlaces, before.freePlaces);
+  // Under a sanitizer memory tells nothing, as it keeps what is released.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  EXPECT_LT(after.privateBytes - before.privateBytes, 256 * 1024);
+#endif
+}
+
+TEST(LoadCycles, LoadingAndUnloadingLeavesNothing) { expectNothingLeftBy(loadAndUnload); }
+
+TEST(LoadCycles, UsingAndUnloadingLeavesNothing) {
+  expectNothingLeftBy(useAndUnload);
+  std::filesystem::remove(kTraceFile);
+}
+
+// The module starts and ends on one loaded runtime, too.
+TEST(LoadCycles, UsingALoadedRuntimeLeavesNothing) {
+  {
+    const Runtime runtime;
+    expectNothingLeftBy(useAndUnload);
+  }
+  std::filesystem::remove(kTraceFile);  // closed by now
+}
+
+}  // namespace
+}  // namespace vexa::test
