@@ -9,6 +9,7 @@ union NeverDestroyed {
   constexpr NeverDestroyed() : value() {}
   NeverDestroyed(const NeverDestroyed&) = delete;
   NeverDestroyed& operator=(const NeverDestroyed&) = delete;
+  // NOLINTNEXTLINE(modernize-use-equals-default): a union's own would be deleted
   constexpr ~NeverDestroyed() {}
 
   T value;

@@ -14,6 +14,39 @@ struct Unbound {
   static const Table table;
 };
 
+template <>
+const runtime::RootList Unbound<runtime::RootList>::table;
+template <>
+const runtime::Pkcs12Table Unbound<runtime::Pkcs12Table>::table;
+template <>
+const runtime::Pkcs12TypesTable Unbound<runtime::Pkcs12TypesTable>::table;
+template <>
+const runtime::CommonTypes Unbound<runtime::CommonTypes>::table;
+template <>
+const runtime::EncodeTable Unbound<runtime::EncodeTable>::table;
+template <>
+const runtime::StringTable Unbound<runtime::StringTable>::table;
+template <>
+const runtime::MultiStringTable Unbound<runtime::MultiStringTable>::table;
+template <>
+const runtime::IoTable Unbound<runtime::IoTable>::table;
+template <>
+const runtime::UrlTable Unbound<runtime::UrlTable>::table;
+template <>
+const runtime::WideStringTable Unbound<runtime::WideStringTable>::table;
+template <>
+const runtime::AscTable Unbound<runtime::AscTable>::table;
+template <>
+const runtime::CryptTable Unbound<runtime::CryptTable>::table;
+template <>
+const runtime::RandomTable Unbound<runtime::RandomTable>::table;
+template <>
+const runtime::TimeTable Unbound<runtime::TimeTable>::table;
+template <>
+const runtime::NotifyTable Unbound<runtime::NotifyTable>::table;
+template <>
+const runtime::PseListTable Unbound<runtime::PseListTable>::table;
+
 // Holds one bound table. While it is unbound it points to the table that fails, so that nobody has
 // to ask. The address of `pointer` is what GetInterface fills and ReleaseInterface clears.
 template <class Table>
@@ -50,39 +83,6 @@ struct BoundTables {
   // time: at another one its memory is gone or somebody else's.
   uint32_t era = 0;
 };
-
-template <>
-const runtime::RootList Unbound<runtime::RootList>::table;
-template <>
-const runtime::Pkcs12Table Unbound<runtime::Pkcs12Table>::table;
-template <>
-const runtime::Pkcs12TypesTable Unbound<runtime::Pkcs12TypesTable>::table;
-template <>
-const runtime::CommonTypes Unbound<runtime::CommonTypes>::table;
-template <>
-const runtime::EncodeTable Unbound<runtime::EncodeTable>::table;
-template <>
-const runtime::StringTable Unbound<runtime::StringTable>::table;
-template <>
-const runtime::MultiStringTable Unbound<runtime::MultiStringTable>::table;
-template <>
-const runtime::IoTable Unbound<runtime::IoTable>::table;
-template <>
-const runtime::UrlTable Unbound<runtime::UrlTable>::table;
-template <>
-const runtime::WideStringTable Unbound<runtime::WideStringTable>::table;
-template <>
-const runtime::AscTable Unbound<runtime::AscTable>::table;
-template <>
-const runtime::CryptTable Unbound<runtime::CryptTable>::table;
-template <>
-const runtime::RandomTable Unbound<runtime::RandomTable>::table;
-template <>
-const runtime::TimeTable Unbound<runtime::TimeTable>::table;
-template <>
-const runtime::NotifyTable Unbound<runtime::NotifyTable>::table;
-template <>
-const runtime::PseListTable Unbound<runtime::PseListTable>::table;
 
 inline constinit BoundTables bound;
 
