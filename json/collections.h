@@ -86,7 +86,8 @@ class JsonObject : public JsonCollection, public IJsonObject {
  private:
   uint64_t indexOf(std::string_view key) const;  // all ones when absent
   uint64_t indexOf(const char* key) const;       // the same; a null key is absent
-  Item contentOf(const char* key) const { return contentAt(indexOf(key)); }
+  Item contentOf(const char* key) const;
+  Item unchangedContentOf(std::string_view key) const;
   // Takes over the reference. kOutOfMemory for an empty pointer.
   int32_t store(const char* key, base::ComPtr<JsonValue> value);
   template <class Kind, class Interface>

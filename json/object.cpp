@@ -16,21 +16,10 @@ runtime::ByteBuffer recordOf(std::string_view bytes) {
   return {bytes.size(), reinterpret_cast<uint8_t*>(const_cast<char*>(bytes.data()))};
 }
 
-// The first of the names that is equal, by the verdict of the runtime on those of the same length.
-template <class NameAt>
-uint64_t findName(std::string_view key, uint64_t count, NameAt nameAt) {
-  const runtime::ByteBuffer wanted = recordOf(key);
-  for (uint64_t index = 0; index < count; ++index) {
-    const std::string_view name = nameAt(index);
-    if (name.size() != key.size()) {
-      continue;
-    }
-    const runtime::ByteBuffer found = recordOf(name);
-    if (bound.commonTypes->BufferCompare(&wanted, &found) == 0) {
-      return index;
-    }
-  }
-  return kAbsent;
+// Names of one length are equal when the runtime says so.
+bool areEqual(const runtime::ByteBuffer& wanted, std::string_view name) {
+  const runtime::ByteBuffer found = recordOf(name);
+  return bound.commonTypes->BufferCompare(&wanted, &found) == 0;
 }
 
 }  // namespace
@@ -129,11 +118,31 @@ int32_t JsonObject::SetNull(const char* key) { return store(key, makeNull()); }
 
 uint64_t JsonObject::indexOf(std::string_view key) const {
   const Item object = content();
-  if (hasValues()) {
-    return findName(key, object.length(), [&](uint64_t index) { return keyOf(object, index); });
+  const runtime::ByteBuffer wanted = recordOf(key);
+  for (uint64_t index = 0; index < object.length(); ++index) {
+    const std::string_view name = keyOf(object, index);
+    if (name.size() == key.size() && areEqual(wanted, name)) {
+      return index;
+    }
   }
-  const Item* const items = object.items();
-  return findName(key, object.length(), [=](uint64_t index) { return items[2 * index].text(); });
+  return kAbsent;
+}
+
+Item JsonObject::contentOf(const char* key) const {
+  return key == nullptr || hasValues() ? contentAt(indexOf(key)) : unchangedContentOf(key);
+}
+
+// While nobody holds a value, names and values stand side by side.
+Item JsonObject::unchangedContentOf(std::string_view key) const {
+  const Item wanted = Item::string(key.data(), key.size());
+  const runtime::ByteBuffer record = recordOf(key);
+  const Item* const end = content().items() + 2 * count();
+  for (const Item* name = content().items(); name != end; name += 2) {
+    if (name->isAsLongAs(wanted) && areEqual(record, name->text())) {
+      return name[1];
+    }
+  }
+  return Item::absent();
 }
 
 uint64_t JsonObject::indexOf(const char* key) const {

@@ -35,13 +35,38 @@ void bufferRelease(runtime::ByteBuffer* buffer) {
   }
 }
 
-// The order of two buffers; only 0 has a stated meaning.
+// Equal ends of two blocks that are at most two words long: they are equal.
+template <class Word>
+bool endsAreEqual(const uint8_t* a, const uint8_t* b, uint64_t length) {
+  Word ends[4];
+  std::memcpy(&ends[0], a, sizeof(Word));
+  std::memcpy(&ends[1], b, sizeof(Word));
+  std::memcpy(&ends[2], a + length - sizeof(Word), sizeof(Word));
+  std::memcpy(&ends[3], b + length - sizeof(Word), sizeof(Word));
+  return ((ends[0] ^ ends[1]) | (ends[2] ^ ends[3])) == 0;
+}
+
+// Most are names, too short to be worth a call.
+bool areEqualShort(const uint8_t* a, const uint8_t* b, uint64_t length) {
+  if (length >= sizeof(uint64_t)) {
+    return endsAreEqual<uint64_t>(a, b, length);
+  }
+  if (length >= sizeof(uint32_t)) {
+    return endsAreEqual<uint32_t>(a, b, length);
+  }
+  return length == 1 ? *a == *b : endsAreEqual<uint16_t>(a, b, length);
+}
+
+// 0 for equal buffers; nothing else has a meaning.
 int32_t bufferCompare(const runtime::ByteBuffer* a, const runtime::ByteBuffer* b) {
   if (a == nullptr || b == nullptr) {
     return a == b ? 0 : 1;
   }
   if (a->length != b->length) {
-    return a->length < b->length ? -1 : 1;
+    return 1;
+  }
+  if (a->length - 1 < 2 * sizeof(uint64_t)) {
+    return areEqualShort(a->data, b->data, a->length) ? 0 : 1;
   }
   return a->length == 0 ? 0 : std::memcmp(a->data, b->data, a->length);
 }

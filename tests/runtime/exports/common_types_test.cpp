@@ -75,6 +75,22 @@ TEST_F(CommonTypesTest, BuffersAreEqualByLengthAndBytes) {
   EXPECT_NE(types.BufferCompare(&d, &a), 0);
 }
 
+TEST_F(CommonTypesTest, BuffersOfEveryLengthDifferByAnyByte) {
+  for (size_t length = 1; length < 40; ++length) {
+    const std::string text(length, 'x');
+    const ExactBytes bytes(text);
+    const ExactBytes others(text);
+    const runtime::ByteBuffer a = bytes.buffer();
+    const runtime::ByteBuffer b = others.buffer();
+    EXPECT_EQ(types.BufferCompare(&a, &b), 0) << length;
+    for (size_t place = 0; place < length; ++place) {
+      others.data()[place] = 'y';
+      EXPECT_NE(types.BufferCompare(&a, &b), 0) << length << " at " << place;
+      others.data()[place] = 'x';
+    }
+  }
+}
+
 TEST_F(CommonTypesTest, EmptyBuffersAreEqual) {
   const ExactBytes bytes({1});
   const runtime::ByteBuffer withData{0, bytes.data()};
