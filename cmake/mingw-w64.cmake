@@ -1,5 +1,4 @@
 # Cross build for 64-bit Windows with mingw-w64, POSIX threads flavour (std::mutex, std::thread).
-# Everything is linked statically: the results import Windows' own DLLs and nothing else.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -12,9 +11,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -s")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static -s")
 
 cmake_path(SET CMAKE_CROSSCOMPILING_EMULATOR NORMALIZE
            "${CMAKE_CURRENT_LIST_DIR}/../tests/tools/wine.sh")

@@ -2,8 +2,9 @@
 """Makes the Windows package: the same bytes from the same tree, whenever and wherever.
 
 package.py BUILD DIST    BUILD is a Windows build; writes DIST/vexabase-VERSION.zip with a bill of
-                         materials inside (vexabase.spdx.json), and DIST/SHA256SUMS over the packages
-                         that lie in DIST
+                         materials inside (vexabase.spdx.json), the debug symbols that belong to it
+                         (vexabase-VERSION-symbols.zip, for the same folder), and DIST/SHA256SUMS over
+                         the packages that lie in DIST
 """
 
 import hashlib
@@ -32,9 +33,9 @@ def version_of(build):
     return re.search(r"^CMAKE_PROJECT_VERSION:STATIC=(.*)$", cache, re.M).group(1)
 
 
-def install(build, folder):
-    subprocess.run(["cmake", "--install", str(build), "--prefix", str(folder)], check=True,
-                   stdout=subprocess.DEVNULL)
+def install(build, folder, *component):
+    subprocess.run(["cmake", "--install", str(build), "--prefix", str(folder), *component],
+                   check=True, stdout=subprocess.DEVNULL)
 
 
 def write_zip(folder, path):
@@ -60,14 +61,15 @@ def write_checksums(dist):
 def main(build, dist):
     version = version_of(build)
     dist.mkdir(parents=True, exist_ok=True)
-    package = dist / f"vexabase-{version}.zip"
     with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name) / f"vexabase-{version}"
+        folder = pathlib.Path(name) / "package" / f"vexabase-{version}"
         install(build, folder)
         bill_of_materials.write(folder, version, release_time())
-        write_zip(folder, package)
+        write_zip(folder, dist / f"{folder.name}.zip")
+        symbols = pathlib.Path(name) / "symbols" / folder.name
+        install(build, symbols, "--component", "symbols")
+        write_zip(symbols, dist / f"{folder.name}-symbols.zip")
     write_checksums(dist)
-    print(package)
 
 
 if __name__ == "__main__":

@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
-"""Takes the right to write from sections of a Windows program that only its loader fills.
+"""Takes the right to write from sections of a Windows program that only its loader fills, and the
+time from its header.
 
 seal_pe.py FILE
 
 The GNU linker leaves the import table (.idata) and the list of start functions (.CRT) writable. The
-loader lifts the protection while it fills the import table. The checksum is made anew.
+loader lifts the protection while it fills the import table. strip and objcopy write down when they
+ran. The checksum is made anew.
 """
 
 import pathlib
@@ -50,6 +52,7 @@ def seal(image):
         if name in SEALED:
             flags = struct.unpack_from("<I", image, offset + 36)[0]
             struct.pack_into("<I", image, offset + 36, flags & ~MEM_WRITE)
+    struct.pack_into("<I", image, header_offset(image) + 8, 0)
     struct.pack_into("<I", image, header_offset(image) + 88, checksum(image))
 
 

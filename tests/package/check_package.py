@@ -17,6 +17,7 @@ import subprocess
 import sys
 import tempfile
 import zipfile
+import zlib
 
 from counts import write_counts
 
@@ -44,21 +45,26 @@ class Checks:
             print(f"FAILED  {what}: {str(detail)[-900:]}")
 
 
-def make_package(build, dist):
+def make_packages(build, dist):
+    """The package, then its symbols."""
     package.main(build, dist)
-    return next(dist.glob("*.zip"))
+    return sorted(dist.glob("*.zip"), key=lambda path: "symbols" in path.name)
 
 
 def check_same_bytes(checks, build, folder):
-    """Two packages, made in two folders, from files with other times."""
-    first = make_package(build, folder / "first")
+    """The packages made twice, in two folders, from files with other times."""
+    first = make_packages(build, folder / "first")
     for file in FILES:
         os.utime(build / "bin" / file)
-    second = make_package(build, folder / "second elsewhere")
-    checks.expect("two packages are the same bytes", first.read_bytes() == second.read_bytes())
-    sums = subprocess.run(["sha256sum", "-c", "SHA256SUMS"], cwd=first.parent, capture_output=True,
-                          text=True, check=False)
-    checks.expect("SHA256SUMS is right", sums.returncode == 0 and first.name in sums.stdout,
+    second = make_packages(build, folder / "second elsewhere")
+    checks.expect("there is a package and its symbols", len(first) == len(second) == 2, first)
+    for left, right in zip(first, second):
+        checks.expect(f"{left.name} is the same bytes twice",
+                      left.read_bytes() == right.read_bytes())
+    sums = subprocess.run(["sha256sum", "-c", "SHA256SUMS"], cwd=first[0].parent,
+                          capture_output=True, text=True, check=False)
+    checks.expect("SHA256SUMS is right",
+                  sums.returncode == 0 and all(path.name in sums.stdout for path in first),
                   sums.stdout + sums.stderr)
     return first
 
@@ -68,6 +74,12 @@ def link_command(build, file):
     text = subprocess.run(["ninja", "-C", str(build), "-t", "commands", "-s", f"bin/{file}"],
                           check=True, capture_output=True, text=True).stdout
     return text.strip().splitlines()[-1]
+
+
+def unpack(archive, place):
+    with zipfile.ZipFile(archive) as content:
+        content.extractall(place)
+    return next(place.iterdir())
 
 
 def check_relinking(checks, build, folder):
@@ -121,6 +133,23 @@ def check_programs(checks, unpacked):
                       and file.encode("utf-16-le") in text and b'level="asInvoker"' in text)
         checks.expect(f"{file}: names no folder of the machine that built it",
                       str(ROOT).encode() not in text and b"/root/" not in text)
+
+
+def check_symbols(checks, unpacked, symbols):
+    """Each program names its file of symbols and the sum of it; those lie in folders of this tree."""
+    for file in FILES:
+        image = bytearray((unpacked / "bin" / file).read_bytes())
+        debug = symbols / "bin" / f"{file}.debug"
+        content = debug.read_bytes() if debug.is_file() else b""
+        link = debug.name.encode() + b"\0"
+        link += b"\0" * (-len(link) % 4) + struct.pack("<I", zlib.crc32(content))
+        checks.expect(f"{file}: leads to its symbols", link in bytes(image), debug)
+        lines = subprocess.run(["x86_64-w64-mingw32-objdump", "--dwarf=info", "--dwarf-depth=1",
+                                str(debug)], capture_output=True, text=True, check=False).stdout
+        checks.expect(f"{file}: its symbols name sources", "DW_AT_name        : " in lines
+                      and re.search(r": \./\w+/[\w/]+\.cpp$", lines, re.M), lines[:600])
+        checks.expect(f"{debug.name}: names no folder of this machine",
+                      str(ROOT).encode() not in content)
 
 
 def check_bill(checks, unpacked):
@@ -180,14 +209,12 @@ def main():
     checks, build = Checks(), arguments.build.resolve()
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
-        archive = check_same_bytes(checks, build, folder)
-        place = folder / "Eigene Dateien äöü"
-        with zipfile.ZipFile(archive) as content:
-            content.extractall(place)
-        unpacked = next(place.iterdir())
+        unpacked, symbols = (unpack(archive, folder / place) for archive, place in zip(
+            check_same_bytes(checks, build, folder), ("Eigene Dateien äöü", "symbols")))
         missing = [text for text in TEXTS if not (unpacked / text).is_file()]
         checks.expect("the package has what it must have", not missing, missing)
         check_programs(checks, unpacked)
+        check_symbols(checks, unpacked, symbols)
         check_bill(checks, unpacked)
         check_links(checks, unpacked)
         check_relinking(checks, build, folder)
