@@ -48,12 +48,13 @@ class CComObjectRoot {
  protected:
   uint32_t incrementCount() { return std::atomic_ref(referenceCount_).fetch_add(1) + 1; }
   uint32_t decrementCount() { return std::atomic_ref(referenceCount_).fetch_sub(1) - 1; }
-  // Drops a reference; true when it was the last one. Whoever holds the only reference shares the
-  // object with nobody, so that case needs no interlocked operation.
-  bool dropCount() {
-    return std::atomic_ref(referenceCount_).load(std::memory_order_acquire) == 1 ||
-           decrementCount() == 0;
+  // Whoever holds the only reference shares the object with nobody, so that giving it back needs no
+  // interlocked operation.
+  bool isLastReference() {
+    return std::atomic_ref(referenceCount_).load(std::memory_order_acquire) == 1;
   }
+  // Drops a reference; true when it was the last one.
+  bool dropCount() { return isLastReference() || decrementCount() == 0; }
   // For a creator that has shown the object to nobody yet.
   void startCount(uint32_t count) { referenceCount_ = count; }
   ~CComObjectRoot() = default;
@@ -90,11 +91,16 @@ class CComObject final : public T {
     return object;
   }
 
+  // The reference of the creator, who has shown the object to nobody yet.
+  void startWithOne() { this->startCount(1); }
+  // An interface without a reference, or null.
+  void* find(const Guid& id) { return findInterface(static_cast<T*>(this), T::InterfaceMap(), id); }
+
   // A new object with count 0 in memory that T's memory() knows how to give back.
   static CComObject* Construct(void* block) { return new (block) CComObject; }
 
   int32_t QueryInterface(const Guid* id, void** out) override {
-    *out = findInterface(static_cast<T*>(this), T::InterfaceMap(), *id);
+    *out = find(*id);
     if (*out == nullptr) {
       return kNoInterface;
     }
@@ -103,7 +109,7 @@ class CComObject final : public T {
   }
   uint32_t AddRef() override { return this->incrementCount(); }
   uint32_t Release() override {
-    const uint32_t count = this->decrementCount();
+    const uint32_t count = this->isLastReference() ? 0 : this->decrementCount();
     if (count == 0) {
       DeletingDestructor(1);
     }
@@ -137,7 +143,7 @@ int32_t createObject(ComPtr<CComObject<T>>& out) {
   int32_t result = kOk;
   CComObject<T>* object = CComObject<T>::Create(&result);
   if (object != nullptr) {
-    object->AddRef();
+    object->startWithOne();
   }
   out.reset(object);
   return result;
@@ -147,12 +153,20 @@ int32_t createObject(ComPtr<CComObject<T>>& out) {
 template <class T>
 class CFactoryImpl {
  public:
-  // An object without the asked interface is destroyed again.
+  // An object without the asked interface is destroyed again; else its first reference is the
+  // caller's.
   static int32_t CreateInstance(const Guid* id, void** out) {
     *out = nullptr;
     ComPtr<CComObject<T>> object;
-    const int32_t result = createObject(object);
-    return failed(result) ? result : object->QueryInterface(id, out);
+    if (const int32_t result = createObject(object); failed(result)) {
+      return result;
+    }
+    *out = object->find(*id);
+    if (*out == nullptr) {
+      return kNoInterface;
+    }
+    (void)object.release();
+    return kOk;
   }
 
  protected:
