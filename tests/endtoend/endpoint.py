@@ -145,9 +145,12 @@ class Reader:
         return status, {name.lower(): value for name, value in pairs}
 
     def event(self):
-        """The next of a stream of events, whose data are JSON."""
-        lines = self.until(b"\n\n").decode().splitlines()
-        return as_json("".join(line[6:] for line in lines if line.startswith("data: ")))
+        """The next of a stream of events, whose data are JSON; None at its end."""
+        while block := self.until(b"\n\n"):
+            lines = block.decode().splitlines()
+            if not lines[0].startswith(":"):  # a comment that keeps the way open
+                return as_json("".join(line[6:] for line in lines if line.startswith("data: ")))
+        return None
 
     def answer(self, to_head=False):
         try:
