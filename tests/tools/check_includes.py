@@ -29,11 +29,6 @@ LAYERS = {
 }
 ABOVE_ALL = ("tests", "fuzz", "bench", "docs")
 
-# What still stands in a ring.
-KNOWN_RINGS = (
-    "host/server/endpoint <-> host/server/routes",
-)
-
 
 def our_sources(root):
     folders = [*LAYERS, *ABOVE_ALL]
@@ -136,8 +131,7 @@ def all_rings(root, graph):
 def main(root):
     graph = {source.resolve(): includes_of(root, source) for source in our_sources(root)}
     problems = list(upward(root, graph))
-    found = list(all_rings(root, graph))
-    problems += [f"ring: {ring}" for ring in found if ring not in KNOWN_RINGS]
+    problems += [f"ring: {ring}" for ring in all_rings(root, graph)]
     if not graph:
         problems.append("there are no sources")
     for problem in problems:
