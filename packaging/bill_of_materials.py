@@ -6,7 +6,7 @@ import subprocess
 import time
 
 PROGRAMS = {"bin/vexabase.dll": (), "bin/velmora.dll": ("libgcrypt", "libgpg-error"),
-            "bin/vexahost.exe": ("asio", "cli11")}
+            "bin/vexahost.exe": ("asio", "cli11", "nlohmann-json")}
 
 # What is linked into the Windows programs: name, Debian package that tells the version, license.
 PARTS = (
@@ -14,6 +14,7 @@ PARTS = (
     ("libgpg-error", "libgpg-error-mingw-w64-dev", "LGPL-2.1-or-later"),
     ("asio", "libasio-dev", "BSL-1.0"),
     ("cli11", "libcli11-dev", "BSD-3-Clause"),
+    ("nlohmann-json", "nlohmann-json3-dev", "MIT"),
     ("gcc-runtime", "g++-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1"),
     ("mingw-w64", "mingw-w64-x86-64-dev", "ZPL-2.1"),
 )

@@ -27,7 +27,7 @@ sys.path.insert(0, str(ROOT / "packaging"))
 import package  # noqa: E402  (found through the line above)
 import seal_pe  # noqa: E402
 
-PARTS = {"libgcrypt", "libgpg-error", "asio", "cli11", "gcc-runtime", "mingw-w64"}
+PARTS = {"libgcrypt", "libgpg-error", "asio", "cli11", "nlohmann-json", "gcc-runtime", "mingw-w64"}
 TEXTS = ("LICENSE", "THIRD_PARTY_NOTICES.md", "README.md", "CHANGELOG.md", "licenses/LGPL-2.1.txt",
          "include/vexa/module.h", "lib/cmake/vexabase/vexabaseConfig.cmake", "relink/libvelmora.a")
 
