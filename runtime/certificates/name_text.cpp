@@ -133,7 +133,7 @@ class NameTextReader {
 
     DerWriter writer(out);
     const size_t sequence = writer.begin(kSequence);
-    const AttributeType* const type = findAttributeType(typeText);
+    const AttributeType* type = findAttributeType(typeText);
     if (type != nullptr) {
       writer.objectId(type->objectId);
     } else {
@@ -142,6 +142,7 @@ class NameTextReader {
         return refuse("a type is neither known by name nor an object identifier");
       }
       writer.element(kObjectId, content);
+      type = findAttributeType(content.view());
     }
     if (!value(type, writer)) {
       return false;
