@@ -277,8 +277,10 @@ inline std::optional<bool> isSignedByItself(X509* certificate) {
       X509_get_signature_nid(certificate) != NID_sha256WithRSAEncryption) {
     return std::nullopt;
   }
-  const bool isOwnIssuer =
-      X509_NAME_cmp(X509_get_subject_name(certificate), X509_get_issuer_name(certificate)) == 0;
+  const X509_NAME* const subject = X509_get_subject_name(certificate);
+  // No name equals no name, for the runtime at least.
+  const bool isOwnIssuer = X509_NAME_entry_count(subject) != 0 &&
+                           X509_NAME_cmp(subject, X509_get_issuer_name(certificate)) == 0;
   return isOwnIssuer && X509_verify(certificate, key) == 1;
 }
 

@@ -96,6 +96,7 @@ class Model {
                                               : a.place.age < b.place.age;
     });
     std::vector<uintptr_t> keys;
+    keys.reserve(sorted.size());
     for (const Entry& entry : sorted) {
       keys.push_back(entry.key);
     }

@@ -65,7 +65,7 @@ struct Message {
   std::string text() const {
     std::string out = protocol + " " + status + "\r\n";
     for (const auto& [name, value] : headers) {
-      out += name + ": " + value + "\r\n";
+      out.append(name).append(": ").append(value).append("\r\n");
     }
     return out + "\r\n" + body;
   }
@@ -95,7 +95,7 @@ std::vector<Step> stepsOf(std::string_view input) {
     const size_t length = std::min(input.find('\n'), input.size());
     const std::string line(input.substr(0, length));
     if (!line.empty()) {
-      steps.push_back({line[0], line.substr(1).c_str()});
+      steps.push_back({line[0], line.substr(1, line.find('\0', 1) - 1)});
     }
     input.remove_prefix(std::min(length + 1, input.size()));
   }

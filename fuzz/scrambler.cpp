@@ -1,0 +1,138 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "harness.h"
+#include "module/core_list.h"
+#include "vexa/scrambler.h"
+
+// Scramblers of every algorithm and mode: what is scrambled comes back, equal inputs give equal
+// outputs, a copied key reads what the first one wrote, and an allocation that fails is told and
+// loses nothing. The input is algorithm, mode and two bytes of key size, then the data.
+namespace vexa::fuzz {
+namespace {
+
+constexpr uint32_t kAlgorithms[] = {kDes,          kTripleDes168, kCast128, kDefaultCipher,
+                                    kTripleDes192, kAes128,       kAes192,  kAes256};
+
+struct Buffer {
+  Buffer() = default;
+  Buffer(const Buffer&) = delete;
+  Buffer& operator=(const Buffer&) = delete;
+  ~Buffer() { base::bound.commonTypes->BufferRelease(record); }
+  std::string_view view() const {
+    return record != nullptr
+               ? std::string_view(reinterpret_cast<const char*>(record->data), record->length)
+               : std::string_view();
+  }
+  runtime::ByteBuffer* record = nullptr;
+};
+
+struct Case {
+  uint32_t algorithm;
+  uint32_t mode;
+  uint32_t keyBits;
+  std::string_view data;
+};
+
+int32_t make(const Case& tested, Held<IScrambler>& made) {
+  return module::kCoreList.CreateScramblerEx(tested.algorithm, tested.mode, tested.keyBits,
+                                             made.put());
+}
+
+std::string scrambled(IScrambler& scrambler, std::string_view data) {
+  const runtime::ByteBuffer in{data.size(),
+                               reinterpret_cast<uint8_t*>(const_cast<char*>(data.data()))};
+  Buffer out;
+  require(scrambler.Scramble(&in, &out.record) == kOk, "what has a key scrambles");
+  return std::string(out.view());
+}
+
+std::string unscrambled(IScrambler& scrambler, std::string_view data) {
+  const runtime::ByteBuffer in{data.size(),
+                               reinterpret_cast<uint8_t*>(const_cast<char*>(data.data()))};
+  Buffer out;
+  require(scrambler.Unscramble(&in, &out.record) == kOk, "what was scrambled comes back");
+  return std::string(out.view());
+}
+
+void checkText(IScrambler& scrambler, std::string_view data) {
+  std::u16string text(data.size() / 2, u'\0');
+  std::memcpy(text.data(), data.data(), text.size() * 2);
+  text = text.substr(0, text.find(u'\0'));
+  Buffer out;
+  require(scrambler.ScrambleString(text.c_str(), &out.record) == kOk, "a text is scrambled");
+  char16_t* back = nullptr;
+  require(scrambler.UnscrambleString(out.record, &back) == kOk, "a text comes back");
+  require(text == back, "the same text");
+  startedModule().Free(back);
+}
+
+void check(const Case& tested) {
+  Held<IScrambler> first;
+  require(make(tested, first) == kOk && first, "a scrambler is made");
+  const std::string hidden = scrambled(*first, tested.data);
+  require(scrambled(*first, tested.data) == hidden, "equal inputs give equal outputs");
+  require(unscrambled(*first, hidden) == tested.data, "the same data");
+  require(tested.data.size() < 8 || hidden != tested.data, "the data is hidden");
+  checkText(*first, tested.data);
+
+  Held<IScrambler> other;
+  require(make(tested, other) == kOk && other, "another scrambler is made");
+  require(tested.data.size() < 16 || scrambled(*other, tested.data) != hidden,
+          "every object has a key of its own");
+  require(first->CopyKeyTo(&*other) == kOk, "a key is copied");
+  if (tested.mode == kScramblePlain) {  // the others keep a vector of their own
+    require(scrambled(*other, tested.data) == hidden, "with the same key it does the same");
+  }
+  require(unscrambled(*first, hidden) == tested.data, "the first one keeps its key");
+}
+
+// kOk, or memory was short and nothing was handed out.
+bool done(int32_t result, const void* out, const FailingAllocation& failing) {
+  require(result == kOk || failing.hasFailed(), "nothing fails by itself");
+  require(result == kOk || out == nullptr, "nothing comes with a failure");
+  return result == kOk;
+}
+
+void checkWithoutMemory(const Case& tested, uint64_t seed) {
+  const FailingAllocation failing(seed % 24 + 1);
+  Held<IScrambler> scrambler;
+  if (make(tested, scrambler) != kOk) {
+    return require(failing.hasFailed() && !scrambler, "a failed allocation is told");
+  }
+  const runtime::ByteBuffer in{tested.data.size(),
+                               reinterpret_cast<uint8_t*>(const_cast<char*>(tested.data.data()))};
+  Buffer out;
+  if (!done(scrambler->Scramble(&in, &out.record), out.record, failing)) {
+    return;
+  }
+  Buffer back;
+  if (done(scrambler->Unscramble(out.record, &back.record), back.record, failing)) {
+    require(back.view() == tested.data, "the same data");
+  }
+}
+
+void checkInput(std::string_view input) {
+  const auto byte = [input](size_t at) { return static_cast<uint8_t>(input[at]); };
+  const uint32_t keyBits = 1 + (byte(2) | byte(3) % 8u << 8);
+  const Case tested{kAlgorithms[byte(0) % std::size(kAlgorithms)], byte(1) % 3u, keyBits,
+                    input.substr(4)};
+  check(tested);
+  checkWithoutMemory(tested, seedOf(input, 0));
+}
+
+}  // namespace
+}  // namespace vexa::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  vexa::fuzz::startedModule();
+  const uint64_t before = velmora_live_blocks();
+  if (size >= 4) {
+    vexa::fuzz::checkInput({reinterpret_cast<const char*>(data), size});
+  }
+  vexa::fuzz::require(velmora_live_blocks() == before, "no block is left");
+  return 0;
+}
