@@ -4,9 +4,9 @@
 mutate.py [FOLDER...] [COUNT] [--seed N] [--report FILE]
 
 COUNT edits (20) of each folder's sources are drawn at random; the seed makes a run repeatable. Each
-is built and run against the tests of that folder, in a copy of the tree under build/mutate. An edit
-that does not compile, or that the optimiser turns into the very same code, does not count. Exit
-status 0: in every folder at least 95 % of those that count were caught.
+is built and run against the tests of that folder, in a copy of the tree under build/mutate; a lock
+that was dropped also against the tests of many threads, under ThreadSanitizer. An edit that does not
+compile, or that the optimiser turns into the very same code, does not count. Exit status 0: in every folder at least 95 % of those that count were caught.
 """
 
 import argparse
@@ -67,27 +67,33 @@ def copy_tree():
                 path.unlink()
 
 
-class Tests:
-    """The tests of one folder: how to build and to run them."""
+def configure(preset):
+    status, output = run(["cmake", "--preset", preset], cwd=COPY)
+    if status != 0:
+        sys.exit(f"mutate: cannot configure\n{output[-2000:]}")
 
-    def __init__(self, folder):
-        places = [folder, *ALSO.get(folder, ())]
-        known = run(["ninja", "-C", BUILD, "-t", "targets", "all"])[1]
+
+class Tests:
+    """The tests of some folders: how to build and to run them."""
+
+    def __init__(self, places, build=BUILD):
+        self._build = build
+        known = run(["ninja", "-C", build, "-t", "targets", "all"])[1]
         self._targets = [f"tests_{place}" for place in places
                          if re.search(rf"^tests_{place}: ", known, re.M)]
         self._labels = "^(" + "|".join(places) + ")$"
         self._jobs = os.environ.get("VEXA_JOBS", "2")
         self._seconds = None  # that they take without an edit
         if not self._targets:
-            sys.exit(f"mutate: no tests of {folder}")
+            sys.exit(f"mutate: no tests of {places}")
 
     def build(self):
-        return run(["cmake", "--build", BUILD, "-j", self._jobs, "--target", *self._targets])
+        return run(["cmake", "--build", self._build, "-j", self._jobs, "--target", *self._targets])
 
     def passed(self):
         limit = 1800 if self._seconds is None else max(LEAST_SECONDS, PATIENCE * self._seconds)
         start = time.monotonic()
-        status, _ = run(["ctest", "--test-dir", BUILD, "-L", self._labels, "--stop-on-failure",
+        status, _ = run(["ctest", "--test-dir", self._build, "-L", self._labels, "--stop-on-failure",
                          "-j", self._jobs], limit, env=dict(os.environ, GTEST_FAIL_FAST="1"))
         if self._seconds is None:
             self._seconds = time.monotonic() - start
@@ -135,7 +141,20 @@ def draw(folder, count, generator):
     return generator.sample(pool, min(count, len(pool)))
 
 
-def judge(path, mutation, tests, optimised):
+class RaceTests:
+    """The tests of many threads, built when they are first wanted."""
+
+    def __init__(self):
+        self._tests = None
+
+    def passed(self):
+        if self._tests is None:
+            configure("tsan")
+            self._tests = Tests(["concurrency"], COPY / "build" / "tsan")
+        return self._tests.build()[0] == 0 and self._tests.passed()
+
+
+def judge(path, mutation, tests, races, optimised):
     """"caught", "survived", "same" (equal code) or "no" (does not compile)."""
     text = path.read_text()
     lines = text.split("\n")
@@ -145,7 +164,7 @@ def judge(path, mutation, tests, optimised):
         status, _ = tests.build()
         if status != 0:
             return "no"
-        if not tests.passed():
+        if not tests.passed() or (mutation.kind == "lock" and not races.passed()):
             return "caught"
         edited = optimised.code_of(path)
     finally:
@@ -154,7 +173,8 @@ def judge(path, mutation, tests, optimised):
 
 
 def mutate_folder(folder, count, seed):
-    tests = Tests(folder)
+    tests = Tests([folder, *ALSO.get(folder, ())])
+    races = RaceTests()
     status, output = tests.build()
     if status != 0 or not tests.passed():
         sys.exit(f"mutate: the tests of {folder} fail without any edit\n{output[-2000:]}")
@@ -162,7 +182,7 @@ def mutate_folder(folder, count, seed):
     verdicts = {"caught": 0, "survived": 0, "same": 0, "no": 0}
     survivors = []
     for path, mutation in draw(folder, count, random.Random(f"{seed}/{folder}")):
-        verdict = judge(path, mutation, tests, optimised)
+        verdict = judge(path, mutation, tests, races, optimised)
         verdicts[verdict] += 1
         if verdict == "survived":
             place = f"{path.relative_to(COPY)}:{mutation.line + 1}"
@@ -197,9 +217,7 @@ def parse_arguments():
 def main():
     arguments = parse_arguments()
     copy_tree()
-    status, output = run(["cmake", "--preset", "mutate"], cwd=COPY)
-    if status != 0:
-        sys.exit(f"mutate: cannot configure\n{output[-2000:]}")
+    configure("mutate")
     results = [mutate_folder(folder, arguments.count, arguments.seed)
                for folder in arguments.folders or FOLDERS]
     if arguments.report:

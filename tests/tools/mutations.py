@@ -26,6 +26,8 @@ RESULTS = ["kOk", "kFalse", "kFail", "kInvalidArgument", "kNullPointer", "kOutOf
 CALL = re.compile(r"^\s*(\(void\)\s*)?[A-Za-z_][\w:.>()*\[\]-]*\([^;{}]*\);\s*$")
 LOCK = re.compile(r"^\s*(?:\w+::)*ScopedLock \w+\(.*\);\s*$")
 STORE = re.compile(r"^\s*\*?[a-z][\w.>\[\]-]* [|&^+-]?= [^;{}]+;\s*$")
+# The numbers of a GUID: any others would name what it names just as well.
+GUID = re.compile(r"0x\w{8}, 0x\w{4}, 0x\w{4}, \{")
 DECLARES = re.compile(r"^\s*(#|//|using |namespace |template|static_assert|class |struct |enum "
                       r"|public:|private:|protected:|friend |extern )")
 
@@ -129,7 +131,7 @@ def mutations_of(text):
         if inside_check:
             inside_check = ";" not in code
             continue
-        if DECLARES.match(line) or not code.strip():
+        if DECLARES.match(line) or GUID.search(code) or not code.strip():
             continue
         for edit in EDITS:
             found.extend(Mutation(kind, number, line, new) for kind, new in edit(line, code)
