@@ -189,6 +189,20 @@ BENCHMARK_CAPTURE(peer, upload, postRequest(1'048'576), kPiece)
     ->Name("http_request/post 1 MiB/pieces/boost.beast")
     ->Unit(benchmark::kMillisecond);
 
+// A long head instead.
+std::string manyHeaders(size_t size) {
+  std::string text = "GET / HTTP/1.1\r\n";
+  while (text.size() < size) {
+    text += kHeaders;
+  }
+  return text + "\r\n";
+}
+
+void growing(benchmark::State& state) {
+  ours(state, manyHeaders(static_cast<size_t>(state.range(0)) * 1'000'000), kWhole);
+}
+BENCHMARK(growing)->Name("http_request/growing/vexabase")->Arg(1)->Arg(2)->Arg(4);
+
 BENCHMARK(createAndRelease)->Name("http_request/create and release/vexabase");
 
 }  // namespace

@@ -122,6 +122,17 @@ void matchPattern(benchmark::State& state) {
   countUrls(state, 1);
 }
 
+// A long host: of a path the parser sees only where it begins.
+void growing(benchmark::State& state) {
+  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const size_t size = static_cast<size_t>(state.range(0)) * 1'000'000;
+  const std::string url = "https://" + std::string(size, 'h') + ":8443/x";
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(parser->parse(url.c_str()));
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(url.size()));
+}
+
 void createAndRelease(benchmark::State& state) {
   (void)LoadedModule::get();
   for (auto _ : state) {
@@ -135,6 +146,7 @@ BENCHMARK(splitBoost)->Name("url/split 1000/boost.url");
 BENCHMARK(sameOrigin)->Name("url/same origin/vexabase");
 BENCHMARK(sameOriginBoost)->Name("url/same origin/boost.url");
 BENCHMARK(matchPattern)->Name("url/pattern/vexabase");
+BENCHMARK(growing)->Name("url/growing/vexabase")->Arg(1)->Arg(2)->Arg(4);
 BENCHMARK(createAndRelease)->Name("url/create and release/vexabase");
 
 }  // namespace

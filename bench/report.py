@@ -1,0 +1,114 @@
+#!/usr/bin/env python3
+"""Runs the benchmarks and says of each row of the table whether it is as fast as it has to be.
+
+report.py [--json] [--page DOCS] [--programs FOLDER] [--runner COMMAND] [ARGS...]
+
+--json      one JSON document on the standard output instead of lines
+--page      writes the table of DOCS/performance.md, and its chart
+--runner    what starts a program that is not of this machine
+ARGS go to each program, such as --benchmark_min_time=0.5.
+"""
+
+import argparse
+import json
+import pathlib
+import platform
+import subprocess
+import sys
+import tempfile
+
+import page
+from rows import GROWING, MOST_GROWTH, ROWS
+
+NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def run(program, runner, arguments):
+    """The median time of each benchmark of a program, in nanoseconds."""
+    with tempfile.TemporaryDirectory() as folder:
+        out = pathlib.Path(folder) / "out.json"
+        command = [*runner, str(program), f"--benchmark_out={out}", "--benchmark_out_format=json"]
+        subprocess.run([*command, *arguments], check=True, stdout=subprocess.DEVNULL)
+        results = json.loads(out.read_text())["benchmarks"]
+    return {
+        result["run_name"]: result["cpu_time"] * NANOSECONDS[result["time_unit"]]
+        for result in results if result.get("aggregate_name") == "median"
+    }
+
+
+def judged(row, times):
+    """A row with its figure: relative to the peer, or nanoseconds."""
+    if row.ours not in times or (row.peer and row.peer not in times):
+        return None
+    value = times[row.ours] / (times[row.peer] if row.peer else 1)
+    return {
+        "name": row.name,
+        "peer": row.peer_name,
+        "value": value,
+        "unit": "ratio" if row.peer else "ns",
+        "must": row.must,
+        "aim": row.aim,
+        "mustMet": value <= row.must,
+        "aimMet": value <= row.aim,
+    }
+
+
+def growth(times):
+    """How many times as long four times the input takes."""
+    return [{"name": name, "times": round(times[names[2]] / times[names[0]], 2),
+             "linear": times[names[2]] / times[names[0]] <= MOST_GROWTH}
+            for name, (_, names) in GROWING.items() if all(each in times for each in names)]
+
+
+def processor():
+    """What the processor calls itself."""
+    try:
+        lines = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
+    except OSError:
+        return platform.machine()
+    return next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "")
+
+
+def machine():
+    """Where the figures come from."""
+    compiler = subprocess.run(["g++", "-dumpfullversion"], capture_output=True, text=True, check=False)
+    return {
+        "processor": processor(),
+        "system": f"{platform.system()} {platform.machine()}",
+        "compiler": f"GCC {compiler.stdout.strip()}",
+    }
+
+
+def main():
+    """Runs, tells, and writes."""
+    parser = argparse.ArgumentParser(allow_abbrev=False)
+    parser.add_argument("--json", action="store_true")
+    parser.add_argument("--page", type=pathlib.Path)
+    parser.add_argument("--programs", type=pathlib.Path, required=True)
+    parser.add_argument("--runner", default="")
+    options, arguments = parser.parse_known_args()
+    times = {}
+    wanted = {row.program for row in ROWS} | {program for program, _ in GROWING.values()}
+    for program in sorted(wanted):
+        file = next((each for each in (options.programs / program, options.programs / f"{program}.exe")
+                     if each.exists()), None)
+        if file is not None:
+            print(f"== {program}", file=sys.stderr)
+            times |= run(file, options.runner.split(), arguments)
+    report = {
+        "machine": machine(),
+        "rows": [found for found in (judged(row, times) for row in ROWS) if found],
+        "growing": growth(times),
+    }
+    if options.json:
+        json.dump(report, sys.stdout, indent=2)
+        print()
+    else:
+        for line in page.lines(report):
+            print(line)
+    if options.page:
+        page.write(options.page, report)
+
+
+if __name__ == "__main__":
+    main()
