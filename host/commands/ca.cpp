@@ -1,4 +1,5 @@
 #include <ctime>
+#include <optional>
 
 #include "certificates.h"
 #include "cli/console.h"
@@ -17,7 +18,7 @@ struct IssueRequest {
   std::string issuer;
   std::string subject;
   std::string like;
-  uint32_t usage = vexa::kUsageSignature;
+  std::optional<uint32_t> usage;  // none: what fits
   uint32_t days = 365;
   bool isCa = false;
   uint32_t keyBits = 2048;
@@ -56,6 +57,17 @@ const runtime::PublicKey* subjectKey(Options& options, const Module& module,
   return &made.key->publicKey;
 }
 
+// Throws what the runtime says about a step that it refused.
+void checkStep(const Module& module, const CertificateRef& certificate, int32_t result,
+               const char* what) {
+  const char* const reason =
+      result == 0 ? nullptr : VEXAHOST_RUNTIME(velmora_certificate_reason)(certificate.get());
+  if (reason != nullptr) {
+    throw HostError(std::string(what) + ": " + reason);
+  }
+  check(result, what);
+}
+
 CertificateRef sign(const Module& module, const IssueRequest& request,
                     const runtime::PublicKey* key, const KeyAndChain& issuer) {
   constexpr time_t kDay = 24 * 60 * 60;
@@ -63,7 +75,8 @@ CertificateRef sign(const Module& module, const IssueRequest& request,
   const time_t now = std::time(nullptr);
   CertificateRef certificate;
   check(VEXAHOST_RUNTIME(velmora_certificate_create)(certificate.put()), "a certificate");
-  check(
+  checkStep(
+      module, certificate,
       VEXAHOST_RUNTIME(velmora_certificate_set_subject)(certificate.get(), request.subject.c_str()),
       "the subject");
   check(VEXAHOST_RUNTIME(velmora_certificate_set_validity)(
@@ -74,11 +87,16 @@ CertificateRef sign(const Module& module, const IssueRequest& request,
   check(VEXAHOST_RUNTIME(velmora_certificate_set_basic_constraints)(certificate.get(),
                                                                     request.isCa ? 1 : 0, -1),
         "the basic constraints");
-  check(module.list<vexa::CaList>(vexa::kCaListName).SetKeyUsage(certificate.get(), request.usage),
-        "the key usage");
-  check(VEXAHOST_RUNTIME(velmora_certificate_sign)(certificate.get(), issuer.key,
-                                                   issuer.certificates->certificate),
-        "signing");
+  // The runtime knows the usage of an authority.
+  if (request.usage || !request.isCa) {
+    check(module.list<vexa::CaList>(vexa::kCaListName)
+              .SetKeyUsage(certificate.get(), request.usage.value_or(vexa::kUsageSignature)),
+          "the key usage");
+  }
+  checkStep(module, certificate,
+            VEXAHOST_RUNTIME(velmora_certificate_sign)(certificate.get(), issuer.key,
+                                                       issuer.certificates->certificate),
+            "signing");
   return certificate;
 }
 
@@ -124,11 +142,9 @@ void addCaCommand(CLI::App& app, Options& options) {
   issueCommand->add_option("--issuer", request->issuer, "PKCS#12 file of the issuer")->required();
   issueCommand->add_option("--subject", request->subject, "Name, such as CN=Jane,O=Orlind,C=DE")
       ->required();
-  issueCommand
-      ->add_option("--usage", request->usage,
-                   "Key usage code: 0 to 8 a single flag, 16 signature, 17 encryption, "
-                   "18 both")
-      ->capture_default_str();
+  issueCommand->add_option("--usage", request->usage,
+                           "Key usage code: 0 to 8 a single flag, 16 signature, 17 encryption, "
+                           "18 both; signature, or that of an authority, if none is given");
   issueCommand->add_option("--days", request->days, "Validity")
       ->check(CLI::Range(1, 36500))
       ->capture_default_str();

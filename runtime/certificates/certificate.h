@@ -49,7 +49,12 @@ struct CertificateObject : Counted<runtime::Certificate> {
   std::optional<runtime::BasicConstraints> basicConstraints;
   std::optional<uint32_t> pathLength;
 
-  Bytes setterCalls;  // of SetterCall
+  ByteView subjectKeyIdentifier;  // part of the encoding; empty: absent
+
+  // Of one under construction alone.
+  Bytes alternativeNames;        // GeneralNames
+  Bytes setterCalls;             // of SetterCall
+  const char* reason = nullptr;  // why the last setter or signing refused
 };
 
 inline CertificateObject* implementationOf(runtime::Certificate* certificate) {

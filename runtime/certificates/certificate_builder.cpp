@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "runtime/certificates/certificate_reader.h"
-#include "runtime/certificates/extension_ids.h"
-#include "runtime/keys/signature.h"
+#include "runtime/certificates/extension_writer.h"
+#include "runtime/certificates/issue_checks.h"
+#include "runtime/keys/signing.h"
 #include "runtime/keys/system_random.h"
 
 namespace vexa::velmora {
@@ -27,95 +28,33 @@ void writePublicKey(const runtime::PublicKey& key, DerWriter& writer) {
   writer.end(mark);
 }
 
-// A named bit list: bits behind the last set one are left out.
-void writeKeyUsageBits(const KeyUsageFlags& flags, DerWriter& writer) {
-  uint8_t content[3] = {};
-  size_t used = 0;  // bits
-  for (size_t i = 0; i < flags.size(); ++i) {
-    if (flags[i] == 0) {
-      continue;
-    }
-    content[1 + i / 8] |= static_cast<uint8_t>(0x80 >> (i % 8));
-    used = i + 1;
-  }
-  const size_t bytes = (used + 7) / 8;
-  content[0] = static_cast<uint8_t>(8 * bytes - used);
-  writer.element(kBitString, ByteView(content, 1 + bytes));
-}
-
-// Extension = SEQUENCE { extnID, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
-template <class Value>
-void writeExtension(const KnownId& identifier, bool critical, DerWriter& writer, Value&& value) {
-  const size_t sequence = writer.begin(kSequence);
-  writer.objectId(identifier);
-  if (critical) {
-    writer.boolean(true);
-  }
-  const size_t octets = writer.begin(kOctetString);
-  value();
-  writer.end(octets);
-  writer.end(sequence);
-}
-
-void writeExtensions(const CertificateObject& certificate, DerWriter& writer) {
-  if (certificate.basicConstraints) {
-    writeExtension(kBasicConstraintsId, true, writer, [&] {
-      const size_t mark = writer.begin(kSequence);
-      if (certificate.basicConstraints->cA != 0) {
-        writer.boolean(true);
-      }
-      if (certificate.pathLength) {
-        writer.smallInteger(*certificate.pathLength);
-      }
-      writer.end(mark);
-    });
-  }
-  if (certificate.keyUsage) {
-    writeExtension(kKeyUsageId, certificate.keyUsageCritical, writer,
-                   [&] { writeKeyUsageBits(*certificate.keyUsage, writer); });
-  }
-  if (certificate.extendedKeyUsage != nullptr) {
-    writeExtension(kExtendedKeyUsageId, false, writer, [&] {
-      const size_t mark = writer.begin(kSequence);
-      for (auto* entry = certificate.extendedKeyUsage; entry != nullptr; entry = entry->next) {
-        writer.element(kObjectId, contentOf(entry->identifier));
-      }
-      writer.end(mark);
-    });
-  }
-}
-
-void writeSignatureAlgorithm(DerWriter& writer) {
-  const size_t mark = writer.begin(kSequence);
-  writer.objectId(kSha256WithRsa);
-  writer.null();
-  writer.end(mark);
-}
+// What the signature is made with, and what it says about the issuer.
+struct Issue {
+  const runtime::PrivateKeyMaterial& key;
+  const runtime::Name* issuer;
+  KeyIdentifiers identifiers;
+};
 
 // TBSCertificate, version 3
-void writeSignedPart(const CertificateObject& certificate, const runtime::Name* issuer,
-                     DerWriter& writer) {
+void writeSignedPart(const CertificateObject& certificate, const Issue& issue, DerWriter& writer) {
   const size_t outer = writer.begin(kSequence);
   const size_t version = writer.begin(contextTag(0, true));
   writer.smallInteger(2);
   writer.end(version);
   writer.unsignedInteger(certificate.serial.view());
-  writeSignatureAlgorithm(writer);
-  writeName(issuer, writer);
+  writeSignatureAlgorithm(issue.key, writer);
+  writeName(issue.issuer, writer);
   const size_t validity = writer.begin(kSequence);
   writeTime(certificate.notBefore, writer);
   writeTime(certificate.notAfter, writer);
   writer.end(validity);
   writeName(certificate.subject.get(), writer);
   writePublicKey(certificate.publicKey, writer);
-  if (certificate.basicConstraints || certificate.keyUsage ||
-      certificate.extendedKeyUsage != nullptr) {
-    const size_t tagged = writer.begin(contextTag(3, true));
-    const size_t extensions = writer.begin(kSequence);
-    writeExtensions(certificate, writer);
-    writer.end(extensions);
-    writer.end(tagged);
-  }
+  const size_t tagged = writer.begin(contextTag(3, true));
+  const size_t extensions = writer.begin(kSequence);
+  writeExtensions(certificate, issue.identifiers, writer);
+  writer.end(extensions);
+  writer.end(tagged);
   writer.end(outer);
 }
 
@@ -131,6 +70,26 @@ int32_t ensureSerial(CertificateObject& certificate) {
   serial[0] = static_cast<uint8_t>((serial[0] & 0x3F) | 0x40);
   certificate.serial.append(serial);
   return certificate.serial.takeFailure() ? kOutOfMemory : kOk;
+}
+
+// An authority that says nothing about its key's usage signs certificates and revocation lists.
+void setUsageOfAuthority(CertificateObject& certificate) {
+  if (!certificate.basicConstraints || certificate.basicConstraints->cA == 0 ||
+      certificate.keyUsage) {
+    return;
+  }
+  KeyUsageFlags flags{};
+  flags[runtime::kKeyCertSign] = flags[runtime::kCrlSign] = 1;
+  certificate.keyUsage = flags;
+  certificate.keyUsageCritical = true;
+}
+
+const runtime::Name* issuerNameOf(const CertificateObject& certificate,
+                                  runtime::Certificate* issuer) {
+  if (issuer != nullptr) {
+    return issuer->table->GetSubject(issuer);
+  }
+  return certificate.issuer ? certificate.issuer.get() : certificate.subject.get();
 }
 
 // Reads the encoding back and takes over what the construction did not have.
@@ -149,6 +108,7 @@ int32_t complete(CertificateObject& certificate, Bytes&& encoding) {
   certificate.signedPart = read->signedPart;
   certificate.signatureAlgorithm = read->signatureAlgorithm;
   certificate.signature = read->signature;
+  certificate.subjectKeyIdentifier = read->subjectKeyIdentifier;
   certificate.issuer = std::move(read->issuer);
   return kOk;
 }
@@ -188,6 +148,7 @@ int32_t copyCertificate(const CertificateObject& source, void** copy) {
     return kOutOfMemory;
   }
   target->serial.append(source.serial.view());
+  target->alternativeNames.append(source.alternativeNames.view());
   target->setterCalls.append(source.setterCalls.view());
   target->issuer = shareOf(source.issuer);
   target->subject = shareOf(source.subject);
@@ -197,7 +158,8 @@ int32_t copyCertificate(const CertificateObject& source, void** copy) {
   target->keyUsageCritical = source.keyUsageCritical;
   target->basicConstraints = source.basicConstraints;
   target->pathLength = source.pathLength;
-  if (target->serial.failed() || target->setterCalls.failed()) {
+  if (target->serial.failed() || target->alternativeNames.failed() ||
+      target->setterCalls.failed()) {
     return kOutOfMemory;
   }
   int32_t result = copyPublicKey(&target->publicKey, &source.publicKey);
@@ -218,26 +180,28 @@ int32_t signCertificate(CertificateObject& certificate, const runtime::KeyObject
   if (certificate.isComplete()) {
     return kAccessDenied;
   }
-  if (certificate.notBefore.text[0] == '\0' || certificate.notAfter.text[0] == '\0' ||
-      certificate.publicKey.algorithm.identifier == nullptr ||
-      certificate.publicKey.bytes == nullptr) {
-    return kInvalidArgument;
-  }
-  int32_t result = ensureSerial(certificate);
+  int32_t result = checkIssue(certificate, issuerKey, issuer, certificate.reason);
   if (failed(result)) {
     return result;
   }
-  const runtime::Name* issuerName = issuer != nullptr    ? issuer->table->GetSubject(issuer)
-                                    : certificate.issuer ? certificate.issuer.get()
-                                                         : certificate.subject.get();
+  setUsageOfAuthority(certificate);
+  result = ensureSerial(certificate);
+  if (failed(result)) {
+    return result;
+  }
+  Issue issue{issuerKey.privateKey, issuerNameOf(certificate, issuer), {}};
+  result = identifyKeys(certificate, issuer, isSelfIssued(certificate, issuer), issue.identifiers);
+  if (failed(result)) {
+    return result;
+  }
   Bytes signedPart;
   DerWriter signedWriter(signedPart);
-  writeSignedPart(certificate, issuerName, signedWriter);
+  writeSignedPart(certificate, issue, signedWriter);
   if (signedPart.failed()) {
     return kOutOfMemory;
   }
   Bytes signature;
-  result = signSha256WithRsa(issuerKey.privateKey, signedPart.view(), signature);
+  result = signSha256(issuerKey.privateKey, signedPart.view(), signature);
   if (failed(result)) {
     return result;
   }
@@ -246,13 +210,10 @@ int32_t signCertificate(CertificateObject& certificate, const runtime::KeyObject
   DerWriter writer(encoding);
   const size_t mark = writer.begin(kSequence);
   writer.raw(signedPart.view());
-  writeSignatureAlgorithm(writer);
+  writeSignatureAlgorithm(issuerKey.privateKey, writer);
   writer.bitString(signature.view());
   writer.end(mark);
-  if (encoding.failed()) {
-    return kOutOfMemory;
-  }
-  return complete(certificate, std::move(encoding));
+  return encoding.failed() ? kOutOfMemory : complete(certificate, std::move(encoding));
 }
 
 }  // namespace vexa::velmora

@@ -13,8 +13,9 @@ int32_t recordSetterCall(CertificateObject& certificate, const SetterCall& call)
 // An independent copy of one under construction.
 int32_t copyCertificate(const CertificateObject& source, void** copy);
 
-// Signs with SHA-256 and RSA and completes the certificate. The issuer's name comes from
-// `issuer`; null: from the certificate's own issuer, or else from its subject.
+// Signs with SHA-256 and completes the certificate. The issuer's name comes from `issuer`; null:
+// from the certificate's own issuer, or else from its subject. kInvalidArgument: it may not be
+// issued, and its `reason` says why.
 int32_t signCertificate(CertificateObject& certificate, const runtime::KeyObject& issuerKey,
                         runtime::Certificate* issuer);
 

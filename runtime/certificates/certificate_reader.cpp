@@ -172,6 +172,11 @@ class CertificateReader {
     if (!value || !reader.atEnd()) {
       return kFail;
     }
+    if (identifier->content == kSubjectKeyIdentifierId) {
+      certificate_.subjectKeyIdentifier =
+          derContent(value->content, kOctetString).value_or(ByteView());
+      return kOk;
+    }
     if (identifier->content == kKeyUsageId) {
       return keyUsage(value->content, critical);
     }

@@ -1,10 +1,12 @@
 #include "vexa/runtime/reference_crypto.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "runtime/certificates/alternative_name.h"
 #include "runtime/certificates/certificate_builder.h"
 #include "runtime/certificates/certificate_time.h"
-#include "runtime/keys/signature.h"
+#include "runtime/keys/key_generation.h"
 #include "runtime/pse/pse.h"
 
 namespace vexa::velmora {
@@ -12,10 +14,32 @@ namespace {
 
 static_assert(sizeof(SetterCall) == sizeof(VelmoraSetterCall));
 
+// A serial number that is not positive or has more than 20 bytes is none (RFC 5280, 4.1.2.2).
+constexpr uint64_t kMaxSerialLength = 20;
+
 // Null when it cannot be changed any more.
 CertificateObject* underConstruction(runtime::Certificate* certificate) {
   CertificateObject* const object = implementationOf(certificate);
   return object->isComplete() ? nullptr : object;
+}
+
+// Purposes of RFC 5280, 4.2.1.12.
+const char* objectIdOfPurpose(const char* text) {
+  struct Purpose {
+    const char* name;
+    const char* objectId;
+  };
+  static constexpr Purpose kPurposes[] = {
+      {"serverAuth", "1.3.6.1.5.5.7.3.1"},   {"clientAuth", "1.3.6.1.5.5.7.3.2"},
+      {"codeSigning", "1.3.6.1.5.5.7.3.3"},  {"emailProtection", "1.3.6.1.5.5.7.3.4"},
+      {"timeStamping", "1.3.6.1.5.5.7.3.8"}, {"OCSPSigning", "1.3.6.1.5.5.7.3.9"},
+  };
+  for (const Purpose& purpose : kPurposes) {
+    if (std::strcmp(text, purpose.name) == 0) {
+      return purpose.objectId;
+    }
+  }
+  return text;
 }
 
 int32_t setName(runtime::Certificate* certificate, const char* text,
@@ -28,7 +52,8 @@ int32_t setName(runtime::Certificate* certificate, const char* text,
     return kAccessDenied;
   }
   runtime::Name* made = nullptr;
-  const int32_t result = makeNameFromText(text, &made);
+  object->reason = nullptr;
+  const int32_t result = makeNameFromText(text, &made, &object->reason);
   if (!failed(result)) {
     (object->*name).reset(made);
   }
@@ -48,11 +73,32 @@ int32_t velmora_pse_configure(const char* file, const char* password) {
 int32_t velmora_pse_reload() { return reloadPse(); }
 
 int32_t velmora_key_generate_rsa(uint32_t bits, runtime::KeyObject** key) {
+  return velmora_key_generate_weak_rsa(bits, 0, key);
+}
+
+int32_t velmora_key_generate_weak_rsa(uint32_t bits, uint32_t flags, runtime::KeyObject** key) {
   if (key == nullptr) {
     return kNullPointer;
   }
   *key = nullptr;
-  return generateRsaKey(bits, key);
+  if ((flags & ~(kVelmoraShortKey | kVelmoraUnevenKey)) != 0) {
+    return kInvalidArgument;
+  }
+  return generateRsaKey(bits, (flags & kVelmoraShortKey) != 0, (flags & kVelmoraUnevenKey) != 0,
+                        key);
+}
+
+int32_t velmora_key_generate_ec(const char* curve, runtime::KeyObject** key) {
+  if (key == nullptr) {
+    return kNullPointer;
+  }
+  *key = nullptr;
+  return curve == nullptr ? kNullPointer : generateEcKey(curve, key);
+}
+
+const char* velmora_certificate_reason(const runtime::Certificate* certificate) {
+  return certificate == nullptr ? nullptr
+                                : static_cast<const CertificateObject*>(certificate)->reason;
 }
 
 int32_t velmora_certificate_create(runtime::Certificate** out) {
@@ -80,7 +126,9 @@ int32_t velmora_certificate_set_serial(runtime::Certificate* certificate, const 
   if (object == nullptr) {
     return kAccessDenied;
   }
-  if (length == 0) {
+  const auto isZero = [](uint8_t byte) { return byte == 0; };
+  if (length > kMaxSerialLength || std::all_of(bytes, bytes + length, isZero)) {
+    object->reason = "a serial number is positive and has at most 20 bytes";
     return kInvalidArgument;
   }
   Bytes serial;
@@ -102,6 +150,7 @@ int32_t velmora_certificate_set_validity(runtime::Certificate* certificate, cons
     return kAccessDenied;
   }
   if (!isLibraryTime(start) || !isLibraryTime(end)) {
+    object->reason = "a time is written YYYYMMDDThhmmss";
     return kInvalidArgument;
   }
   std::strcpy(object->notBefore.text, start);
@@ -127,6 +176,10 @@ int32_t velmora_certificate_set_basic_constraints(runtime::Certificate* certific
   if (object == nullptr) {
     return kAccessDenied;
   }
+  if (isCa == 0 && pathLength >= 0) {
+    object->reason = "a path length is for authorities";
+    return kInvalidArgument;
+  }
   object->basicConstraints = runtime::BasicConstraints{isCa != 0 ? uint8_t{1} : uint8_t{0}};
   object->pathLength.reset();
   if (pathLength >= 0) {
@@ -145,8 +198,30 @@ int32_t velmora_certificate_add_extended_key_usage(runtime::Certificate* certifi
     return kAccessDenied;
   }
   runtime::ObjectId* identifier = nullptr;
-  const int32_t result = makeObjectId(objectId, &identifier);
+  const int32_t result = makeObjectId(objectIdOfPurpose(objectId), &identifier);
+  if (result == kInvalidArgument) {
+    object->reason = "a purpose is neither known by name nor an object identifier";
+  }
   return failed(result) ? result : appendExtendedKeyUsage(*object, identifier);
+}
+
+int32_t velmora_certificate_add_alternative_name(runtime::Certificate* certificate,
+                                                 const char* name) {
+  if (certificate == nullptr || name == nullptr) {
+    return kNullPointer;
+  }
+  CertificateObject* const object = underConstruction(certificate);
+  if (object == nullptr) {
+    return kAccessDenied;
+  }
+  object->reason = nullptr;
+  Bytes added;
+  const int32_t result = appendAlternativeName(name, added, object->reason);
+  if (failed(result)) {
+    return result;
+  }
+  object->alternativeNames.append(added.view());
+  return object->alternativeNames.takeFailure() ? kOutOfMemory : kOk;
 }
 
 int32_t velmora_certificate_sign(runtime::Certificate* certificate,

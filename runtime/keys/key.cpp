@@ -27,6 +27,25 @@ void clearKeyRecord(Key* key) {
   *key = {};
 }
 
+template <class Key>
+int32_t assignKeyRecord(Key* target, const AlgorithmView& algorithm, ByteView bytes) {
+  Bytes copied;
+  copied.append(bytes);
+  if (copied.failed()) {
+    return kOutOfMemory;
+  }
+  Key key{};
+  const int32_t result = assignAlgorithm(&key.algorithm, algorithm);
+  if (failed(result)) {
+    return result;
+  }
+  key.bitLength = 8 * uint64_t{copied.size()};
+  key.bytes = copied.release();
+  clearKeyRecord(target);
+  *target = key;
+  return kOk;
+}
+
 runtime::BigInteger* integersOf(runtime::RsaPrivateKey* key) {
   return reinterpret_cast<runtime::BigInteger*>(key);
 }
@@ -119,21 +138,12 @@ int32_t copyPublicKey(runtime::PublicKey* target, const runtime::PublicKey* sour
 
 int32_t assignPublicKey(runtime::PublicKey* target, const AlgorithmView& algorithm,
                         ByteView bytes) {
-  Bytes copied;
-  copied.append(bytes);
-  if (copied.failed()) {
-    return kOutOfMemory;
-  }
-  runtime::PublicKey key{};
-  const int32_t result = assignAlgorithm(&key.algorithm, algorithm);
-  if (failed(result)) {
-    return result;
-  }
-  key.bitLength = 8 * uint64_t{copied.size()};
-  key.bytes = copied.release();
-  clearPublicKey(target);
-  *target = key;
-  return kOk;
+  return assignKeyRecord(target, algorithm, bytes);
+}
+
+int32_t assignPrivateKey(runtime::PrivateKeyMaterial* target, const AlgorithmView& algorithm,
+                         ByteView bytes) {
+  return assignKeyRecord(target, algorithm, bytes);
 }
 
 void clearPublicKey(runtime::PublicKey* key) { clearKeyRecord(key); }
@@ -170,6 +180,13 @@ std::optional<RsaPublicNumbers> readRsaPublicKey(ByteView der) {
     return std::nullopt;
   }
   return RsaPublicNumbers{*n, *e};
+}
+
+bool isSoundRsaKey(const RsaPublicNumbers& numbers) {
+  return numbers.modulus.size() >= 64 && numbers.modulus.size() <= kMaxModulusBytes &&
+         (numbers.modulus.back() & 1) != 0 && !numbers.exponent.empty() &&
+         (numbers.exponent.back() & 1) != 0 && numbers.exponent.size() <= 8 &&
+         (numbers.exponent.size() > 1 || numbers.exponent[0] > 1);
 }
 
 std::optional<RsaPrivateNumbers> readRsaPrivateKey(ByteView der) {

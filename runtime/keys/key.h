@@ -36,6 +36,8 @@ inline ByteView bytesOf(const runtime::PrivateKeyMaterial& key) {
 int32_t copyPublicKey(runtime::PublicKey* target, const runtime::PublicKey* source);
 int32_t assignPublicKey(runtime::PublicKey* target, const AlgorithmView& algorithm, ByteView bytes);
 void clearPublicKey(runtime::PublicKey* key);
+int32_t assignPrivateKey(runtime::PrivateKeyMaterial* target, const AlgorithmView& algorithm,
+                         ByteView bytes);
 // Same algorithm and same key: for RSA the same numbers, else the same bytes. An empty key equals
 // nothing.
 bool equalKeys(const runtime::PublicKey* a, const runtime::PublicKey* b);
@@ -47,6 +49,9 @@ struct RsaPublicNumbers {
   ByteView exponent;
 };
 std::optional<RsaPublicNumbers> readRsaPublicKey(ByteView der);
+inline constexpr size_t kMaxModulusBytes = 2048;  // larger ones only serve to keep us busy
+// Whether the arithmetic may be done: it takes odd moduli and exponents above 1 for granted.
+bool isSoundRsaKey(const RsaPublicNumbers& numbers);
 
 inline constexpr int kRsaPrivateIntegers = 9;
 struct RsaPrivateNumbers {
@@ -57,6 +62,25 @@ std::optional<RsaPrivateNumbers> readRsaPrivateKey(ByteView der);
 int32_t makeKey(runtime::KeyObject** out);
 // Wipes the private bytes; null is ignored.
 void releaseKey(runtime::KeyObject* key);
+// Owns a key object.
+class KeyHolder {
+ public:
+  KeyHolder() = default;
+  KeyHolder(const KeyHolder&) = delete;
+  KeyHolder& operator=(const KeyHolder&) = delete;
+  ~KeyHolder() { releaseKey(key_); }
+
+  runtime::KeyObject* get() const { return key_; }
+  runtime::KeyObject** put() {
+    releaseKey(std::exchange(key_, nullptr));
+    return &key_;
+  }
+  runtime::KeyObject* release() { return std::exchange(key_, nullptr); }
+
+ private:
+  runtime::KeyObject* key_ = nullptr;
+};
+
 int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out);
 // Wipes the numbers; null is ignored.
 void releaseRsaPrivateKey(runtime::RsaPrivateKey* key);

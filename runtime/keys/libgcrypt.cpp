@@ -67,11 +67,12 @@ bool start() {
   if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) {
     return true;
   }
-  // First of all: a block that came from elsewhere could not be given back.
+  // Random bytes come from the system alone: no pool is kept, in which what became a key would
+  // stay, and nothing is gathered. Heard only before everything else.
+  gcry_control(GCRYCTL_SET_PREFERRED_RNG_TYPE, GCRY_RNG_TYPE_SYSTEM);
+  // Next: a block that came from elsewhere could not be given back.
   gcry_set_allocation_handler(allocateForLibrary, allocateForLibrary, isSecureForLibrary,
                               reallocateForLibrary, freeForLibrary);
-  // Random bytes come from the system alone: no pool is kept, nothing is gathered.
-  gcry_control(GCRYCTL_SET_PREFERRED_RNG_TYPE, GCRY_RNG_TYPE_SYSTEM);
   if (gcry_check_version("1.8.0") == nullptr) {
     return false;
   }

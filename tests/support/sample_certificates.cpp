@@ -17,7 +17,7 @@ struct Issued {
 Issued issue(const char* name, const Issued* issuer, bool isCa) {
   constexpr uint32_t kKeyBits = 1024;
   Issued made;
-  EXPECT_EQ(velmora_key_generate_rsa(kKeyBits, &made.key), 0);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(kKeyBits, kVelmoraShortKey, &made.key), 0);
   EXPECT_EQ(velmora_certificate_create(&made.certificate), 0);
   EXPECT_EQ(velmora_certificate_set_subject(made.certificate, name), 0);
   EXPECT_EQ(

@@ -1,4 +1,5 @@
 #include "runtime/crypto_fixture.h"
+#include "runtime/keys/libgcrypt.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
 
@@ -22,6 +23,15 @@ class KeyTest : public CryptoTest {
     runtime::PublicKey record;
   };
 };
+
+// A pool in the process would keep what became a key.
+TEST_F(KeyTest, RandomBytesOfTheLibraryComeFromTheSystem) {
+  HeldKey key;
+  ASSERT_EQ(velmora_key_generate_ec("P-256", key.put()), kOk);
+  int type = 0;
+  gcry_control(GCRYCTL_GET_CURRENT_RNG_TYPE, &type);
+  EXPECT_EQ(type, GCRY_RNG_TYPE_SYSTEM);
+}
 
 TEST_F(KeyTest, RsaKeysAreEqualAsNumbers) {
   const PublicKey key(types,
@@ -182,7 +192,7 @@ TEST_F(KeyTest, EveryFailedAllocationIsSurvived) {
 
 TEST_F(KeyTest, GeneratedKeysHaveMatchingHalves) {
   HeldKey key;
-  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put()), kOk);
   runtime::RsaPrivateKey* numbers = nullptr;
   ASSERT_EQ(
       types.RsaPrivateKeyDecode(key->privateKey.bytes, key->privateKey.bitLength / 8, &numbers),
@@ -191,9 +201,47 @@ TEST_F(KeyTest, GeneratedKeysHaveMatchingHalves) {
   EXPECT_NE(toHex(key->publicKey.bytes, key->publicKey.bitLength / 8).find(modulus),
             std::string::npos);
   types.RsaPrivateKeyRelease(numbers);
-  EXPECT_EQ(velmora_key_generate_rsa(512, key.put()), kInvalidArgument);
-  EXPECT_EQ(velmora_key_generate_rsa(32768, key.put()), kInvalidArgument);
-  EXPECT_EQ(velmora_key_generate_rsa(1024, nullptr), kNullPointer);
+  EXPECT_EQ(key->publicKey.bitLength % 8, 0u);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(512, kVelmoraShortKey, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(32768, kVelmoraShortKey, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, nullptr), kNullPointer);
+}
+
+TEST_F(KeyTest, WeakSizesMustBeAskedFor) {
+  HeldKey key;
+  for (const uint32_t bits : {1024u, 2047u, 2041u, 2050u, 16392u, 0u}) {
+    EXPECT_EQ(velmora_key_generate_rsa(bits, key.put()), kInvalidArgument) << bits;
+    EXPECT_EQ(key.get(), nullptr);
+  }
+  EXPECT_EQ(velmora_key_generate_weak_rsa(1026, kVelmoraShortKey, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraUnevenKey, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(1024, 4, key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_weak_rsa(1025, kVelmoraShortKey | kVelmoraUnevenKey, key.put()),
+            kInvalidArgument);
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1026, kVelmoraShortKey | kVelmoraUnevenKey, key.put()),
+            kOk);
+  runtime::RsaPrivateKey* numbers = nullptr;
+  ASSERT_EQ(
+      types.RsaPrivateKeyDecode(key->privateKey.bytes, key->privateKey.bitLength / 8, &numbers),
+      kOk);
+  EXPECT_EQ(numbers->modulus.length, 129u);  // 1026 bits, the highest two in a byte of their own
+  EXPECT_GE(numbers->modulus.bytes[0], 2);
+  EXPECT_LE(numbers->modulus.bytes[0], 3);
+  types.RsaPrivateKeyRelease(numbers);
+}
+
+TEST_F(KeyTest, KeysAreMadeOnEachCurve) {
+  for (const auto& [curve, bytes] :
+       {std::pair<const char*, uint64_t>{"P-256", 32}, {"P-384", 48}, {"P-521", 66}}) {
+    HeldKey key;
+    ASSERT_EQ(velmora_key_generate_ec(curve, key.put()), kOk) << curve;
+    EXPECT_EQ(key->publicKey.bitLength, 8 * (2 * bytes + 1));
+    EXPECT_EQ(key->publicKey.bytes[0], 4);
+  }
+  HeldKey key;
+  EXPECT_EQ(velmora_key_generate_ec("P-192", key.put()), kInvalidArgument);
+  EXPECT_EQ(velmora_key_generate_ec(nullptr, key.put()), kNullPointer);
+  EXPECT_EQ(velmora_key_generate_ec("P-256", nullptr), kNullPointer);
 }
 
 }  // namespace

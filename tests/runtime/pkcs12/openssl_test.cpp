@@ -50,6 +50,13 @@ class OpensslTest : public CryptoTest {
     uint8_t flags[9] = {};
     flags[isCa ? runtime::kKeyCertSign : runtime::kDigitalSignature] = 1;
     EXPECT_EQ(made->table->SetKeyUsage(made.get(), flags, 1), kOk);
+    if (!isCa) {
+      for (const char* name : {"DNS:jane.example", "DNS:*.jane.example", "IP:192.0.2.1",
+                               "IP:2001:db8::1", "email:jane@example.org"}) {
+        EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), name), kOk) << name;
+      }
+      EXPECT_EQ(velmora_certificate_add_extended_key_usage(made.get(), "serverAuth"), kOk);
+    }
     EXPECT_EQ(velmora_certificate_sign(made.get(), issuerKey, issuer), kOk);
     return made;
   }
@@ -83,7 +90,7 @@ TEST_F(OpensslTest, RsaCertificatesOfEverySizeAndDigestAreReadAndChecked) {
 TEST_F(OpensslTest, OurCertificatesVerifyThere) {
   HeldKey rootKey, key;
   ASSERT_EQ(velmora_key_generate_rsa(2048, rootKey.put()), kOk);
-  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put()), kOk);
   const OwnedCertificate root = issue("CN=Root,O=Örlind", rootKey.get(), rootKey.get(), nullptr);
   const OwnedCertificate leaf =
       issue("CN=Jane+UID=j,O=Örlind", key.get(), rootKey.get(), root.get());
@@ -92,10 +99,19 @@ TEST_F(OpensslTest, OurCertificatesVerifyThere) {
   EXPECT_EQ(shell("openssl x509 -inform DER -in root.der -out root.pem && "
                   "openssl x509 -inform DER -in leaf.der -out leaf.pem && "
                   "openssl verify -x509_strict -no_check_time -auth_level 0 -check_ss_sig "
-                  "-CAfile root.pem leaf.pem || "
-                  "openssl verify -no_check_time -auth_level 0 -CAfile root.pem leaf.pem"),
+                  "-purpose sslserver -CAfile root.pem leaf.pem"),
             0)
       << read("err");
+  for (const char* check :
+       {"-verify_hostname jane.example", "-verify_hostname a.jane.example", "-verify_ip 192.0.2.1",
+        "-verify_ip 2001:db8::1", "-verify_email jane@example.org"}) {
+    const std::string verify =
+        std::string("openssl verify -x509_strict -no_check_time -auth_level 0 ") + check;
+    EXPECT_EQ(shell(verify + " -CAfile root.pem leaf.pem"), 0) << check << read("err");
+  }
+  EXPECT_NE(shell("openssl verify -no_check_time -auth_level 0 -verify_hostname other.example "
+                  "-CAfile root.pem leaf.pem"),
+            0);
   ASSERT_EQ(shell("openssl x509 -in leaf.pem -noout -subject -nameopt RFC2253,utf8,-esc_msb"), 0);
   EXPECT_EQ(read("out"), "subject=UID=j+CN=Jane,O=Örlind\n");
   ASSERT_EQ(shell("openssl x509 -in leaf.pem -noout -ext keyUsage"), 0);
@@ -103,9 +119,32 @@ TEST_F(OpensslTest, OurCertificatesVerifyThere) {
       << read("out");
 }
 
+TEST_F(OpensslTest, OurKeysOnCurvesSignAndVerifyThere) {
+  for (const char* curve : {"P-256", "P-384", "P-521"}) {
+    HeldKey rootKey, key;
+    ASSERT_EQ(velmora_key_generate_ec(curve, rootKey.put()), kOk);
+    ASSERT_EQ(velmora_key_generate_ec(curve, key.put()), kOk);
+    const OwnedCertificate root = issue("CN=Root", rootKey.get(), rootKey.get(), nullptr);
+    const OwnedCertificate leaf = issue("CN=Jane", key.get(), rootKey.get(), root.get());
+    EXPECT_EQ(root->table->IsSelfSigned(root.get()), 1);
+    write("root.der", encodingOf(root));
+    write("leaf.der", encodingOf(leaf));
+    write("key", std::string(reinterpret_cast<char*>(key->privateKey.bytes),
+                             key->privateKey.bitLength / 8));
+    EXPECT_EQ(shell("openssl x509 -inform DER -in root.der -out root.pem && "
+                    "openssl x509 -inform DER -in leaf.der -out leaf.pem && "
+                    "openssl verify -x509_strict -no_check_time -check_ss_sig -CAfile root.pem "
+                    "leaf.pem && openssl ec -inform DER -in key -check -noout && "
+                    "openssl ec -inform DER -in key -pubout >a && "
+                    "openssl x509 -in leaf.pem -noout -pubkey >b && cmp a b"),
+              0)
+        << curve << read("err");
+  }
+}
+
 TEST_F(OpensslTest, OurKeysAreConsistentThere) {
   HeldKey key;
-  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put()), kOk);
   write("key",
         std::string(reinterpret_cast<char*>(key->privateKey.bytes), key->privateKey.bitLength / 8));
   EXPECT_EQ(shell("openssl rsa -inform DER -in key -check -noout"), 0) << read("err");
@@ -113,7 +152,7 @@ TEST_F(OpensslTest, OurKeysAreConsistentThere) {
 
 TEST_F(OpensslTest, OurFilesOpenThereAndInNss) {
   HeldKey key;
-  ASSERT_EQ(velmora_key_generate_rsa(1024, key.put()), kOk);
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put()), kOk);
   const OwnedCertificate own = issue("CN=Jane", key.get(), key.get(), nullptr);
   HeldParameters parameters;
   ASSERT_EQ(spy.pkcs12Types.ParametersCreate(parameters.put()), kOk);

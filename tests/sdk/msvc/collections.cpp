@@ -45,7 +45,7 @@ Sample makeCertificate(const Module& module) {
       "velmora_certificate_set_public_key");
   const auto sign =
       module.runtimeFunction<decltype(velmora_certificate_sign)>("velmora_certificate_sign");
-  expect(generate(1024, &sample.key) == 0 && create(&sample.certificate) == 0, "key, certificate");
+  expect(generate(2048, &sample.key) == 0 && create(&sample.certificate) == 0, "key, certificate");
   expect(subject(sample.certificate, "CN=Jane") == 0 &&
              validity(sample.certificate, "20200101T000000", "20400101T000000") == 0 &&
              publicKey(sample.certificate, &sample.key->publicKey) == 0 &&

@@ -1,0 +1,50 @@
+#include "runtime/certificates/certificate_time.h"
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
+
+namespace vexa::test {
+namespace {
+
+struct TimeCase {
+  uint8_t tag;
+  const char* content;
+  const char* text;  // null: refused
+};
+
+TEST(CertificateTime, BothTypesAreRead) {
+  using velmora::kGeneralizedTime;
+  using velmora::kUtcTime;
+  for (const TimeCase& each :
+       {TimeCase{kUtcTime, "491231235959Z", "20491231T235959"},
+        TimeCase{kUtcTime, "500101000000Z", "19500101T000000"},
+        TimeCase{kUtcTime, "000229010203Z", "20000229T010203"},
+        TimeCase{kUtcTime, "9912312359Z", "19991231T235900"},  // without seconds
+        TimeCase{kUtcTime, "4912312359Z", "20491231T235900"},
+        TimeCase{kGeneralizedTime, "20500101000000Z", "20500101T000000"},
+        TimeCase{kGeneralizedTime, "19491231235959Z", "19491231T235959"},
+        TimeCase{kUtcTime, "", nullptr},
+        TimeCase{kUtcTime, "Z", nullptr},
+        TimeCase{kUtcTime, "4912312359590", nullptr},
+        TimeCase{kUtcTime, "49123123595Z", nullptr},
+        TimeCase{kUtcTime, "20500101000000Z", nullptr},
+        TimeCase{kUtcTime, "4x1231235959Z", nullptr},
+        TimeCase{kUtcTime, "491331235959Z", nullptr},
+        TimeCase{kUtcTime, "490031235959Z", nullptr},
+        TimeCase{kUtcTime, "491200235959Z", nullptr},
+        TimeCase{kUtcTime, "491232235959Z", nullptr},
+        TimeCase{kUtcTime, "491231245959Z", nullptr},
+        TimeCase{kUtcTime, "491231236059Z", nullptr},
+        TimeCase{kUtcTime, "491231235961Z", nullptr},
+        TimeCase{kGeneralizedTime, "491231235959Z", nullptr},
+        TimeCase{kGeneralizedTime, "205001010000Z", nullptr},
+        TimeCase{0x0C, "491231235959Z", nullptr}}) {
+    velmora::LibraryTimeText time;
+    const velmora::DerElement element{each.tag, viewOfText(each.content), {}};
+    EXPECT_EQ(velmora::readTime(element, time), each.text != nullptr) << each.content;
+    EXPECT_STREQ(time.text, each.text != nullptr ? each.text : "") << each.content;
+  }
+}
+
+}  // namespace
+}  // namespace vexa::test
