@@ -18,10 +18,11 @@ void addLibraryExtension(char* name) {
   }
 }
 
-// Loads directory\name, or directory\..\lib\name.
+// Loads directory\name, or directory\..\lib\name. Without a directory nothing is loaded: the bare
+// name would be looked for in the current folder and in the system's.
 HMODULE loadFrom(const char* directory, bool siblingLib, const char* name) {
   char path[kPathCapacity] = {};
-  if (std::strlen(directory) >= kPathCapacity - 1) {
+  if (*directory == '\0' || std::strlen(directory) >= kPathCapacity - 1) {
     return nullptr;
   }
   std::strcpy(path, directory);
@@ -50,20 +51,8 @@ HMODULE ownModule() {
   return module;
 }
 
-struct OwnDirectory {
-  char path[MAX_PATH] = {};
-
-  OwnDirectory() {
-    char file[MAX_PATH] = {};
-    if (!ownFileName(file, sizeof(file))) {
-      return;
-    }
-    const size_t prefix = sizeof(kLongPathPrefix) - 1;
-    const bool isLong = std::strncmp(file, kLongPathPrefix, prefix) == 0;
-    std::strcpy(path, isLong ? file + prefix : file);
-    PathRemoveFileSpecA(path);
-  }
-};
+// Empty until it is known.
+constinit char ownDirectoryPath[MAX_PATH] = {};
 
 }  // namespace
 
@@ -117,8 +106,14 @@ bool ownFileName(char* buffer, uint32_t capacity) {
 }
 
 const char* ownDirectory() {
-  static const OwnDirectory directory;
-  return directory.path;
+  char file[MAX_PATH] = {};
+  if (*ownDirectoryPath == '\0' && ownFileName(file, sizeof(file))) {
+    const size_t prefix = sizeof(kLongPathPrefix) - 1;
+    const bool isLong = std::strncmp(file, kLongPathPrefix, prefix) == 0;
+    std::strcpy(ownDirectoryPath, isLong ? file + prefix : file);
+    PathRemoveFileSpecA(ownDirectoryPath);
+  }
+  return ownDirectoryPath;
 }
 
 }  // namespace vexa::base

@@ -25,7 +25,8 @@ HMODULE LoadModuleLibrary(const char* name, const char* directory, uint32_t flag
 // Loads from the system directory only. kOk or kFail.
 int32_t LoadSystemLibrary(const char* name, HMODULE* out);
 
-// The directory of the module's own file; empty when it cannot be had. Cached.
+// The directory of the module's own file; empty when it cannot be had, as when it is longer than
+// Windows' old limit of MAX_PATH. Cached once it is known; one thread at a time.
 const char* ownDirectory();
 
 // The module's own file name with its path, from the platform; false when it cannot be had.

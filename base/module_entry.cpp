@@ -30,6 +30,9 @@ int32_t storeOwnDirectory() {
     return kOk;
   }
   const char* const directory = ownDirectory();
+  if (*directory == '\0') {
+    return kFail;
+  }
   const size_t size = std::strlen(directory) + 1;
   state.ownDirectory = static_cast<char*>(processAllocate(size));
   if (state.ownDirectory == nullptr) {

@@ -19,16 +19,21 @@ const char* sourceOrDefault(const char* source) {
   return source != nullptr ? source : defaultTraceSource();
 }
 
-struct FileNameSource {
-  char name[MAX_PATH] = {};
-
+// Found out when the module is loaded, so that no call has to look whether it is.
+class FileNameSource {
+ public:
   FileNameSource() {
     char file[MAX_PATH] = {};
     const char* const source =
         ownFileName(file, sizeof(file)) ? PathFindFileNameA(file) : kUnknownSource;
-    std::strcpy(name, source);
+    std::strcpy(name_, source);
   }
+  const char* name() const { return name_; }
+
+ private:
+  char name_[MAX_PATH] = {};
 };
+const FileNameSource fileNameSource;
 
 // Appends one UTF-16 unit as UTF-8, taken by itself.
 char* appendUnit(char* out, char16_t unit) {
@@ -62,10 +67,7 @@ char* appendUnit(char* out, char16_t unit) {
 
 }  // namespace
 
-const char* defaultTraceSource() {
-  static const FileNameSource source;
-  return source.name;
-}
+const char* defaultTraceSource() { return fileNameSource.name(); }
 
 bool isTraceOn(uint32_t level, const char* source) {
   return bound.notify && bound.notify->GetLevel(sourceOrDefault(source), level) >= level;

@@ -1,10 +1,10 @@
 #include "base/unload_registry.h"
 
+#include <atomic>
 #include <cstddef>
 #include <utility>
 
 #include "base/heap.h"
-#include "base/lock.h"
 
 namespace vexa::base {
 namespace {
@@ -17,12 +17,6 @@ static_assert(sizeof(UnloadRegistry::Node) == 32);
 
 constinit UnloadRegistry registry;
 
-// Singletons of different classes may be created at the same time.
-CriticalSection& chainLock() {
-  static StaticCriticalSection lock;
-  return lock;
-}
-
 }  // namespace
 
 UnloadRegistry::~UnloadRegistry() {
@@ -33,12 +27,14 @@ UnloadRegistry::~UnloadRegistry() {
 
 int32_t UnloadRegistry::Register(ISingleton* object, ReleaseFirst releaseFirst) {
   auto* node = static_cast<Node*>(processAllocate(sizeof(Node)));
-  ScopedLock lock(chainLock());
   if (node == nullptr) {
     return kOutOfMemory;
   }
-  *node = {object, releaseFirst, head_, nullptr};
-  head_ = node;
+  // Singletons of different classes may be created at the same time.
+  const std::atomic_ref head(head_);
+  *node = {object, releaseFirst, head.load(), nullptr};
+  while (!head.compare_exchange_weak(node->next, node)) {
+  }
   return kOk;
 }
 

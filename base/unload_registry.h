@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "vexa/results.h"
@@ -57,7 +58,7 @@ class UnloadRegistry {
   static void unload(Node* node, ReleaseFirst pass);
   void prune();
 
-  Node* head_ = nullptr;
+  alignas(std::atomic_ref<Node*>::required_alignment) Node* head_ = nullptr;
   bool incomplete_ = false;
 };
 

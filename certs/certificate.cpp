@@ -3,14 +3,16 @@
 #include "certs/attributes.h"
 
 namespace vexa::certs {
+namespace {
 
-const base::InterfaceMapRow* CCertificate::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CCertificate, IAttributes>(IID_IAttributes),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CCertificate, IAttributes>(IID_IAttributes),
+    base::mapEnd(),
+};
+
+}  // namespace
+
+const base::InterfaceMapRow* CCertificate::InterfaceMap() { return kMap; }
 
 int32_t CCertificate::SetAttributes(runtime::AttributeRequest* /*list*/) { return kAccessDenied; }
 

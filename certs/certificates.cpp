@@ -1,15 +1,17 @@
 #include "certs/certificates.h"
 
 namespace vexa::certs {
+namespace {
 
-const base::InterfaceMapRow* CCertificates::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CCertificates, IContainerRO>(IID_IContainerRO),
-      base::mapRow<CCertificates, ICertificates>(IID_ICertificates),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CCertificates, IContainerRO>(IID_IContainerRO),
+    base::mapRow<CCertificates, ICertificates>(IID_ICertificates),
+    base::mapEnd(),
+};
+
+}  // namespace
+
+const base::InterfaceMapRow* CCertificates::InterfaceMap() { return kMap; }
 
 int32_t CCertificates::FindOrAdd(runtime::Certificate* certificate, ICertificate** wrapper) {
   if (wrapper == nullptr) {

@@ -34,17 +34,22 @@ bool isRepeated(const runtime::OwnCertificateList* list, const runtime::OwnCerti
   return list != node;
 }
 
+const base::InterfaceMapRow kCertificateMap[] = {
+    base::mapRow<COwnCertificate, IAttributes>(IID_IAttributes),
+    base::mapEnd(),
+};
+
+const base::InterfaceMapRow kCertificatesMap[] = {
+    base::mapRow<COwnCertificates, IContainerRO>(IID_IContainerRO),
+    base::mapRow<COwnCertificates, IOwnCertificates>(IID_IOwnCertificates),
+    base::mapEnd(),
+};
+
 }  // namespace
 
 // --- COwnCertificate ---
 
-const base::InterfaceMapRow* COwnCertificate::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<COwnCertificate, IAttributes>(IID_IAttributes),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* COwnCertificate::InterfaceMap() { return kCertificateMap; }
 
 int32_t COwnCertificate::SetAttributes(runtime::AttributeRequest* /*list*/) {
   return kAccessDenied;
@@ -90,14 +95,7 @@ int32_t COwnCertificate::IsSame(runtime::OwnCertificateRecord* record) {
 
 // --- COwnCertificates ---
 
-const base::InterfaceMapRow* COwnCertificates::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<COwnCertificates, IContainerRO>(IID_IContainerRO),
-      base::mapRow<COwnCertificates, IOwnCertificates>(IID_IOwnCertificates),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* COwnCertificates::InterfaceMap() { return kCertificatesMap; }
 
 int32_t COwnCertificates::Refresh() {
   base::ComPtr<IPse> pse;

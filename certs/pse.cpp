@@ -1,14 +1,16 @@
 #include "certs/pse.h"
 
 namespace vexa::certs {
+namespace {
 
-const base::InterfaceMapRow* CPSE::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CPSE, IPse>(IID_IPse),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CPSE, IPse>(IID_IPse),
+    base::mapEnd(),
+};
+
+}  // namespace
+
+const base::InterfaceMapRow* CPSE::InterfaceMap() { return kMap; }
 
 // Without a context there is no PSE; the object then holds neither.
 CPSE::CPSE() {

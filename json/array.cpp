@@ -3,14 +3,16 @@
 #include "json/collections.h"
 
 namespace vexa::json {
+namespace {
+
+const base::InterfaceMapRow kMap[] = {base::mapRow<JsonArray, IJsonArray>(IID_IJsonArray),
+                                      base::mapEnd()};
+
+}  // namespace
 
 using base::ComPtr;
 
-const base::InterfaceMapRow* JsonArray::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {base::mapRow<JsonArray, IJsonArray>(IID_IJsonArray),
-                                              base::mapEnd()};
-  return map;
-}
+const base::InterfaceMapRow* JsonArray::InterfaceMap() { return kMap; }
 
 uint32_t JsonArray::GetTypeAt(uint64_t index) { return contentAt(index).type(); }
 

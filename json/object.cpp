@@ -22,13 +22,12 @@ bool areEqual(const runtime::ByteBuffer& wanted, std::string_view name) {
   return bound.commonTypes->BufferCompare(&wanted, &found) == 0;
 }
 
+const base::InterfaceMapRow kMap[] = {base::mapRow<JsonObject, IJsonObject>(IID_IJsonObject),
+                                      base::mapEnd()};
+
 }  // namespace
 
-const base::InterfaceMapRow* JsonObject::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<JsonObject, IJsonObject>(IID_IJsonObject), base::mapEnd()};
-  return map;
-}
+const base::InterfaceMapRow* JsonObject::InterfaceMap() { return kMap; }
 
 int32_t JsonObject::ToText(runtime::ByteBuffer** text) {
   if (text == nullptr) {

@@ -6,6 +6,11 @@
 #include "base/tables.h"
 
 namespace vexa::json {
+namespace {
+
+const base::InterfaceMapRow kMap[] = {base::mapEnd()};
+
+}  // namespace
 
 using base::ComPtr;
 
@@ -48,10 +53,7 @@ int32_t truthOf(const Item& item, uint32_t* value) {
   return kOk;
 }
 
-const base::InterfaceMapRow* JsonValue::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {base::mapEnd()};
-  return map;
-}
+const base::InterfaceMapRow* JsonValue::InterfaceMap() { return kMap; }
 
 JsonValue::~JsonValue() {
   if (!hasBorrowedName_) {

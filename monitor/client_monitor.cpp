@@ -18,15 +18,14 @@ DWORD WINAPI runChangeThread(void* monitor) {
   return static_cast<DWORD>(static_cast<IClientMonitor*>(monitor)->ChangeThreadMain());
 }
 
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CClientMonitor, IClientMonitor>(IID_IClientMonitor),
+    base::mapEnd(),
+};
+
 }  // namespace
 
-const base::InterfaceMapRow* CClientMonitor::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CClientMonitor, IClientMonitor>(IID_IClientMonitor),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* CClientMonitor::InterfaceMap() { return kMap; }
 
 CClientMonitor::~CClientMonitor() { endThread(); }
 

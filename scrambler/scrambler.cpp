@@ -40,16 +40,15 @@ char16_t* copyAsText(const runtime::ByteBuffer& bytes) {
   return text;
 }
 
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CScrambler, IScrambler>(IID_IScrambler),
+    base::mapRow<CScrambler, CScrambler>(kScramblerId),
+    base::mapEnd(),
+};
+
 }  // namespace
 
-const base::InterfaceMapRow* CScrambler::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CScrambler, IScrambler>(IID_IScrambler),
-      base::mapRow<CScrambler, CScrambler>(kScramblerId),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* CScrambler::InterfaceMap() { return kMap; }
 
 void CScrambler::select(uint32_t algorithm, uint32_t mode) {
   algorithm_ = algorithm;

@@ -54,15 +54,14 @@ int32_t lookUp(const collections::TextTable& table, const char* name, char** val
   return *value != nullptr ? kOk : kOutOfMemory;
 }
 
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CHTTPRequest, IHTTPRequest>(IID_IHTTPRequest),
+    base::mapEnd(),
+};
+
 }  // namespace
 
-const base::InterfaceMapRow* CHTTPRequest::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CHTTPRequest, IHTTPRequest>(IID_IHTTPRequest),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* CHTTPRequest::InterfaceMap() { return kMap; }
 
 int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
   if (bytes == nullptr || count == 0) {

@@ -39,15 +39,14 @@ Byte* append(Byte* out, std::string_view text) {
   return out + text.size();
 }
 
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<CHTTPResponse, IHTTPResponse>(IID_IHTTPResponse),
+    base::mapEnd(),
+};
+
 }  // namespace
 
-const base::InterfaceMapRow* CHTTPResponse::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<CHTTPResponse, IHTTPResponse>(IID_IHTTPResponse),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* CHTTPResponse::InterfaceMap() { return kMap; }
 
 int32_t CHTTPResponse::FinalConstruct() {
   const int32_t result = setProtocol("HTTP/1.1");

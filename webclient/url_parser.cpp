@@ -65,16 +65,15 @@ int32_t leadingNumber(const char* cursor, const char* end) {
   return negative ? -value : value;
 }
 
+const base::InterfaceMapRow kMap[] = {
+    base::mapRow<URLParser, IURLParser>(IID_IURLParser),
+    base::mapRow<URLParser, URLParser>(kUrlParserId),
+    base::mapEnd(),
+};
+
 }  // namespace
 
-const base::InterfaceMapRow* URLParser::InterfaceMap() {
-  static const base::InterfaceMapRow map[] = {
-      base::mapRow<URLParser, IURLParser>(IID_IURLParser),
-      base::mapRow<URLParser, URLParser>(kUrlParserId),
-      base::mapEnd(),
-  };
-  return map;
-}
+const base::InterfaceMapRow* URLParser::InterfaceMap() { return kMap; }
 
 int32_t URLParser::parse(const char* url) {
   base::TraceScope scope("URLParser::parse");

@@ -29,5 +29,17 @@ TEST(ModuleFile, ImportsOnlyWindowsOwnLibraries) {
   }
 }
 
+// A thread library inside the module would take thread-local indexes and handles at each load and
+// keep them, and watch over the exceptions and threads of the whole process.
+TEST(ModuleFile, HasNoThreadLibraryInside) {
+  const std::vector<std::string> imports = readPeNames(kModule).importedFunctions;
+  EXPECT_THAT(imports, testing::Contains("EnterCriticalSection")) << "the names are read";
+  for (const char* name :
+       {"TlsAlloc", "TlsSetValue", "CreateSemaphoreA", "CreateSemaphoreW", "SuspendThread",
+        "SetThreadContext", "AddVectoredExceptionHandler", "DuplicateHandle"}) {
+    EXPECT_THAT(imports, testing::Not(testing::Contains(name)));
+  }
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -11,6 +11,7 @@ namespace {
 constexpr uint32_t kExportDirectory = 0;
 constexpr uint32_t kImportDirectory = 1;
 constexpr uint32_t kImportDescriptorSize = 20;
+constexpr uint64_t kImportByOrdinal = uint64_t{1} << 63;
 
 // Offsets are taken from the start of the file; addresses are relative to the image.
 class Image {
@@ -40,6 +41,7 @@ class Image {
   }
 
   uint32_t read32(uint64_t offset) const { return read<uint32_t>(offset); }
+  uint64_t read64(uint64_t offset) const { return read<uint64_t>(offset); }
   uint16_t read16(uint64_t offset) const { return read<uint16_t>(offset); }
   std::string text(uint64_t offset) const {
     std::string result;
@@ -77,6 +79,13 @@ PeNames readPeNames(const std::filesystem::path& file) {
   for (uint32_t entry = image.offsetOf(image.directory(kImportDirectory));
        image.read32(entry + 12) != 0; entry += kImportDescriptorSize) {
     names.importedLibraries.push_back(image.text(image.offsetOf(image.read32(entry + 12))));
+    for (uint64_t lookup = image.offsetOf(image.read32(entry)); image.read64(lookup) != 0;
+         lookup += sizeof(uint64_t)) {
+      if ((image.read64(lookup) & kImportByOrdinal) == 0) {
+        const uint32_t hint = image.offsetOf(image.read32(lookup));
+        names.importedFunctions.push_back(image.text(hint + sizeof(uint16_t)));
+      }
+    }
   }
   return names;
 }

@@ -12,6 +12,7 @@ namespace vexa::test {
 struct PeNames {
   std::vector<std::string> exports;
   std::vector<std::string> importedLibraries;
+  std::vector<std::string> importedFunctions;  // those imported by name, of all libraries
 };
 PeNames readPeNames(const std::filesystem::path& file);
 

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "support/process_counters.h"
+
+// Something done again and again in one process.
+namespace vexa::test {
+
+// How often; VEXA_CYCLES asks for more than the normal run wants to wait for.
+inline int cycles(int usually) {
+  const char* const wanted = std::getenv("VEXA_CYCLES");
+  return wanted != nullptr ? std::atoi(wanted) : usually;
+}
+
+// Libraries of the system that come and go with what is loaded keep a little each time. They stay
+// loaded, so that only what is ours is counted.
+inline void holdSystemLibraries() {
+#if defined(_WIN32)
+  for (const char* name : {"advapi32.dll", "crypt32.dll", "iphlpapi.dll", "ole32.dll",
+                           "oleaut32.dll", "shlwapi.dll", "winhttp.dll", "ws2_32.dll"}) {
+    LoadLibraryA(name);
+  }
+#endif
+}
+
+// After some cycles, in which the system gets what it keeps, nothing may change any more, but for
+// what a library that is not ours is known to keep at most.
+template <class Cycle>
+void expectNothingLeftBy(Cycle cycle, int count, int64_t othersBytesPerCycle = 0) {
+  constexpr int kFirst = 50;
+  holdSystemLibraries();
+  for (int i = 0; i < kFirst; ++i) {
+    cycle();
+  }
+  const ProcessCounters before = ProcessCounters::now();
+  for (int i = 0; i < count && !testing::Test::HasFailure(); ++i) {
+    cycle();
+  }
+  const ProcessCounters after = ProcessCounters::now();
+  testing::Test::RecordProperty("cycles", count);
+  testing::Test::RecordProperty("before", testing::PrintToString(before));
+  testing::Test::RecordProperty("after", testing::PrintToString(after));
+  EXPECT_EQ(after.handles, before.handles);
+  EXPECT_EQ(after.threads, before.threads);
+  EXPECT_EQ(after.freePlaces, before.freePlaces);
+  // Under a sanitizer memory tells nothing, as it keeps what is released.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  EXPECT_LT(after.privateBytes - before.privateBytes, 256 * 1024 + othersBytesPerCycle * count);
+#endif
+}
+
+}  // namespace vexa::test
