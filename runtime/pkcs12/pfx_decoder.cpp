@@ -194,14 +194,14 @@ class PfxDecoder {
     DerReader reader(*outer);
     const auto version = reader.take(kInteger);
     const auto info = reader.take(kSequence);
-    if (!version || !info) {
+    if (!version || !info || !reader.atEnd()) {
       return kFail;
     }
     DerReader fields(info->content);
     const auto type = fields.take(kObjectId);
     const auto algorithm = fields.take(kSequence);
     const auto encrypted = fields.takeAny();
-    if (!type || type->content != pkcs12::kData || !algorithm || !encrypted) {
+    if (!type || type->content != pkcs12::kData || !algorithm || !encrypted || !fields.atEnd()) {
       return kFail;
     }
     if (encrypted->tag == contextTag(0, false)) {
@@ -295,7 +295,7 @@ class PfxDecoder {
   }
 
   // PrivateKeyInfo = SEQUENCE { version, privateKeyAlgorithm, privateKey OCTET STRING,
-  //                             attributes [0] OPTIONAL } (RFC 5208)
+  //                             attributes [0] OPTIONAL, publicKey [1] OPTIONAL } (RFC 5958)
   int32_t keyBag(ByteView info, bool shrouded, ByteView attributes) {
     const auto sequence = derContent(info, kSequence);
     if (!sequence) {
@@ -306,7 +306,12 @@ class PfxDecoder {
     const auto identifier = reader.take(kSequence);
     const auto key = reader.take(kOctetString);
     const auto algorithm = identifier ? readAlgorithm(identifier->content) : std::nullopt;
-    if (!version || !algorithm || !key) {
+    for (const uint8_t more : {contextTag(0, true), contextTag(1, false)}) {
+      if (reader.nextIs(more)) {
+        (void)reader.takeAny();  // whether there was one shows at the end
+      }
+    }
+    if (!version || !algorithm || !key || !reader.atEnd()) {
       return kFail;
     }
     runtime::SafeBag* bag = nullptr;
@@ -384,7 +389,7 @@ class PfxDecoder {
     DerReader reader(content);
     const auto identifier = reader.take(kObjectId);
     const auto set = reader.take(kSet);
-    if (!identifier || !set) {
+    if (!identifier || !set || !reader.atEnd()) {
       return kFail;
     }
     DerReader values(set->content);
