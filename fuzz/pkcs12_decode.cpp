@@ -54,6 +54,15 @@ using Safes = OpenSsl<STACK_OF(PKCS7), freeSafes>;
 using SafeBags = OpenSsl<STACK_OF(PKCS12_SAFEBAG), freeBags>;
 using KeyInfo = OpenSsl<PKCS8_PRIV_KEY_INFO, PKCS8_PRIV_KEY_INFO_free>;
 
+// OpenSSL did not decrypt: it must have stumbled over what an element holds.
+void requireUnreadElement() {
+  bool isAboutElement = false;
+  while (const unsigned long error = ERR_get_error()) {
+    isAboutElement = isAboutElement || ERR_GET_LIB(error) == ERR_LIB_ASN1;
+  }
+  require(isAboutElement, "OpenSSL decrypts, too");
+}
+
 // The whole of `der` as one item; null when OpenSSL does not like what is in an element of it.
 template <class T>
 T* wholeItem(std::string_view der, const ASN1_ITEM* item) {
@@ -65,12 +74,17 @@ T* wholeItem(std::string_view der, const ASN1_ITEM* item) {
   return reinterpret_cast<T*>(read);
 }
 
+// `info`: null for a key that OpenSSL did not decrypt.
 void appendKey(const PKCS8_PRIV_KEY_INFO* info, Bag bag, Bags& out) {
-  const unsigned char* bytes = nullptr;
-  int length = 0;
-  require(PKCS8_pkey_get0(nullptr, &bytes, &length, nullptr, info) == 1, "a key can be read");
   bag.isKey = true;
-  bag.content = viewOf(bytes, length);
+  if (info != nullptr) {
+    const unsigned char* bytes = nullptr;
+    int length = 0;
+    require(PKCS8_pkey_get0(nullptr, &bytes, &length, nullptr, info) == 1, "a key can be read");
+    bag.content = viewOf(bytes, length);
+  } else {
+    requireUnreadElement();
+  }
   out.push_back(std::move(bag));
 }
 
@@ -120,8 +134,8 @@ void appendBag(const PKCS12_SAFEBAG* bag, Bags& out) {
     case NID_keyBag:
       return appendKey(PKCS12_SAFEBAG_get0_p8inf(bag), std::move(made), out);
     case NID_pkcs8ShroudedKeyBag: {
+      ERR_clear_error();
       const KeyInfo info(PKCS12_decrypt_skey(bag, kPassword, kPasswordLength));
-      require(info != nullptr, "OpenSSL decrypts the key, too");
       made.isShrouded = true;
       return appendKey(info.get(), std::move(made), out);
     }
@@ -154,11 +168,13 @@ bool appendSafe(PKCS7* safe, Bags& out) {
     const PKCS7_ENC_CONTENT* const encrypted = safe->d.encrypted->enc_data;
     unsigned char* plain = nullptr;
     int length = 0;
-    require(
-        PKCS12_pbe_crypt(encrypted->algorithm, kPassword, kPasswordLength,
+    ERR_clear_error();
+    if (PKCS12_pbe_crypt(encrypted->algorithm, kPassword, kPasswordLength,
                          ASN1_STRING_get0_data(encrypted->enc_data),
-                         ASN1_STRING_length(encrypted->enc_data), &plain, &length, 0) != nullptr,
-        "OpenSSL decrypts the safe, too");
+                         ASN1_STRING_length(encrypted->enc_data), &plain, &length, 0) == nullptr) {
+      requireUnreadElement();
+      return false;
+    }
     decrypted.reset(plain);
     content = viewOf(plain, length);
   }
