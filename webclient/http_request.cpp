@@ -20,6 +20,7 @@ constexpr const char* kMethods[] = {"OPTIONS", "GET",    "HEAD",  "POST",
                                     "PUT",     "DELETE", "TRACE", "CONNECT"};
 constexpr std::string_view kKeptHeaders[] = {"Referer", "Origin"};
 constexpr std::string_view kContentLength = "Content-Length";
+constexpr size_t kUsualName = 32;  // longer names cost a lookup a block
 
 // The carriage return of the first line end at or behind `from`; null when there is none.
 uint8_t* findLineEnd(uint8_t* from, const uint8_t* end) {
@@ -42,8 +43,12 @@ int32_t lookUp(const collections::TextTable& table, const char* name, char** val
   if (name == nullptr) {
     return kFail;
   }
-  base::String key;
-  if (failed(key.assign(name)) || failed(key.normalise())) {
+  ShortText<kUsualName> key;
+  if (failed(key.assign(name))) {
+    return kOutOfMemory;
+  }
+  runtime::StringObject text = key.object();
+  if (failed(base::bound.strings->Normalise(&text))) {
     return kOutOfMemory;
   }
   const char* const found = table.find(key.text());
