@@ -7,6 +7,7 @@
 #include <string>
 
 #if defined(_WIN32)
+#define NOGDI  // has a macro GetObject
 #include <windows.h>
 #else
 #include <dlfcn.h>

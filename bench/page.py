@@ -33,9 +33,10 @@ def lines(report):
     """One line for each row."""
     for row in report["rows"]:
         peer = f" of {row['peer']}" if row["peer"] else ""
+        wine = f", under Wine {figure(row['underWine'], row['unit'])}" if row["underWine"] else ""
         yield (f"{row['name']:<48} {figure(row['value'], row['unit']) + peer:<28} "
                f"must {bar(row['must'], row['unit']):<6} aim {bar(row['aim'], row['unit']):<6} "
-               f"{verdict(row)}")
+               f"{verdict(row)}{wine}")
     for row in report["growing"]:
         yield (f"{row['name'] + ', 4 MB beside 1 MB':<48} {row['times']:.2f} times{'':<17} "
                f"{'linear' if row['linear'] else 'NOT LINEAR'}")
@@ -43,12 +44,13 @@ def lines(report):
 
 def table(report):
     """The rows in Markdown."""
-    yield "| job | measured | beside | must | aim | verdict |"
-    yield "|---|---|---|---|---|---|"
+    yield "| job | measured | beside | must | aim | verdict | under Wine |"
+    yield "|---|---|---|---|---|---|---|"
     for row in report["rows"]:
         unit = row["unit"]
         yield (f"| {row['name']} | {figure(row['value'], unit)} | {row['peer']} | "
-               f"{bar(row['must'], unit)} | {bar(row['aim'], unit)} | {verdict(row)} |")
+               f"{bar(row['must'], unit)} | {bar(row['aim'], unit)} | {verdict(row)} | "
+               f"{figure(row['underWine'], unit) if row['underWine'] else ''} |")
     yield ""
     yield "| input of 4 MB beside 1 MB | time |"
     yield "|---|---|"

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Runs the benchmarks and says of each row of the table whether it is as fast as it has to be.
 
-report.py [--json] [--page DOCS] [--programs FOLDER] [--runner COMMAND] [ARGS...]
+report.py --programs FOLDER [--wine FOLDER RUNNER] [--json] [--page DOCS] [ARGS...]
 
+--wine      runs the Windows programs of FOLDER by RUNNER, too
 --json      one JSON document on the standard output instead of lines
 --page      writes the table of DOCS/performance.md, and its chart
---runner    what starts a program that is not of this machine
 ARGS go to each program, such as --benchmark_min_time=0.5.
 """
 
@@ -23,24 +23,42 @@ from rows import GROWING, MOST_GROWTH, ROWS
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
-def run(program, runner, arguments):
+def run(command, arguments):
     """The median time of each benchmark of a program, in nanoseconds."""
     with tempfile.TemporaryDirectory() as folder:
         out = pathlib.Path(folder) / "out.json"
-        command = [*runner, str(program), f"--benchmark_out={out}", "--benchmark_out_format=json"]
-        subprocess.run([*command, *arguments], check=True, stdout=subprocess.DEVNULL)
-        results = json.loads(out.read_text())["benchmarks"]
+        command = [*command, f"--benchmark_out={out}", "--benchmark_out_format=json", *arguments]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        results = json.loads(out.read_text(encoding="utf-8"))["benchmarks"]
     return {
         result["run_name"]: result["cpu_time"] * NANOSECONDS[result["time_unit"]]
         for result in results if result.get("aggregate_name") == "median"
     }
 
 
-def judged(row, times):
-    """A row with its figure: relative to the peer, or nanoseconds."""
+def run_all(folder, suffix, runner, arguments):
+    """The same of all programs in a folder, which need not have each of them."""
+    times = {}
+    for program in sorted({row.program for row in ROWS} | {program for program, _ in GROWING.values()}):
+        file = folder / f"{program}{suffix}"
+        if file.exists():
+            print(f"== {file.name}", file=sys.stderr)
+            times |= run([*runner, str(file)], arguments)
+    return times
+
+
+def value_of(row, times):
+    """Its figure: relative to the peer, or nanoseconds. None: not measured."""
     if row.ours not in times or (row.peer and row.peer not in times):
         return None
-    value = times[row.ours] / (times[row.peer] if row.peer else 1)
+    return times[row.ours] / (times[row.peer] if row.peer else 1)
+
+
+def judged(row, times, wine=()):
+    """A row with its figures."""
+    value = value_of(row, times)
+    if value is None:
+        return None
     return {
         "name": row.name,
         "peer": row.peer_name,
@@ -50,6 +68,7 @@ def judged(row, times):
         "aim": row.aim,
         "mustMet": value <= row.must,
         "aimMet": value <= row.aim,
+        "underWine": value_of(row, wine),
     }
 
 
@@ -85,19 +104,15 @@ def main():
     parser.add_argument("--json", action="store_true")
     parser.add_argument("--page", type=pathlib.Path)
     parser.add_argument("--programs", type=pathlib.Path, required=True)
-    parser.add_argument("--runner", default="")
+    parser.add_argument("--wine", nargs=2, metavar=("FOLDER", "RUNNER"))
     options, arguments = parser.parse_known_args()
-    times = {}
-    wanted = {row.program for row in ROWS} | {program for program, _ in GROWING.values()}
-    for program in sorted(wanted):
-        file = next((each for each in (options.programs / program, options.programs / f"{program}.exe")
-                     if each.exists()), None)
-        if file is not None:
-            print(f"== {program}", file=sys.stderr)
-            times |= run(file, options.runner.split(), arguments)
+    times = run_all(options.programs, "", [], arguments)
+    wine = {}
+    if options.wine:
+        wine = run_all(pathlib.Path(options.wine[0]), ".exe", [options.wine[1]], arguments)
     report = {
         "machine": machine(),
-        "rows": [found for found in (judged(row, times) for row in ROWS) if found],
+        "rows": [found for found in (judged(row, times, wine) for row in ROWS) if found],
         "growing": growth(times),
     }
     if options.json:
