@@ -1,11 +1,11 @@
 #include "certificates.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "files.h"
 #include "vexa/certificates.h"
 #include "vexa/core.h"
+#include "vexa/runtime/reference_crypto.h"
 
 namespace vexahost {
 
@@ -16,7 +16,6 @@ namespace {
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
-constexpr char kRsaEncryption[] = "1.2.840.113549.1.1.1";
 
 // A block of a PEM text (RFC 7468): its label and the base64 between the lines.
 struct PemBlock {
@@ -60,84 +59,73 @@ std::string nameText(const Module& module, runtime::Name* name) {
   return std::string(text.view());
 }
 
-// One element of DER: the content behind its tag and length. Throws HostError when it is cut.
-std::string_view takeElement(std::string_view& der, uint8_t tag) {
-  const auto byteAt = [&der](size_t i) -> size_t {
-    if (i >= der.size()) {
-      throw HostError("the key is cut short", ExitStatus::kInput);
-    }
-    return static_cast<uint8_t>(der[i]);
-  };
-  if (byteAt(0) != tag) {
-    throw HostError("the key is not an RSA private key", ExitStatus::kInput);
+// Says why a file was not opened as PKCS#12 (RFC 7292), as far as the runtime can tell.
+[[noreturn]] void explainUnopened(const Module& module, const runtime::ByteBuffer& file,
+                                  const std::string& path, const std::string& password) {
+  uint32_t problem = kVelmoraPkcs12Password;
+  if (auto* const tell =
+          module.runtimeFunction<decltype(velmora_pkcs12_problem)>("velmora_pkcs12_problem")) {
+    check(tell(&file, password.c_str(), &problem), ("reading " + path).c_str());
   }
-  size_t length = byteAt(1);
-  size_t header = 2;
-  if (length >= 0x80) {
-    const size_t bytes = length & 0x7F;
-    if (bytes > 4) {
-      throw HostError("the key is cut short", ExitStatus::kInput);
-    }
-    length = 0;
-    for (size_t i = 0; i < bytes; ++i) {
-      length = length << 8 | byteAt(header++);
-    }
-  }
-  if (der.size() - header < length) {
-    throw HostError("the key is cut short", ExitStatus::kInput);
-  }
-  const std::string_view content = der.substr(header, length);
-  der.remove_prefix(header + length);
-  return content;
-}
-
-// The RSAPrivateKey inside a PrivateKeyInfo.
-std::string_view unwrapPkcs8(std::string_view der) {
-  constexpr uint8_t kInteger = 0x02;
-  constexpr uint8_t kOctetString = 0x04;
-  constexpr uint8_t kSequence = 0x30;
-  std::string_view info = takeElement(der, kSequence);
-  takeElement(info, kInteger);
-  takeElement(info, kSequence);
-  return takeElement(info, kOctetString);
-}
-
-bool elementFits(std::string_view der) {
-  try {
-    (void)takeElement(der, static_cast<uint8_t>(der[0]));
-    return true;
-  } catch (const HostError&) {
-    return false;
+  switch (problem) {
+    case kVelmoraNotPkcs12:
+      throw HostError(path + ": not a PKCS#12 file", ExitStatus::kInput);
+    case kVelmoraPkcs12Damaged:
+      throw HostError(path + ": the PKCS#12 file is damaged or cut short", ExitStatus::kInput);
+    case kVelmoraPkcs12NoMac:
+      throw HostError(path + ": the PKCS#12 file has no MAC, so that nothing vouches for it",
+                      ExitStatus::kInput);
+    case kVelmoraPkcs12Unsupported:
+      throw HostError(path + ": the PKCS#12 file uses an algorithm that is not known here",
+                      ExitStatus::kUnsupported);
+    case kVelmoraPkcs12Fine:
+      throw HostError(path + ": the PKCS#12 file holds no key", ExitStatus::kInput);
+    default:
+      throw HostError(path + ": the password is wrong, or the file is damaged",
+                      ExitStatus::kPassword);
   }
 }
 
-// Says why a file was not opened as PKCS#12 (RFC 7292): what its outermost element tells, or else
-// that the check over its content failed, which a wrong password and damage do alike.
-[[noreturn]] void explainUnopened(std::string_view content, const std::string& path) {
-  constexpr uint8_t kSequence = 0x30;
-  constexpr std::string_view kVersion3("\x02\x01\x03", 3);
-  if (content.empty() || static_cast<uint8_t>(content[0]) != kSequence) {
-    throw HostError(path + ": not a PKCS#12 file", ExitStatus::kInput);
+// The result of reading a key as an exit status.
+ExitStatus statusOfKey(int32_t result) {
+  switch (result) {
+    case vexa::kAccessDenied:
+      return ExitStatus::kPassword;
+    case vexa::kNotImplemented:
+      return ExitStatus::kUnsupported;
+    default:
+      return ExitStatus::kInput;
   }
-  const bool isIndefinite = content.size() > 1 && static_cast<uint8_t>(content[1]) == 0x80;
-  if (!isIndefinite && !elementFits(content)) {
-    throw HostError(path + ": the PKCS#12 file is cut short", ExitStatus::kInput);
-  }
-  constexpr size_t kLongestHeader = 6;
-  if (content.substr(0, kLongestHeader + kVersion3.size()).find(kVersion3) ==
-      std::string_view::npos) {
-    throw HostError(path + ": not a PKCS#12 file", ExitStatus::kInput);
-  }
-  throw HostError(path + ": the password is wrong, or the file is damaged or holds no key",
-                  ExitStatus::kPassword);
 }
 
-void setAlgorithm(const Module& module, KeyAndChain& out) {
-  RuntimeRef<runtime::ObjectId> rsa;
-  check(module.types().ObjectIdFromText(kRsaEncryption, rsa.put()), "making an identifier");
-  const runtime::AlgorithmId algorithm = {rsa.get(), {}};
-  check(module.types().AlgorithmIdCopy(&out.key->privateKey.algorithm, &algorithm),
-        "copying an identifier");
+// The key's own block. Older files say inside of it that it is encrypted.
+const PemBlock& keyBlockOf(const std::vector<PemBlock>& blocks, const std::string& path) {
+  const auto found = std::find_if(blocks.begin(), blocks.end(), [](const PemBlock& block) {
+    return block.label.ends_with("PRIVATE KEY");
+  });
+  if (found == blocks.end()) {
+    throw HostError(path + ": holds no private key in PEM", ExitStatus::kInput);
+  }
+  if (found->body.find("Proc-Type:") != std::string_view::npos) {
+    throw HostError(path +
+                        ": encrypted in OpenSSL's old way; openssl pkcs8 -topk8 writes the key "
+                        "in today's",
+                    ExitStatus::kUnsupported);
+  }
+  return *found;
+}
+
+void checkBelongs(const Module& module, const std::string& path, const KeyAndChain& content) {
+  auto* const checkPair = requireRuntime<decltype(velmora_key_check_pair)>(
+      module, "velmora_key_check_pair", "reads no keys");
+  runtime::Certificate* const certificate = content.certificates->certificate;
+  const int32_t result = checkPair(content.key, certificate->table->GetPublicKey(certificate));
+  if (result == vexa::kFail) {
+    throw HostError(
+        path + ": not the key of the first certificate, " + subjectOf(module, certificate),
+        ExitStatus::kInput);
+  }
+  check(result, "comparing key and certificate");
 }
 
 }  // namespace
@@ -205,8 +193,8 @@ KeyAndChain openPkcs12(const Module& module, const std::string& path, const std:
   KeyAndChain result(module);
   const int32_t opened =
       core(module).OpenPkcs12(&data, secret.get(), &result.key, &result.certificates);
-  if (opened == vexa::kFail) {
-    explainUnopened(content, path);
+  if (vexa::failed(opened) && opened != vexa::kOutOfMemory) {
+    explainUnopened(module, data, path, password);
   }
   check(opened, ("opening " + path).c_str());
   return result;
@@ -223,34 +211,26 @@ std::string createPkcs12(const Module& module, const KeyAndChain& content, const
   return std::string(file.view());
 }
 
-void readKey(const Module& module, const std::string& path, runtime::Certificate* certificate,
-             KeyAndChain& out) {
-  const std::string content = readFile(path);
+void readKey(const Module& module, const std::string& path, Password& password, KeyAndChain& out) {
+  auto* const read =
+      requireRuntime<decltype(velmora_key_read)>(module, "velmora_key_read", "reads no keys");
+  std::string content = readFile(path);
   const std::vector<PemBlock> blocks = pemBlocks(content);
-  const auto found = std::find_if(blocks.begin(), blocks.end(), [](const PemBlock& block) {
-    return block.label == "RSA PRIVATE KEY" || block.label == "PRIVATE KEY";
-  });
-  if (found == blocks.end()) {
-    throw HostError(path + ": holds no unencrypted RSA private key", ExitStatus::kInput);
-  }
-  const runtime::ByteBuffer text = borrow(found->body);
+  const PemBlock& block = keyBlockOf(blocks, path);
+  const runtime::ByteBuffer text = borrow(block.body);
   BufferRef der(module);
   check(core(module).DecodeBase64(&text, der.put()), ("reading " + path).c_str());
-  const std::string_view key = found->label == "PRIVATE KEY" ? unwrapPkcs8(der.view()) : der.view();
-
-  check(module.types().KeyCreate(&out.key), "making a key");
-  setAlgorithm(module, out);
-  auto* const bytes = static_cast<uint8_t*>(module.root().Allocate(key.size()));
-  if (bytes == nullptr) {
-    throw HostError("out of memory");
+  const bool isEncrypted = block.label == "ENCRYPTED PRIVATE KEY";
+  const char* const secret =
+      isEncrypted ? password.get(("Password of " + path).c_str()).c_str() : nullptr;
+  const char* reason = nullptr;
+  const int32_t result = read(der.get(), secret, &out.key, &reason);
+  std::fill(content.begin(), content.end(), '\0');
+  if (reason != nullptr) {
+    throw HostError(path + ": " + reason, statusOfKey(result));
   }
-  std::memcpy(bytes, key.data(), key.size());
-  out.key->privateKey.bytes = bytes;
-  out.key->privateKey.bitLength = 8 * key.size();
-  const runtime::PublicKey* const publicKey = certificate->table->GetPublicKey(certificate);
-  if (publicKey != nullptr) {
-    check(module.types().PublicKeyCopy(&out.key->publicKey, publicKey), "copying a key");
-  }
+  check(result, ("reading " + path).c_str());
+  checkBelongs(module, path, out);
 }
 
 }  // namespace vexahost

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "module.h"
+#include "password.h"
 #include "values.h"
 #include "vexa/runtime/certificate.h"
 
@@ -91,9 +92,19 @@ KeyAndChain openPkcs12(const Module& module, const std::string& path, const std:
 std::string createPkcs12(const Module& module, const KeyAndChain& content, const std::string& name,
                          const std::string& password);
 
-// An RSA private key from a PEM file: "RSA PRIVATE KEY" (RFC 8017) or "PRIVATE KEY" (RFC 5958). The
-// public half is that of the certificate.
-void readKey(const Module& module, const std::string& path, vexa::runtime::Certificate* certificate,
-             KeyAndChain& out);
+// A private key from a PEM file: "PRIVATE KEY", "ENCRYPTED PRIVATE KEY" (RFC 5958), "RSA PRIVATE
+// KEY" (RFC 8017) or "EC PRIVATE KEY" (RFC 5915). `password` is asked for when the key is
+// encrypted. Throws HostError, also when the key is not that of the first certificate of `out`.
+void readKey(const Module& module, const std::string& path, Password& password, KeyAndChain& out);
+
+// A function of the reference runtime, which others do not have. Throws HostError.
+template <class Function>
+Function* requireRuntime(const Module& module, const char* name, const char* what) {
+  auto* const function = module.runtimeFunction<Function>(name);
+  if (function == nullptr) {
+    throw HostError(std::string("this runtime ") + what, ExitStatus::kUnsupported);
+  }
+  return function;
+}
 
 }  // namespace vexahost

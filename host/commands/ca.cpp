@@ -5,7 +5,6 @@
 #include "cli/console.h"
 #include "files.h"
 #include "options.h"
-#include "password.h"
 #include "vexa/ca.h"
 #include "vexa/runtime/reference_crypto.h"
 
@@ -15,26 +14,57 @@ namespace {
 namespace runtime = vexa::runtime;
 
 struct IssueRequest {
-  std::string issuer;
+  std::string issuer;  // PKCS#12, or else:
+  std::string issuerKey;
+  std::vector<std::string> issuerCertificates;
   std::string subject;
   std::string like;
+  std::string profile;
   std::optional<uint32_t> usage;  // none: what fits
+  std::vector<std::string> purposes;
+  std::vector<std::string> alternativeNames;
   uint32_t days = 365;
+  std::string notBefore;
+  std::string notAfter;
   bool isCa = false;
   uint32_t keyBits = 2048;
+  std::string curve;
+  bool allowsWeakKey = false;
   std::string out;
   std::string keyOut;
   Password issuerPassword;
   Password newPassword;
+
+  bool isAuthority() const { return isCa || profile == "ca"; }
 };
+
+// What a certificate for somebody is good for. That of an authority is known to the runtime.
+struct Profile {
+  std::string_view name;
+  std::vector<runtime::KeyUsageFlag> usage;
+  std::vector<std::string> purposes;
+};
+
+const Profile& profileOf(const IssueRequest& request) {
+  static const Profile kProfiles[] = {
+      {"server", {runtime::kDigitalSignature, runtime::kKeyEncipherment}, {"serverAuth"}},
+      {"client", {runtime::kDigitalSignature}, {"clientAuth"}},
+      {"person",
+       {runtime::kDigitalSignature, runtime::kNonRepudiation, runtime::kKeyEncipherment},
+       {"emailProtection", "clientAuth"}},
+      {"", {}, {}},
+  };
+  for (const Profile& profile : kProfiles) {
+    if (profile.name == request.profile) {
+      return profile;
+    }
+  }
+  return std::end(kProfiles)[-1];
+}
 
 template <class Function>
 Function* require(const Module& module, const char* name) {
-  auto* const function = module.runtimeFunction<Function>(name);
-  if (function == nullptr) {
-    throw HostError("this runtime issues no certificates", ExitStatus::kUnsupported);
-  }
-  return function;
+  return requireRuntime<Function>(module, name, "issues no certificates");
 }
 #define VEXAHOST_RUNTIME(name) require<decltype(name)>(module, #name)
 
@@ -45,78 +75,188 @@ std::string libraryTime(time_t time) {
   return text;
 }
 
-// The public key that is certified: that of a certificate, or of a new key in `made`.
-const runtime::PublicKey* subjectKey(Options& options, const Module& module,
-                                     const IssueRequest& request, const CertificateRef& like,
-                                     KeyAndChain& made) {
-  if (like) {
-    return like->table->GetPublicKey(like.get());
+// The same from "2030-12-31", "2030-12-31T23:59:59Z" or a library time. What is none of these the
+// runtime refuses.
+std::string libraryTime(const std::string& text) {
+  constexpr size_t kDateDigits = 8;
+  std::string time;
+  for (const char c : text) {
+    if (c != '-' && c != ':' && c != 'Z') {
+      time += c;
+    }
   }
-  options.output.progress("making a key of " + std::to_string(request.keyBits) + " bits ...");
-  check(VEXAHOST_RUNTIME(velmora_key_generate_rsa)(request.keyBits, &made.key), "making a key");
-  return &made.key->publicKey;
+  return time.size() == kDateDigits ? time + "T000000" : time;
 }
 
-// Throws what the runtime says about a step that it refused.
-void checkStep(const Module& module, const CertificateRef& certificate, int32_t result,
-               const char* what) {
-  const char* const reason =
-      result == 0 ? nullptr : VEXAHOST_RUNTIME(velmora_certificate_reason)(certificate.get());
-  if (reason != nullptr) {
-    throw HostError(std::string(what) + ": " + reason);
+// A certificate under construction.
+class Draft {
+ public:
+  explicit Draft(const Module& module) : module_(module) {
+    check(call<decltype(velmora_certificate_create)>("velmora_certificate_create")(
+              certificate_.put()),
+          "a certificate");
   }
-  check(result, what);
-}
 
-CertificateRef sign(const Module& module, const IssueRequest& request,
-                    const runtime::PublicKey* key, const KeyAndChain& issuer) {
+  // Runs a setter of the runtime's; throws its reason for a refusal.
+  template <class Function, class... Arguments>
+  void set(const char* name, const std::string& what, ExitStatus status, Arguments... arguments) {
+    const int32_t result = call<Function>(name)(certificate_.get(), arguments...);
+    const char* const reason = result == 0 ? nullptr
+                                           : call<decltype(velmora_certificate_reason)>(
+                                                 "velmora_certificate_reason")(certificate_.get());
+    if (reason != nullptr) {
+      throw HostError(what + ": " + reason, status);
+    }
+    check(result, what.c_str());
+  }
+
+  runtime::Certificate* get() const { return certificate_.get(); }
+  CertificateRef take() { return std::move(certificate_); }
+
+ private:
+  template <class Function>
+  Function* call(const char* name) const {
+    return require<Function>(module_, name);
+  }
+
+  const Module& module_;
+  CertificateRef certificate_;
+};
+#define VEXAHOST_SET(draft, name, ...) (draft).set<decltype(name)>(#name, __VA_ARGS__)
+
+void setValidity(Draft& draft, const IssueRequest& request) {
   constexpr time_t kDay = 24 * 60 * 60;
   constexpr time_t kClockSlack = 60;
   const time_t now = std::time(nullptr);
-  CertificateRef certificate;
-  check(VEXAHOST_RUNTIME(velmora_certificate_create)(certificate.put()), "a certificate");
-  checkStep(
-      module, certificate,
-      VEXAHOST_RUNTIME(velmora_certificate_set_subject)(certificate.get(), request.subject.c_str()),
-      "the subject");
-  check(VEXAHOST_RUNTIME(velmora_certificate_set_validity)(
-            certificate.get(), libraryTime(now - kClockSlack).c_str(),
-            libraryTime(now + kDay * static_cast<time_t>(request.days)).c_str()),
-        "the validity");
-  check(VEXAHOST_RUNTIME(velmora_certificate_set_public_key)(certificate.get(), key), "the key");
-  check(VEXAHOST_RUNTIME(velmora_certificate_set_basic_constraints)(certificate.get(),
-                                                                    request.isCa ? 1 : 0, -1),
-        "the basic constraints");
-  // The runtime knows the usage of an authority.
-  if (request.usage || !request.isCa) {
+  const std::string start =
+      request.notBefore.empty() ? libraryTime(now - kClockSlack) : libraryTime(request.notBefore);
+  const std::string end = request.notAfter.empty()
+                              ? libraryTime(now + kDay * static_cast<time_t>(request.days))
+                              : libraryTime(request.notAfter);
+  VEXAHOST_SET(draft, velmora_certificate_set_validity, "the validity", ExitStatus::kUsage,
+               start.c_str(), end.c_str());
+}
+
+// Everything that the command line says, before a key is made, which takes its time.
+void setContent(Draft& draft, const IssueRequest& request) {
+  VEXAHOST_SET(draft, velmora_certificate_set_subject, "the subject", ExitStatus::kUsage,
+               request.subject.c_str());
+  setValidity(draft, request);
+  const uint8_t isAuthority = request.isAuthority() ? 1 : 0;
+  VEXAHOST_SET(draft, velmora_certificate_set_basic_constraints, "the basic constraints",
+               ExitStatus::kUsage, isAuthority, -1);
+  const auto& purposes = request.purposes.empty() ? profileOf(request).purposes : request.purposes;
+  for (const std::string& purpose : purposes) {
+    VEXAHOST_SET(draft, velmora_certificate_add_extended_key_usage, purpose, ExitStatus::kUsage,
+                 purpose.c_str());
+  }
+  for (const std::string& name : request.alternativeNames) {
+    VEXAHOST_SET(draft, velmora_certificate_add_alternative_name, name, ExitStatus::kUsage,
+                 name.c_str());
+  }
+}
+
+bool isRsa(const Module& module, const runtime::PublicKey& key) {
+  constexpr char kRsaEncryption[] = "1.2.840.113549.1.1.1";
+  RuntimeRef<runtime::ObjectId> rsa;
+  check(module.types().ObjectIdFromText(kRsaEncryption, rsa.put()), "making an identifier");
+  return module.types().ObjectIdCompare(rsa.get(), key.algorithm.identifier) == 0;
+}
+
+void setUsage(const Module& module, const Draft& draft, const IssueRequest& request,
+              const runtime::PublicKey& key) {
+  const Profile& profile = profileOf(request);
+  if (!request.usage && !profile.usage.empty()) {
+    uint8_t flags[runtime::kDecipherOnly + 1] = {};
+    for (const runtime::KeyUsageFlag flag : profile.usage) {
+      // A key on a curve enciphers no other key (RFC 8813, 3).
+      flags[flag] = flag != runtime::kKeyEncipherment || isRsa(module, key) ? 1 : 0;
+    }
+    check(draft.get()->table->SetKeyUsage(draft.get(), flags, 1), "the key usage");
+  } else if (request.usage || !request.isAuthority()) {
     check(module.list<vexa::CaList>(vexa::kCaListName)
-              .SetKeyUsage(certificate.get(), request.usage.value_or(vexa::kUsageSignature)),
+              .SetKeyUsage(draft.get(), request.usage.value_or(vexa::kUsageSignature)),
           "the key usage");
   }
-  checkStep(module, certificate,
-            VEXAHOST_RUNTIME(velmora_certificate_sign)(certificate.get(), issuer.key,
-                                                       issuer.certificates->certificate),
-            "signing");
-  return certificate;
+}
+
+void makeKey(Options& options, const Module& module, const IssueRequest& request,
+             KeyAndChain& made) {
+  if (!request.curve.empty()) {
+    check(VEXAHOST_RUNTIME(velmora_key_generate_ec)(request.curve.c_str(), &made.key),
+          "making a key");
+    return;
+  }
+  options.output.progress("making a key of " + std::to_string(request.keyBits) + " bits ...");
+  const uint32_t flags = request.allowsWeakKey ? kVelmoraShortKey | kVelmoraUnevenKey : 0;
+  const int32_t result =
+      VEXAHOST_RUNTIME(velmora_key_generate_weak_rsa)(request.keyBits, flags, &made.key);
+  if (result == vexa::kInvalidArgument) {
+    throw HostError(request.allowsWeakKey
+                        ? "--key-bits: an even number from 1024 to 16384"
+                        : "--key-bits: a multiple of 8 from 2048 to 16384 (--weak-key allows less)",
+                    ExitStatus::kUsage);
+  }
+  check(result, "making a key");
+}
+
+KeyAndChain readIssuer(const Module& module, IssueRequest& request) {
+  constexpr char kPrompt[] = "Password of the issuer";
+  if (!request.issuer.empty()) {
+    KeyAndChain issuer = openPkcs12(module, request.issuer, request.issuerPassword.get(kPrompt));
+    if (issuer.certificates == nullptr) {
+      throw HostError(request.issuer + ": holds no certificate", ExitStatus::kInput);
+    }
+    return issuer;
+  }
+  KeyAndChain issuer(module);
+  for (const std::string& path : request.issuerCertificates) {
+    for (const CertificateRef& certificate : readCertificates(module, path)) {
+      issuer.append(certificate.get());
+    }
+  }
+  readKey(module, request.issuerKey, request.issuerPassword, issuer);
+  return issuer;
+}
+
+void checkRequest(const IssueRequest& request) {
+  const auto refuse = [](const char* text) { throw HostError(text, ExitStatus::kUsage); };
+  if (request.like.empty() == request.keyOut.empty()) {
+    refuse("one of --like and --p12-out says whose key it is");
+  }
+  if (request.issuer.empty() == request.issuerKey.empty() ||
+      request.issuerKey.empty() != request.issuerCertificates.empty()) {
+    refuse("either --issuer, or --issuer-key and --issuer-cert say who signs");
+  }
+  if (request.isCa && !request.profile.empty() && request.profile != "ca") {
+    refuse("--ca does not go with this --for");
+  }
+  if (request.profile == "server" && request.alternativeNames.empty()) {
+    refuse("--for server needs the names of the server, such as --san DNS:www.example.org");
+  }
 }
 
 void issue(Options& options, IssueRequest& request) {
-  if (request.like.empty() == request.keyOut.empty()) {
-    throw HostError("one of --like and --p12-out says whose key it is", ExitStatus::kUsage);
-  }
+  checkRequest(request);
   const Module module(options.module);
-  const KeyAndChain issuer =
-      openPkcs12(module, request.issuer, request.issuerPassword.get("Password of the issuer"));
-  if (issuer.certificates == nullptr) {
-    throw HostError(request.issuer + ": holds no certificate", ExitStatus::kInput);
-  }
+  Draft draft(module);
+  setContent(draft, request);
+  const KeyAndChain issuer = readIssuer(module, request);
   CertificateRef like;
+  KeyAndChain made(module);
   if (!request.like.empty()) {
     like = std::move(readCertificates(module, request.like).front());
+  } else {
+    makeKey(options, module, request, made);
   }
-  KeyAndChain made(module);
-  const CertificateRef certificate =
-      sign(module, request, subjectKey(options, module, request, like, made), issuer);
+  const runtime::PublicKey* const key =
+      like ? like->table->GetPublicKey(like.get()) : &made.key->publicKey;
+  VEXAHOST_SET(draft, velmora_certificate_set_public_key, "the key", ExitStatus::kInput, key);
+  setUsage(module, draft, request, *key);
+  VEXAHOST_SET(draft, velmora_certificate_sign, "signing", ExitStatus::kInput, issuer.key,
+               issuer.certificates->certificate);
+  const CertificateRef certificate = draft.take();
+
   writeFile(request.out, toPem(module, *certificate.get()));
   if (made.key != nullptr) {
     made.append(certificate.get());
@@ -132,6 +272,45 @@ void issue(Options& options, IssueRequest& request) {
   options.output.done({{"issued", subject}}, "issued  " + visible(subject));
 }
 
+void addContentOptions(CLI::App& command, IssueRequest& request) {
+  command.add_option("--subject", request.subject, "Name, such as CN=Jane,O=Orlind,C=DE")
+      ->required();
+  command
+      .add_option("--for", request.profile,
+                  "Whom the certificate is for: sets key usage and purposes")
+      ->check(CLI::IsMember({"server", "client", "ca", "person"}));
+  command
+      .add_option("--usage", request.usage,
+                  "Key usage code: 0 to 8 a single flag, 16 signature, 17 encryption, 18 both; "
+                  "without it and --for signature, or that of an authority")
+      ->check(CLI::IsMember({0, 1, 2, 3, 4, 5, 6, 7, 8, 16, 17, 18}));
+  command.add_option("--eku", request.purposes,
+                     "Purpose: serverAuth, clientAuth, codeSigning, emailProtection, timeStamping, "
+                     "OCSPSigning or an object identifier; repeatable");
+  command.add_option("--san", request.alternativeNames,
+                     "Alternative name: DNS:www.example.org, email:jane@example.org, "
+                     "URI:https://example.org/ or IP:192.0.2.1; repeatable");
+  CLI::Option* const days = command.add_option("--days", request.days, "Validity")
+                                ->check(CLI::Range(1, 36500))
+                                ->capture_default_str();
+  command.add_option("--not-before", request.notBefore,
+                     "Valid from, such as 2030-01-31 or 2030-01-31T12:00:00Z; from now on if not "
+                     "given");
+  command.add_option("--not-after", request.notAfter, "Valid until")->excludes(days);
+  command.add_flag("--ca", request.isCa, "The certificate is itself an authority's (--for ca)");
+}
+
+void addKeyOptions(CLI::App& command, IssueRequest& request) {
+  command.add_option("--like", request.like, "Certify the public key of this certificate");
+  command.add_option("--p12-out", request.keyOut,
+                     "Certify a new key and write it with its chain (PKCS#12)");
+  command.add_option("--key-bits", request.keyBits, "Size of the new key")->capture_default_str();
+  command.add_option("--curve", request.curve, "Make the new key on this curve instead")
+      ->check(CLI::IsMember({"P-256", "P-384", "P-521"}));
+  command.add_flag("--weak-key", request.allowsWeakKey,
+                   "Allow --key-bits from 1024, and such as are no multiple of 8");
+}
+
 }  // namespace
 
 void addCaCommand(CLI::App& app, Options& options) {
@@ -139,21 +318,13 @@ void addCaCommand(CLI::App& app, Options& options) {
   command->require_subcommand(1);
   CLI::App* const issueCommand = command->add_subcommand("issue", "Issue a certificate");
   const auto request = std::make_shared<IssueRequest>();
-  issueCommand->add_option("--issuer", request->issuer, "PKCS#12 file of the issuer")->required();
-  issueCommand->add_option("--subject", request->subject, "Name, such as CN=Jane,O=Orlind,C=DE")
-      ->required();
-  issueCommand->add_option("--usage", request->usage,
-                           "Key usage code: 0 to 8 a single flag, 16 signature, 17 encryption, "
-                           "18 both; signature, or that of an authority, if none is given");
-  issueCommand->add_option("--days", request->days, "Validity")
-      ->check(CLI::Range(1, 36500))
-      ->capture_default_str();
-  issueCommand->add_flag("--ca", request->isCa, "The certificate is itself an authority's");
-  issueCommand->add_option("--like", request->like, "Certify the public key of this certificate");
-  issueCommand->add_option("--p12-out", request->keyOut,
-                           "Certify a new key and write it with its chain (PKCS#12)");
-  issueCommand->add_option("--key-bits", request->keyBits, "Size of the new key")
-      ->capture_default_str();
+  issueCommand->add_option("--issuer", request->issuer, "PKCS#12 file of the issuer");
+  issueCommand->add_option("--issuer-key", request->issuerKey,
+                           "Or the issuer's private key, PEM; it may be encrypted");
+  issueCommand->add_option("--issuer-cert", request->issuerCertificates,
+                           "... with its certificate first, PEM; repeatable");
+  addContentOptions(*issueCommand, *request);
+  addKeyOptions(*issueCommand, *request);
   issueCommand->add_option("--out", request->out, "Certificate to write, PEM")->required();
   request->issuerPassword.addOptions(*issueCommand, "issuer-password");
   request->newPassword.addOptions(*issueCommand, "p12-password");

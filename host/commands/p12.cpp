@@ -12,6 +12,7 @@ struct CreateRequest {
   std::vector<std::string> certificateFiles;
   std::string name;
   std::string out;
+  Password keyPassword;
   Password password;
 };
 
@@ -26,7 +27,7 @@ void create(Options& options, CreateRequest& request) {
   if (content.certificates == nullptr) {
     throw HostError("out of memory");
   }
-  readKey(module, request.keyFile, content.certificates->certificate, content);
+  readKey(module, request.keyFile, request.keyPassword, content);
   writeFile(
       request.out,
       createPkcs12(module, content, request.name, request.password.get("Password of the new file")),
@@ -73,13 +74,15 @@ void addP12Command(CLI::App& app, Options& options) {
   CLI::App* const createCommand = command->add_subcommand(
       "create", "Pack a key with its chain; OpenSSL opens the file with -legacy");
   const auto created = std::make_shared<CreateRequest>();
-  createCommand->add_option("--key", created->keyFile, "RSA private key, PEM")->required();
+  createCommand->add_option("--key", created->keyFile, "Private key of the first certificate, PEM")
+      ->required();
   createCommand
       ->add_option("--cert", created->certificateFiles,
                    "Certificates, the key's own first; repeatable")
       ->required();
   createCommand->add_option("--name", created->name, "Friendly name");
   createCommand->add_option("--out", created->out, "File to write")->required();
+  created->keyPassword.addOptions(*createCommand, "key-password");
   created->password.addOptions(*createCommand);
   createCommand->callback([&options, created] { create(options, *created); });
 

@@ -7,6 +7,9 @@
 #include "runtime/certificates/certificate_builder.h"
 #include "runtime/certificates/certificate_time.h"
 #include "runtime/keys/key_generation.h"
+#include "runtime/keys/signing.h"
+#include "runtime/pkcs12/key_reader.h"
+#include "runtime/pkcs12/pfx_decoder.h"
 #include "runtime/pse/pse.h"
 
 namespace vexa::velmora {
@@ -94,6 +97,46 @@ int32_t velmora_key_generate_ec(const char* curve, runtime::KeyObject** key) {
   }
   *key = nullptr;
   return curve == nullptr ? kNullPointer : generateEcKey(curve, key);
+}
+
+int32_t velmora_key_read(const runtime::ByteBuffer* der, const char* password,
+                         runtime::KeyObject** key, const char** reason) {
+  const char* unused = nullptr;
+  const char*& text = reason != nullptr ? *reason : unused;
+  text = nullptr;
+  if (key == nullptr) {
+    return kNullPointer;
+  }
+  *key = nullptr;
+  if (der == nullptr) {
+    return kNullPointer;
+  }
+  const Password secret(password);
+  return secret.failed() ? kOutOfMemory : readPrivateKey(viewOf(*der), secret, key, text);
+}
+
+int32_t velmora_key_check_pair(const runtime::KeyObject* key, const runtime::PublicKey* publicKey) {
+  return key == nullptr || publicKey == nullptr ? kNullPointer
+                                                : checkPair(key->privateKey, *publicKey);
+}
+
+int32_t velmora_pkcs12_problem(const runtime::ByteBuffer* file, const char* password,
+                               uint32_t* problem) {
+  static_assert(static_cast<uint32_t>(PfxProblem::kNone) == kVelmoraPkcs12Fine &&
+                static_cast<uint32_t>(PfxProblem::kNotPfx) == kVelmoraNotPkcs12 &&
+                static_cast<uint32_t>(PfxProblem::kDamaged) == kVelmoraPkcs12Damaged &&
+                static_cast<uint32_t>(PfxProblem::kNoMac) == kVelmoraPkcs12NoMac &&
+                static_cast<uint32_t>(PfxProblem::kUnsupported) == kVelmoraPkcs12Unsupported &&
+                static_cast<uint32_t>(PfxProblem::kPassword) == kVelmoraPkcs12Password);
+  if (file == nullptr || problem == nullptr) {
+    return kNullPointer;
+  }
+  const Password secret(password);
+  if (secret.failed()) {
+    return kOutOfMemory;
+  }
+  *problem = static_cast<uint32_t>(problemOfPfx(viewOf(*file), secret));
+  return kOk;
 }
 
 const char* velmora_certificate_reason(const runtime::Certificate* certificate) {

@@ -42,25 +42,6 @@ bool writeRsaPrivateKey(gcry_sexp_t pair, uint32_t bits, Bytes& out) {
   return true;
 }
 
-// A key object from the bytes of its private half.
-int32_t makeKeyOf(const AlgorithmView& algorithm, Bytes&& privateBytes, runtime::KeyObject** out) {
-  if (privateBytes.failed()) {
-    return kOutOfMemory;
-  }
-  KeyHolder key;
-  int32_t result = makeKey(key.put());
-  if (!failed(result)) {
-    result = assignPrivateKey(&key.get()->privateKey, algorithm, privateBytes.view());
-  }
-  if (!failed(result)) {
-    result = assignPublicHalf(key.get()->privateKey, &key.get()->publicKey);
-  }
-  if (!failed(result)) {
-    *out = key.release();
-  }
-  return result;
-}
-
 Sexp generate(const Sexp& parameters) {
   gcry_sexp_t generated = nullptr;
   const bool made = parameters && gcry_pk_genkey(&generated, parameters.get()) == 0;
@@ -83,7 +64,7 @@ int32_t generateRsaKey(uint32_t bits, bool allowShort, bool allowUneven, runtime
   if (!pair || !writeRsaPrivateKey(pair.get(), bits, privateBytes)) {
     return kFail;
   }
-  return makeKeyOf({kRsaEncryption.content(), kNoParameters}, std::move(privateBytes), out);
+  return makeKeyPair({kRsaEncryption.content(), kNoParameters}, std::move(privateBytes), out);
 }
 
 int32_t generateEcKey(const char* name, runtime::KeyObject** out) {
@@ -109,9 +90,9 @@ int32_t generateEcKey(const char* name, runtime::KeyObject** out) {
   writeEcPrivateKey(*curve, secret.view(), point.view(), privateBytes);
   Bytes parameters;
   DerWriter(parameters).objectId(curve->objectId);
-  return parameters.failed()
-             ? kOutOfMemory
-             : makeKeyOf({kEcPublicKey.content(), parameters.view()}, std::move(privateBytes), out);
+  return parameters.failed() ? kOutOfMemory
+                             : makeKeyPair({kEcPublicKey.content(), parameters.view()},
+                                           std::move(privateBytes), out);
 }
 
 }  // namespace vexa::velmora

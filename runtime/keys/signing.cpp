@@ -147,6 +147,25 @@ int32_t assignPublicHalf(const runtime::PrivateKeyMaterial& key, runtime::Public
   return ec ? assignEcHalf(*ec, target) : kInvalidArgument;
 }
 
+int32_t makeKeyPair(const AlgorithmView& algorithm, const Bytes& privateBytes,
+                    runtime::KeyObject** out) {
+  if (privateBytes.failed()) {
+    return kOutOfMemory;
+  }
+  KeyHolder key;
+  int32_t result = makeKey(key.put());
+  if (!failed(result)) {
+    result = assignPrivateKey(&key.get()->privateKey, algorithm, privateBytes.view());
+  }
+  if (!failed(result)) {
+    result = assignPublicHalf(key.get()->privateKey, &key.get()->publicKey);
+  }
+  if (!failed(result)) {
+    *out = key.release();
+  }
+  return result;
+}
+
 int32_t checkPair(const runtime::PrivateKeyMaterial& key, const runtime::PublicKey& publicKey) {
   runtime::PublicKey half{};
   int32_t result = assignPublicHalf(key, &half);

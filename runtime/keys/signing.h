@@ -13,6 +13,10 @@ bool canSign(const runtime::PrivateKeyMaterial& key);
 // Sets a public key to the other half of a private one. kInvalidArgument: not a key that can sign.
 int32_t assignPublicHalf(const runtime::PrivateKeyMaterial& key, runtime::PublicKey* target);
 
+// A key object with both halves, from the bytes of the private one. kInvalidArgument: see above.
+int32_t makeKeyPair(const AlgorithmView& algorithm, const Bytes& privateBytes,
+                    runtime::KeyObject** out);
+
 // Whether the two belong together. kFail: no.
 int32_t checkPair(const runtime::PrivateKeyMaterial& key, const runtime::PublicKey& publicKey);
 

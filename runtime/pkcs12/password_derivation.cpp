@@ -50,10 +50,19 @@ void addPlusOne(std::span<uint8_t> number, ByteView addend) {
 }  // namespace
 
 Password::Password(const runtime::StringObject* text) {
-  if (text == nullptr) {
-    return;
+  if (text != nullptr) {
+    assign({reinterpret_cast<const uint8_t*>(text->text), static_cast<size_t>(text->length)});
   }
-  utf8_ = {reinterpret_cast<const uint8_t*>(text->text), static_cast<size_t>(text->length)};
+}
+
+Password::Password(const char* text) {
+  if (text != nullptr) {
+    assign({reinterpret_cast<const uint8_t*>(text), std::strlen(text)});
+  }
+}
+
+void Password::assign(ByteView utf8) {
+  utf8_ = utf8;
   appendUtf16FromUtf8(utf8_, terminatedUtf16_);
   const uint8_t terminator[2] = {};
   terminatedUtf16_.append(terminator);

@@ -12,12 +12,16 @@ class Password {
  public:
   // `text` may be null: no password.
   explicit Password(const runtime::StringObject* text);
+  // The same from UTF-8.
+  explicit Password(const char* text);
 
   bool failed() const { return terminatedUtf16_.failed(); }
   ByteView utf8() const { return utf8_; }
   ByteView terminatedUtf16() const { return terminatedUtf16_.view(); }
 
  private:
+  void assign(ByteView utf8);
+
   ByteView utf8_;
   Bytes terminatedUtf16_;
 };

@@ -45,15 +45,20 @@ class PfxDecoder {
 
   runtime::BagNode* release() { return std::exchange(first_, nullptr); }
 
+  // What the reading that failed ran into; what it returned tells the rest.
+  PfxProblem problem() const { return problem_; }
+
   // PFX = SEQUENCE { version, authSafe ContentInfo, macData }. The MAC, which the standard leaves
   // optional, comes before anything else: what nobody vouches for is not decrypted.
   int32_t read(ByteView pfx) {
     Bytes storage;
     ByteView der;
+    problem_ = !pfx.empty() && pfx[0] == kSequence ? PfxProblem::kDamaged : PfxProblem::kNotPfx;
     int32_t result = toDer(pfx, storage, der);
     if (failed(result)) {
       return result;
     }
+    problem_ = PfxProblem::kNotPfx;
     const auto outer = derContent(der, kSequence);
     if (!outer) {
       return kFail;
@@ -64,8 +69,13 @@ class PfxDecoder {
     if (!version || derSmallInteger(version->content) != 3u || !contentInfo) {
       return kFail;
     }
+    problem_ = PfxProblem::kDamaged;
     const auto safes = dataOf(contentInfo->content);
     if (!safes) {
+      return kFail;
+    }
+    if (reader.atEnd()) {
+      problem_ = PfxProblem::kNoMac;
       return kFail;
     }
     const auto macData = reader.take(kSequence);
@@ -138,6 +148,7 @@ class PfxDecoder {
       return result;
     }
     verified_ = equalInConstantTime(code.view(), expected->content);
+    problem_ = verified_ ? PfxProblem::kDamaged : PfxProblem::kPassword;
     return verified_ ? kOk : kFail;
   }
 
@@ -422,6 +433,7 @@ class PfxDecoder {
   const Password& password_;
   DerivationBudget budget_;
   bool& verified_;
+  PfxProblem problem_ = PfxProblem::kNotPfx;
   runtime::BagNode* first_ = nullptr;
   runtime::BagNode** last_ = &first_;
 };
@@ -436,6 +448,18 @@ int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bag
     *bags = reader.release();
   }
   return result;
+}
+
+PfxProblem problemOfPfx(ByteView pfx, const Password& password) {
+  bool verified = false;
+  PfxDecoder reader(password, verified);
+  const int32_t result = reader.read(pfx);
+  if (!failed(result)) {
+    return PfxProblem::kNone;
+  }
+  // The derivations refuse a count of iterations with kInvalidArgument.
+  return result == kNotImplemented || result == kInvalidArgument ? PfxProblem::kUnsupported
+                                                                 : reader.problem();
 }
 
 }  // namespace vexa::velmora

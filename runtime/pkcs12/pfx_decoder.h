@@ -11,4 +11,15 @@ namespace vexa::velmora {
 // success. All derivations of the file together may take kMaxRounds.
 int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bags, bool& verified);
 
+// What stands in the way of reading a file, found by reading it.
+enum class PfxProblem {
+  kNone,
+  kNotPfx,       // no PKCS#12 file of version 3
+  kDamaged,      // it begins as one, and does not go on as one
+  kNoMac,        // nothing vouches for its content
+  kUnsupported,  // an algorithm or a count of iterations that is not worked with here
+  kPassword,     // the MAC does not fit: another password, or other bytes
+};
+PfxProblem problemOfPfx(ByteView pfx, const Password& password);
+
 }  // namespace vexa::velmora

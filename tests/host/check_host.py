@@ -14,8 +14,10 @@ import subprocess
 import sys
 import tempfile
 
+from issuing import check_keys, check_profiles, check_refusals
+from pki import PASSWORD, make_chain, openssl
+
 CA_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
-PASSWORD = "geheim-äöü"
 
 
 class Checks:
@@ -39,6 +41,7 @@ class Host:
         self.command = command
         self.folder = folder
         self.said = ""
+        self.error = ""  # what the last run wrote to the standard error
 
     def run(self, *arguments, text=None):
         result = subprocess.run(
@@ -51,28 +54,9 @@ class Host:
             check=False,
         )
         output = result.stdout.decode(errors="replace").replace("\r\n", "\n")
-        self.said += output + result.stderr.decode(errors="replace")
+        self.error = result.stderr.decode(errors="replace")
+        self.said += output + self.error
         return result.returncode, output
-
-
-def openssl(folder, *arguments):
-    result = subprocess.run(
-        ["openssl", *arguments], cwd=folder, capture_output=True, timeout=60, check=False
-    )
-    return result.returncode, result.stdout.decode(errors="replace")
-
-
-def make_chain(folder):
-    """A root, Jane's certificate under it, and Jane's key."""
-    openssl(folder, "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", "ca.key",
-            "-out", "ca.pem", "-subj", "/C=DE/O=Orlind/CN=Test Root", "-days", "30")
-    openssl(folder, "req", "-newkey", "rsa:2048", "-nodes", "-keyout", "jane.key", "-out",
-            "jane.csr", "-subj", "/C=DE/O=Orlind/CN=Jane")
-    openssl(folder, "x509", "-req", "-in", "jane.csr", "-CA", "ca.pem", "-CAkey", "ca.key",
-            "-CAcreateserial", "-out", "jane.pem", "-days", "20")
-    (folder / "pw").write_text(PASSWORD + "\n")
-    (folder / "empty").write_text("\n")
-    (folder / "wrong").write_text("wrong\n")
 
 
 def check_texts(checks, host):
@@ -214,16 +198,40 @@ def check_pkcs12(checks, host, folder):
                       and text.count("certificate  ") == count
                       and "of the first certificate" in text, text)
     status, text = host.run("p12", "open", "ours.p12", "--password-file", "wrong")
-    checks.expect("a wrong password gives status 4", status == 4 and text == "", text)
+    checks.expect("a wrong password gives status 4",
+                  status == 4 and text == "" and "password is wrong" in host.error, host.error)
     cut = (folder / "ours.p12").read_bytes()
     (folder / "cut.p12").write_bytes(cut[: len(cut) // 2])
     status, _ = host.run("p12", "open", "cut.p12", "--password-file", "pw")
-    checks.expect("a cut file gives status 3", status == 3, status)
+    checks.expect("a cut file gives status 3",
+                  status == 3 and "cut short" in host.error, (status, host.error))
     damaged = bytearray(cut)
     damaged[len(cut) // 2] ^= 1
     (folder / "damaged.p12").write_bytes(bytes(damaged))
     status, _ = host.run("p12", "open", "damaged.p12", "--password-file", "pw")
     checks.expect("a damaged file gives status 4", status == 4, status)
+    status, _ = host.run("p12", "open", "jane.key", "--password-file", "pw")
+    checks.expect("a key in PEM is no PKCS#12 file",
+                  status == 3 and "not a PKCS#12 file" in host.error, (status, host.error))
+    openssl(folder, "x509", "-in", "jane.pem", "-outform", "DER", "-out", "jane.der")
+    status, _ = host.run("p12", "open", "jane.der", "--password-file", "pw")
+    checks.expect("... nor is a certificate in DER",
+                  status == 3 and "not a PKCS#12 file" in host.error, (status, host.error))
+    openssl(folder, "pkcs12", "-export", "-inkey", "jane.key", "-in", "jane.pem", "-nomac", "-out",
+            "nomac.p12", "-passout", f"pass:{PASSWORD}")
+    status, _ = host.run("p12", "open", "nomac.p12", "--password-file", "pw")
+    checks.expect("a file without MAC is refused",
+                  status == 3 and "no MAC" in host.error, (status, host.error))
+    openssl(folder, "pkcs12", "-export", "-inkey", "jane.key", "-in", "jane.pem", "-keypbe",
+            "CAMELLIA-128-CBC", "-out", "camellia.p12", "-passout", f"pass:{PASSWORD}")
+    status, _ = host.run("p12", "open", "camellia.p12", "--password-file", "pw")
+    checks.expect("an unknown algorithm gives status 6",
+                  status == 6 and "algorithm" in host.error, (status, host.error))
+    openssl(folder, "pkcs12", "-export", "-nokeys", "-in", "jane.pem", "-out", "nokey.p12",
+            "-passout", f"pass:{PASSWORD}")
+    status, _ = host.run("p12", "open", "nokey.p12", "--password-file", "pw")
+    checks.expect("a file without key says so",
+                  status == 3 and "holds no key" in host.error, (status, host.error))
 
     status, text = host.run("own", "--pse", "ours.p12", "--password-file", "pw")
     checks.expect("own lists the user's certificate", "subject  CN=Jane,O=Orlind,C=DE" in text, text)
@@ -304,6 +312,9 @@ def main():
         check_texts_beyond_ascii(checks, host, folder)
         check_pkcs12(checks, host, folder)
         check_issuing(checks, host, folder)
+        check_profiles(checks, host, folder)
+        check_keys(checks, host, folder)
+        check_refusals(checks, host, folder)
         check_bundle(checks, host, folder)
         secrets = [PASSWORD, "PRIVATE KEY"]
         checks.expect("no output shows a password or a key",

@@ -38,6 +38,31 @@ VELMORA_EXPORT int32_t velmora_key_generate_weak_rsa(uint32_t bits, uint32_t fla
 // The same on a curve: "P-256", "P-384" or "P-521". The private half is an ECPrivateKey (RFC 5915).
 VELMORA_EXPORT int32_t velmora_key_generate_ec(const char* curve, vexa::runtime::KeyObject** key);
 
+// Reads the DER of a private key, with both halves set: RSAPrivateKey (RFC 8017), ECPrivateKey
+// (RFC 5915), PrivateKeyInfo or EncryptedPrivateKeyInfo (RFC 5958). `password` is UTF-8; null:
+// none. kAccessDenied: the password is wrong or missing. kNotImplemented: an encryption or a kind
+// of key that is not known. kInvalidArgument: not a private key. `reason`, which may be null,
+// becomes a text in English that says why; null when there is nothing to say.
+VELMORA_EXPORT int32_t velmora_key_read(const vexa::runtime::ByteBuffer* der, const char* password,
+                                        vexa::runtime::KeyObject** key, const char** reason);
+// Whether the private half of a key belongs to a public key. kFail: no. kInvalidArgument: neither
+// RSA nor on a known curve.
+VELMORA_EXPORT int32_t velmora_key_check_pair(const vexa::runtime::KeyObject* key,
+                                              const vexa::runtime::PublicKey* publicKey);
+
+// What stands in the way of reading a PKCS#12 file.
+enum VelmoraPkcs12Problem : uint32_t {
+  kVelmoraPkcs12Fine = 0,
+  kVelmoraNotPkcs12 = 1,          // no file of version 3
+  kVelmoraPkcs12Damaged = 2,      // it begins as one, and does not go on as one
+  kVelmoraPkcs12NoMac = 3,        // nothing vouches for its content
+  kVelmoraPkcs12Unsupported = 4,  // an algorithm that is not known, or too many iterations
+  kVelmoraPkcs12Password = 5,     // the MAC does not fit: another password, or changed bytes
+};
+// `password` is UTF-8; null: none. Reads the whole file. Returns 0, kNullPointer or kOutOfMemory.
+VELMORA_EXPORT int32_t velmora_pkcs12_problem(const vexa::runtime::ByteBuffer* file,
+                                              const char* password, uint32_t* problem);
+
 // An empty certificate under construction with one reference. Every setter below returns
 // kAccessDenied once the certificate has an encoding, kNullPointer for null where text or a record
 // is needed, kInvalidArgument for what is malformed, and leaves the old value when it fails.

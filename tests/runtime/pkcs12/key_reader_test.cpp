@@ -1,0 +1,127 @@
+#include "runtime/crypto_fixture.h"
+#include "runtime/samples.h"
+#include "support/sweep.h"
+
+namespace vexa::test {
+namespace {
+
+// P-256: what `openssl ecparam -genkey` and `openssl pkcs8 -topk8` write of one key.
+constexpr char kEcKey[] =
+    "3077020101042001010101010101010101010101010101010101010101010101010101010101"
+    "01a00a06082a8648ce3d030107a144034200046ff03b949241ce1dadd43519e6960e0a85b41a69a05c328103aa2bce"
+    "1594ca163c4f753a55bf01dc53f6c0b0c7eee78b40c6ff7d25a96e2282b989cef71c144a";
+
+class KeyReaderTest : public CryptoTest {
+ protected:
+  int32_t read(const std::string& der, const char* password, HeldKey& key) {
+    const ExactBytes exact(der);
+    const runtime::ByteBuffer buffer = exact.buffer();
+    return velmora_key_read(&buffer, password, key.put(), &reason_);
+  }
+
+  std::string privateBytes(const HeldKey& key) {
+    return std::string(reinterpret_cast<const char*>(key->privateKey.bytes),
+                       key->privateKey.bitLength / 8);
+  }
+
+  std::string reason() const { return reason_ == nullptr ? "(none)" : reason_; }
+
+ private:
+  const char* reason_ = nullptr;
+};
+
+TEST_F(KeyReaderTest, RsaKeysGetTheirPublicHalf) {
+  HeldKey key;
+  ASSERT_EQ(read(fromHex(samples::kLeafKey), nullptr, key), kOk);
+  EXPECT_EQ(reason(), "(none)");
+  const OwnedCertificate leaf = certificate(samples::kLeaf);
+  EXPECT_EQ(velmora_key_check_pair(key.get(), leaf->table->GetPublicKey(leaf.get())), kOk);
+  const OwnedCertificate root = certificate(samples::kRoot);
+  EXPECT_EQ(velmora_key_check_pair(key.get(), root->table->GetPublicKey(root.get())), kFail);
+  EXPECT_EQ(velmora_key_check_pair(key.get(), &key->publicKey), kOk);
+}
+
+TEST_F(KeyReaderTest, KeysOnCurvesGetTheirPublicHalf) {
+  HeldKey key;
+  ASSERT_EQ(read(fromHex(kEcKey), nullptr, key), kOk);
+  EXPECT_EQ(privateBytes(key), fromHex(kEcKey));
+  EXPECT_EQ(toHex(key->publicKey.bytes, key->publicKey.bitLength / 8),
+            std::string(kEcKey).substr(std::string(kEcKey).size() - 130));
+}
+
+TEST_F(KeyReaderTest, WhatIsNoKeyIsRefusedWithAReason) {
+  HeldKey key;
+  const std::string whole = fromHex(kEcKey);
+  for (const std::string& der :
+       {std::string(), std::string("text"), fromHex("3000"), fromHex("3003020100"),
+        fromHex(samples::kLeaf), whole.substr(0, whole.size() - 1), whole + '\0'}) {
+    EXPECT_EQ(read(der, nullptr, key), kInvalidArgument) << toHex(der.data(), der.size());
+    EXPECT_NE(reason(), "(none)");
+    EXPECT_EQ(key.get(), nullptr);
+  }
+}
+
+TEST_F(KeyReaderTest, UnknownCurvesAndKindsAreToldApart) {
+  HeldKey key;
+  std::string other = fromHex(kEcKey);
+  other[other.find("\x03\x01\x07") + 2] = 1;  // P-192
+  EXPECT_EQ(read(other, nullptr, key), kNotImplemented);
+  EXPECT_EQ(reason(), "the key is not on P-256, P-384 or P-521");
+  // Ed25519 in a PrivateKeyInfo.
+  const std::string edwards = fromHex(
+      "302e020100300506032b657004220420"
+      "9d61b19deffd5a60ba844af492ec2cc44449c5697b326919703bac031cae7f60");
+  EXPECT_EQ(read(edwards, nullptr, key), kNotImplemented);
+  EXPECT_NE(reason(), "(none)");
+}
+
+TEST_F(KeyReaderTest, NullIsRefused) {
+  HeldKey key;
+  const runtime::ByteBuffer empty{};
+  EXPECT_EQ(velmora_key_read(nullptr, nullptr, key.put(), nullptr), kNullPointer);
+  EXPECT_EQ(velmora_key_read(&empty, nullptr, nullptr, nullptr), kNullPointer);
+  EXPECT_EQ(velmora_key_check_pair(nullptr, nullptr), kNullPointer);
+}
+
+TEST_F(KeyReaderTest, EveryFailedAllocationIsSurvived) {
+  const std::string der = fromHex(kEcKey);
+  const int swept = sweepAllocations(spy, [&] {
+    HeldKey key;
+    const int32_t result = read(der, nullptr, key);
+    EXPECT_TRUE(result == kOk || (result == kOutOfMemory && key.get() == nullptr)) << result;
+    return result == kOk;
+  });
+  EXPECT_GT(swept, 3);
+}
+
+class Pkcs12ProblemTest : public CryptoTest {
+ protected:
+  uint32_t problemOf(const std::string& file, const char* password) {
+    const ExactBytes exact(file);
+    const runtime::ByteBuffer buffer = exact.buffer();
+    uint32_t problem = ~0u;
+    EXPECT_EQ(velmora_pkcs12_problem(&buffer, password, &problem), kOk);
+    return problem;
+  }
+};
+
+TEST_F(Pkcs12ProblemTest, SaysWhatStandsInTheWay) {
+  const std::string file = fromHex(samples::kRc4Pfx);
+  EXPECT_EQ(problemOf(file, "secret"), kVelmoraPkcs12Fine);
+  EXPECT_EQ(problemOf(file, "other"), kVelmoraPkcs12Password);
+  EXPECT_EQ(problemOf(file, nullptr), kVelmoraPkcs12Password);
+  EXPECT_EQ(problemOf(file.substr(0, file.size() / 2), "secret"), kVelmoraPkcs12Damaged);
+  EXPECT_EQ(problemOf("", "secret"), kVelmoraNotPkcs12);
+  EXPECT_EQ(problemOf("text", "secret"), kVelmoraNotPkcs12);
+  EXPECT_EQ(problemOf(fromHex(samples::kLeaf), "secret"), kVelmoraNotPkcs12);
+}
+
+TEST_F(Pkcs12ProblemTest, NullIsRefused) {
+  const runtime::ByteBuffer empty{};
+  uint32_t problem = 0;
+  EXPECT_EQ(velmora_pkcs12_problem(nullptr, "", &problem), kNullPointer);
+  EXPECT_EQ(velmora_pkcs12_problem(&empty, "", nullptr), kNullPointer);
+}
+
+}  // namespace
+}  // namespace vexa::test
