@@ -76,6 +76,15 @@ void set(Field& field, int32_t result) {
   field.isSet = result == kOk;
 }
 
+// What is refused although every field could be set: a validity that ends before it begins, and an
+// authority without a name or without the right to sign certificates.
+bool mayBeSigned(const Case& wanted) {
+  const bool isAuthority = (wanted.flags & kConstraints) != 0 && (wanted.flags & kIsCa) != 0;
+  const bool isNamed = wanted.subject.isSet && !wanted.subject.text.empty();
+  const bool maySign = (wanted.flags & kUsage) == 0 || wanted.usage[runtime::kKeyCertSign] != 0;
+  return wanted.start <= wanted.end && (!isAuthority || (isNamed && maySign));
+}
+
 // Each setter that does not like its value leaves the field as it was.
 bool build(Case& wanted, runtime::Certificate* certificate) {
   set(wanted.subject, velmora_certificate_set_subject(certificate, wanted.subject.text.c_str()));
@@ -90,9 +99,11 @@ bool build(Case& wanted, runtime::Certificate* certificate) {
   }
   wanted.purposes = purposes;
   if ((wanted.flags & kConstraints) != 0) {
-    require(velmora_certificate_set_basic_constraints(certificate, wanted.flags & kIsCa,
-                                                      wanted.pathLength) == kOk,
-            "constraints are set");
+    const int32_t result = velmora_certificate_set_basic_constraints(
+        certificate, wanted.flags & kIsCa, wanted.pathLength);
+    const bool isSound = (wanted.flags & kIsCa) != 0 || wanted.pathLength < 0;
+    require(result == (isSound ? kOk : kInvalidArgument), "a length of path is an authority's");
+    wanted.flags &= isSound ? 0xFF : static_cast<uint8_t>(~kConstraints);
   }
   if ((wanted.flags & kUsage) != 0) {
     require(
@@ -106,8 +117,9 @@ bool build(Case& wanted, runtime::Certificate* certificate) {
   }
   require(velmora_certificate_set_public_key(certificate, &key().publicKey) == kOk, "a key is set");
   const int32_t result = velmora_certificate_sign(certificate, &key(), nullptr);
-  require(result == (isTimed ? kOk : kInvalidArgument), "with a validity it can be signed");
-  return isTimed;
+  const bool isSigned = isTimed && mayBeSigned(wanted);
+  require(result == (isSigned ? kOk : kInvalidArgument), "what is complete can be signed");
+  return isSigned;
 }
 
 std::string dottedText(const ASN1_OBJECT* object) {
