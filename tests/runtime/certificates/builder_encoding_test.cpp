@@ -1,0 +1,120 @@
+#include <string>
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/samples.h"
+
+// What stands in a built certificate, bit by bit.
+namespace vexa::test {
+namespace {
+
+class BuilderEncoding : public CryptoTest {
+ protected:
+  BuilderEncoding() : key(privateKey(fromHex(samples::kLeafKey))) {
+    const OwnedCertificate leaf = certificate(samples::kLeaf);
+    EXPECT_EQ(types.PublicKeyCopy(&key->publicKey, leaf->table->GetPublicKey(leaf.get())), kOk);
+  }
+  void TearDown() override {
+    key.reset();
+    CryptoTest::TearDown();
+  }
+
+  // Everything that signing needs but a key.
+  static OwnedCertificate prepared() {
+    OwnedCertificate made;
+    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
+    EXPECT_EQ(velmora_certificate_set_subject(made.get(), "CN=x"), kOk);
+    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
+              kOk);
+    return made;
+  }
+
+  // The hexadecimal digits of the whole, with the own key.
+  std::string signedHex(const OwnedCertificate& made) {
+    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+    EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kOk);
+    const runtime::ByteBuffer* const der = made->table->GetEncoding(made.get());
+    return der == nullptr ? "" : toHex(der->data, der->length);
+  }
+
+  // Whether a certificate whose key has a modulus of so many bytes, all ones, passes for one that
+  // signed itself; the signature is another key's.
+  bool seemsSelfSigned(size_t modulusBytes) {
+    const OwnedCertificate issuer = prepared();
+    EXPECT_EQ(velmora_certificate_set_basic_constraints(issuer.get(), 1, -1), kOk);
+    EXPECT_NE(signedHex(issuer), "");
+    const OwnedCertificate made = prepared();
+    const auto lengthOf = [](size_t length) {
+      return std::string{'\x82', static_cast<char>(length >> 8), static_cast<char>(length & 0xFF)};
+    };
+    const std::string modulus = '\0' + std::string(modulusBytes, '\xFF');
+    const std::string numbers =
+        "\x02" + lengthOf(modulus.size()) + modulus + "\x02\x03\x01" + std::string("\0\1", 2);
+    std::string der = "\x30" + lengthOf(numbers.size()) + numbers;
+    runtime::PublicKey large = key->publicKey;
+    large.bitLength = 8 * der.size();
+    large.bytes = reinterpret_cast<uint8_t*>(der.data());
+    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &large), kOk);
+    EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), issuer.get()), kOk);
+    return made->table->IsSelfSigned(made.get()) != 0;
+  }
+
+  HeldKey key;
+};
+
+// A named bit list ends with its last flag (X.690, 11.2.2).
+TEST_F(BuilderEncoding, EachFlagOfKeyUsageIsTheLastBitOfItsList) {
+  constexpr const char* kBits[] = {"03020780", "03020640", "03020520", "03020410",  "03020308",
+                                   "03020204", "03020102", "03020001", "0303070080"};
+  for (size_t i = 0; i < std::size(kBits); ++i) {
+    const OwnedCertificate made = prepared();
+    uint8_t flags[runtime::kKeyUsageFlags] = {};
+    flags[i] = 1;
+    ASSERT_EQ(made->table->SetKeyUsage(made.get(), flags, 0), kOk);
+    const std::string length = i == 8 ? "05" : "04";
+    EXPECT_NE(signedHex(made).find("0603551d0f04" + length + kBits[i]), std::string::npos) << i;
+  }
+}
+
+TEST_F(BuilderEncoding, NoFlagIsAnEmptyList) {
+  const OwnedCertificate made = prepared();
+  const uint8_t none[runtime::kKeyUsageFlags] = {};
+  ASSERT_EQ(made->table->SetKeyUsage(made.get(), none, 0), kOk);
+  EXPECT_NE(signedHex(made).find("0603551d0f0403030100"), std::string::npos);
+}
+
+TEST_F(BuilderEncoding, ADuplicateHasTheCallsOfItsSetters) {
+  const OwnedCertificate made = prepared();
+  int word = 0;
+  EXPECT_EQ(made->table->SetExtensionB(made.get(), &word, nullptr), kOk);
+  EXPECT_EQ(made->table->SetPairSecond(made.get(), &word), kOk);
+  OwnedCertificate copy;
+  ASSERT_EQ(made->table->header.Duplicate(reinterpret_cast<runtime::Object*>(made.get()),
+                                          reinterpret_cast<void**>(copy.put())),
+            kOk);
+  VelmoraSetterCall call{};
+  EXPECT_EQ(velmora_certificate_setter_call(copy.get(), 0, &call), kOk);
+  EXPECT_EQ(call.slot, 56u);
+  EXPECT_EQ(call.words[0], &word);
+  EXPECT_EQ(velmora_certificate_setter_call(copy.get(), 1, &call), kOk);
+  EXPECT_EQ(call.slot, 61u);
+  EXPECT_EQ(velmora_certificate_setter_call(copy.get(), 2, &call), kInvalidArgument);
+}
+
+// Longer ones only serve to keep us busy: nobody says then that the signature is wrong.
+TEST_F(BuilderEncoding, SignaturesOfKeysUpTo16384BitsAreChecked) {
+  EXPECT_FALSE(seemsSelfSigned(256));
+  EXPECT_FALSE(seemsSelfSigned(2048));
+  EXPECT_TRUE(seemsSelfSigned(2049));
+}
+
+TEST_F(BuilderEncoding, UniversalStringsHaveFourBytesACharacter) {
+  OwnedCertificate made;
+  ASSERT_EQ(velmora_certificate_create(made.put()), kOk);
+  ASSERT_EQ(velmora_certificate_set_subject(made.get(), "CN=#1C0C00000041000020AC0001F600"), kOk);
+  EXPECT_EQ(text(made->table->GetSubject(made.get())), "CN=A€😀");
+  ASSERT_EQ(velmora_certificate_set_subject(made.get(), "CN=#1C0400110000"), kOk);
+  EXPECT_EQ(text(made->table->GetSubject(made.get())), "CN=#1C0400110000") << "no character";
+}
+
+}  // namespace
+}  // namespace vexa::test
