@@ -12,12 +12,7 @@
 namespace vexa::base {
 namespace {
 
-constexpr uint32_t kLevelMask = 0xF;
 constexpr char kUnknownSource[] = "unknown";
-
-const char* sourceOrDefault(const char* source) {
-  return source != nullptr ? source : defaultTraceSource();
-}
 
 // Found out when the module is loaded, so that no call has to look whether it is.
 class FileNameSource {
@@ -50,32 +45,13 @@ char* appendUnit(char* out, char16_t unit) {
   return out;
 }
 
-// The exit line of a scope with a format of its own, or without one. Kept apart from the usual
-// line, which needs no text made for it.
-[[gnu::noinline]] void traceExit(const char* format, uint32_t result) {
-  constexpr size_t kFormatCharacters = 18;
-  char text[2 + kFormatCharacters + 1] = "} ";
-  if (format != nullptr) {
-    const size_t length = std::min(std::strlen(format), kFormatCharacters);
-    std::memcpy(text + 2, format, length);
-    text[2 + length] = '\0';
-  } else {
-    text[1] = '\0';
-  }
-  bound.notify->Message(kTraceScopeExit & kLevelMask, defaultTraceSource(), 0, text, result);
-}
-
 }  // namespace
 
 const char* defaultTraceSource() { return fileNameSource.name(); }
 
-bool isTraceOn(uint32_t level, const char* source) {
-  return bound.notify && bound.notify->GetLevel(sourceOrDefault(source), level) >= level;
-}
-
 void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments) {
   if (bound.notify) {
-    bound.notify->MessageList(flags & kLevelMask, sourceOrDefault(source), 0, format, arguments);
+    bound.notify->MessageList(flags & kTraceLevels, sourceOrDefault(source), 0, format, arguments);
   }
 }
 
@@ -91,7 +67,7 @@ void traceFormat(uint32_t flags, const char* source, const char* format, ...) {
 
 void traceText(uint32_t flags, const char* source, const char* text) {
   if (bound.notify) {
-    bound.notify->Message(flags & kLevelMask, sourceOrDefault(source), 0, "%s", text);
+    bound.notify->Message(flags & kTraceLevels, sourceOrDefault(source), 0, "%s", text);
   }
 }
 
@@ -138,21 +114,17 @@ void traceWideFormat(uint32_t flags, const char* source, const char16_t* format,
   va_end(arguments);
 }
 
-TraceScope::TraceScope(const char* name, const char* exitFormat) : exitFormat_(exitFormat) {
-  if (bound.notify) {
-    bound.notify->Message(kTraceScopeEntry & kLevelMask, defaultTraceSource(), 0, "{ %s", name);
-  }
-}
-
-TraceScope::~TraceScope() {
-  if (!bound.notify) {
-    return;
-  }
-  if (exitFormat_ == kResultFormat) {
-    bound.notify->Message(kTraceScopeExit & kLevelMask, defaultTraceSource(), 0, "} %8x", result_);
+void TraceScope::leaveInOwnFormat() const {
+  constexpr size_t kFormatCharacters = 18;
+  char text[2 + kFormatCharacters + 1] = "} ";
+  if (exitFormat_ != nullptr) {
+    const size_t length = std::min(std::strlen(exitFormat_), kFormatCharacters);
+    std::memcpy(text + 2, exitFormat_, length);
+    text[2 + length] = '\0';
   } else {
-    traceExit(exitFormat_, result_);
+    text[1] = '\0';
   }
+  bound.notify->Message(kTraceScopeExit & kTraceLevels, defaultTraceSource(), 0, text, result_);
 }
 
 }  // namespace vexa::base

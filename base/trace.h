@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdint>
 
+#include "base/tables.h"
 #include "vexa/results.h"
 
 // Tracing through SEC_NOTIFY_1. Every call does nothing while that table is not bound. Formats are
@@ -21,6 +22,7 @@ enum TraceFlags : uint32_t {
   kTraceDetail = 5,
   kTraceScopeEntry = 0x10000004,
   kTraceScopeExit = 0x20000004,
+  kTraceLevels = 0xF,
 };
 
 // Message with a format and its arguments.
@@ -40,11 +42,16 @@ void traceWideFormat(uint32_t flags, const char* source, const char16_t* format,
 void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
                          va_list arguments);
 
-// True when tracing is bound and on at this level.
-bool isTraceOn(uint32_t level, const char* source);
-
 // The default source name: the last component of the module's file name, or "unknown".
 const char* defaultTraceSource();
+inline const char* sourceOrDefault(const char* source) {
+  return source != nullptr ? source : defaultTraceSource();
+}
+
+// True when tracing is bound and on at this level.
+inline bool isTraceOn(uint32_t level, const char* source) {
+  return bound.notify && bound.notify->GetLevel(sourceOrDefault(source), level) >= level;
+}
 
 // Traces "{ name" at entry and "} result" at exit of an operation:
 //   TraceScope scope("URLParser::parse");
@@ -55,10 +62,21 @@ class TraceScope {
   // Result as eight-wide hexadecimal; what every function of the module uses.
   static constexpr char kResultFormat[] = "%8x";
 
-  explicit TraceScope(const char* name, const char* exitFormat = kResultFormat);
+  explicit TraceScope(const char* name, const char* exitFormat = kResultFormat)
+      : exitFormat_(exitFormat) {
+    bound.notify->Message(kTraceScopeEntry & kTraceLevels, defaultTraceSource(), 0, "{ %s", name);
+  }
   TraceScope(const TraceScope&) = delete;
   TraceScope& operator=(const TraceScope&) = delete;
-  ~TraceScope();
+  // The usual exit line needs no text made for it.
+  ~TraceScope() {
+    if (exitFormat_ == kResultFormat) {
+      bound.notify->Message(kTraceScopeExit & kTraceLevels, defaultTraceSource(), 0, "} %8x",
+                            result_);
+    } else {
+      leaveInOwnFormat();
+    }
+  }
 
   // Notes the result for the exit line and passes it on.
   template <class Result>
@@ -68,6 +86,8 @@ class TraceScope {
   }
 
  private:
+  void leaveInOwnFormat() const;
+
   uint32_t result_ = 0;
   const char* exitFormat_;  // borrowed; null: the exit line is "}"
 };

@@ -161,7 +161,7 @@ void TextWriter::putInteger(int32_t value) {
     advance(static_cast<size_t>(writeInteger(out, value) - out));
     return;
   }
-  char digits[kMostDigits + 1];
+  char digits[kMostDigits + 1] = {};
   const char* const end = writeInteger(digits, value);
   for (const char* next = digits; next != end; ++next) {
     buffer_[pending_] = *next;
