@@ -117,51 +117,73 @@ void writeRapid(benchmark::State& state) {
   describe(state);
 }
 
-// Every member of an object, each by its key.
-void lookUpVexa(benchmark::State& state) {
-  IJsonObject* const object = parse(vexa::bench::fewMembers(static_cast<int>(state.range(0))));
-  std::vector<std::string> keys;
-  for (uint64_t i = 0; i < object->GetCount(); ++i) {
-    keys.emplace_back(object->GetKeyPtrAt(i));
-  }
-  for (auto _ : state) {
-    for (const std::string& key : keys) {
-      benchmark::DoNotOptimize(object->GetTypeOf(key.c_str()));
+// Every member of an object by its key, in objects of all sizes between two.
+struct Sizes {
+  int least;
+  int most;
+};
+
+void lookUpVexa(benchmark::State& state, Sizes sizes) {
+  struct Keyed {
+    IJsonObject* object;
+    std::vector<std::string> keys;
+  };
+  std::vector<Keyed> all;
+  for (int size = sizes.least; size <= sizes.most; ++size) {
+    IJsonObject* const object = parse(vexa::bench::fewMembers(size));
+    all.push_back({object, {}});
+    for (uint64_t i = 0; i < object->GetCount(); ++i) {
+      all.back().keys.emplace_back(object->GetKeyPtrAt(i));
     }
   }
-  object->Release();
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  for (auto _ : state) {
+    for (const auto& [object, keys] : all) {
+      for (const std::string& key : keys) {
+        benchmark::DoNotOptimize(object->GetTypeOf(key.c_str()));
+      }
+    }
+  }
+  for (const auto& each : all) {
+    each.object->Release();
+  }
 }
 
-void lookUpRapid(benchmark::State& state) {
-  rapidjson::Document tree;
-  tree.Parse(vexa::bench::fewMembers(static_cast<int>(state.range(0))).c_str());
-  std::vector<std::string> keys;
-  for (const auto& member : tree.GetObject()) {
-    keys.emplace_back(member.name.GetString());
-  }
-  for (auto _ : state) {
-    for (const std::string& key : keys) {
-      benchmark::DoNotOptimize(tree.FindMember(key.c_str())->value.GetType());
+void lookUpRapid(benchmark::State& state, Sizes sizes) {
+  struct Keyed {
+    rapidjson::Document tree;
+    std::vector<std::string> keys;
+  };
+  std::vector<Keyed> all;
+  for (int size = sizes.least; size <= sizes.most; ++size) {
+    Keyed& keyed = all.emplace_back();
+    keyed.tree.Parse(vexa::bench::fewMembers(size).c_str());
+    for (const auto& member : keyed.tree.GetObject()) {
+      keyed.keys.emplace_back(member.name.GetString());
     }
   }
-  state.SetItemsProcessed(state.iterations() * state.range(0));
+  for (auto _ : state) {
+    for (const auto& [tree, keys] : all) {
+      for (const std::string& key : keys) {
+        benchmark::DoNotOptimize(tree.FindMember(key.c_str())->value.GetType());
+      }
+    }
+  }
 }
 
 void kinds(benchmark::internal::Benchmark* benchmark) { benchmark->DenseRange(0, kLastKind); }
 void sizes(benchmark::internal::Benchmark* benchmark) {
   benchmark->DenseRange(kFirstSize, kLastSize);
 }
-void memberCounts(benchmark::internal::Benchmark* benchmark) {
-  benchmark->Arg(5)->Arg(10)->Arg(17);
-}
-
 BENCHMARK(parseVexa)->Name("json/parse/vexabase")->Apply(kinds);
 BENCHMARK(parseRapid)->Name("json/parse/rapidjson")->Apply(kinds);
 BENCHMARK(writeVexa)->Name("json/write/vexabase")->Apply(kinds);
 BENCHMARK(writeRapid)->Name("json/write/rapidjson")->Apply(kinds);
-BENCHMARK(lookUpVexa)->Name("json/member/vexabase")->Apply(memberCounts);
-BENCHMARK(lookUpRapid)->Name("json/member/rapidjson")->Apply(memberCounts);
+BENCHMARK_CAPTURE(lookUpVexa, all, Sizes{5, 17})->Name("json/member, 5 to 17/vexabase");
+BENCHMARK_CAPTURE(lookUpRapid, all, Sizes{5, 17})->Name("json/member, 5 to 17/rapidjson");
+BENCHMARK_CAPTURE(lookUpVexa, few, Sizes{5, 5})->Name("json/member, 5/vexabase");
+BENCHMARK_CAPTURE(lookUpRapid, few, Sizes{5, 5})->Name("json/member, 5/rapidjson");
+BENCHMARK_CAPTURE(lookUpVexa, many, Sizes{17, 17})->Name("json/member, 17/vexabase");
+BENCHMARK_CAPTURE(lookUpRapid, many, Sizes{17, 17})->Name("json/member, 17/rapidjson");
 // Input made by an enemy.
 BENCHMARK(parseVexa)->Name("json/parse colliding/vexabase")->Arg(kColliding);
 BENCHMARK(parseVexa)->Name("json/parse colliding/honest keys")->Arg(kHonest);

@@ -118,11 +118,20 @@ IHashTableHelperKey* helperOf(uint32_t itemType) {
 
 uint64_t foldHash(const char* text) {
   uint64_t hash = 0;
-  if (text != nullptr) {
-    // Not a 32-bit rotation: what is shifted above bit 31 stays.
-    for (; *text != '\0'; ++text) {
-      hash = ((hash << 4) | (hash >> 28)) ^ static_cast<uint8_t>(*text);
+  if (text == nullptr) {
+    return hash;
+  }
+  // So many bytes leave the bits above 27 alone, and nothing comes back in from there.
+  constexpr int kLow = 7;
+  for (int i = 0; i < kLow; ++i, ++text) {
+    if (*text == '\0') {
+      return hash;
     }
+    hash = (hash << 4) ^ static_cast<uint8_t>(*text);
+  }
+  // Not a 32-bit rotation: what is shifted above bit 31 stays.
+  for (; *text != '\0'; ++text) {
+    hash = ((hash << 4) | (hash >> 28)) ^ static_cast<uint8_t>(*text);
   }
   return hash;
 }

@@ -1,5 +1,9 @@
 #include "collections/hash_helpers.h"
 
+#include <cstdint>
+#include <string>
+#include <string_view>
+
 #include "support/module_fixture.h"
 #include "vexa/http_request.h"
 
@@ -54,6 +58,32 @@ TEST_F(HashHelpers, ObjectsCompareByIdentityAndNullComesFirst) {
   EXPECT_EQ(compare(kHashTableObject, nullptr, nullptr), 0);
   EXPECT_EQ(call<uint32_t>(first, 2), 0u) << "comparing keeps no reference";
   EXPECT_EQ(call<uint32_t>(second, 2), 0u);
+}
+
+// Every byte alike, as the rule stands.
+uint64_t plainFold(std::string_view text) {
+  uint64_t hash = 0;
+  for (const char c : text) {
+    hash = ((hash << 4) | (hash >> 28)) ^ static_cast<uint8_t>(c);
+  }
+  return hash;
+}
+
+TEST(FoldHash, IsThatOfAPlainLoop) {
+  uint32_t state = 1;
+  for (size_t i = 0; i < 20'000; ++i) {
+    std::string key(i % 40, '\0');
+    for (char& c : key) {
+      state = state * 1664525 + 1013904223;
+      c = static_cast<char>(1 + (state >> 8) % 255);
+    }
+    ASSERT_EQ(collections::foldHash(key.c_str()), plainFold(key)) << key.size();
+  }
+  EXPECT_EQ(collections::foldHash(nullptr), 0u);
+  for (size_t length = 0; length < 40; ++length) {
+    const std::string highest(length, '\xFF');
+    EXPECT_EQ(collections::foldHash(highest.c_str()), plainFold(highest)) << length;
+  }
 }
 
 }  // namespace
