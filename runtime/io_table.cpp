@@ -41,6 +41,7 @@ inline void copyShort(uint8_t* to, const uint8_t* from, uint64_t count) {
 struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr char kTypeName[] = "MemoryStream";
   static constexpr uint64_t kFirstCapacity = 512;
+  static constexpr uint64_t kGrowth = 4;  // a stream lives shortly: moves cost more than room
 
   MemoryStream() : Counted(&streamHeader) {}
   ~MemoryStream() { freeBlock(bytes); }
@@ -75,7 +76,7 @@ struct MemoryStream final : Counted<runtime::Stream> {
     if (count > ~uint64_t{0} - length) {
       return false;
     }
-    const uint64_t wanted = std::max({length + count, capacity * 2, kFirstCapacity});
+    const uint64_t wanted = std::max({length + count, capacity * kGrowth, kFirstCapacity});
     auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes, wanted));
     if (grown == nullptr) {
       return false;
