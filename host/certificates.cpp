@@ -41,21 +41,19 @@ std::vector<PemBlock> pemBlocks(std::string_view text) {
 }
 
 CertificateRef decode(const Module& module, std::string_view bytes, const std::string& path) {
-  const runtime::ByteBuffer buffer = borrow(bytes);
+  const runtime::ByteBuffer buffer = vexa::borrow(bytes);
   CertificateRef certificate;
-  if (module.types().CertificateDecode(&buffer, certificate.put()) != 0 || !certificate) {
+  if (module.commonTypes().CertificateDecode(&buffer, certificate.put()) != 0 || !certificate) {
     throw HostError(path + ": holds something that is not a certificate", ExitStatus::kInput);
   }
   return certificate;
 }
 
-const vexa::CoreList& core(const Module& module) {
-  return module.list<vexa::CoreList>(vexa::kCoreListName);
-}
+const vexa::CoreList& core(const Module& module) { return module.list<vexa::CoreList>(); }
 
 std::string nameText(const Module& module, runtime::Name* name) {
-  StringRef text(module);
-  check(module.types().StringCopy(text.get(), name), "reading a name");
+  vexa::String text = module.string();
+  check(module.commonTypes().StringCopy(text.get(), name), "reading a name");
   return std::string(text.view());
 }
 
@@ -119,7 +117,8 @@ void checkBelongs(const Module& module, const std::string& path, const KeyAndCha
   auto* const checkPair = requireRuntime<decltype(velmora_key_check_pair)>(
       module, "velmora_key_check_pair", "reads no keys");
   runtime::Certificate* const certificate = content.certificates->certificate;
-  const int32_t result = checkPair(content.key, certificate->table->GetPublicKey(certificate));
+  const int32_t result =
+      checkPair(content.key.get(), certificate->table->GetPublicKey(certificate));
   if (result == vexa::kFail) {
     throw HostError(
         path + ": not the key of the first certificate, " + subjectOf(module, certificate),
@@ -154,9 +153,9 @@ std::string toPem(const Module& module, const runtime::Certificate& certificate)
   if (encoding == nullptr) {
     throw HostError("the certificate has no encoding");
   }
-  BufferRef text(module);
+  vexa::BufferHolder text(module.tables());
   check(core(module).EncodeBase64(encoding, text.put()), "encoding a certificate");
-  std::string lines(text.view());
+  std::string lines(vexa::view(text.get()));
   lines.erase(std::remove(lines.begin(), lines.end(), '\r'), lines.end());
   return "-----BEGIN CERTIFICATE-----\n" + lines + "-----END CERTIFICATE-----\n";
 }
@@ -170,7 +169,7 @@ std::string issuerOf(const Module& module, runtime::Certificate* certificate) {
 }
 
 CertificateUses usesOf(const Module& module, runtime::Certificate* certificate) {
-  const auto& list = module.list<vexa::CertificateFunctions>(vexa::kCertificateListName);
+  const auto& list = module.list<vexa::CertificateFunctions>();
   return {
       .encrypt = list.IsEncryptionCertificate(certificate) != 0,
       .sign = list.IsSignatureCertificate(certificate) != 0,
@@ -181,18 +180,18 @@ CertificateUses usesOf(const Module& module, runtime::Certificate* certificate) 
   };
 }
 
-void KeyAndChain::append(runtime::Certificate* certificate) {
-  certificates = module_->list<vexa::CertificateFunctions>(vexa::kCertificateListName)
-                     .AppendCertificate(certificates, certificate);
+void KeyAndChain::append(const Module& module, runtime::Certificate* certificate) {
+  const auto& list = module.list<vexa::CertificateFunctions>();
+  certificates.reset(list.AppendCertificate(certificates.release(), certificate));
 }
 
 KeyAndChain openPkcs12(const Module& module, const std::string& path, const std::string& password) {
   const std::string content = readFile(path);
-  const runtime::ByteBuffer data = borrow(content);
-  StringRef secret(module, password);
-  KeyAndChain result(module);
+  const runtime::ByteBuffer data = vexa::borrow(content);
+  TextCopy secret(module, password);
+  KeyAndChain result(module.tables());
   const int32_t opened =
-      core(module).OpenPkcs12(&data, secret.get(), &result.key, &result.certificates);
+      core(module).OpenPkcs12(&data, secret.get(), result.key.put(), result.certificates.put());
   if (vexa::failed(opened) && opened != vexa::kOutOfMemory) {
     explainUnopened(module, data, path, password);
   }
@@ -202,13 +201,13 @@ KeyAndChain openPkcs12(const Module& module, const std::string& path, const std:
 
 std::string createPkcs12(const Module& module, const KeyAndChain& content, const std::string& name,
                          const std::string& password) {
-  StringRef friendlyName(module, name);
-  StringRef secret(module, password);
-  BufferRef file(module);
-  check(core(module).CreatePkcs12(friendlyName.get(), content.key, content.certificates,
+  TextCopy friendlyName(module, name);
+  TextCopy secret(module, password);
+  vexa::BufferHolder file(module.tables());
+  check(core(module).CreatePkcs12(friendlyName.get(), content.key.get(), content.certificates.get(),
                                   secret.get(), file.put()),
         "creating PKCS#12");
-  return std::string(file.view());
+  return std::string(vexa::view(file.get()));
 }
 
 void readKey(const Module& module, const std::string& path, Password& password, KeyAndChain& out) {
@@ -217,14 +216,14 @@ void readKey(const Module& module, const std::string& path, Password& password, 
   std::string content = readFile(path);
   const std::vector<PemBlock> blocks = pemBlocks(content);
   const PemBlock& block = keyBlockOf(blocks, path);
-  const runtime::ByteBuffer text = borrow(block.body);
-  BufferRef der(module);
+  const runtime::ByteBuffer text = vexa::borrow(block.body);
+  vexa::BufferHolder der(module.tables());
   check(core(module).DecodeBase64(&text, der.put()), ("reading " + path).c_str());
   const bool isEncrypted = block.label == "ENCRYPTED PRIVATE KEY";
   const char* const secret =
       isEncrypted ? password.get(("Password of " + path).c_str()).c_str() : nullptr;
   const char* reason = nullptr;
-  const int32_t result = read(der.get(), secret, &out.key, &reason);
+  const int32_t result = read(der.get(), secret, out.key.put(), &reason);
   std::fill(content.begin(), content.end(), '\0');
   if (reason != nullptr) {
     throw HostError(path + ": " + reason, statusOfKey(result));

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "module.h"
@@ -13,33 +12,7 @@
 // Certificates and keys of the runtime, as the host handles them.
 namespace vexahost {
 
-// Owns one reference to an object of the runtime.
-template <class T>
-class RuntimeRef {
- public:
-  RuntimeRef() = default;
-  explicit RuntimeRef(T* object) : object_(object) {}
-  RuntimeRef(RuntimeRef&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-  RuntimeRef& operator=(RuntimeRef&& other) noexcept {
-    std::swap(object_, other.object_);
-    return *this;
-  }
-  ~RuntimeRef() {
-    if (object_ != nullptr) {
-      auto* const counted = reinterpret_cast<vexa::runtime::Object*>(object_);
-      counted->table->Release(counted);
-    }
-  }
-
-  explicit operator bool() const { return object_ != nullptr; }
-  T* get() const { return object_; }
-  T* operator->() const { return object_; }
-  T** put() { return &object_; }
-
- private:
-  T* object_ = nullptr;
-};
-using CertificateRef = RuntimeRef<vexa::runtime::Certificate>;
+using CertificateRef = vexa::RuntimeObjectHolder<vexa::runtime::Certificate>;
 
 // Every certificate of a PEM text, or the one of a DER encoding. `what` holds them, for the
 // message. Throws HostError.
@@ -64,28 +37,14 @@ struct CertificateUses {
 CertificateUses usesOf(const Module& module, vexa::runtime::Certificate* certificate);
 
 // A key with its certificate list, as PKCS#12 holds them.
-class KeyAndChain {
- public:
-  explicit KeyAndChain(const Module& module) : module_(&module) {}
-  KeyAndChain(KeyAndChain&& other) noexcept
-      : module_(other.module_),
-        key(std::exchange(other.key, nullptr)),
-        certificates(std::exchange(other.certificates, nullptr)) {}
-  KeyAndChain& operator=(KeyAndChain&&) = delete;
-  ~KeyAndChain() {
-    module_->types().KeyRelease(key);
-    module_->types().CertificateListRelease(certificates);
-  }
+struct KeyAndChain {
+  explicit KeyAndChain(const vexa::HostTables& tables) : key(tables), certificates(tables) {}
 
   // Adds a certificate at the end, unless it is there already.
-  void append(vexa::runtime::Certificate* certificate);
+  void append(const Module& module, vexa::runtime::Certificate* certificate);
 
- private:
-  const Module* module_;
-
- public:
-  vexa::runtime::KeyObject* key = nullptr;
-  vexa::runtime::CertificateList* certificates = nullptr;
+  vexa::KeyHolder key;
+  vexa::CertificateListHolder certificates;
 };
 
 KeyAndChain openPkcs12(const Module& module, const std::string& path, const std::string& password);

@@ -10,6 +10,16 @@
 #include "cli/console.h"
 #include "cli/exit_status.h"
 
+#ifdef _WIN32
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
 namespace vexahost {
 namespace {
 
@@ -67,6 +77,17 @@ void writeFile(const std::string& path, std::string_view content, bool isSecret)
   if (!file) {
     failOutput(path);
   }
+}
+
+std::filesystem::path programFolder() {
+#ifdef _WIN32
+  constexpr size_t kLongestPath = 32768;
+  std::wstring file(kLongestPath, L'\0');
+  file.resize(GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
+  return std::filesystem::path(file).parent_path();
+#else
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+#endif
 }
 
 }  // namespace vexahost

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -10,5 +11,8 @@ namespace vexahost {
 std::string readFile(const std::string& path);
 // Replaces a file. `isSecret`: readable by the user alone, where the platform can say so.
 void writeFile(const std::string& path, std::string_view content, bool isSecret = false);
+
+// The folder of the running program.
+std::filesystem::path programFolder();
 
 }  // namespace vexahost

@@ -10,9 +10,7 @@ namespace {
 
 constexpr char kSetting[] = "building JSON";
 
-const vexa::JsonApiList& api(const Module& module) {
-  return module.list<vexa::JsonApiList>(vexa::kJsonApiListName);
-}
+const vexa::JsonApiList& api(const Module& module) { return module.list<vexa::JsonApiList>(); }
 
 }  // namespace
 
@@ -21,8 +19,8 @@ JsonObjectRef::JsonObjectRef(const Module& module) : module_(&module) {
 }
 
 JsonObjectRef JsonObjectRef::parse(const Module& module, std::string_view text) {
-  const vexa::runtime::ByteBuffer buffer = borrow(text);
-  Ref<vexa::IJsonObject> object;
+  const vexa::runtime::ByteBuffer buffer = vexa::borrow(text);
+  vexa::InterfaceHolder<vexa::IJsonObject> object;
   const int32_t result = api(module).Parse(&buffer, object.put());
   if (result == vexa::kOutOfMemory) {
     check(result, "reading JSON");
@@ -49,21 +47,21 @@ void JsonObjectRef::setNull(const std::string& key) {
 }
 
 JsonObjectRef JsonObjectRef::addObject(const std::string& key) {
-  Ref<vexa::IJsonObject> member;
+  vexa::InterfaceHolder<vexa::IJsonObject> member;
   check(object_->AddObject(key.c_str(), member.put()), kSetting);
   return {*module_, std::move(member)};
 }
 
 JsonArrayRef JsonObjectRef::addArray(const std::string& key) {
-  Ref<vexa::IJsonArray> member;
+  vexa::InterfaceHolder<vexa::IJsonArray> member;
   check(object_->AddArray(key.c_str(), member.put()), kSetting);
   return {*module_, std::move(member)};
 }
 
 std::string JsonObjectRef::text() const {
-  BufferRef buffer(*module_);
+  vexa::BufferHolder buffer(module_->tables());
   check(object_->ToText(buffer.put()), "writing JSON");
-  return std::string(buffer.view());
+  return std::string(vexa::view(buffer.get()));
 }
 
 void JsonArrayRef::addText(std::string_view text) {
@@ -71,7 +69,7 @@ void JsonArrayRef::addText(std::string_view text) {
 }
 
 JsonObjectRef JsonArrayRef::addObject() {
-  Ref<vexa::IJsonObject> element;
+  vexa::InterfaceHolder<vexa::IJsonObject> element;
   check(array_->AddObjectAt(vexa::kJsonAtEnd, element.put()), kSetting);
   return {*module_, std::move(element)};
 }

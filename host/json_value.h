@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "module.h"
-#include "ref.h"
 #include "vexa/json.h"
 
 // JSON through the module's "jsonapi". Failures throw HostError.
@@ -34,11 +33,11 @@ class JsonObjectRef {
 
  private:
   friend class JsonArrayRef;
-  JsonObjectRef(const Module& module, Ref<vexa::IJsonObject> object)
+  JsonObjectRef(const Module& module, vexa::InterfaceHolder<vexa::IJsonObject> object)
       : module_(&module), object_(std::move(object)) {}
 
   const Module* module_;
-  Ref<vexa::IJsonObject> object_;
+  vexa::InterfaceHolder<vexa::IJsonObject> object_;
 };
 
 class JsonArrayRef {
@@ -48,11 +47,11 @@ class JsonArrayRef {
 
  private:
   friend class JsonObjectRef;
-  JsonArrayRef(const Module& module, Ref<vexa::IJsonArray> array)
+  JsonArrayRef(const Module& module, vexa::InterfaceHolder<vexa::IJsonArray> array)
       : module_(&module), array_(std::move(array)) {}
 
   const Module* module_;
-  Ref<vexa::IJsonArray> array_;
+  vexa::InterfaceHolder<vexa::IJsonArray> array_;
 };
 
 }  // namespace vexahost

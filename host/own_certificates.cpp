@@ -33,14 +33,13 @@ void configurePse(const Module& module, const std::string& path, const std::stri
 }
 
 std::vector<OwnCertificate> ownCertificates(const Module& module) {
-  const auto container = module.create<vexa::IOwnCertificates>(vexa::kOwnCertificatesClassName,
-                                                               vexa::IID_IOwnCertificates);
+  const auto container = module.make<vexa::IOwnCertificates>();
   refresh(*container.get());
   uint32_t count = 0;
   check(container->GetCount(&count), "counting the own certificates");
   std::vector<OwnCertificate> found;
   for (uint32_t i = 0; i < count; ++i) {
-    Ref<vexa::IAttributes> item;
+    vexa::InterfaceHolder<vexa::IAttributes> item;
     check(container->QueryItem(i, &vexa::IID_IAttributes, item.putVoid()), "an own certificate");
     runtime::AttributeRequest request{};
     request.id = vexa::kOwnField1;

@@ -8,22 +8,6 @@
 namespace vexahost {
 namespace {
 
-class WideStringOut {
- public:
-  explicit WideStringOut(const Module& module) : module_(module) {}
-  WideStringOut(const WideStringOut&) = delete;
-  WideStringOut& operator=(const WideStringOut&) = delete;
-  ~WideStringOut() { module_.wideStrings().Destroy(string_); }
-
-  vexa::runtime::WideStringObject** put() { return &string_; }
-  bool isEmpty() const { return string_ == nullptr; }
-  std::string text() const { return toUtf8(module_, module_.wideStrings().GetText(string_)); }
-
- private:
-  const Module& module_;
-  vexa::runtime::WideStringObject* string_ = nullptr;
-};
-
 // Collects the trace of this thread while it lives, but for the scopes.
 class TraceCollector {
  public:
@@ -57,10 +41,10 @@ class TraceCollector {
 }  // namespace
 
 ProxyDecision decideProxy(const Module& module, const std::string& url) {
-  const auto& list = module.list<vexa::NetworkList>(vexa::kNetworkListName);
+  const auto& list = module.list<vexa::NetworkList>();
   const std::u16string wideUrl = toUtf16(module, url);
   ProxyDecision decision;
-  WideStringOut proxy(module);
+  WideStringHolder proxy(module);
   int32_t result = vexa::kOk;
   {
     const TraceCollector collector(module, decision.why);
@@ -69,9 +53,9 @@ ProxyDecision decideProxy(const Module& module, const std::string& url) {
   if (result == vexa::kOutOfMemory) {
     check(result, "proxy discovery");
   }
-  if (!proxy.isEmpty()) {
+  if (!!proxy) {
     decision.kind = ProxyDecision::Kind::kProxy;
-    decision.proxy = proxy.text();
+    decision.proxy = toUtf8(module, module.wideStrings().GetText(proxy.get()));
   } else if (vexa::succeeded(result)) {
     decision.kind = ProxyDecision::Kind::kDirect;
   }

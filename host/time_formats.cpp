@@ -64,7 +64,7 @@ uint64_t convertTime(const Module& module, const std::string& value, const std::
                      const std::string& to) {
   const uint32_t fromFormat = parseFormat(from);
   const uint32_t toFormat = parseFormat(to);
-  const auto& list = module.list<vexa::TimeList>(vexa::kTimeListName);
+  const auto& list = module.list<vexa::TimeList>();
   return value == "now"
              ? list.ConvertTime(list.GetCurrentFileTime(), vexa::kFileTimeFormat, toFormat)
              : list.ConvertTime(parseNumber(value, "the value"), fromFormat, toFormat);

@@ -58,7 +58,7 @@ std::u16string toUtf16(const Module& module, const std::string& text) {
 
 std::string toUtf8(const Module& module, const char16_t* text) {
   WideStringRef wide(module);
-  StringRef narrow(module);
+  vexa::String narrow = module.string();
   check(module.wideStrings().AssignText(wide.get(), text), "copying a text");
   check(module.wideStrings().ToMultiByte(wide.get(), vexa::runtime::kUtf8, narrow.get()),
         "converting a text");

@@ -158,9 +158,9 @@ void setContent(Draft& draft, const IssueRequest& request) {
 
 bool isRsa(const Module& module, const runtime::PublicKey& key) {
   constexpr char kRsaEncryption[] = "1.2.840.113549.1.1.1";
-  RuntimeRef<runtime::ObjectId> rsa;
-  check(module.types().ObjectIdFromText(kRsaEncryption, rsa.put()), "making an identifier");
-  return module.types().ObjectIdCompare(rsa.get(), key.algorithm.identifier) == 0;
+  vexa::RuntimeObjectHolder<runtime::ObjectId> rsa;
+  check(module.commonTypes().ObjectIdFromText(kRsaEncryption, rsa.put()), "making an identifier");
+  return module.commonTypes().ObjectIdCompare(rsa.get(), key.algorithm.identifier) == 0;
 }
 
 void setUsage(const Module& module, const Draft& draft, const IssueRequest& request,
@@ -174,8 +174,8 @@ void setUsage(const Module& module, const Draft& draft, const IssueRequest& requ
     }
     check(draft.get()->table->SetKeyUsage(draft.get(), flags, 1), "the key usage");
   } else if (request.usage || !request.isAuthority()) {
-    check(module.list<vexa::CaList>(vexa::kCaListName)
-              .SetKeyUsage(draft.get(), request.usage.value_or(vexa::kUsageSignature)),
+    check(module.list<vexa::CaList>().SetKeyUsage(draft.get(),
+                                                  request.usage.value_or(vexa::kUsageSignature)),
           "the key usage");
   }
 }
@@ -183,14 +183,14 @@ void setUsage(const Module& module, const Draft& draft, const IssueRequest& requ
 void makeKey(Options& options, const Module& module, const IssueRequest& request,
              KeyAndChain& made) {
   if (!request.curve.empty()) {
-    check(VEXAHOST_RUNTIME(velmora_key_generate_ec)(request.curve.c_str(), &made.key),
+    check(VEXAHOST_RUNTIME(velmora_key_generate_ec)(request.curve.c_str(), made.key.put()),
           "making a key");
     return;
   }
   options.output.progress("making a key of " + std::to_string(request.keyBits) + " bits ...");
   const uint32_t flags = request.allowsWeakKey ? kVelmoraShortKey | kVelmoraUnevenKey : 0;
   const int32_t result =
-      VEXAHOST_RUNTIME(velmora_key_generate_weak_rsa)(request.keyBits, flags, &made.key);
+      VEXAHOST_RUNTIME(velmora_key_generate_weak_rsa)(request.keyBits, flags, made.key.put());
   if (result == vexa::kInvalidArgument) {
     throw HostError(request.allowsWeakKey
                         ? "--key-bits: an even number from 1024 to 16384"
@@ -204,15 +204,15 @@ KeyAndChain readIssuer(const Module& module, IssueRequest& request) {
   constexpr char kPrompt[] = "Password of the issuer";
   if (!request.issuer.empty()) {
     KeyAndChain issuer = openPkcs12(module, request.issuer, request.issuerPassword.get(kPrompt));
-    if (issuer.certificates == nullptr) {
+    if (!issuer.certificates) {
       throw HostError(request.issuer + ": holds no certificate", ExitStatus::kInput);
     }
     return issuer;
   }
-  KeyAndChain issuer(module);
+  KeyAndChain issuer(module.tables());
   for (const std::string& path : request.issuerCertificates) {
     for (const CertificateRef& certificate : readCertificates(module, path)) {
-      issuer.append(certificate.get());
+      issuer.append(module, certificate.get());
     }
   }
   readKey(module, request.issuerKey, request.issuerPassword, issuer);
@@ -243,7 +243,7 @@ void issue(Options& options, IssueRequest& request) {
   setContent(draft, request);
   const KeyAndChain issuer = readIssuer(module, request);
   CertificateRef like;
-  KeyAndChain made(module);
+  KeyAndChain made(module.tables());
   if (!request.like.empty()) {
     like = std::move(readCertificates(module, request.like).front());
   } else {
@@ -253,15 +253,15 @@ void issue(Options& options, IssueRequest& request) {
       like ? like->table->GetPublicKey(like.get()) : &made.key->publicKey;
   VEXAHOST_SET(draft, velmora_certificate_set_public_key, "the key", ExitStatus::kInput, key);
   setUsage(module, draft, request, *key);
-  VEXAHOST_SET(draft, velmora_certificate_sign, "signing", ExitStatus::kInput, issuer.key,
+  VEXAHOST_SET(draft, velmora_certificate_sign, "signing", ExitStatus::kInput, issuer.key.get(),
                issuer.certificates->certificate);
   const CertificateRef certificate = draft.take();
 
   writeFile(request.out, toPem(module, *certificate.get()));
-  if (made.key != nullptr) {
-    made.append(certificate.get());
-    for (const auto* record = issuer.certificates; record != nullptr; record = record->next) {
-      made.append(record->certificate);
+  if (made.key) {
+    made.append(module, certificate.get());
+    for (const auto* record = issuer.certificates.get(); record != nullptr; record = record->next) {
+      made.append(module, record->certificate);
     }
     writeFile(request.keyOut,
               createPkcs12(module, made, request.subject,

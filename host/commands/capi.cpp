@@ -10,9 +10,7 @@ namespace {
 
 constexpr uint32_t kExportable = 1;  // CRYPT_EXPORTABLE
 
-const vexa::CapiList& capi(const Module& module) {
-  return module.list<vexa::CapiList>(vexa::kCapiListName);
-}
+const vexa::CapiList& capi(const Module& module) { return module.list<vexa::CapiList>(); }
 
 struct ImportRequest {
   std::string file;
@@ -28,7 +26,7 @@ void import(Options& options, ImportRequest& request) {
       openPkcs12(module, request.file, request.password.get("Password of the file"));
   const int32_t result = capi(module).CspImport(
       toUtf16(module, request.container).c_str(), request.exportable ? kExportable : 0,
-      request.checkRoot ? 1 : 0, content.key, content.certificates);
+      request.checkRoot ? 1 : 0, content.key.get(), content.certificates.get());
   if (result == vexa::kUntrustedRoot) {
     throw HostError("the root is not trusted; nothing but the CA certificates was imported",
                     ExitStatus::kNo);
@@ -50,10 +48,10 @@ void remove(const Options& options, const std::string& container, const std::str
 }
 
 Json describe(const Module& module, const StoredCertificate& stored) {
-  const vexa::runtime::ByteBuffer encoding = borrow(stored.encoding);
+  const vexa::runtime::ByteBuffer encoding = vexa::borrow(stored.encoding);
   CertificateRef certificate;
   const bool isReadable =
-      module.types().CertificateDecode(&encoding, certificate.put()) == 0 && certificate;
+      module.commonTypes().CertificateDecode(&encoding, certificate.put()) == 0 && certificate;
   Json data = {{"subject", isReadable ? subjectOf(module, certificate.get()) : "(unknown)"}};
   if (!stored.container.empty()) {
     data["container"] = toUtf8(module, stored.container.c_str());

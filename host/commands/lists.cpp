@@ -40,7 +40,7 @@ void printLists(Options& options) {
   }
   for (const ClassEntry& entry : knownClasses()) {
     // That it can be made is part of the answer.
-    const auto object = module.create<vexa::IComponent>(entry.name, vexa::IID_IComponent);
+    const auto object = module.make<vexa::IComponent>(entry.name);
     data["classes"].push_back({{"name", entry.name}, {"singleton", entry.isSingleton}});
   }
   options.output.answer(data, [&] { print(options.output, data); });

@@ -63,8 +63,7 @@ class MonitorLoop {
 
 void watch(Options& options, uint32_t seconds) {
   const Module module(options.module);
-  const auto monitor =
-      module.create<vexa::IClientMonitor>(vexa::kClientMonitorClassName, vexa::IID_IClientMonitor);
+  const auto monitor = module.make<vexa::IClientMonitor>();
   options.output.done({{"watchingEverySeconds", seconds}},
                       "watching the network every " + std::to_string(seconds) + " s (Ctrl-C ends)");
   options.output.flush();

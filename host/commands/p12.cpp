@@ -18,13 +18,13 @@ struct CreateRequest {
 
 void create(Options& options, CreateRequest& request) {
   const Module module(options.module);
-  KeyAndChain content(module);
+  KeyAndChain content(module.tables());
   for (const std::string& path : request.certificateFiles) {
     for (const CertificateRef& certificate : readCertificates(module, path)) {
-      content.append(certificate.get());
+      content.append(module, certificate.get());
     }
   }
-  if (content.certificates == nullptr) {
+  if (!content.certificates) {
     throw HostError("out of memory");
   }
   readKey(module, request.keyFile, request.keyPassword, content);
@@ -48,7 +48,7 @@ void open(Options& options, OpenRequest& request) {
   const bool hasOwn = content.key->publicKey.bitLength != 0;
   Json data = {{"certificates", Json::array()}, {"keyOfFirstCertificate", hasOwn}};
   std::string pem;
-  for (const auto* record = content.certificates; record != nullptr; record = record->next) {
+  for (const auto* record = content.certificates.get(); record != nullptr; record = record->next) {
     data["certificates"].push_back(subjectOf(module, record->certificate));
     if (!request.certificatesOut.empty()) {
       pem += toPem(module, *record->certificate);

@@ -33,19 +33,23 @@ constexpr Cipher kCiphers[] = {
 // One cipher over a text: scrambled, not the text itself, and back again.
 Json testCipher(const Module& module, const Cipher& cipher) {
   static constexpr std::string_view kPlain = "The quick brown fox jumps over the lazy dog";
-  Ref<vexa::IScrambler> scrambler;
-  check(module.list<vexa::CoreList>(vexa::kCoreListName)
-            .CreateScramblerEx(cipher.algorithm, cipher.mode, cipher.keyBits, scrambler.put()),
+  vexa::InterfaceHolder<vexa::IScrambler> scrambler;
+  check(module.list<vexa::CoreList>().CreateScramblerEx(cipher.algorithm, cipher.mode,
+                                                        cipher.keyBits, scrambler.put()),
         "creating a scrambler");
-  const vexa::runtime::ByteBuffer plain = borrow(kPlain);
-  BufferRef scrambled(module);
-  BufferRef back(module);
-  const bool isGood =
-      vexa::succeeded(scrambler->Scramble(&plain, scrambled.put())) && scrambled.view() != kPlain &&
-      vexa::succeeded(scrambler->Unscramble(scrambled.get(), back.put())) && back.view() == kPlain;
-  return {{"algorithm", cipher.algorithm},      {"mode", cipher.mode},
-          {"plainBytes", kPlain.size()},        {"scrambledBytes", scrambled.view().size()},
-          {"digest", digest(scrambled.view())}, {"good", isGood}};
+  const vexa::runtime::ByteBuffer plain = vexa::borrow(kPlain);
+  vexa::BufferHolder scrambled(module.tables());
+  vexa::BufferHolder back(module.tables());
+  const bool isGood = vexa::succeeded(scrambler->Scramble(&plain, scrambled.put())) &&
+                      vexa::view(scrambled.get()) != kPlain &&
+                      vexa::succeeded(scrambler->Unscramble(scrambled.get(), back.put())) &&
+                      vexa::view(back.get()) == kPlain;
+  return {{"algorithm", cipher.algorithm},
+          {"mode", cipher.mode},
+          {"plainBytes", kPlain.size()},
+          {"scrambledBytes", vexa::view(scrambled.get()).size()},
+          {"digest", digest(vexa::view(scrambled.get()))},
+          {"good", isGood}};
 }
 
 void print(Output& output, const Json& test) {

@@ -32,7 +32,7 @@ void print(Output& output, const UrlQuestion& question, const Json& data) {
 // Valid, covered by every pattern, of the same origin: otherwise the exit status says no.
 void examine(Options& options, const UrlQuestion& question) {
   const Module module(options.module);
-  const auto url = module.create<vexa::IURLParser>(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const auto url = module.make<vexa::IURLParser>();
   const bool isValid = vexa::succeeded(url->parse(question.url.c_str()));
   bool isGood = isValid;
   Json data = {{"url", question.url},

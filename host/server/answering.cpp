@@ -59,8 +59,7 @@ void Connection::route() {
 
 // Exactly the bytes of this request; a target in absolute form without its host.
 int32_t Connection::feedRequest() {
-  request_ = endpoint_.module().create<vexa::IHTTPRequest>(vexa::kHttpRequestClassName,
-                                                           vexa::IID_IHTTPRequest);
+  request_ = endpoint_.module().make<vexa::IHTTPRequest>();
   const auto feed = [this](std::string_view bytes) {
     return request_->parse(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
   };

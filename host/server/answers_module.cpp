@@ -46,7 +46,7 @@ std::vector<std::string> parameterNames(std::string_view uri) {
 }
 
 std::optional<std::string> keptHeader(const Call& call, const char* name) {
-  Block<char> value(call.endpoint.module());
+  vexa::BlockHolder<char> value(call.endpoint.module().tables());
   return vexa::succeeded(call.request.getHeader(name, value.put()))
              ? std::optional<std::string>(value.get())
              : std::nullopt;
@@ -55,7 +55,7 @@ std::optional<std::string> keptHeader(const Call& call, const char* name) {
 }  // namespace
 
 std::optional<std::string> queryParameter(const Call& call, const char* name) {
-  Block<char> value(call.endpoint.module());
+  vexa::BlockHolder<char> value(call.endpoint.module().tables());
   return vexa::succeeded(call.request.getQueryParameter(name, value.put()))
              ? std::optional<std::string>(value.get())
              : std::nullopt;
@@ -118,7 +118,7 @@ Outcome answerUrl(const Call& call) {
   if (!text) {
     return missingParameter(call, "u");
   }
-  const auto url = module.create<vexa::IURLParser>(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const auto url = module.make<vexa::IURLParser>();
   JsonObjectRef answer(module);
   answer.setText("url", *text);
   answer.setBool("valid", vexa::succeeded(url->parse(text->c_str())));

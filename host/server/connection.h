@@ -123,7 +123,7 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   bool isClosing_ = false;  // this answer is the last one
   Clock::time_point begun_;
 
-  Ref<vexa::IHTTPRequest> request_;
+  vexa::InterfaceHolder<vexa::IHTTPRequest> request_;
   const Route* route_ = nullptr;
   std::string origin_;  // of the page, when it may read the answer
   uint32_t changesBefore_ = 0;

@@ -9,8 +9,7 @@ namespace {
 
 AllowedOrigins readOrigins(const Module& module, const std::vector<std::string>& patterns) {
   AllowedOrigins allowed([&module](const std::string& origin, const std::string& pattern) {
-    const auto url =
-        module.create<vexa::IURLParser>(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+    const auto url = module.make<vexa::IURLParser>();
     return vexa::succeeded(url->parse(origin.c_str())) && url->pattern_match(pattern.c_str());
   });
   for (const std::string& pattern : patterns) {

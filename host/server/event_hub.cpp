@@ -18,8 +18,7 @@ constexpr uint32_t kResumes = 18;
 EventHub::EventHub(asio::io_context& context, const Module& module, uint32_t seconds)
     : seconds_(seconds),
       signal_(std::make_unique<ChangeSignal>(context)),
-      monitor_(module.create<vexa::IClientMonitor>(vexa::kClientMonitorClassName,
-                                                   vexa::IID_IClientMonitor)),
+      monitor_(module.make<vexa::IClientMonitor>()),
       power_(context, [this](uint32_t code) { takePower(code); }) {
   check(monitor_->SetChangeEvent(signal_->handle()), "the network monitor");
   check(monitor_->Reset(), "the network monitor");

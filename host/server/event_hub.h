@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "module.h"
-#include "ref.h"
 #include "server/power_events.h"
 #include "vexa/client_monitor.h"
 
@@ -58,7 +57,7 @@ class EventHub {
 
   const uint32_t seconds_;
   std::unique_ptr<ChangeSignal> signal_;
-  Ref<vexa::IClientMonitor> monitor_;
+  vexa::InterfaceHolder<vexa::IClientMonitor> monitor_;
   uint32_t changes_ = 0;
   Cause cause_ = Cause::kStart;
   Cause nextCause_ = Cause::kNetwork;  // of the change that the monitor will tell of

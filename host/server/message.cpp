@@ -13,8 +13,7 @@ constexpr std::string_view kHeadEnd = "\r\n\r\n";
 }  // namespace
 
 void Message::write(const Module& module, const Reply& reply, Part part) {
-  const auto response =
-      module.create<vexa::IHTTPResponse>(vexa::kHttpResponseClassName, vexa::IID_IHTTPResponse);
+  const auto response = module.make<vexa::IHTTPResponse>();
   // It returns a constant failure code, also when it set the status.
   (void)response->setStatus(reply.status, reasonPhrase(reply.status));
   for (const auto& [name, value] : reply.headers) {

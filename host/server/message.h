@@ -13,7 +13,7 @@ class Message {
  public:
   enum class Part { kWhole, kWithoutBody, kWithoutLength };
 
-  explicit Message(const Module& module) : bytes_(module) {}
+  explicit Message(const Module& module) : bytes_(module.tables()) {}
 
   // kWithoutBody: the length is told, the body left out (HEAD). kWithoutLength: neither (204, and
   // the beginning of a stream). Throws HostError.
@@ -23,7 +23,7 @@ class Message {
   std::string_view view() const { return {reinterpret_cast<const char*>(bytes_.get()), size_}; }
 
  private:
-  Block<uint8_t> bytes_;
+  vexa::BlockHolder<uint8_t> bytes_;
   uint64_t size_ = 0;
 };
 

@@ -63,6 +63,12 @@ inline int32_t check(int32_t result, const char* what) {
 }
 #endif
 
+// UTF-8, on every platform.
+inline std::string pathText(const std::filesystem::path& path) {
+  const auto text = path.u8string();  // of char8_t in C++20
+  return std::string(text.begin(), text.end());
+}
+
 // A byte buffer over bytes of the host's own, for arguments: the module reads it only.
 inline runtime::ByteBuffer borrow(std::string_view bytes) {
   return {bytes.size(), reinterpret_cast<uint8_t*>(const_cast<char*>(bytes.data()))};
@@ -112,7 +118,7 @@ class Runtime {
   static Runtime load(const std::filesystem::path& folder) {
     Runtime runtime = tryLoad(folder);
     if (runtime.tryRoot() == nullptr) {
-      throw Error("the runtime in " + folder.string() + " cannot be used", kFail);
+      throw Error("the runtime in " + pathText(folder) + " cannot be used", kFail);
     }
     return runtime;
   }
@@ -232,6 +238,8 @@ class Module {
     }
   }
 
+  // A function list by its name alone.
+  int32_t tryFind(const char* name, const void** list) const { return state_->find(name, list); }
   // A function list by its type, or null. The name that a list goes by can be another's.
   template <class List>
   const List* tryList(const char* name = ListTraits<List>::kName) const {
@@ -317,14 +325,14 @@ class Module {
       const auto file = std::filesystem::is_directory(path, ignored) ? path / kModuleFile : path;
       library = SharedLibrary::load(file);
       if (!library) {
-        reason = "cannot load " + file.string() + ": " + SharedLibrary::lastError();
+        reason = pathText(file) + ": cannot be loaded: " + SharedLibrary::lastError();
         return kFail;
       }
       const auto init = library.find<ModuleInitFunction>(kModuleInitExport);
       final = library.find<ModuleFinalFunction>(kModuleFinalExport);
       if (init == nullptr || final == nullptr) {
         final = nullptr;
-        reason = file.string() + " is not a module: an export is missing";
+        reason = pathText(file) + ": not a module: an export is missing";
         return kFail;
       }
       // A start that got as far as the runtime needs its end; for one that did not this does
