@@ -43,7 +43,7 @@ inline InterfaceMapRow mapEnd() { return {nullptr, 0, kMapEnd}; }
 // The interface of `object` that `id` names, or null. IID_IComponent names the primary interface.
 void* findInterface(void* object, const InterfaceMapRow* map, const Guid& id);
 
-// The reference count. Interlocked; starts at 0.
+// The reference count, interlocked, which starts at 0; and the era that the object belongs to.
 class CComObjectRoot {
  protected:
   uint32_t incrementCount() { return std::atomic_ref(referenceCount_).fetch_add(1) + 1; }
@@ -57,18 +57,23 @@ class CComObjectRoot {
   bool dropCount() { return isLastReference() || decrementCount() == 0; }
   // For a creator that has shown the object to nobody yet.
   void startCount(uint32_t count) { referenceCount_ = count; }
+  // True when the object was made before an end of the module after which there was a new start.
+  // What it holds of the runtime's is gone then, or somebody else's by now.
+  bool isLeftOver() const { return isBound() && era_ != static_cast<uint16_t>(bound.era); }
   ~CComObjectRoot() = default;
 
  private:
   alignas(std::atomic_ref<uint32_t>::required_alignment) uint32_t referenceCount_ = 0;
+  // In the word of the reference count. Eras 65536 apart are taken for the same.
+  uint16_t era_ = static_cast<uint16_t>(bound.era);
 };
 
 // The most derived class of every object. T supplies
 //   static const InterfaceMapRow* InterfaceMap();
 //   int32_t FinalConstruct();   (optional) what of the construction can fail
 // and declares, or inherits from an interface, `virtual void* DeletingDestructor(uint32_t) = 0`.
-// A T whose objects may stand in memory of its own supplies `auto memory() const`: what it returns
-// outlives the object, and its free(block) gives the object's memory back.
+// A left-over object gives only its own memory back, without being destroyed; a T that holds
+// nothing of the runtime's says kOutlivesRuntime and is destroyed all the same.
 template <class T>
 class CComObject final : public T {
  public:
@@ -96,7 +101,7 @@ class CComObject final : public T {
   // An interface without a reference, or null.
   void* find(const Guid& id) { return findInterface(static_cast<T*>(this), T::InterfaceMap(), id); }
 
-  // A new object with count 0 in memory that T's memory() knows how to give back.
+  // A new object with count 0 in memory of the caller's, destroyed without flags.
   static CComObject* Construct(void* block) { return new (block) CComObject; }
 
   int32_t QueryInterface(const Guid* id, void** out) override {
@@ -117,17 +122,11 @@ class CComObject final : public T {
   }
   void* DeletingDestructor(uint32_t flags) override {
     void* const self = this;
-    if constexpr (requires { this->memory(); }) {
-      auto memory = this->memory();
+    if (mayBeDestroyed()) {
       this->~CComObject();
-      if ((flags & 1) != 0) {
-        memory.free(self);
-      }
-    } else {
-      this->~CComObject();
-      if ((flags & 1) != 0) {
-        processFree(self);
-      }
+    }
+    if ((flags & 1) != 0) {
+      processFree(self);
     }
     return self;  // NOLINT(clang-analyzer-unix.Malloc): only the address, as the slot promises
   }
@@ -135,6 +134,14 @@ class CComObject final : public T {
  private:
   CComObject() = default;
   ~CComObject() = default;
+
+  bool mayBeDestroyed() const {
+    if constexpr (requires { T::kOutlivesRuntime; }) {
+      return true;
+    } else {
+      return !this->isLeftOver();
+    }
+  }
 };
 
 // A new object with one reference.

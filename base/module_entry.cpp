@@ -50,15 +50,14 @@ void unloadRuntime() { const Library unloaded(std::exchange(state.library, nullp
 
 // Null unbinds it.
 void setRoot(const runtime::RootList* root) {
-  const runtime::RootList* const next = root != nullptr ? root : &Unbound<runtime::RootList>::table;
-  if (next != bound.root) {
-    bound.root = next;
+  if (root == nullptr && isBound()) {
     ++bound.era;
   }
+  bound.root = root != nullptr ? root : &Unbound<runtime::RootList>::table;
 }
 
-// Loads velmora and asks it for the root list. A library without the export is let go again, so
-// that a later start looks afresh.
+// Loads velmora and asks it for the root list. A library without the export is let go again: kept, it
+// would be the one that every later start finds, also when the right one stands in its place.
 int32_t obtainRootList() {
   if (state.library == nullptr) {
     if (failed(storeOwnDirectory())) {

@@ -79,8 +79,8 @@ struct BoundTables {
   TableHolder<runtime::NotifyTable> notify;
   TableHolder<runtime::PseListTable> pse;
 
-  // Counts how often the root list came and went. What the runtime handed out belongs to one such
-  // time: at another one its memory is gone or somebody else's.
+  // Counts how often the root list went. What is made in between two ends belongs to the one start
+  // that there is: at a later one its memory is gone, or somebody else's.
   uint32_t era = 0;
 };
 

@@ -46,7 +46,10 @@ class HashTable_Impl final : public COMMON_FL_TEMPLATE<HashTable_void> {
   int32_t prepare() { return chains_.spread(); }
   void Destroy() override {
     void* const self = this;
-    this->~HashTable_Impl();
+    // Entries of an earlier start of the module are gone with its runtime.
+    if (!base::isBound() || era_ == base::bound.era) {
+      this->~HashTable_Impl();
+    }
     base::processFree(self);
   }
 
@@ -65,6 +68,7 @@ class HashTable_Impl final : public COMMON_FL_TEMPLATE<HashTable_void> {
   ~HashTable_Impl() = default;
 
   HashChains chains_;
+  uint32_t era_ = base::bound.era;
 };
 
 }  // namespace

@@ -86,7 +86,7 @@ int32_t CClientMonitor::StartChangeThread(uint32_t seconds) {
   stop_ = 0;
   stopEvent_.Reset();
   interval_ = seconds;
-  base::Thread::Start(&changeThread_, runChangeThread, static_cast<IClientMonitor*>(this));
+  base::Thread::StartHeld<runChangeThread>(&changeThread_, static_cast<IClientMonitor*>(this));
   return kOk;
 }
 

@@ -19,6 +19,9 @@ class CClientMonitor : public IClientMonitor,
                        public base::CSingletonFactoryImpl<CClientMonitor>,
                        public base::CComObjectRoot {
  public:
+  // Events, a thread and blocks of the process heap.
+  static constexpr bool kOutlivesRuntime = true;
+
   static const base::InterfaceMapRow* InterfaceMap();
 
   CClientMonitor() = default;

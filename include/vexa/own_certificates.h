@@ -37,7 +37,8 @@ class IOwnCertificates : public IContainerRO {
  public:
   // Slot 6. Asks the PSE again. Certificates that are still there keep their object. kOk, also
   // without a PSE: then there are none. kOutOfMemory: nothing changed. Throws _com_error
-  // (kNullPointer) when the PSE object cannot be had.
+  // (kNullPointer) when the PSE object cannot be had. It is an exception of GCC's C++ runtime: a
+  // host built with another compiler cannot catch it, and ends.
   virtual int32_t Refresh() = 0;
   // Slot 7. Destroys the object; bit 0 of `flags` frees its memory too. Only Release calls it.
   virtual void* DeletingDestructor(uint32_t flags) = 0;

@@ -83,6 +83,14 @@ TEST_F(ComObjectTest, TheCountLiesDirectlyBehindTheTablePointer) {
   ASSERT_EQ(createObject(object), kOk);
   const auto* words = reinterpret_cast<const uint32_t*>(object.get());
   EXPECT_EQ(words[2], 1u);
+  for (uint32_t count = 2; count < 5; ++count) {
+    EXPECT_EQ(object->AddRef(), count);
+    EXPECT_EQ(words[2], count);
+  }
+  while (words[2] > 1) {
+    const uint32_t count = object->Release();
+    EXPECT_EQ(words[2], count);
+  }
 }
 
 TEST_F(ComObjectTest, QueryInterfaceForIUnknownGivesThePrimaryInterfaceAndOneReference) {
@@ -163,6 +171,7 @@ TEST_F(ComObjectTest, AFailedCreationGivesNullAndOutOfMemory) {
 class OneOfAKind : public IFirst, public CSingletonFactoryImpl<OneOfAKind>, public CComObjectRoot {
  public:
   static inline int alive = 0;
+  static constexpr bool kOutlivesRuntime = true;  // it holds nothing
 
   static const InterfaceMapRow* InterfaceMap() {
     static const InterfaceMapRow map[] = {mapRow<OneOfAKind, IFirst>(kFirstId), mapEnd()};
@@ -203,6 +212,26 @@ TEST_F(ComObjectTest, ACallersReferenceKeepsASingletonAliveBeyondTheEnd) {
   EXPECT_EQ(test::call<uint32_t>(second, 2), 1u);
   EXPECT_EQ(module_final(), kOk);
   EXPECT_EQ(OneOfAKind::alive, 0);
+}
+
+// What a left-over object holds is nobody's any more; its own memory is.
+TEST_F(ComObjectTest, AnObjectOfAnEarlierStartIsFreedWithoutBeingDestroyed) {
+  void* object = createSample();
+  stop();
+  const int64_t blocks = test::allocation_gate::liveProcessBlocks();
+  ASSERT_EQ(module_init(&spy.root, nullptr), kOk);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
+  EXPECT_EQ(Sample::alive, 1) << "its destructor did not run";
+  Sample::alive = 0;
+  EXPECT_EQ(module_final(), kOk);
+  EXPECT_EQ(test::allocation_gate::liveProcessBlocks(), blocks != 0 ? blocks - 1 : 0);
+}
+
+TEST_F(ComObjectTest, AnObjectThatIsReleasedBetweenEndAndStartIsDestroyed) {
+  void* object = createSample();
+  stop();
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
+  EXPECT_EQ(Sample::alive, 0);
 }
 
 TEST_F(ComObjectTest, ASingletonThatCannotBeMadeIsMadeByTheNextCall) {

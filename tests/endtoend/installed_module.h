@@ -28,7 +28,7 @@ inline fs::path builtFiles() { return fs::absolute(fs::path("..") / "bin"); }
 class LoadedLibrary {
  public:
   LoadedLibrary() = default;
-  explicit LoadedLibrary(const fs::path& file) : handle_(LoadLibraryA(file.string().c_str())) {}
+  explicit LoadedLibrary(const fs::path& file) : handle_(load(file)) {}
   LoadedLibrary(const LoadedLibrary&) = delete;
   LoadedLibrary& operator=(const LoadedLibrary&) = delete;
   ~LoadedLibrary() {
@@ -44,6 +44,15 @@ class LoadedLibrary {
   }
 
  private:
+  static HMODULE load(fs::path file) {
+#if defined(_WIN32)
+    if (file.native().size() >= MAX_PATH) {
+      return LoadLibraryW((L"\\\\?\\" + file.make_preferred().native()).c_str());
+    }
+#endif
+    return LoadLibraryA(file.string().c_str());
+  }
+
   HMODULE handle_ = nullptr;
 };
 
@@ -74,6 +83,23 @@ class Installation {
   ~Installation() {
     std::error_code ignored;  // what is still loaded cannot be removed
     fs::remove_all(root_, ignored);
+  }
+
+  // A folder in which a file of that name has a path of so many characters.
+  std::string folderFor(const char* file, size_t pathLength) const {
+    constexpr size_t kLongestName = 100;
+    std::string folder;
+    const size_t fixed = root_.string().size() + 2 + std::string(file).size();
+    for (size_t left = pathLength - fixed; left != 0;) {
+      const size_t part = left <= kLongestName ? left : kLongestName - 1;
+      folder += std::string(part, 'd');
+      left -= part;
+      if (left != 0) {
+        folder += '/';
+        --left;
+      }
+    }
+    return folder;
   }
 
   // Puts a built file into a folder, under another name if asked.

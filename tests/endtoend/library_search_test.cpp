@@ -80,6 +80,63 @@ TEST(LibrarySearch, ARuntimeWithoutItsExportFailsAndALaterStartFindsTheRightOne)
   EXPECT_EQ(module.final(), kOk);
 }
 
+// Good copies of the runtime in places where the system would look for a library by its bare name.
+class PlantedRuntimes {
+ public:
+  explicit PlantedRuntimes(const Installation& installation)
+      : before_(fs::current_path()),
+        current_(installation.put("current", kRuntimeFile).parent_path()) {
+#if defined(_WIN32)
+    char system[MAX_PATH] = {};
+    GetSystemDirectoryA(system, MAX_PATH);
+    inSystem_ = fs::path(system) / kRuntimeFile;
+    fs::copy_file(builtFiles() / kRuntimeFile, inSystem_, fs::copy_options::overwrite_existing);
+#endif
+    fs::current_path(current_);
+  }
+  PlantedRuntimes(const PlantedRuntimes&) = delete;
+  PlantedRuntimes& operator=(const PlantedRuntimes&) = delete;
+  ~PlantedRuntimes() {
+    fs::current_path(before_);
+    if (!inSystem_.empty()) {
+      fs::remove(inSystem_);
+    }
+  }
+
+ private:
+  fs::path before_;
+  fs::path current_;
+  fs::path inSystem_;  // empty: that folder is left alone
+};
+
+TEST(LibrarySearch, IsAtHomeInAFolderAsLongAsWindowsKnowsThem) {
+  const Installation installation;
+  const std::string folder = installation.folderFor(kModuleFile, 259);
+  const fs::path module = installation.put(folder.c_str(), kModuleFile);
+  installation.put(folder.c_str(), kRuntimeFile);
+  ASSERT_EQ(module.string().size(), 259u);
+  EXPECT_TRUE(startsAndEnds(module));
+}
+
+TEST(LibrarySearch, FailsInALongerFolderAndLooksNowhereElse) {
+  for (const size_t length : {260, 261, 300}) {
+    const Installation installation;
+    const std::string folder = installation.folderFor(kModuleFile, length);
+    const fs::path module = installation.put(folder.c_str(), kModuleFile);
+    installation.put(folder.c_str(), kRuntimeFile);
+    ASSERT_EQ(module.string().size(), length);
+    const PlantedRuntimes planted(installation);
+    EXPECT_FALSE(startsAndEnds(module)) << length;
+  }
+}
+
+TEST(LibrarySearch, LooksNeitherInTheCurrentFolderNorInTheSystems) {
+  const Installation installation;
+  const fs::path module = installation.put("bin", kModuleFile);
+  const PlantedRuntimes planted(installation);
+  EXPECT_FALSE(startsAndEnds(module));
+}
+
 TEST(ModuleLifetime, NestedStartsBindOnceAndReleaseAtTheLastEnd) {
   const Installation installation;
   const LoadedModule module(installation.put("app", kModuleFile));

@@ -3,25 +3,12 @@
 
 #include "every_slot.h"
 #include "installed_module.h"
-
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
+#include "support/may_leak.h"
 
 namespace vexa::test {
 namespace {
 
 using testing::IsEmpty;
-
-// What an import opens stays open for the life of the process, which is longer than that of the
-// module here; and what a table made stays when the table that would release it is not bound.
-struct MayLeak {
-#ifdef __SANITIZE_ADDRESS__
-  __lsan::ScopedDisabler disabler;
-#else
-  MayLeak() {}
-#endif
-};
 
 // The built module, loaded from a folder where it finds no runtime.
 class UnboundModule : public testing::Test {
@@ -29,6 +16,8 @@ class UnboundModule : public testing::Test {
   void TearDown() override { EXPECT_EQ(spy.boundInterfaces(), 0); }
 
   Answers callEverything() {
+    // What an import opens stays open for the life of the process, which is longer than that of the
+    // module here; and what a table made stays when the table that would release it is not bound.
     const MayLeak here;
     Answers answers = callEverySlot(lookup, spy);
     answers.merge(createEveryClass(lookup, spy));
