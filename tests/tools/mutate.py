@@ -30,7 +30,7 @@ BUILD = COPY / "build" / "mutate"
 FOLDERS = ("base", "collections", "json", "webclient", "monitor", "certs", "pkcs12", "capi",
            "scrambler", "time", "runtime", "host")
 # Tests of other folders that look after a folder, too.
-ALSO = {"base": ("module",)}
+ALSO = {"base": ("module", "endtoend")}
 BAR = 0.95
 # How much longer than without an edit the tests may take; then they count as hanging.
 PATIENCE, LEAST_SECONDS = 4, 20
