@@ -64,10 +64,12 @@ class MonitorLoop {
 void watch(Options& options, uint32_t seconds) {
   const Module module(options.module);
   const auto monitor = module.make<vexa::IClientMonitor>();
+  // From here on Ctrl-C ends the loop and not the program.
+  MonitorLoop loop(*monitor.get(), seconds, options.output);
   options.output.done({{"watchingEverySeconds", seconds}},
                       "watching the network every " + std::to_string(seconds) + " s (Ctrl-C ends)");
   options.output.flush();
-  MonitorLoop(*monitor.get(), seconds, options.output).run();
+  loop.run();
 }
 
 }  // namespace

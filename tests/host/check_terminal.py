@@ -1,0 +1,180 @@
+#!/usr/bin/env python3
+"""What vexahost does with a terminal, with signals, with a full disk and where there is no Windows.
+
+check_terminal.py [--report FILE] -- COMMAND...
+
+COMMAND starts the host. Exit status 0: every check passed. FILE receives the counts.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import pty
+import select
+import signal
+import subprocess
+import sys
+import tempfile
+import termios
+import urllib.error
+import urllib.request
+
+from check_host import Checks, Host
+from counts import write_counts
+from pki import PASSWORD, make_chain
+
+SECONDS = 60
+
+
+def read_until(descriptor, wanted):
+    """What comes until `wanted` is in it, or nothing more does."""
+    text = b""
+    while wanted not in text and select.select([descriptor], [], [], SECONDS)[0]:
+        try:
+            piece = os.read(descriptor, 4096)
+        except OSError:  # the other side is closed
+            break
+        if not piece:
+            break
+        text += piece
+    return text
+
+
+def type_password(command, folder, arguments, password):
+    """Runs the host on a terminal and types the password when it asks. (status, what it showed,
+    whether it showed what is typed while it waited)."""
+    terminal, other = pty.openpty()
+    with subprocess.Popen([*command, *arguments], cwd=folder, stdin=other, stdout=other,
+                          stderr=other) as process:
+        shown = read_until(terminal, b": ")
+        echoes = bool(termios.tcgetattr(other)[3] & termios.ECHO)
+        os.write(terminal, password.encode() + b"\n")
+        os.close(other)
+        shown += read_until(terminal, b"\0")
+        status = process.wait(SECONDS)
+    os.close(terminal)
+    return status, shown.decode(errors="replace"), echoes
+
+
+def check_passwords(checks, host, folder):
+    make_chain(folder)
+    host.run("p12", "create", "--key", "jane.key", "--cert", "jane.pem", "--cert", "ca.pem",
+             "--name", "Jane", "--out", "jane.p12", "--password-file", "pw")
+    checks.expect("there is a file to open", (folder / "jane.p12").is_file(), host.said)
+    status, shown, echoes = type_password(host.command, folder, ["p12", "open", "jane.p12"],
+                                          PASSWORD)
+    checks.expect("a typed password opens a file", status == 0 and "Jane" in shown, shown)
+    checks.expect("nobody sees it", not echoes and PASSWORD not in shown, shown)
+    status, shown, _ = type_password(host.command, folder, ["p12", "open", "jane.p12"], "wrong")
+    checks.expect("a wrong one gives status 4", status == 4, (status, shown))
+    status, _ = host.run("p12", "open", "jane.p12", "--password-stdin", text="")
+    checks.expect("no line at all gives status 4", status == 4, status)
+    status, text = host.run("p12", "open", "jane.p12", "--password-stdin", text=PASSWORD + "\n")
+    checks.expect("a line from a program will do", status == 0 and "Jane" in text, text)
+
+
+def watch(command, folder, *arguments):
+    """`monitor` until it says that it watches, then Ctrl-C. (status, what it said)."""
+    with subprocess.Popen([*command, *arguments], cwd=folder, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as process:
+        first = process.stdout.readline().decode()
+        process.send_signal(signal.SIGINT)
+        rest = process.stdout.read().decode()
+        return process.wait(SECONDS), first + rest
+
+
+def check_monitor(checks, host, folder):
+    status, text = watch(host.command, folder, "monitor", "--interval", "3600")
+    checks.expect("monitor watches until Ctrl-C", status == 0 and
+                  text == "watching the network every 3600 s (Ctrl-C ends)\n", (status, text))
+    status, text = watch(host.command, folder, "--json", "monitor", "--interval", "7")
+    checks.expect("monitor --json tells how often it looks", status == 0 and
+                  json.loads(text.splitlines()[0]) == {"watchingEverySeconds": 7}, (status, text))
+    status, _ = host.run("monitor", "--interval", "0")
+    checks.expect("monitor looks at most once a second", status == 2, status)
+
+
+def check_stores(checks, host):
+    """Where there are no Windows stores."""
+    status, _ = host.run("capi", "list")
+    checks.expect("capi list gives status 6", status == 6, status)
+    status, _ = host.run("capi", "import", "jane.p12", "--container", "c", "--password-file", "pw",
+                         "--check-root")
+    checks.expect("capi import does not pretend", status != 0, status)
+    status, _ = host.run("capi", "import", "jane.p12", "--container", "c", "--password-file",
+                         "wrong")
+    checks.expect("capi import with a wrong password gives status 4", status == 4, status)
+    status, _ = host.run("capi", "delete", "--container", "c", "--issuer", "CN=Test Root")
+    checks.expect("what is not there is deleted already", status == 0, status)
+    status, _ = host.run("capi", "delete")
+    checks.expect("capi delete wants to know what", status == 2, status)
+
+
+def check_output(checks, host):
+    with open("/dev/full", "wb") as full:
+        status = subprocess.run([*host.command, "lists"], stdout=full, stderr=subprocess.DEVNULL,
+                                check=False, timeout=SECONDS).returncode
+    checks.expect("a full disk gives status 5", status == 5, status)
+    status, text = host.run("--version")
+    checks.expect("--version is four lines for people", status == 0 and
+                  [line.split()[0] for line in text.splitlines()] ==
+                  ["vexahost", "module", "runtime", "with"], text)
+    status, text = host.run("proxy", "http://a.example/", "--why")
+    checks.expect("proxy says how it decided", status == 0 and "direct" in text and
+                  "GetIEUserSettingProxy" in host.error, host.error)
+    status, text = host.run("--json", "proxy", "http://a.example/", "--why")
+    checks.expect("proxy --json, too", status == 0 and json.loads(text)["why"], text)
+
+
+def fetch(url):
+    """The body of the answer, whatever its status."""
+    try:
+        with urllib.request.urlopen(url, timeout=SECONDS) as answer:
+            return answer.read().decode()
+    except urllib.error.HTTPError as error:
+        return error.read().decode()
+
+
+def check_endpoint_texts(checks, host, folder):
+    """Bytes of a URL that are no UTF-8 do not spoil the JSON that tells of them."""
+    ready = folder / "ready"
+    with subprocess.Popen([*host.command, "serve", "--port", "0", "--ready-file", str(ready)],
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT) as process:
+        process.stdout.readline()
+        process.stdout.readline()
+        port = json.loads(ready.read_text())["port"]
+        for sent, shown in [("%C3%A4", "ä"), ("%E2%82%AC", "€"), ("%F0%9F%98%80", "😀"),
+                            ("%FF", "�"), ("%C3", "�"), ("%E0%80%80", "���"),
+                            ("%ED%A0%80", "���"), ("%F4%90%80%80", "����")]:
+            body = fetch(f"http://127.0.0.1:{port}/v1/echo?x=a{sent}b")
+            checks.expect(f"{sent} is told as {shown}", f"a{shown}b" in
+                          json.dumps(json.loads(body), ensure_ascii=False), body)
+        process.send_signal(signal.SIGINT)
+        process.stdout.read()
+        checks.expect("the endpoint ends well", process.wait(SECONDS) == 0, process.returncode)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--report", type=pathlib.Path)
+    parser.add_argument("command", nargs="+")
+    arguments = parser.parse_args()
+    checks = Checks()
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        host = Host(arguments.command, folder)
+        check_passwords(checks, host, folder)
+        check_monitor(checks, host, folder)
+        check_stores(checks, host)
+        check_output(checks, host)
+        check_endpoint_texts(checks, host, folder)
+    print(f"{checks.passed} passed, {checks.failed} failed")
+    if arguments.report:
+        write_counts(arguments.report, checks.passed, checks.failed)
+    sys.exit(1 if checks.failed else 0)
+
+
+if __name__ == "__main__":
+    main()
