@@ -149,8 +149,9 @@ void requireWanted(const Case& wanted, X509* made) {
   std::string serial(static_cast<size_t>(BN_num_bytes(number.get())), '\0');
   BN_bn2bin(number.get(), reinterpret_cast<unsigned char*>(serial.data()));
   require(wanted.serial.empty() || serial == significant(wanted.serial), "the serial number");
+  bool isRead = false;
   const OpenSsl<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> purposes(
-      extension<EXTENDED_KEY_USAGE>(made, NID_ext_key_usage));
+      extension<EXTENDED_KEY_USAGE>(made, NID_ext_key_usage, isRead));
   const int count = purposes != nullptr ? sk_ASN1_OBJECT_num(purposes.get()) : 0;
   require(static_cast<size_t>(count) == wanted.purposes.size(), "as many purposes");
   for (int i = 0; i < count; ++i) {

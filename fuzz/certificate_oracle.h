@@ -199,18 +199,26 @@ inline void requireSameName(runtime::Name* name, const X509_NAME* expected) {
 
 // --- Extensions ---
 
+// The extension as OpenSSL reads it: null when there is none, and when it does not like what an
+// element of it holds; `isRead` tells which.
 template <class T>
-T* extension(const X509* certificate, int nid) {
+T* extension(const X509* certificate, int nid, bool& isRead) {
+  ERR_clear_error();
   int critical = 0;
   auto* const read = static_cast<T*>(X509_get_ext_d2i(certificate, nid, &critical, nullptr));
   require(critical != -2, "no extension stands twice");
-  require((read == nullptr) == (critical == -1), "an extension that can be read");
+  isRead = read != nullptr || critical == -1;
+  require(isRead || !isRefusedForItsForm(), "an extension that can be read");
   return read;
 }
 
 inline void requireSameKeyUsage(const uint8_t* flags, const X509* certificate) {
+  bool isRead = false;
   const OpenSsl<ASN1_BIT_STRING, ASN1_BIT_STRING_free> bits(
-      extension<ASN1_BIT_STRING>(certificate, NID_key_usage));
+      extension<ASN1_BIT_STRING>(certificate, NID_key_usage, isRead));
+  if (!isRead) {
+    return;
+  }
   require((flags == nullptr) == (bits == nullptr), "key usage, or none");
   for (int i = 0; bits != nullptr && i < runtime::kKeyUsageFlags; ++i) {
     require(flags[i] == ASN1_BIT_STRING_get_bit(bits.get(), i), "the same key usage");
@@ -218,8 +226,12 @@ inline void requireSameKeyUsage(const uint8_t* flags, const X509* certificate) {
 }
 
 inline void requireSamePurposes(const runtime::ExtendedKeyUsage* usage, const X509* certificate) {
+  bool isRead = false;
   const OpenSsl<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> purposes(
-      extension<EXTENDED_KEY_USAGE>(certificate, NID_ext_key_usage));
+      extension<EXTENDED_KEY_USAGE>(certificate, NID_ext_key_usage, isRead));
+  if (!isRead) {
+    return;
+  }
   const int count = purposes != nullptr ? sk_ASN1_OBJECT_num(purposes.get()) : 0;
   for (int i = 0; i < count; ++i, usage = usage->next) {
     const ASN1_OBJECT* const expected = sk_ASN1_OBJECT_value(purposes.get(), i);
@@ -233,8 +245,12 @@ inline void requireSamePurposes(const runtime::ExtendedKeyUsage* usage, const X5
 
 inline void requireSameConstraints(const velmora::CertificateObject& read,
                                    const X509* certificate) {
+  bool isRead = false;
   const OpenSsl<BASIC_CONSTRAINTS, BASIC_CONSTRAINTS_free> constraints(
-      extension<BASIC_CONSTRAINTS>(certificate, NID_basic_constraints));
+      extension<BASIC_CONSTRAINTS>(certificate, NID_basic_constraints, isRead));
+  if (!isRead) {
+    return;
+  }
   require(read.basicConstraints.has_value() == (constraints != nullptr), "constraints, or none");
   if (constraints != nullptr) {
     require((read.basicConstraints->cA != 0) == (constraints->ca != 0), "a CA, or not");
