@@ -83,6 +83,9 @@ TEST_F(HttpRequest, BodiesOf1048576BytesPassAndOneMoreIsBlocked) {
       "[BLOCK] Request blocked. Body too large: 1048577 bytes (accepted: 1048576 bytes)"));
   renew();
   EXPECT_EQ(request.parse("POST / HTTP/1.1\r\n\r\n" + std::string(1048577, 'b')), kFail);
+  renew();
+  EXPECT_EQ(request.parse("POST / HTTP/1.1\r\n\r\n" + std::string(1048576, 'b')), kOk)
+      << "bytes that nobody announced, up to the limit";
 }
 
 // The pending bytes grow by exactly what came, and nothing else is asked of the heap.
@@ -168,6 +171,15 @@ TEST_F(HttpRequest, LookUpsNeedANameAndAPlace) {
   EXPECT_EQ(request.getHeader(nullptr, &value), kFail);
   EXPECT_EQ(request.getQueryParameter("x", nullptr), kFail);
   EXPECT_EQ(request.getQueryParameter(nullptr, &value), kFail);
+}
+
+TEST_F(HttpRequest, ANameThatCannotBeNormalisedIsReportedAsShortMemory) {
+  ASSERT_EQ(request.parse("GET /a?x=1 HTTP/1.1\r\nOrigin: o\r\n\r\n"), kOk);
+  spy.strings.Normalise = [](runtime::StringObject*) -> int32_t { return kFail; };
+  char* value = nullptr;
+  EXPECT_EQ(request.getHeader("Origin", &value), kOutOfMemory);
+  EXPECT_EQ(request.getQueryParameter("x", &value), kOutOfMemory);
+  EXPECT_EQ(value, nullptr);
 }
 
 // --- Memory ---

@@ -93,6 +93,14 @@ TEST_F(HttpResponse, TheDumpStandsBetweenTwoBanners) {
   EXPECT_THAT(spy.traceTexts(4), testing::ElementsAre(banner, text, banner));
 }
 
+TEST_F(HttpResponse, ALengthThatIsAsItWasCountedIsNotTold) {
+  spy.setTraceLevel(3);
+  EXPECT_EQ(response.addHeader("A", "b"), kOk);
+  EXPECT_EQ(response.setBody("body"), kOk);
+  (void)serialise();
+  EXPECT_THAT(spy.traceTexts(1), testing::IsEmpty());
+}
+
 // --- Memory ---
 
 TEST_F(HttpResponse, AHeaderListThatCannotGrowIsEmptyAfterwards) {
