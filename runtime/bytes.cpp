@@ -52,6 +52,11 @@ void wipe(void* block, size_t length) {
   }
 }
 
+[[gnu::noinline]] void wipeStack() {
+  uint8_t room[2048];
+  wipe(room, sizeof(room));
+}
+
 Bytes& Bytes::operator=(Bytes&& other) noexcept {
   if (this != &other) {
     reset();

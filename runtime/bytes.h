@@ -19,6 +19,9 @@ int compareBytes(ByteView a, ByteView b);
 
 // Overwrites with zeros in a way that the compiler keeps.
 void wipe(void* block, size_t length);
+// Overwrites what functions that have returned left on the stack below the caller: libgcrypt's
+// digests of one call keep their result there.
+void wipeStack();
 
 inline ByteView viewOf(const runtime::ByteBuffer& buffer) {
   return {buffer.data, static_cast<size_t>(buffer.length)};

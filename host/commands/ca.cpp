@@ -251,6 +251,9 @@ void issue(Options& options, IssueRequest& request) {
   }
   const runtime::PublicKey* const key =
       like ? like->table->GetPublicKey(like.get()) : &made.key->publicKey;
+  if (key == nullptr) {
+    throw HostError(request.like + ": holds no public key", ExitStatus::kInput);
+  }
   VEXAHOST_SET(draft, velmora_certificate_set_public_key, "the key", ExitStatus::kInput, key);
   setUsage(module, draft, request, *key);
   VEXAHOST_SET(draft, velmora_certificate_sign, "signing", ExitStatus::kInput, issuer.key.get(),

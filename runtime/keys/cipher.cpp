@@ -58,6 +58,7 @@ void spreadDesKey(const uint8_t* seven, uint8_t* eight) {
 bool makeWorkKey(const CipherAlgorithm& algorithm, ByteView key, WorkKey& out) {
   if (isStreamCipher(algorithm)) {
     gcry_md_hash_buffer(GCRY_MD_SHA256, out.bytes, key.data(), key.size());
+    wipeStack();
   } else if (key.size() != algorithm.keyBits / 8) {
     return false;
   } else if (key.size() < algorithm.keyBytes) {

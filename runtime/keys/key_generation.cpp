@@ -64,7 +64,7 @@ int32_t generateRsaKey(uint32_t bits, bool allowShort, bool allowUneven, runtime
   if (!pair || !writeRsaPrivateKey(pair.get(), bits, privateBytes)) {
     return kFail;
   }
-  return makeKeyPair({kRsaEncryption.content(), kNoParameters}, std::move(privateBytes), out);
+  return makeKeyPair({kRsaEncryption.content(), kNoParameters}, privateBytes, out);
 }
 
 int32_t generateEcKey(const char* name, runtime::KeyObject** out) {
@@ -90,9 +90,9 @@ int32_t generateEcKey(const char* name, runtime::KeyObject** out) {
   writeEcPrivateKey(*curve, secret.view(), point.view(), privateBytes);
   Bytes parameters;
   DerWriter(parameters).objectId(curve->objectId);
-  return parameters.failed() ? kOutOfMemory
-                             : makeKeyPair({kEcPublicKey.content(), parameters.view()},
-                                           std::move(privateBytes), out);
+  return parameters.failed()
+             ? kOutOfMemory
+             : makeKeyPair({kEcPublicKey.content(), parameters.view()}, privateBytes, out);
 }
 
 }  // namespace vexa::velmora

@@ -123,6 +123,7 @@ int32_t derivePkcs12(int digest, KeyPurpose purpose, const DerivationInput& inpu
   }
   wipe(result, sizeof(result));
   wipe(repeated, sizeof(repeated));
+  wipeStack();
   return kOk;
 }
 

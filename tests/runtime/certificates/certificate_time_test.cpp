@@ -33,7 +33,9 @@ TEST(CertificateTime, BothTypesAreRead) {
         TimeCase{kUtcTime, "490031235959Z", nullptr},
         TimeCase{kUtcTime, "491200235959Z", nullptr},
         TimeCase{kUtcTime, "491232235959Z", nullptr},
+        TimeCase{kUtcTime, "490230235959Z", nullptr},  // no day of the calendar
         TimeCase{kUtcTime, "491231245959Z", nullptr},
+        TimeCase{kUtcTime, "491231235960Z", nullptr},
         TimeCase{kUtcTime, "491231236059Z", nullptr},
         TimeCase{kUtcTime, "491231235961Z", nullptr},
         TimeCase{kGeneralizedTime, "491231235959Z", nullptr},

@@ -1,148 +1,19 @@
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cstring>
-#include <fstream>
-#include <sstream>
-#include <vector>
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/keys/own_memory.h"
+#include "runtime/keys/secret_pieces.h"
 
 // Whether anything of a private key is left in the process when the key is gone. Reads the
 // process's memory as the system shows it.
 namespace vexa::test {
 namespace {
 
-constexpr size_t kPieceLength = 16;
-constexpr size_t kPageLength = 4096;
-using Piece = std::array<uint8_t, kPieceLength>;
-
-// Pieces of numbers, as bytes and as the limbs that arithmetic works on. They and the memory that
-// is searched are kept inverted, so that the search does not find itself.
-class Pieces {
- public:
-  Pieces() : begins_(1 << 16) {}
-
-  void add(const uint8_t* number, uint64_t length) {
-    for (uint64_t at = 8; at + kPieceLength <= length; at += kPieceLength) {
-      Piece forwards;
-      Piece backwards;
-      for (size_t i = 0; i < kPieceLength; ++i) {
-        const auto inverted = static_cast<uint8_t>(~number[at + i]);
-        forwards[i] = inverted;
-        backwards[kPieceLength - 1 - i] = inverted;
-      }
-      add(forwards);
-      add(backwards);
-    }
-  }
-
-  size_t count() const { return pieces_.size(); }
-
-  // How often a piece begins here, in inverted bytes of which `count` can be its first.
-  int countIn(const uint8_t* inverted, size_t count) const {
-    int found = 0;
-    for (const uint8_t* at = inverted; at != inverted + count; ++at) {
-      if (begins_[beginOf(at)]) {
-        found += static_cast<int>(std::count_if(
-            pieces_.begin(), pieces_.end(),
-            [at](const Piece& piece) { return std::equal(piece.begin(), piece.end(), at); }));
-      }
-    }
-    return found;
-  }
-
- private:
-  static size_t beginOf(const uint8_t* bytes) {
-    return static_cast<size_t>(bytes[0] << 8 | bytes[1]);
-  }
-
-  void add(const Piece& piece) {
-    pieces_.push_back(piece);
-    begins_[beginOf(piece.data())] = 1;
-  }
-
-  std::vector<Piece> pieces_;
-  std::vector<uint8_t> begins_;  // by the first two bytes: whether a piece begins so
-};
-
-// What the system shows of the memory of this process. The window that moves over it lies in shared
-// memory, of which there is no other and which is not searched.
-class OwnMemory {
- public:
-  OwnMemory()
-      : file_(open("/proc/self/mem", O_RDONLY | O_CLOEXEC)),
-        window_(static_cast<uint8_t*>(mmap(nullptr, kWindowLength, PROT_READ | PROT_WRITE,
-                                           MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
-  OwnMemory(const OwnMemory&) = delete;
-  OwnMemory& operator=(const OwnMemory&) = delete;
-  ~OwnMemory() {
-    munmap(window_, kWindowLength);
-    close(file_);
-  }
-
-  // How often the pieces stand in what can be written.
-  int count(const Pieces& pieces) {
-    int found = 0;
-    for (const auto& [start, end] : writableRanges()) {
-      std::fill_n(window_, kOverlap, uint8_t{0});
-      for (uint64_t at = start; at != end && readPage(at); at += kPageLength) {
-        found += isZero_ ? 0 : pieces.countIn(window_, kPageLength);
-      }
-    }
-    return found;
-  }
-
- private:
-  static constexpr size_t kOverlap = kPieceLength - 1;
-  static constexpr size_t kWindowLength = kOverlap + kPageLength;
-  static constexpr uint64_t kMaxRange = 256 << 20;  // above: the shadow of a sanitizer
-
-  static std::vector<std::pair<uint64_t, uint64_t>> writableRanges() {
-    std::vector<std::pair<uint64_t, uint64_t>> ranges;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-      uint64_t start = 0;
-      uint64_t end = 0;
-      char dash = 0;
-      std::string rights;
-      std::istringstream fields(line);
-      fields >> std::hex >> start >> dash >> end >> rights;
-      if (rights.starts_with("rw-p") && end - start <= kMaxRange) {
-        ranges.emplace_back(start, end);
-      }
-    }
-    return ranges;
-  }
-
-  // Moves the window on to the page at this address. No secret lies in a page of zeros.
-  bool readPage(uint64_t address) {
-    static constexpr std::array<uint8_t, kPageLength> kZeros{};
-    std::copy_n(window_ + kPageLength, kOverlap, window_);
-    uint8_t* const page = window_ + kOverlap;
-    if (pread(file_, page, kPageLength, static_cast<off_t>(address)) !=
-        static_cast<ssize_t>(kPageLength)) {
-      return false;
-    }
-    isZero_ = std::memcmp(page, kZeros.data(), kPageLength) == 0;
-    for (size_t i = 0; i < kPageLength; ++i) {
-      page[i] = static_cast<uint8_t>(~page[i]);
-    }
-    return true;
-  }
-
-  const int file_;
-  uint8_t* const window_;  // inverted: the end of the last page, and a page
-  bool isZero_ = false;
-};
-
-int countInMemory(const Pieces& pieces) { return OwnMemory().count(pieces); }
-
 class KeySecretsTest : public CryptoTest {
  protected:
+  void SetUp() override;
+
   Pieces piecesOfRsa(const HeldKey& key) {
     Pieces pieces;
     runtime::RsaPrivateKey* numbers = nullptr;
@@ -205,6 +76,18 @@ class KeySecretsTest : public CryptoTest {
     ASSERT_EQ(bags->bag->key->key.length, length);
   }
 };
+
+// Everything once with another key: when a function is called for the first time, the system's
+// loader saves the registers, with whatever they hold, on the stack.
+void KeySecretsTest::SetUp() {
+  CryptoTest::SetUp();
+  HeldKey other;
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, other.put()), kOk);
+  signWith(other);
+  passThroughFile(other);
+  ASSERT_EQ(velmora_key_generate_ec("P-256", other.put()), kOk);
+  signWith(other);
+}
 
 TEST_F(KeySecretsTest, NothingOfAnRsaKeyIsLeftBehind) {
   HeldKey key;
