@@ -57,6 +57,18 @@ TEST_F(Certificates, FindOrAddTwiceGivesTheSameWrapper) {
   EXPECT_EQ(call<uint32_t>(second, 2), 1u);
 }
 
+TEST_F(Certificates, EveryWrapperIsFoundAgainNotTheFirstAlone) {
+  void* const first = findOrAdd(samples.jane);
+  void* const second = findOrAdd(samples.root);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(findOrAdd(samples.root), second);
+  EXPECT_EQ(findOrAdd(samples.jane), first);
+  EXPECT_EQ(count(), 2u);
+  for (void* const wrapper : {first, first, second, second}) {
+    call<uint32_t>(wrapper, 2);
+  }
+}
+
 TEST_F(Certificates, AnotherObjectOfEqualContentGivesTheFirstWrapper) {
   Certificate* const equal = decodeAgain(samples.jane);
   void* first = findOrAdd(samples.jane);
