@@ -135,6 +135,9 @@ class IssueTest : public BuilderTest {
     EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kOk);
     return made;
   }
+  static std::string encodingOf(const OwnedCertificate& certificate) {
+    return bytesOf(certificate->table->GetEncoding(certificate.get()));
+  }
   void expectRefused(const OwnedCertificate& certificate, const HeldKey& with,
                      runtime::Certificate* issuer, const char* reason) {
     EXPECT_EQ(velmora_certificate_sign(certificate.get(), with.get(), issuer), kInvalidArgument);
@@ -169,6 +172,15 @@ TEST_F(IssueTest, TheIssuerMustBeAnAuthorityThatMayIssue) {
   expectRefused(further, key, last.get(), "the issuer's path length allows no further authority");
   const OwnedCertificate leaf = prepared("CN=x");
   EXPECT_EQ(velmora_certificate_sign(leaf.get(), key.get(), last.get()), kOk);
+  // Revocation lists alone, behind a key usage of both.
+  std::string listsAlone = encodingOf(authority());
+  const size_t usage = listsAlone.find("\x03\x02\x01\x06");
+  ASSERT_NE(usage, std::string::npos);
+  listsAlone[usage + 3] = '\x02';
+  OwnedCertificate lists;
+  ASSERT_EQ(decode(listsAlone, lists.put()), kOk);
+  expectRefused(prepared("CN=x"), key, lists.get(),
+                "the issuer's key usage does not allow the signing of certificates");
   const OwnedCertificate unfinished = prepared("CN=CA");
   expectRefused(prepared("CN=x"), key, unfinished.get(),
                 "the issuer's certificate is not signed or has no name");

@@ -11,6 +11,21 @@ constexpr char kEcKey[] =
     "01a00a06082a8648ce3d030107a144034200046ff03b949241ce1dadd43519e6960e0a85b41a69a05c328103aa2bce"
     "1594ca163c4f753a55bf01dc53f6c0b0c7eee78b40c6ff7d25a96e2282b989cef71c144a";
 
+// The same key, encrypted with "secret": PBES2 with AES-256, and the scheme of PKCS#12.
+constexpr char kAesKey[] =
+    "3081eb305606092a864886f70d01050d3049302806092a864886f70d01050c301b0408be4c8776a5567cfe02"
+    "0102300c06082a864886f70d02090500301d060960864801650304012a0410077f9de85ebf8411e43c10cfa9"
+    "03b31c04819002fe3f96c5a9b1536c921a7a3612273c93fa6f19564a84ba7cf2aaad614f8719029d09c335ff"
+    "b102a160c579047818b6a9c27046d1424c1926cedfd5818bbd98563ce5e24ad0c20d80df196089080c9ccf41"
+    "1fcd19608e78ba9000c9aa971703dd2f78da4a20c721fc9401d03ced4666dbadce25fa338ae1b7163476d91c"
+    "1576cdd1776b9d485a08069a93c6553f7ac7";
+constexpr char kTripleDesKey[] =
+    "3081b0301b060a2a864886f70d010c0103300d0408b5f469e5cbed41fe02010204819095d4650008508e6651"
+    "0a114560b120b5d0e1833424135a8000f63e7a2a36b4f9fad3dd49c36d97a8462b4173e0f98ef00ab60907be"
+    "f38e491cbf930f30b3831707562214a847666c46ee4d1eb1e6c0469987424c97ded98c4be3f0b11eda214cc4"
+    "d5e4c958f37ce9ed8d142f5a241e6ff568c69c88f4ccb868f172f61adc3b9042b6da477975404611a640186e"
+    "ed35e0";
+
 class KeyReaderTest : public CryptoTest {
  protected:
   int32_t read(const std::string& der, const char* password, HeldKey& key) {
@@ -75,6 +90,28 @@ TEST_F(KeyReaderTest, UnknownCurvesAndKindsAreToldApart) {
   EXPECT_NE(reason(), "(none)");
 }
 
+TEST_F(KeyReaderTest, EncryptedKeysOpenWithTheirPassword) {
+  HeldKey plain, key;
+  ASSERT_EQ(read(fromHex(kEcKey), nullptr, plain), kOk);
+  for (const char* hex : {kAesKey, kTripleDesKey}) {
+    ASSERT_EQ(read(fromHex(hex), "secret", key), kOk) << reason();
+    EXPECT_EQ(velmora_key_check_pair(key.get(), &plain->publicKey), kOk);
+    for (const char* wrong : {"other", "", static_cast<const char*>(nullptr)}) {
+      EXPECT_EQ(read(fromHex(hex), wrong, key), kAccessDenied);
+      EXPECT_EQ(reason(), "the password of the key is wrong or missing");
+      EXPECT_EQ(key.get(), nullptr);
+    }
+  }
+}
+
+TEST_F(KeyReaderTest, AnUnknownEncryptionIsToldApart) {
+  HeldKey key;
+  std::string other = fromHex(kTripleDesKey);
+  other[other.find("\x0c\x01\x03") + 2] = 9;
+  EXPECT_EQ(read(other, "secret", key), kNotImplemented);
+  EXPECT_EQ(reason(), "the key is encrypted in a way that is not known here");
+}
+
 TEST_F(KeyReaderTest, NullIsRefused) {
   HeldKey key;
   const runtime::ByteBuffer empty{};
@@ -114,6 +151,7 @@ TEST_F(Pkcs12ProblemTest, SaysWhatStandsInTheWay) {
   EXPECT_EQ(problemOf("", "secret"), kVelmoraNotPkcs12);
   EXPECT_EQ(problemOf("text", "secret"), kVelmoraNotPkcs12);
   EXPECT_EQ(problemOf(fromHex(samples::kLeaf), "secret"), kVelmoraNotPkcs12);
+  EXPECT_EQ(problemOf(fromHex(samples::kNoMacPfx), "secret"), kVelmoraPkcs12NoMac);
 }
 
 TEST_F(Pkcs12ProblemTest, NullIsRefused) {
