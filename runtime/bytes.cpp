@@ -13,8 +13,9 @@ constexpr size_t kFirstCapacity = 32;
 
 // memcpy and its like want valid pointers, even for no bytes.
 void copyBytes(uint8_t* target, ByteView source) {
-  // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): capacity means that there is a block
   if (!source.empty()) {
+    // Capacity means that there is a block.
+    // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker)
     std::memcpy(target, source.data(), source.size());
   }
 }
