@@ -12,9 +12,9 @@
 namespace {
 
 void showTime(const vexa::Module& module) {
-  const auto& time = module.list<vexa::TimeList>();
+  const auto& times = module.list<vexa::TimeList>();
   const uint64_t ticks =
-      time.ConvertTime(1, vexa::kUnixSecondsFormat, vexa::kFileTimeFormat);  // 1970-01-01 00:00:01
+      times.ConvertTime(1, vexa::kUnixSecondsFormat, vexa::kFileTimeFormat);  // 1970-01-01 00:00:01
   std::printf("file time: %llu\n", static_cast<unsigned long long>(ticks));
 }
 

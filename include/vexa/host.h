@@ -20,7 +20,7 @@
 //
 //   const auto module = vexa::Module::load("C:/Program Files/Example/bin");
 //   const auto url = module.make<vexa::IURLParser>();
-//   const auto& time = module.list<vexa::TimeList>();
+//   const auto& times = module.list<vexa::TimeList>();
 //
 // Functions that can fail come twice: load, list, make and table throw vexa::Error; those called
 // try... return a result code or null and work without exceptions.

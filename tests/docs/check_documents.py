@@ -65,6 +65,29 @@ def check_commands():
                 complain(root / "README.md", f"vexahost {name} is missing")
 
 
+def check_tree():
+    """The README names every folder of the tree, and no other."""
+    readme = (root / "README.md").read_text()
+    tree = re.search(r"^## The tree\n+```\n(.*?)^```", readme, re.M | re.S).group(1)
+    named = {name.split("/")[0] for line in tree.splitlines()
+             for name in re.findall(r"(?:^|  )(\w[\w/]*)/(?=\s|$)", line)}
+    there = {path.parent.name for path in root.glob("*/CMakeLists.txt")} | {"packaging"}
+    for name in sorted(named ^ there):
+        complain(root / "README.md", f"the tree: {name}/ is {'not there' if name in named else 'missing'}")
+
+
+def check_built_before():
+    """What the README starts from a build folder was built by a line above it."""
+    for block in re.findall(r"^```sh\n(.*?)^```", (root / "README.md").read_text(), re.M | re.S):
+        built = {}
+        for line in (line.partition("#")[0].split() for line in block.splitlines()):
+            if line[:2] == ["./dev", "build"]:
+                built.setdefault(line[2], []).append(line[3:])
+            for preset, program in re.findall(r"build/(\w+)/(?:bin|tests)/([\w]+)", " ".join(line)):
+                if not any(not targets or program in targets for targets in built.get(preset, [])):
+                    complain(root / "README.md", f"nothing built {program} ({preset}) before it runs")
+
+
 documents = [root / "README.md", *sorted((root / "docs").rglob("*.md"))]
 for document in documents:
     check_links(document)
@@ -72,5 +95,7 @@ sdk = read_sdk(root / "include")
 check_slots(sdk)
 check_names(sdk)
 check_commands()
+check_tree()
+check_built_before()
 print("\n".join(problems) or f"{len(documents)} documents agree with the sources")
 sys.exit(1 if problems else 0)
