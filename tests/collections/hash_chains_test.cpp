@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "collections/hash_helpers.h"
+#include "collections/text_table.h"
 #include "support/module_fixture.h"
 
 // Chains as the module's own tables use them: without an array as long as there are few entries.
@@ -14,6 +15,7 @@ namespace vexa::test {
 namespace {
 
 using collections::HashChains;
+using collections::TextTable;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -131,6 +133,29 @@ TEST_F(Chains, AnArrayThatCannotBeIsNotMade) {
     EXPECT_EQ(chains.spread(), kOutOfMemory);
     EXPECT_EQ(spy.liveBlocks(), 0);
   }
+}
+
+// --- Tables of texts ---
+
+TEST_F(Chains, CopiedTextsOutliveTheirSource) {
+  TextTable table(TextTable::Items::kCopied, 31);
+  char key[] = "key";
+  char value[] = "value";
+  ASSERT_EQ(table.put(key, value), kOk);
+  EXPECT_EQ(spy.liveBlocks(), 3) << "the entry and both texts";
+  key[0] = value[0] = 'x';
+  EXPECT_STREQ(table.find("key"), "value");
+  EXPECT_STREQ(table.keyAt(0), "key");
+}
+
+TEST_F(Chains, BorrowedTextsAreTheirSource) {
+  TextTable table(TextTable::Items::kBorrowed, 31);
+  const char key[] = "key";
+  const char value[] = "value";
+  ASSERT_EQ(table.put(key, value), kOk);
+  EXPECT_EQ(spy.liveBlocks(), 1) << "the entry alone";
+  EXPECT_EQ(table.find("key"), value);
+  EXPECT_EQ(table.keyAt(0), key);
 }
 
 }  // namespace

@@ -90,6 +90,12 @@ TEST_F(HashTable, CreationChecksItsArguments) {
   EXPECT_EQ(makeEx(0, 0xFFFF, 1), kInvalidArgument);
 }
 
+TEST_F(HashTable, TheFirstAddressThatIsNoTypeCodeIsAHelper) {
+  // Nobody is there, and an empty table asks nobody.
+  ASSERT_EQ(makeEx(0, 0x10000, 0x10000), kOk);
+  EXPECT_NE(table, nullptr);
+}
+
 TEST_F(HashTable, WithoutMemoryTheResultIs0AndTheTableNull) {
   for (const uint64_t n : {1u, 2u}) {
     allocation_gate::failAt(n, true);
