@@ -199,6 +199,33 @@ TEST_F(ClassRegistryTest, TheKeptListIsReleasedAtTheEndAndBoundAfreshAfterwards)
   }
 }
 
+TEST_F(ClassRegistryTest, KeptListsAreReleasedLastToFirst) {
+  const std::vector<std::string> names = {"first", "second", "third"};
+  std::vector<ClassFactoryList> lists(names.size(), spy.component.list);
+  for (size_t i = 0; i < names.size(); ++i) {
+    spy.addInterface(names[i].c_str(), kClassFactoryListName, &lists[i]);
+    EXPECT_EQ(classFactories().GetFactory(names[i].c_str(), true), &lists[i]);
+  }
+  spy.clearRootCalls();
+  stop();
+  std::vector<std::string> released;
+  for (const test::RootCall& call : spy.rootCalls()) {
+    if (call.name == kClassFactoryListName) {
+      released.push_back(call.component.value_or(""));
+    }
+  }
+  EXPECT_THAT(released, ElementsAre("third", "second", "first"));
+}
+
+TEST_F(ClassRegistryTest, TheRegistryRegistersWithItsFirstKeptListAlone) {
+  ClassFactoryList second = spy.component.list;
+  spy.addInterface("second", kClassFactoryListName, &second);
+  ASSERT_NE(classFactories().GetFactory(kOther, true), nullptr);
+  const int64_t nodes = test::allocation_gate::liveProcessBlocks();
+  ASSERT_NE(classFactories().GetFactory("second", true), nullptr);
+  EXPECT_EQ(test::allocation_gate::liveProcessBlocks(), nodes);
+}
+
 TEST_F(ClassRegistryTest, WithoutTheKeepFlagNothingIsCached) {
   const ClassFactoryList* theirs = classFactories().GetFactory(kOther, false);
   ASSERT_NE(theirs, nullptr);
@@ -227,6 +254,15 @@ TEST_F(ClassRegistryTest, RoutingTriesTheModulesOwnClassesFirst) {
   EXPECT_EQ(RouteCreateInstance("routecomponent", "test.routed", &kAnyId, &out), kOk);
   EXPECT_NE(out, nullptr);
   EXPECT_THAT(spy.rootCallNames(), Not(Contains("ClassFactory.1")));
+}
+
+TEST_F(ClassRegistryTest, APositiveResultOfTheModulesOwnClassesIsTheResult) {
+  static FactoryRecord positive{"positivecomponent", "test.positive",
+                                [](const Guid*, void**) { return kFalse; }};
+  spy.addInterface("positivecomponent", kClassFactoryListName, &spy.component.list);
+  void* out = nullptr;
+  EXPECT_EQ(RouteCreateInstance("positivecomponent", "test.positive", &kAnyId, &out), kFalse);
+  EXPECT_TRUE(spy.component.creations.empty()) << "the component itself was not asked";
 }
 
 TEST_F(ClassRegistryTest, KeepingAListSurvivesEveryFailedAllocation) {

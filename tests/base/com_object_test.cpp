@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/event.h"
+#include "base/thread.h"
 #include "support/module_fixture.h"
 #include "support/slot.h"
 #include "support/sweep.h"
@@ -357,15 +359,37 @@ TEST_F(ContainerTest, AFailedAppendChangesNothing) {
 
 // --- Locks ---
 
+struct Entry {
+  CriticalSection& section;
+  Event entered;
+};
+DWORD WINAPI enter(void* argument) {
+  auto* const entry = static_cast<Entry*>(argument);
+  { const ScopedLock lock(entry->section); }
+  entry->entered.Signal();
+  return 0;
+}
+
+// A section that was entered once more than left lets no other thread in.
 TEST(ScopedLock, LockingTwiceEntersOnce) {
   StaticCriticalSection section;
-  ScopedLock outer(section);
-  outer.Lock();
-  outer.Unlock();
-  outer.Unlock();
+  ScopedLock lock(section);
+  lock.Lock();
+  lock.Unlock();
+  lock.Unlock();
   ScopedLock idle(section, false);
   idle.Lock();
-  ScopedLock nested(section);  // re-entrant for its owner
+  idle.Lock();
+  {
+    const ScopedLock nested(section);  // re-entrant for its owner
+  }
+  idle.Unlock();
+  Entry entry{section, {}};
+  Thread other;
+  Thread::Start(&other, enter, &entry);
+  constexpr uint32_t kLong = 60'000;
+  EXPECT_TRUE(entry.entered.Wait(kLong));
+  EXPECT_TRUE(other.Wait(kLong));
 }
 
 }  // namespace

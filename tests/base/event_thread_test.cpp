@@ -3,6 +3,10 @@
 #include "base/event.h"
 #include "base/thread.h"
 
+#if !defined(_WIN32)
+#include "pal/posix/counters.h"
+#endif
+
 namespace vexa::base {
 namespace {
 
@@ -42,11 +46,13 @@ TEST(Event, SignalIsSlot0OfISignal) {
 struct Meeting {
   Event entered;
   Event mayLeave;
+  Event left;
 };
 DWORD WINAPI meet(void* argument) {
   auto* const meeting = static_cast<Meeting*>(argument);
   meeting->entered.Signal();
   meeting->mayLeave.Wait(INFINITE);
+  meeting->left.Signal();
   return 0;
 }
 
@@ -84,18 +90,24 @@ TEST(Thread, TerminateEndsItByForceAndKeepsTheId) {
   EXPECT_EQ(thread.handle(), nullptr);
   EXPECT_EQ(thread.id(), id);
   EXPECT_FALSE(thread.Wait(0));
+  meeting.mayLeave.Signal();
+  constexpr uint32_t kMoreThanItTakesToLeave = 200;
+  EXPECT_FALSE(meeting.left.Wait(kMoreThanItTakesToLeave)) << "it runs no more";
+  EXPECT_TRUE(meeting.mayLeave.Wait(0)) << "and took no signal";
 }
 
-TEST(Thread, ADetachedThreadRunsWithoutAHolder) {
+TEST(Thread, ADetachedThreadRunsWithoutAHolderAndLeavesNoHandleOpen) {
   Meeting meeting;
-  meeting.mayLeave.Signal();
+#if !defined(_WIN32)
+  const size_t handles = pal::posix::openHandles();
+#endif
   Thread::Start(nullptr, meet, &meeting);
   EXPECT_TRUE(meeting.entered.Wait(kLong));
-  // The thread takes the signal before it leaves; waiting for that keeps `meeting` alive for it.
-  while (meeting.mayLeave.Wait(0)) {
-    meeting.mayLeave.Signal();
-    Sleep(1);
-  }
+#if !defined(_WIN32)
+  EXPECT_EQ(pal::posix::openHandles(), handles) << "its handle was closed at once";
+#endif
+  meeting.mayLeave.Signal();
+  EXPECT_TRUE(meeting.left.Wait(kLong));
 }
 
 TEST(Thread, CloseForgetsARunningThread) {
@@ -107,10 +119,7 @@ TEST(Thread, CloseForgetsARunningThread) {
   EXPECT_EQ(thread.handle(), nullptr);
   EXPECT_EQ(thread.id(), 0u);
   meeting.mayLeave.Signal();
-  while (meeting.mayLeave.Wait(0)) {
-    meeting.mayLeave.Signal();
-    Sleep(1);
-  }
+  EXPECT_TRUE(meeting.left.Wait(kLong));
 }
 
 }  // namespace

@@ -24,6 +24,12 @@ class HostName : public ModuleTest {
 };
 
 TEST_F(HostName, TheFirstOfFortyCharactersRegistersThirtyTwo) {
+  // A list that is kept before its component turns out to be the host.
+  spy.addInterface(kKept.c_str(), kClassFactoryListName, &spy.component.list);
+  void* out = nullptr;
+  EXPECT_EQ(base::RouteCreateInstance(kKept.c_str(), "a.class", &IID_IComponent, &out), kOk);
+  EXPECT_EQ(base::classFactories().count(), 1u);
+
   EXPECT_EQ(ask(""), kOk);
   EXPECT_STREQ(base::registeredHostName(), "");
   EXPECT_EQ(lookup(kLongName.c_str(), nullptr, nullptr), kNullListArgument)
@@ -42,13 +48,24 @@ TEST_F(HostName, TheFirstOfFortyCharactersRegistersThirtyTwo) {
   EXPECT_EQ(list<CoreList>(kCoreListName)->GetModuleInfo(nullptr, &host, nullptr), kOk);
   EXPECT_EQ(host, kKept);
 
-  // A creation that names this module goes to the host's list, which is not kept.
-  spy.addInterface(kKept.c_str(), kClassFactoryListName, &spy.component.list);
+  // It stays kept, and is not given back with a creation that names the host.
   spy.clearRootCalls();
-  void* out = nullptr;
   EXPECT_EQ(base::RouteCreateInstance(kKept.c_str(), "a.class", &IID_IComponent, &out), kOk);
-  EXPECT_EQ(spy.component.creations.size(), 1u);
-  EXPECT_EQ(spy.component.hooksSet, 0);
+  EXPECT_EQ(spy.component.creations.size(), 2u);
+  EXPECT_TRUE(spy.rootCallNames().empty());
+  EXPECT_EQ(base::classFactories().count(), 1u);
+  EXPECT_EQ(base::classFactories().Unload(0), kOk);
+
+  // Now a creation that names this module goes to the host's list, which is not kept; the module's
+  // own classes are not tried before.
+  static base::FactoryRecord local{kKept.c_str(), "a.class", [](const Guid*, void**) {
+                                     ADD_FAILURE() << "a local try";
+                                     return kOk;
+                                   }};
+  spy.clearRootCalls();
+  EXPECT_EQ(base::RouteCreateInstance(kKept.c_str(), "a.class", &IID_IComponent, &out), kOk);
+  EXPECT_EQ(spy.component.creations.size(), 3u);
+  EXPECT_EQ(spy.component.hooksSet, 1) << "when it was kept";
   EXPECT_EQ(base::classFactories().count(), 0u);
   EXPECT_EQ(spy.rootCallNames(), (std::vector<std::string>{"ClassFactory.1", "-ClassFactory.1"}));
 }

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/tables.h"
 #include "support/module_fixture.h"
 #include "support/sweep.h"
 #include "vexa/core.h"
@@ -86,13 +87,44 @@ TEST_F(ModuleEntry, NestedStartsBindNothingAgainButAskForTheCompanion) {
 }
 
 TEST_F(ModuleEntry, TheFirstRootListStays) {
-  SpyRuntime& first = spy;
-  runtime::RootList other = first.root;
-  other.GetInterface = [](const char*, const char*, const void**) { return kFail; };
-  ASSERT_EQ(module_init(&first.root, nullptr), kOk);
+  runtime::RootList other = spy.root;
+  other.GetInterface = [](const char*, const char*, const void**) {
+    ADD_FAILURE() << "a table of the second list was asked for";
+    return kFail;
+  };
+  other.ReleaseInterface = [](const void**) { ADD_FAILURE() << "given back to the second list"; };
+  other.Allocate = [](uint64_t) -> void* {
+    ADD_FAILURE() << "memory of the second list";
+    return nullptr;
+  };
+  GetModuleInterfaceFunction lookup = nullptr;
+  ASSERT_EQ(module_init(&spy.root, &lookup), kOk);
   EXPECT_EQ(module_init(&other, nullptr), kOk);
+  const void* list = nullptr;
+  ASSERT_EQ(lookup(nullptr, kCoreListName, &list), kOk);
+  runtime::ByteBuffer* buffer = nullptr;
+  EXPECT_EQ(static_cast<const CoreList*>(list)->AllocBuffer(1, &buffer), kOk);
+  spy.commonTypes.BufferRelease(buffer);
   EXPECT_EQ(module_final(), kOk);
   EXPECT_EQ(module_final(), kOk);
+}
+
+TEST_F(ModuleEntry, TheCompanionGoesBeforeItsTable) {
+  static bool wasBound = false;
+  static decltype(spy.root.ReleaseInterface) release = nullptr;
+  release = spy.root.ReleaseInterface;
+  spy.root.ReleaseInterface = [](const void** table) {
+    if (table == &base::bound.pkcs12.pointer) {
+      wasBound = static_cast<bool>(base::bound.pkcs12Types);
+    }
+    release(table);
+  };
+  ASSERT_EQ(module_init(&spy.root, nullptr), kOk);
+  EXPECT_EQ(base::bound.pkcs12Types.pointer, &spy.pkcs12Types);
+  wasBound = true;
+  ASSERT_EQ(module_final(), kOk);
+  EXPECT_FALSE(wasBound) << "while the table is given back there is none any more";
+  EXPECT_FALSE(base::bound.pkcs12Types);
 }
 
 TEST_F(ModuleEntry, AFailedBindingStopsThereAndKeepsEarlierTables) {

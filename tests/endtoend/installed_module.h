@@ -106,7 +106,8 @@ class Installation {
   fs::path put(const char* folder, const char* file, const char* name = nullptr) const {
     const fs::path target = root_ / folder / (name != nullptr ? name : file);
     fs::create_directories(target.parent_path());
-    fs::copy_file(builtFiles() / file, target, fs::copy_options::overwrite_existing);
+    fs::remove(target);  // overwriting is more than the Windows library can do
+    fs::copy_file(builtFiles() / file, target);
     return target;
   }
 

@@ -90,7 +90,8 @@ class PlantedRuntimes {
     char system[MAX_PATH] = {};
     GetSystemDirectoryA(system, MAX_PATH);
     inSystem_ = fs::path(system) / kRuntimeFile;
-    fs::copy_file(builtFiles() / kRuntimeFile, inSystem_, fs::copy_options::overwrite_existing);
+    fs::remove(inSystem_);
+    fs::copy_file(builtFiles() / kRuntimeFile, inSystem_);
 #endif
     fs::current_path(current_);
   }
