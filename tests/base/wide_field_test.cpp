@@ -30,6 +30,13 @@ TEST(WideField, ANumberTakesAtMost400Characters) {
   EXPECT_EQ(format(u"%.401d", 5), std::u16string(399, u'0') + u"5");
 }
 
+TEST(WideField, APrecisionOfNothingIsOne) {
+  EXPECT_EQ(format(u"<%.0d>", 0), u"<>");
+  EXPECT_EQ(format(u"<%d>", 0), u"<0>");
+  EXPECT_EQ(format(u"<%.0f>", 2.75), u"<3>");
+  EXPECT_EQ(format(u"<%.s>", u"text"), u"<>");
+}
+
 TEST(WideField, ATextTakesWhatItsWidthSays) {
   EXPECT_EQ(format(u"%401s", u"x"), std::u16string(400, u' ') + u"x");
 }

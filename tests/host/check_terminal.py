@@ -13,6 +13,7 @@ import pathlib
 import pty
 import select
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -127,6 +128,26 @@ def check_output(checks, host):
     checks.expect("proxy --json, too", status == 0 and json.loads(text)["why"], text)
 
 
+def check_strange_names(checks, host):
+    """A name of a file may be anything; what is told about it can be read and is harmless."""
+    for name, shown in [(b"no\xc3\xa4", "noä"), (b"no\xf0\x9f\x98\x80", "no😀"),
+                        (b"no\xe2\x80\xae", "no\\u202E"), (b"no\x1b[2J", "no\\x1B[2J"),
+                        (b"no\xc2\x85", "no\\x85"), (b"no\xff", "no\\xFF"), (b"no\xc3", "no\\xC3"),
+                        (b"no\xed\xa0\x80", "no\\xED\\xA0\\x80")]:
+        status, _ = host.run("json", name)
+        checks.expect(f"a file named {name} is told as {shown}", status == 3 and
+                      shown in host.error, (status, host.error))
+
+
+def check_busy_port(checks, host):
+    with socket.create_server(("127.0.0.1", 0)) as busy:
+        port = busy.getsockname()[1]
+        status, _ = host.run("serve", "--port", str(port))
+        checks.expect("a port that another program has is told", status == 7 and
+                      f"port {port}" in host.error and "another program" in host.error,
+                      (status, host.error))
+
+
 def fetch(url):
     """The body of the answer, whatever its status."""
     try:
@@ -169,6 +190,8 @@ def main():
         check_monitor(checks, host, folder)
         check_stores(checks, host)
         check_output(checks, host)
+        check_strange_names(checks, host)
+        check_busy_port(checks, host)
         check_endpoint_texts(checks, host, folder)
     print(f"{checks.passed} passed, {checks.failed} failed")
     if arguments.report:

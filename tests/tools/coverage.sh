@@ -13,3 +13,5 @@ gcovr --root "$PWD" --object-directory "$build" "$build" "${filters[@]}" \
   --exclude-directories '.*CompilerId.*' --exclude-unreachable-branches --exclude-throw-branches \
   --html-details "$build/html/index.html" --txt --print-summary
 echo "details in $build/html/index.html"
+echo "only Windows builds run: host/windows_stores.cpp and what host/commands/capi.cpp does with its"
+echo "certificates, module/windows/, and what stands behind _WIN32"
