@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Starts `vexahost serve`, sends it real requests, shows the answers and stops it again.
 
-check_endpoint.py [--report FILE] [--power SENDER...] -- COMMAND...
+check_endpoint.py [--report FILE] [--power SENDER...] [--descriptors] -- COMMAND...
 
 COMMAND starts the host; "serve --port 0" is added to it. Exit status 0: every check passed, among
 them that the host went down cleanly and had given back every block. FILE receives the counts. SENDER
@@ -481,7 +481,7 @@ def make_own_certificate(folder):
     (folder / "pw").write_text("pw\n")
 
 
-def check(checks, command, folder, power):
+def check(checks, command, folder, power, descriptors):
     make_own_certificate(folder)
     host = Host(command, "--allow-origin", PATTERN, "--allow-origin", DEVELOPMENT,
                 "--log", str(folder / "log"), "--ready-file", str(folder / "ready"),
@@ -506,7 +506,7 @@ def check(checks, command, folder, power):
     check_crowd(checks, host)
     check_limits(checks, host)
     check_slow(checks, host)
-    if os.name == "posix" and not power:
+    if descriptors:
         check_descriptors(checks, command)
     check_starts(checks, command, host)
     checks.expect("after all that, /v1/info still answers", host.ask("/v1/info").status == 200)
@@ -518,11 +518,14 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--report", type=pathlib.Path)
     parser.add_argument("--power", nargs="+", metavar="SENDER")
+    parser.add_argument("--descriptors", action="store_true", help="COMMAND is a program of this "
+                        "system: see what it does when it may open no more files")
     parser.add_argument("command", nargs="+")
     arguments = parser.parse_args()
     checks = Checks()
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
-        host = check(checks, arguments.command, pathlib.Path(name), arguments.power)
+        host = check(checks, arguments.command, pathlib.Path(name), arguments.power,
+                     arguments.descriptors)
         if host.process.poll() is None:
             host.stop()
     print("\nwhat the host said:")
