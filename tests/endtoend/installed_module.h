@@ -1,5 +1,9 @@
 #pragma once
 
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
+
 #include <filesystem>
 #include <string>
 
@@ -73,7 +77,7 @@ class Installation {
  public:
   Installation() {
     static int number = 0;
-    root_ = fs::absolute("installation_" + std::to_string(GetCurrentThreadId()) + "_" +
+    root_ = fs::absolute("installation_" + std::to_string(processId()) + "_" +
                          std::to_string(number++));
     fs::remove_all(root_);
     fs::create_directories(root_);
@@ -112,6 +116,15 @@ class Installation {
   }
 
  private:
+  // Several test programs run at a time, in one folder.
+  static unsigned long processId() {
+#if defined(_WIN32)
+    return GetCurrentProcessId();
+#else
+    return static_cast<unsigned long>(getpid());
+#endif
+  }
+
   fs::path root_;
 };
 
