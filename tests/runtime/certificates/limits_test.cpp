@@ -3,6 +3,7 @@
 #include "runtime/crypto_fixture.h"
 #include "runtime/der/ber.h"
 #include "runtime/keys/key.h"
+#include "runtime/pkcs12/pkcs12_table.h"
 #include "runtime/samples.h"
 
 // What the crypto half refuses, and how far it goes.
@@ -35,6 +36,11 @@ TEST_F(CryptoLimits, AnAttributeOfNothingIsANullPointer) {
   EXPECT_EQ(name->table->GetAttribute(nullptr, "CN", value.get()), kNullPointer);
   EXPECT_EQ(name->table->GetAttribute(name, nullptr, value.get()), kNullPointer);
   EXPECT_EQ(name->table->GetAttribute(name, "CN", nullptr), kNullPointer);
+}
+
+TEST_F(CryptoLimits, NothingIsMadeWithoutAPlaceForIt) {
+  EXPECT_EQ(types.KeyCreate(nullptr), kNullPointer);
+  EXPECT_EQ(velmora::pkcs12Table.GetTypes(nullptr), kNullPointer);
 }
 
 TEST_F(CryptoLimits, AnAlgorithmWithoutIdentifierIsNotWritten) {

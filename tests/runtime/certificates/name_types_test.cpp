@@ -24,11 +24,26 @@ class NameTypes : public CryptoTest {
 };
 
 TEST_F(NameTypes, ANumberMeansTheSameAsItsName) {
-  for (const auto& [name, number] : {std::pair("C=DE", "2.5.4.6=DE"),
-                                     {"CN=x", "2.5.4.3=x"},
-                                     {"DC=x", "0.9.2342.19200300.100.1.25=x"},
-                                     {"serialNumber=1", "2.5.4.5=1"},
-                                     {"emailAddress=a@b", "1.2.840.113549.1.9.1=a@b"}}) {
+  constexpr std::pair<const char*, const char*> kSame[] = {
+      {"CN=x", "2.5.4.3=x"},
+      {"L=x", "2.5.4.7=x"},
+      {"ST=x", "2.5.4.8=x"},
+      {"O=x", "2.5.4.10=x"},
+      {"OU=x", "2.5.4.11=x"},
+      {"C=DE", "2.5.4.6=DE"},
+      {"STREET=x", "2.5.4.9=x"},
+      {"DC=x", "0.9.2342.19200300.100.1.25=x"},
+      {"UID=x", "0.9.2342.19200300.100.1.1=x"},
+      {"SN=x", "2.5.4.4=x"},
+      {"serialNumber=1", "2.5.4.5=1"},
+      {"title=x", "2.5.4.12=x"},
+      {"givenName=x", "2.5.4.42=x"},
+      {"initials=x", "2.5.4.43=x"},
+      {"generationQualifier=x", "2.5.4.44=x"},
+      {"dnQualifier=x", "2.5.4.46=x"},
+      {"emailAddress=a@b", "1.2.840.113549.1.9.1=a@b"},
+  };
+  for (const auto& [name, number] : kSame) {
     EXPECT_EQ(encoded(number), encoded(name)) << name;
     EXPECT_NE(encoded(name), "") << name;
   }
