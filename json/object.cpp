@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "base/holders.h"
 #include "base/tables.h"
 #include "json/collections.h"
 
@@ -34,18 +35,14 @@ int32_t JsonObject::ToText(runtime::ByteBuffer** text) {
     return kNullPointer;
   }
   *text = nullptr;
-  if (!bound.io) {
-    return kFail;
-  }
-  runtime::Stream* stream = nullptr;
-  int32_t result = bound.io->CreateMemoryStream(&stream);
+  base::RuntimeRef<runtime::Stream> stream;
+  int32_t result = bound.io->CreateMemoryStream(stream.put());
   if (failed(result)) {
     return result;
   }
-  if (result = Write(stream); succeeded(result)) {
-    result = bound.io->GetContent(stream, text);
+  if (result = Write(stream.get()); succeeded(result)) {
+    result = bound.io->GetContent(stream.get(), text);
   }
-  stream->table->Release(reinterpret_cast<runtime::Object*>(stream));
   return result;
 }
 

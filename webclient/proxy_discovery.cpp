@@ -4,6 +4,7 @@
 
 #include "base/string.h"
 #include "base/trace.h"
+#include "base/windows_holders.h"
 #include "pal/wide.h"
 #include "pal/windows_api.h"
 #include "webclient/host_rules.h"
@@ -19,48 +20,17 @@ void log(uint32_t level, const char16_t* format, Arguments... arguments) {
   base::traceWideFormat(level, nullptr, format, arguments...);
 }
 
-// A text that WinHTTP handed out.
-class WinHttpText {
+// A text that WinHTTP handed out. An empty one counts as none.
+class WinHttpText : public base::GlobalBlock<LPWSTR> {
  public:
-  explicit WinHttpText(LPWSTR text = nullptr) : text_(text) {}
-  WinHttpText(const WinHttpText&) = delete;
-  WinHttpText& operator=(const WinHttpText&) = delete;
-  ~WinHttpText() { reset(); }
-
-  explicit operator bool() const { return text_ != nullptr && *text_ != 0; }
-  const char16_t* get() const { return pal::utf16(text_); }
-  LPWSTR* put() {
-    reset();
-    return &text_;
-  }
-  void reset(LPWSTR text = nullptr) {
-    if (LPWSTR const old = std::exchange(text_, text); old != nullptr) {
-      GlobalFree(old);
-    }
-  }
-
- private:
-  LPWSTR text_;
+  explicit operator bool() const { return get() != nullptr && *get() != 0; }
+  const char16_t* get() const { return pal::utf16(base::GlobalBlock<LPWSTR>::get()); }
 };
 
-class WinHttpSession {
- public:
-  WinHttpSession()
-      : handle_(WinHttpOpen(pal::wide(kUserAgent), WINHTTP_ACCESS_TYPE_DEFAULT_PROXY,
-                            WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0)) {}
-  WinHttpSession(const WinHttpSession&) = delete;
-  WinHttpSession& operator=(const WinHttpSession&) = delete;
-  ~WinHttpSession() {
-    if (handle_ != nullptr) {
-      WinHttpCloseHandle(handle_);
-    }
-  }
-
-  HINTERNET get() const { return handle_; }
-
- private:
-  HINTERNET handle_;
-};
+base::InternetHandle openSession() {
+  return base::InternetHandle(WinHttpOpen(pal::wide(kUserAgent), WINHTTP_ACCESS_TYPE_DEFAULT_PROXY,
+                                          WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
+}
 
 // One search for the proxy of one URL: the steps in their order, each of which may find the
 // decision.
@@ -127,8 +97,8 @@ class ProxySearch {
 
   // The detected script first, then the configured one.
   void askScripts() {
-    const WinHttpSession session;
-    if (session.get() == nullptr) {
+    const base::InternetHandle session = openSession();
+    if (!session) {
       return;
     }
     if (detectedUrl_) {

@@ -3,6 +3,7 @@
 #include "runtime/der/der_reader.h"
 #include "runtime/der/der_writer.h"
 #include "runtime/der/object_id.h"
+#include "vexa/holders.h"
 
 // Algorithm identifiers, public keys and private keys: the plain records and their encodings.
 namespace vexa::velmora {
@@ -63,23 +64,10 @@ int32_t makeKey(runtime::KeyObject** out);
 // Wipes the private bytes; null is ignored.
 void releaseKey(runtime::KeyObject* key);
 // Owns a key object.
-class KeyHolder {
- public:
-  KeyHolder() = default;
-  KeyHolder(const KeyHolder&) = delete;
-  KeyHolder& operator=(const KeyHolder&) = delete;
-  ~KeyHolder() { releaseKey(key_); }
-
-  runtime::KeyObject* get() const { return key_; }
-  runtime::KeyObject** put() {
-    releaseKey(std::exchange(key_, nullptr));
-    return &key_;
-  }
-  runtime::KeyObject* release() { return std::exchange(key_, nullptr); }
-
- private:
-  runtime::KeyObject* key_ = nullptr;
+struct KeyObjectPolicy : PointerPolicy<runtime::KeyObject> {
+  static void release(runtime::KeyObject* key) { releaseKey(key); }
 };
+using KeyHolder = Holder<KeyObjectPolicy>;
 
 int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out);
 // Wipes the numbers; null is ignored.
