@@ -75,6 +75,14 @@ int run(const std::vector<std::string>& arguments) {
     } else if (app.get_subcommands().empty()) {
       throw CLI::RequiredError("A command");
     }
+  } catch (const CLI::ExtrasError& error) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (app.get_subcommands().empty() && !unknown.empty() && !unknown[0].starts_with('-')) {
+      throw HostError("no such command: " + unknown[0] + "; vexahost --help names all",
+                      ExitStatus::kUsage);
+    }
+    app.exit(error);
+    return static_cast<int>(ExitStatus::kUsage);
   } catch (const CLI::ParseError& error) {
     if (app.exit(error) != 0) {
       return static_cast<int>(ExitStatus::kUsage);

@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 
 #include "vexa/time.h"
@@ -26,12 +27,15 @@ bool startsWithDigit(const std::string& text) {
   return !text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) != 0;
 }
 
-uint64_t parseNumber(const std::string& text, const char* what) {
+uint64_t parseNumber(const std::string& text, const char* what, uint64_t most) {
   char* end = nullptr;
   errno = 0;
   const uint64_t value = std::strtoull(text.c_str(), &end, 0);
-  if (!startsWithDigit(text) || *end != '\0' || errno == ERANGE) {
+  if (!startsWithDigit(text) || *end != '\0') {
     throw HostError(std::string(what) + " is not a number: " + text, ExitStatus::kUsage);
+  }
+  if (errno == ERANGE || value > most) {
+    throw HostError(std::string(what) + " is too large: " + text, ExitStatus::kUsage);
   }
   return value;
 }
@@ -46,7 +50,7 @@ uint32_t parseFormat(const std::string& text) {
     throw HostError("no such format: " + text + " (known: " + timeFormatNames() + ")",
                     ExitStatus::kUsage);
   }
-  return static_cast<uint32_t>(parseNumber(text, "the format"));
+  return static_cast<uint32_t>(parseNumber(text, "the format", UINT32_MAX));
 }
 
 }  // namespace
@@ -67,7 +71,7 @@ uint64_t convertTime(const Module& module, const std::string& value, const std::
   const auto& list = module.list<vexa::TimeList>();
   return value == "now"
              ? list.ConvertTime(list.GetCurrentFileTime(), vexa::kFileTimeFormat, toFormat)
-             : list.ConvertTime(parseNumber(value, "the value"), fromFormat, toFormat);
+             : list.ConvertTime(parseNumber(value, "the value", UINT64_MAX), fromFormat, toFormat);
 }
 
 }  // namespace vexahost

@@ -115,6 +115,29 @@ def check_command_line(checks, host, folder):
         status, text = host.run(*arguments)
         checks.expect(f"{' '.join(arguments) or 'no command'} ends with {expected}",
                       status == expected, (status, text))
+    for arguments, expected, words in [
+        (["frobnicate"], 2, "no such command: frobnicate"),
+        (["lists", "frobnicate"], 2, "frobnicate"),
+        (["json", "."], 3, ".: cannot be read: it is a folder"),
+        (["json", "no-such.json"], 3, "no-such.json: cannot be read: "),
+        (["certs", "ca.pem", "no-such.pem"], 3, "no-such.pem: cannot be read: "),
+        (["p12", "open", "ca.pem", "--password-file", "."], 3, ".: cannot be read: it is a folder"),
+        (["time", "18446744073709551616"], 2, "the value is too large"),
+        (["time", "1", "--to", "0x100000021"], 2, "the format is too large"),
+        (["time", "1x"], 2, "the value is not a number"),
+        (["monitor", "--interval", "0"], 2, "1 to 3600"),
+        (["serve", "--port", "70000"], 2, "70000"),
+        (["--trace", "6", "lists"], 2, "0 to 5"),
+        (["p12", "create", "--key", "ca.key", "--cert", "ca.pem", "--name", "n", "--out",
+          "no-such-folder/a.p12", "--password-file", "pw"], 5,
+         "no-such-folder/a.p12: cannot be written: "),
+        (["p12", "create", "--key", "ca.key", "--cert", "ca.pem", "--name", "n", "--out", ".",
+          "--password-file", "pw"], 5, ".: cannot be written: "),
+    ]:
+        status, text = host.run(*arguments)
+        checks.expect(f"{' '.join(arguments)} says why it refuses",
+                      (status, text) == (expected, "") and words in host.error,
+                      (status, text, host.error))
     _, text = host.run("--json", "lists")
     lists = json.loads(text)
     checks.expect("lists --json names every slot", len(lists["lists"]) == 10 and all(
