@@ -56,8 +56,8 @@ void setRoot(const runtime::RootList* root) {
   bound.root = root != nullptr ? root : &Unbound<runtime::RootList>::table;
 }
 
-// Loads velmora and asks it for the root list. A library without the export is let go again: kept, it
-// would be the one that every later start finds, also when the right one stands in its place.
+// Loads velmora and asks it for the root list. A library without the export is let go again: kept,
+// it would be the one that every later start finds, also when the right one stands in its place.
 int32_t obtainRootList() {
   if (state.library == nullptr) {
     if (failed(storeOwnDirectory())) {

@@ -35,8 +35,8 @@ using ModuleInitFunction = int32_t (*)(const runtime::RootList* root,
                                        GetModuleInterfaceFunction* lookup);
 
 // Export "module_final". Always kOk; a call without its module_init changes nothing. The last one
-// releases the singletons and every bound table. What objects still held by the host hold then leaks;
-// they can be released at any time, after another start too.
+// releases the singletons and every bound table. What objects still held by the host hold then
+// leaks; they can be released at any time, after another start too.
 using ModuleFinalFunction = int32_t (*)();
 
 inline constexpr char kModuleInitExport[] = "module_init";
