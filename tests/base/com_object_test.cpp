@@ -11,8 +11,6 @@
 namespace vexa::base {
 namespace {
 
-using test::slot;
-
 constexpr Guid kFirstId{1, 2, 3, {4}};
 constexpr Guid kSecondId{5, 6, 7, {8}};
 constexpr Guid kHiddenId{9, 10, 11, {12}};

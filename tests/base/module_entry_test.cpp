@@ -9,7 +9,6 @@
 namespace vexa::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 // A module that is not started yet.

@@ -13,7 +13,9 @@
 
 namespace {
 
-using namespace vexa;
+namespace runtime = vexa::runtime;
+using vexa::kFail;
+using vexa::kOk;
 
 constinit FakeVelmora fake;
 

@@ -110,7 +110,13 @@ class Installation {
   fs::path put(const char* folder, const char* file, const char* name = nullptr) const {
     const fs::path target = root_ / folder / (name != nullptr ? name : file);
     fs::create_directories(target.parent_path());
-    fs::remove(target);  // overwriting is more than the Windows library can do
+    // Overwriting is more than the Windows library can do; and what was loaded a moment ago cannot
+    // always be removed there, but it can be moved.
+    std::error_code isHeld;
+    fs::remove(target, isHeld);
+    if (isHeld) {
+      fs::rename(target, target.string() + ".old");
+    }
     fs::copy_file(builtFiles() / file, target);
     return target;
   }

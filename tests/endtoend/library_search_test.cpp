@@ -120,7 +120,7 @@ TEST(LibrarySearch, IsAtHomeInAFolderAsLongAsWindowsKnowsThem) {
 }
 
 TEST(LibrarySearch, FailsInALongerFolderAndLooksNowhereElse) {
-  for (const size_t length : {260, 261, 300}) {
+  for (const size_t length : {260u, 261u, 300u}) {
     const Installation installation;
     const std::string folder = installation.folderFor(kModuleFile, length);
     const fs::path module = installation.put(folder.c_str(), kModuleFile);
