@@ -29,6 +29,7 @@ int32_t convertInto(runtime::ByteBuffer** out, uint64_t capacity, Convert conver
   if (created) {
     *out = created.release();
   }
+  // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): ensureBuffer gave one
   const RootBlock<uint8_t> old(std::exchange((*out)->data, block.release()));
   (*out)->length = capacity;
   return failed(convert((*out)->data, &(*out)->length)) ? kFail : kOk;

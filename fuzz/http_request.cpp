@@ -165,7 +165,8 @@ class Model {
     if (first == kNone) {
       return;
     }
-    const auto [name, value] = splitFirst(line.substr(first).c_str(), ':');
+    const std::string text = line.substr(first);
+    const auto [name, value] = splitFirst(text.substr(0, text.find('\0')), ':');
     if (name.empty()) {
       return;
     }
