@@ -34,11 +34,14 @@ constexpr const char* kNames[] = {"", "x", "Y", "Origin", "Referer", "Content-Le
 
 // --- The model ---
 
+// What a reader of zero-terminated texts sees of it.
+std::string upToNul(const std::string& text) { return text.substr(0, text.find('\0')); }
+
 // Texts keyed by hash: a key of the same hash is the same key.
 class Table {
  public:
   void put(const std::string& key, const std::string& value) {
-    values_[hashOf(key.c_str())] = value.c_str();
+    values_[hashOf(key.c_str())] = upToNul(value);
   }
   std::optional<std::string> get(const std::string& key) const {
     const auto found = values_.find(hashOf(key.c_str()));
@@ -165,8 +168,7 @@ class Model {
     if (first == kNone) {
       return;
     }
-    const std::string text = line.substr(first);
-    const auto [name, value] = splitFirst(text.substr(0, text.find('\0')), ':');
+    const auto [name, value] = splitFirst(upToNul(line.substr(first)), ':');
     if (name.empty()) {
       return;
     }
