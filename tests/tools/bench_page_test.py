@@ -70,7 +70,7 @@ class Verdicts(unittest.TestCase):
         self.assertIsNone(report.judged(ROWS[0], {ROWS[0].ours: 1}))
 
     def test_growth_faster_than_the_input_is_told(self):
-        _, names = GROWING["JSON parse"]
+        _, names = GROWING["JSON parse, 4 MB"]
         for last, linear in ((5, True), (16, False)):
             self.assertEqual([each["linear"] for each in report.growth(dict(zip(names, (1, 2, last))))],
                              [linear])

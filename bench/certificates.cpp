@@ -1,0 +1,161 @@
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "loaded_module.h"
+#include "vexa/core.h"
+#include "vexa/holders.h"
+#include "vexa/runtime/common_types.h"
+#include "vexa/runtime/pkcs12.h"
+#include "vexa/runtime/reference_crypto.h"
+#include "vexa/runtime/strings.h"
+
+// What an enemy may send: certificates with very many purposes, and PKCS#12 files with very many
+// keys and certificates. Their cost has to grow with their size and no faster.
+namespace {
+
+using namespace vexa::runtime;
+using vexa::bench::exported;
+using vexa::bench::kRuntimeLibrary;
+using vexa::bench::LoadedModule;
+using CertificateRef = vexa::RuntimeObjectHolder<Certificate>;
+
+#define RUNTIME(name) exported<decltype(&name)>(kRuntimeLibrary, #name)
+
+void need(int32_t result) {
+  if (result != vexa::kOk) {
+    std::fprintf(stderr, "bench: a step failed (0x%08x)\n", static_cast<unsigned>(result));
+    std::exit(1);
+  }
+}
+
+template <class Table>
+const Table& table() {
+  using Traits = TableTraits<Table>;
+  const void* found = nullptr;
+  need(LoadedModule::get().root().GetInterface(Traits::kComponent, Traits::kName, &found));
+  return *static_cast<const Table*>(found);
+}
+
+const CommonTypes& types() {
+  static const CommonTypes& found = table<CommonTypes>();
+  return found;
+}
+
+// Signed with its own key.
+CertificateRef certificateOf(const KeyObject* key, int64_t purposes) {
+  CertificateRef owned;
+  need(RUNTIME(velmora_certificate_create)(owned.put()));
+  Certificate* const certificate = owned.get();
+  need(RUNTIME(velmora_certificate_set_subject)(certificate, "CN=Jane"));
+  need(
+      RUNTIME(velmora_certificate_set_validity)(certificate, "20260101T000000", "20270101T000000"));
+  need(RUNTIME(velmora_certificate_set_public_key)(certificate, &key->publicKey));
+  const auto add = RUNTIME(velmora_certificate_add_extended_key_usage);
+  for (int64_t purpose = 0; purpose < purposes; ++purpose) {
+    need(add(certificate, ("1.2." + std::to_string(purpose)).c_str()));
+  }
+  need(RUNTIME(velmora_certificate_sign)(certificate, key, nullptr));
+  return owned;
+}
+
+KeyObject* newKey() {
+  KeyObject* key = nullptr;
+  need(RUNTIME(velmora_key_generate_ec)("P-256", &key));
+  return key;
+}
+
+void decodePurposes(benchmark::State& state) {
+  KeyObject* const key = newKey();
+  const CertificateRef made = certificateOf(key, state.range(0));
+  const ByteBuffer* const encoding = made->table->GetEncoding(made.get());
+  for (auto _ : state) {
+    CertificateRef read;
+    need(types().CertificateDecode(encoding, read.put()));
+  }
+  types().KeyRelease(key);
+}
+
+void append(const Pkcs12TypesTable& bags, BagNode**& end, SafeBag* bag) {
+  need(bags.BagNodeCreate(end));
+  (*end)->bag = bag;
+  end = &(*end)->next;
+}
+
+SafeBag* bagOf(const Pkcs12TypesTable& bags, BagType type) {
+  SafeBag* bag = nullptr;
+  need(bags.BagCreate(&bag));
+  bag->type = type;
+  return bag;
+}
+
+SafeBag* keyBag(const Pkcs12TypesTable& bags, const KeyObject& key) {
+  SafeBag* const bag = bagOf(bags, kKeyBag);
+  need(bags.PrivateKeyInfoCreate(&bag->key));
+  need(types().AlgorithmIdCopy(&bag->key->algorithm, &key.publicKey.algorithm));
+  const uint64_t count = key.privateKey.bitLength / 8;
+  bag->key->key.data = static_cast<uint8_t*>(LoadedModule::get().root().Allocate(count));
+  bag->key->key.length = count;
+  std::memcpy(bag->key->key.data, key.privateKey.bytes, count);
+  return bag;
+}
+
+// So many keys, then the certificate of each; no iterations worth the name.
+ByteBuffer* fileOf(int64_t count, const StringObject* password) {
+  const auto& pkcs12 = table<Pkcs12Table>();
+  const Pkcs12TypesTable* bags = nullptr;
+  need(pkcs12.GetTypes(&bags));
+  PfxParameters* parameters = nullptr;
+  need(bags->ParametersCreate(&parameters));
+  parameters->version = 3;
+  parameters->iterations = 1;
+  parameters->macDigest = types().TextDuplicate("SHA-1");
+  parameters->bagEncryption1 = types().TextDuplicate("pbeWithSHA1And128BitRC4");
+  parameters->bagEncryption2 = types().TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
+  BagNode** end = &parameters->contents;
+  std::vector<KeyObject*> keys;
+  for (int64_t i = 0; i < count; ++i) {
+    keys.push_back(newKey());
+    append(*bags, end, keyBag(*bags, *keys.back()));
+  }
+  for (KeyObject* const key : keys) {
+    SafeBag* const bag = bagOf(*bags, kCertificateBag);
+    bag->certificate = certificateOf(key, 0).release();
+    append(*bags, end, bag);
+    types().KeyRelease(key);
+  }
+  ByteBuffer* file = nullptr;
+  need(pkcs12.Encode(parameters, password, &file));
+  bags->ParametersRelease(parameters);
+  return file;
+}
+
+void openPairs(benchmark::State& state) {
+  const auto& strings = table<StringTable>();
+  StringObject* password = nullptr;
+  need(strings.Create(&password));
+  need(strings.AssignBytes(password, "pw", 2));
+  const ByteBuffer* const file = fileOf(state.range(0), password);
+  const auto& core = LoadedModule::get().list<vexa::CoreList>(vexa::kCoreListName);
+  for (auto _ : state) {
+    KeyObject* key = nullptr;
+    CertificateList* certificates = nullptr;
+    need(core.OpenPkcs12(file, password, &key, &certificates));
+    types().KeyRelease(key);
+    types().CertificateListRelease(certificates);
+  }
+}
+
+BENCHMARK(decodePurposes)
+    ->Name("certificates/purposes growing/vexabase")
+    ->Arg(15'000)
+    ->Arg(30'000)
+    ->Arg(60'000);
+BENCHMARK(openPairs)->Name("certificates/pairs growing/vexabase")->Arg(250)->Arg(500)->Arg(1'000);
+
+}  // namespace
