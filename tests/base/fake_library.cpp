@@ -24,21 +24,21 @@ DWORD copyOut(const std::string& text, char* buffer, DWORD capacity) {
 
 }  // namespace
 
-PAL_REPLACE(HMODULE, LoadLibraryA, (LPCSTR file)) {
+PAL_REPLACE(HMODULE, LoadLibraryA, (LPCSTR name)) {
   FakeLibraries& libraries = FakeLibraries::instance();
-  libraries.attempts.emplace_back(file);
+  libraries.attempts.emplace_back(name);
   static int loaded = 0;
-  return libraries.present.count(file) != 0 ? reinterpret_cast<HMODULE>(&loaded) : nullptr;
+  return libraries.present.count(name) != 0 ? reinterpret_cast<HMODULE>(&loaded) : nullptr;
 }
 PAL_REPLACE(FARPROC, GetProcAddress, (HMODULE, LPCSTR)) { return nullptr; }
 PAL_REPLACE(BOOL, FreeLibrary, (HMODULE)) { return TRUE; }
-PAL_REPLACE(DWORD, GetModuleFileNameA, (HMODULE, LPSTR buffer, DWORD capacity)) {
-  return copyOut(FakeLibraries::instance().moduleFile, buffer, capacity);
+PAL_REPLACE(DWORD, GetModuleFileNameA, (HMODULE, LPSTR path, DWORD size)) {
+  return copyOut(FakeLibraries::instance().moduleFile, path, size);
 }
-PAL_REPLACE(BOOL, GetModuleHandleExA, (DWORD, LPCSTR address, HMODULE* module)) {
-  *module = reinterpret_cast<HMODULE>(const_cast<char*>(address));
+PAL_REPLACE(BOOL, GetModuleHandleExA, (DWORD, LPCSTR name, HMODULE* module)) {
+  *module = reinterpret_cast<HMODULE>(const_cast<char*>(name));
   return TRUE;
 }
-PAL_REPLACE(UINT, GetSystemDirectoryA, (LPSTR buffer, UINT capacity)) {
-  return copyOut(FakeLibraries::instance().systemDirectory, buffer, capacity);
+PAL_REPLACE(UINT, GetSystemDirectoryA, (LPSTR path, UINT size)) {
+  return copyOut(FakeLibraries::instance().systemDirectory, path, size);
 }

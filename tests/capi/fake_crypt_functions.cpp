@@ -7,8 +7,8 @@ vexa::test::FakeCrypt& fake() { return vexa::test::FakeCrypt::instance(); }
 }  // namespace
 
 PAL_REPLACE(PCCERT_CONTEXT, CertCreateCertificateContext,
-            (DWORD encoding, const BYTE* bytes, DWORD size)) {
-  return fake().createContext(encoding, bytes, size);
+            (DWORD encoding, const BYTE* encoded, DWORD size)) {
+  return fake().createContext(encoding, encoded, size);
 }
 PAL_REPLACE(PCCERT_CONTEXT, CertDuplicateCertificateContext, (PCCERT_CONTEXT context)) {
   return fake().duplicateContext(context);
@@ -43,10 +43,10 @@ PAL_REPLACE(BOOL, CertDeleteCertificateFromStore, (PCCERT_CONTEXT context)) {
   return fake().deleteFromStore(context);
 }
 PAL_REPLACE(BOOL, CertGetCertificateChain,
-            (HCERTCHAINENGINE engine, PCCERT_CONTEXT context, LPFILETIME time, HCERTSTORE extra,
-             PCERT_CHAIN_PARA parameters, DWORD flags, LPVOID reserved,
+            (HCERTCHAINENGINE engine, PCCERT_CONTEXT context, LPFILETIME time,
+             HCERTSTORE additional, PCERT_CHAIN_PARA parameters, DWORD flags, LPVOID reserved,
              PCCERT_CHAIN_CONTEXT* chain)) {
-  return fake().getChain(engine, context, time, extra, parameters, flags, reserved, chain);
+  return fake().getChain(engine, context, time, additional, parameters, flags, reserved, chain);
 }
 PAL_REPLACE(BOOL, CertVerifyCertificateChainPolicy,
             (LPCSTR policy, PCCERT_CHAIN_CONTEXT chain, PCERT_CHAIN_POLICY_PARA parameters,

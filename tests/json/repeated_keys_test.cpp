@@ -76,8 +76,8 @@ constexpr RepeatedKeys::Digest kDigests[] = {digestKey, allTheSame, lengthAlone,
 
 TEST_F(JsonRepeatedKeys, AreThoseThatAPlainSearchFinds) {
   uint32_t random = 1;
-  for (const size_t members : {0, 1, 2, 7, 8, 9, 16, 17, 63, 64, 65, 300, 1000}) {
-    for (const size_t different : {1, 3, 10, 100, 2000}) {
+  for (const size_t members : {0u, 1u, 2u, 7u, 8u, 9u, 16u, 17u, 63u, 64u, 65u, 300u, 1000u}) {
+    for (const size_t different : {1u, 3u, 10u, 100u, 2000u}) {
       Keys keys;
       for (size_t i = 0; i < members; ++i) {
         random = random * 1664525 + 1013904223;
@@ -101,7 +101,7 @@ TEST_F(JsonRepeatedKeys, AreNotThoseWithEqualDigestsAlone) {
 
 TEST_F(JsonRepeatedKeys, AreFoundAmongManyObjectsByOneFinder) {
   RepeatedKeys repeated;
-  for (const size_t members : {20, 1000, 3, 70, 5000, 20}) {
+  for (const size_t members : {20u, 1000u, 3u, 70u, 5000u, 20u}) {
     Keys keys;
     for (size_t i = 0; i < members; ++i) {
       keys.push_back("key " + std::to_string(i % (members - 2)));

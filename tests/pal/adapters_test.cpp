@@ -90,10 +90,14 @@ TEST(Adapters, TheLoopbackAdapterIsThereWithItsAddress) {
     for (auto* unicast = adapter->FirstUnicastAddress; unicast != nullptr;
          unicast = unicast->Next) {
       sockaddr_in address{};
-      if (unicast->Address.lpSockaddr->sa_family != AF_INET) continue;
+      if (unicast->Address.lpSockaddr->sa_family != AF_INET) {
+        continue;
+      }
       ASSERT_EQ(unicast->Address.iSockaddrLength, static_cast<INT>(sizeof(address)));
       std::memcpy(&address, unicast->Address.lpSockaddr, sizeof(address));
-      if (ntohl(address.sin_addr.s_addr) != 0x7F000001u) continue;
+      if (ntohl(address.sin_addr.s_addr) != 0x7F000001u) {
+        continue;
+      }
       EXPECT_EQ(adapter->IfType, DWORD{IF_TYPE_SOFTWARE_LOOPBACK});
       EXPECT_EQ(adapter->OperStatus, IfOperStatusUp);
       EXPECT_EQ(unicast->OnLinkPrefixLength, 8);

@@ -43,7 +43,9 @@ std::u16string nameOf(PCCERT_CONTEXT context) {
   }
   std::u16string text(size / 2, u'?');
   CertGetCertificateContextProperty(context, CERT_FRIENDLY_NAME_PROP_ID, text.data(), &size);
-  while (!text.empty() && text.back() == u'\0') text.pop_back();
+  while (!text.empty() && text.back() == u'\0') {
+    text.pop_back();
+  }
   return text;
 }
 

@@ -14,8 +14,12 @@ const WCHAR kContainer[] = PAL_TEXT("vexa pal test container");
 // The last error of an attempt; 0 for a success, whose provider is released.
 DWORD acquire(LPCWSTR container, LPCWSTR name, DWORD type, DWORD flags) {
   HCRYPTPROV provider = 0;
-  if (!CryptAcquireContextW(&provider, container, name, type, flags)) return GetLastError();
-  if ((flags & CRYPT_DELETEKEYSET) == 0) CryptReleaseContext(provider, 0);
+  if (!CryptAcquireContextW(&provider, container, name, type, flags)) {
+    return GetLastError();
+  }
+  if ((flags & CRYPT_DELETEKEYSET) == 0) {
+    CryptReleaseContext(provider, 0);
+  }
   return 0;
 }
 DWORD acquire(DWORD flags) { return acquire(kContainer, kProvider, PROV_RSA_FULL, flags); }

@@ -9,7 +9,7 @@
 namespace vexa::test {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 class EncodeTableTest : public RuntimeTest {
  protected:

@@ -63,7 +63,7 @@ TEST(HeapClass, HoldsEverySizeWithLittleToSpare) {
 }
 
 TEST_F(QuickHeap, AReleasedBlockIsTheNextOneAndZeroAgain) {
-  for (const uint64_t size : {1, 16, 17, 128, 129, 1000, 4096, 65536}) {
+  for (const uint64_t size : {1u, 16u, 17u, 128u, 129u, 1000u, 4096u, 65536u}) {
     uint8_t* const first = allocate(size);
     std::memset(first, 0xAB, size);
     velmora::freeBlock(first);
@@ -105,7 +105,7 @@ TEST_F(QuickHeap, ManySmallStepsMoveABlockSeldom) {
 TEST_F(QuickHeap, ALargeBlockThatShrinksMuchGivesItsRoomBack) {
   uint8_t* block = allocate(1024 * 1024);
   std::memset(block, 9, 1024 * 1024);
-  for (const uint64_t size : {200'000, 70'000, 1000, 10}) {
+  for (const uint64_t size : {200'000u, 70'000u, 1000u, 10u}) {
     block = reallocate(block, size);
     EXPECT_LE(velmora::headerOf(block)->capacity(), size + size / 4 + 1024);
     EXPECT_EQ(std::count(block, block + size, 9), static_cast<int64_t>(size));

@@ -11,8 +11,8 @@
 namespace vexa::test {
 namespace {
 
-using std::string_literals::operator""s;
-using std::string_view_literals::operator""sv;
+using namespace std::string_literals;
+using namespace std::string_view_literals;
 
 class StringTableTest : public RuntimeTest {};
 
@@ -207,7 +207,7 @@ TEST_F(StringTableTest, NormaliseTakesEveryByteAtEveryPlace) {
     expected[static_cast<size_t>(letter)] = static_cast<char>(letter - 'a' + 'A');
   }
   for (size_t start = 0; start < 9; ++start) {
-    for (const size_t length : {1, 7, 8, 9, 100, 200, 247}) {
+    for (const size_t length : {1u, 7u, 8u, 9u, 100u, 200u, 247u}) {
       String string(bytes.substr(start, length));
       ASSERT_EQ(strings.Normalise(string.get()), kOk);
       ASSERT_EQ(string.str(), expected.substr(start, length));

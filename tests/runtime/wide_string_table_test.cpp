@@ -7,7 +7,7 @@
 namespace vexa::test {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 class WideStringTableTest : public RuntimeTest {};
 

@@ -23,7 +23,7 @@ class ScramblerRoundTrip : public BoundTest,
 TEST_P(ScramblerRoundTrip, GivesBackBytesOfAnyLength) {
   const auto [algorithm, mode] = GetParam();
   RawScrambler scrambler(algorithm, mode, 256);
-  for (const size_t length : {0, 1, 7, 8, 9, 15, 16, 17, 31, 32, 1000}) {
+  for (const size_t length : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 1000u}) {
     std::string bytes(length, '\0');
     for (size_t i = 0; i < length; ++i) {
       bytes[i] = static_cast<char>(i * 7);

@@ -41,12 +41,13 @@ class MakeSamples : public testing::Environment {
 
 const SampleCertificates& SampleCertificates::instance() {
   static const SampleCertificates samples = [] {
-    const Issued root = issue("CN=Root,O=Orlind", nullptr, true);
-    const Issued authority = issue("CN=Authority,O=Orlind", &root, true);
-    const Issued jane = issue("CN=Jane,O=Orlind", &authority, false);
-    velmora::commonTypes().KeyRelease(root.key);
-    velmora::commonTypes().KeyRelease(authority.key);
-    return SampleCertificates{jane.key, jane.certificate, authority.certificate, root.certificate};
+    const Issued newRoot = issue("CN=Root,O=Orlind", nullptr, true);
+    const Issued newAuthority = issue("CN=Authority,O=Orlind", &newRoot, true);
+    const Issued newJane = issue("CN=Jane,O=Orlind", &newAuthority, false);
+    velmora::commonTypes().KeyRelease(newRoot.key);
+    velmora::commonTypes().KeyRelease(newAuthority.key);
+    return SampleCertificates{newJane.key, newJane.certificate, newAuthority.certificate,
+                              newRoot.certificate};
   }();
   return samples;
 }

@@ -137,6 +137,7 @@ SpyRuntime::~SpyRuntime() {
 }
 
 void SpyRuntime::copyTables() {
+  // NOLINTNEXTLINE(google-build-using-namespace): nearly every word here is one of its names
   using namespace runtime;
   root = {};
   root.ReleaseRoot = SpyEntries::releaseRoot;

@@ -130,7 +130,7 @@ PAL_REPLACE(BOOL, WinHttpGetProxyForUrl,
              WINHTTP_PROXY_INFO* info)) {
   return FakeWinHttp::instance().ask(session, url, options, info);
 }
-PAL_REPLACE(BOOL, WinHttpCloseHandle, (HINTERNET session)) {
-  return FakeWinHttp::instance().close(session);
+PAL_REPLACE(BOOL, WinHttpCloseHandle, (HINTERNET handle)) {
+  return FakeWinHttp::instance().close(handle);
 }
-PAL_REPLACE(HGLOBAL, GlobalFree, (HGLOBAL text)) { return FakeWinHttp::instance().free(text); }
+PAL_REPLACE(HGLOBAL, GlobalFree, (HGLOBAL block)) { return FakeWinHttp::instance().free(block); }

@@ -94,6 +94,7 @@ TEST_F(HttpRequestTrace, EveryStepIsToldOnTheWay) {
                     "******  HTTP Request End (RAW)  ******",
                     "CHTTPRequest::parse 52 bytes (header: 0)", "Query string parsed: x=1",
                     "Query string parsed: Y= 2",
+                    // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one message
                     "Request String parsed: method: POST, uri: /a?x=1&Y= 2, "
                     "protocol version: HTTP/1.1",
                     "HTTP Header: CONTENT-LENGTH = 2", "HTTP request Content-Length: 2",

@@ -47,19 +47,25 @@ class Environment {
   Environment() {
     for (std::size_t i = 0; i < std::size(kVariables); ++i) {
       const char* value = std::getenv(kVariables[i]);
-      if (value != nullptr) was_[i] = value;
+      if (value != nullptr) {
+        was_[i] = value;
+      }
       unsetenv(kVariables[i]);
     }
   }
   ~Environment() {
     for (std::size_t i = 0; i < std::size(kVariables); ++i) {
       unsetenv(kVariables[i]);
-      if (was_[i]) setenv(kVariables[i], was_[i]->c_str(), 1);
+      if (was_[i]) {
+        setenv(kVariables[i], was_[i]->c_str(), 1);
+      }
     }
   }
 
   static void set(const char* variable, const char* value) {
-    if (value != nullptr) setenv(variable, value, 1);
+    if (value != nullptr) {
+      setenv(variable, value, 1);
+    }
   }
 
  private:

@@ -240,7 +240,7 @@ TEST_F(CipherTest, WhatDoesNotFitIsRefused) {
 TEST_F(CipherTest, InputThatNoForwardCallGaveIsRefused) {
   const auto key = newKey(256, 12);
   const Request request{.reverse = true, .key = key.get()};
-  for (const size_t length : {0, 1, 15, 17}) {
+  for (const size_t length : {0u, 1u, 15u, 17u}) {
     std::string out;
     EXPECT_LT(run(request, std::string(length, 'x'), &out), 0) << length;
   }
