@@ -11,7 +11,6 @@ import argparse
 import json
 import pathlib
 import shutil
-import sys
 import tempfile
 
 from check_endpoint import make_own_certificate
@@ -162,8 +161,7 @@ def main():
         print("skipped: there is no Chromium here")
     else:
         check(checks, arguments.command, arguments.pictures)
-    checks.report(arguments.report)
-    sys.exit(1 if checks.failed else 0)
+    checks.end(arguments.report)
 
 
 if __name__ == "__main__":

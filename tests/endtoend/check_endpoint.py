@@ -15,7 +15,6 @@ import os
 import pathlib
 import select
 import subprocess
-import sys
 import tempfile
 import threading
 
@@ -531,8 +530,7 @@ def main():
     print("\nwhat the host said:")
     for line in host.lines[-40 if checks.failed else -8 :]:
         print(f"  {line}")
-    checks.report(arguments.report)
-    sys.exit(1 if checks.failed else 0)
+    checks.end(arguments.report)
 
 
 if __name__ == "__main__":

@@ -2,13 +2,18 @@
 
 import collections
 import json
+import pathlib
 import queue
 import re
 import signal
 import socket
 import subprocess
+import sys
 import threading
 import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "tools"))
+from counts import Checks  # noqa: E402, F401
 
 START_SECONDS = 120  # a fresh Wine prefix takes its time
 STOP_SECONDS = 30
@@ -170,27 +175,6 @@ class Reader:
             return not self.bytes and not self._more()
         except OSError:
             return True
-
-
-class Checks:
-    def __init__(self):
-        self.passed = 0
-        self.failed = 0
-        self.skipped = 0
-
-    def expect(self, what, good, detail=""):
-        if good:
-            self.passed += 1
-            print(f"ok      {what}", flush=True)
-        else:
-            self.failed += 1
-            print(f"FAILED  {what}" + (f": {detail}" if detail != "" else ""), flush=True)
-
-    def report(self, path):
-        print(f"\n{self.passed} passed, {self.failed} failed")
-        if path:
-            counts = {"passed": self.passed, "failed": self.failed, "skipped": self.skipped}
-            path.write_text(json.dumps(counts))
 
 
 def as_json(body):

@@ -11,27 +11,13 @@ import json
 import pathlib
 import re
 import subprocess
-import sys
 import tempfile
 
+from counts import Checks
 from issuing import check_keys, check_profiles, check_refusals
 from pki import PASSWORD, make_chain, openssl
 
 CA_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
-
-
-class Checks:
-    def __init__(self):
-        self.passed = 0
-        self.failed = 0
-
-    def expect(self, what, good, detail=""):
-        if good:
-            self.passed += 1
-            print(f"ok      {what}")
-        else:
-            self.failed += 1
-            print(f"FAILED  {what}" + (f": {detail}" if detail else ""))
 
 
 class Host:
@@ -342,10 +328,7 @@ def main():
         secrets = [PASSWORD, "PRIVATE KEY"]
         checks.expect("no output shows a password or a key",
                       not any(secret in host.said for secret in secrets))
-    print(f"{checks.passed} passed, {checks.failed} failed")
-    if arguments.report:
-        arguments.report.write_text(json.dumps({"passed": checks.passed, "failed": checks.failed}))
-    sys.exit(1 if checks.failed else 0)
+    checks.end(arguments.report)
 
 
 if __name__ == "__main__":

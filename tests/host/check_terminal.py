@@ -15,14 +15,13 @@ import select
 import signal
 import socket
 import subprocess
-import sys
 import tempfile
 import termios
 import urllib.error
 import urllib.request
 
-from check_host import Checks, Host
-from counts import write_counts
+from check_host import Host
+from counts import Checks
 from pki import PASSWORD, make_chain
 
 SECONDS = 60
@@ -193,10 +192,7 @@ def main():
         check_strange_names(checks, host)
         check_busy_port(checks, host)
         check_endpoint_texts(checks, host, folder)
-    print(f"{checks.passed} passed, {checks.failed} failed")
-    if arguments.report:
-        write_counts(arguments.report, checks.passed, checks.failed)
-    sys.exit(1 if checks.failed else 0)
+    checks.end(arguments.report)
 
 
 if __name__ == "__main__":

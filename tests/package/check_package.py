@@ -19,7 +19,7 @@ import tempfile
 import zipfile
 import zlib
 
-from counts import write_counts
+from counts import Checks
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 FILES = ("vexabase.dll", "velmora.dll", "vexahost.exe")
@@ -30,19 +30,6 @@ import seal_pe  # noqa: E402
 PARTS = {"libgcrypt", "libgpg-error", "asio", "cli11", "nlohmann-json", "gcc-runtime", "mingw-w64"}
 TEXTS = ("LICENSE", "THIRD_PARTY_NOTICES.md", "README.md", "CHANGELOG.md", "licenses/LGPL-2.1.txt",
          "include/vexa/module.h", "lib/cmake/vexabase/vexabaseConfig.cmake", "relink/libvelmora.a")
-
-
-class Checks:
-    def __init__(self):
-        self.passed = self.failed = 0
-
-    def expect(self, what, good, detail=""):
-        if good:
-            self.passed += 1
-            print(f"ok      {what}")
-        else:
-            self.failed += 1
-            print(f"FAILED  {what}: {str(detail)[-900:]}")
 
 
 def make_packages(build, dist):
@@ -220,10 +207,7 @@ def main():
         check_relinking(checks, build, folder)
         check_relinking_as_described(checks, unpacked, folder)
         check_in_wine(checks, unpacked, arguments.wine, folder)
-    print(f"{checks.passed} passed, {checks.failed} failed")
-    if arguments.report:
-        write_counts(arguments.report, checks.passed, checks.failed)
-    sys.exit(1 if checks.failed else 0)
+    checks.end(arguments.report)
 
 
 if __name__ == "__main__":

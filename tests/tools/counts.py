@@ -1,10 +1,13 @@
 """What a test did, in numbers: a file NAME.json with "passed", "failed" and "skipped".
 
 Each test that counts for more than one writes such a file into the folder `results` of its build;
-count_tests.py sums them up.
+count_tests.py sums them up. Checks is for tests that count as they go.
 """
 
 import json
+import sys
+
+LONGEST_DETAIL = 4000
 
 
 def write_counts(path, passed, failed, skipped=0):
@@ -19,3 +22,26 @@ def read_counts(path):
         return counts["passed"], counts["failed"], counts.get("skipped", 0)
     except (OSError, ValueError, KeyError, TypeError):
         return None
+
+
+class Checks:
+    def __init__(self):
+        self.passed = 0
+        self.failed = 0
+        self.skipped = 0
+
+    def expect(self, what, good, detail=""):
+        if good:
+            self.passed += 1
+            print(f"ok      {what}", flush=True)
+        else:
+            self.failed += 1
+            told = str(detail)[-LONGEST_DETAIL:]
+            print(f"FAILED  {what}" + (f": {told}" if told else ""), flush=True)
+
+    def end(self, path):
+        """Tells the counts, writes them where a path is given, and ends the program."""
+        print(f"\n{self.passed} passed, {self.failed} failed")
+        if path:
+            write_counts(path, self.passed, self.failed, self.skipped)
+        sys.exit(1 if self.failed else 0)
