@@ -8,9 +8,8 @@
 #include "support/sweep.h"
 #include "vexa/certificates.h"
 #include "vexa/core.h"
-#include "vexa/pse.h"
 
-// The certificate functions and the PSE object when memory runs short, over the real runtime.
+// The certificate functions when memory runs short, over the real runtime.
 namespace vexa::test {
 namespace {
 
@@ -87,28 +86,6 @@ TEST_F(CertificateMemory, PredicatesAnswerWithoutMemory) {
     }
     return true;
   });
-}
-
-TEST_F(CertificateMemory, ThePseObjectIsMadeByALaterRequest) {
-  for (uint64_t n = 1; n < 30; ++n) {
-    allocation_gate::failAt(n, true);
-    void* pse = nullptr;
-    const int32_t result = create(kPseClassName, IID_IPse, &pse);
-    const bool refused = allocation_gate::refused() != 0;
-    allocation_gate::neverFail();
-    EXPECT_EQ(pse != nullptr, result == kOk) << n;
-    if (pse != nullptr) {
-      call<uint32_t>(pse, 2);
-    }
-    if (!refused) {
-      EXPECT_EQ(result, kOk);
-      return;
-    }
-    stop();
-    TearDown();
-    SetUp();
-  }
-  FAIL() << "the PSE object needs more allocations than it should";
 }
 
 }  // namespace

@@ -1,0 +1,69 @@
+#include "runtime/der/der_reader.h"
+
+#include "runtime/crypto_fixture.h"
+
+namespace vexa::test {
+namespace {
+
+using velmora::DerReader;
+
+velmora::ByteView viewOf(const ExactBytes& bytes) { return {bytes.data(), bytes.size()}; }
+
+class DerReaderTest : public RuntimeTest {};
+
+struct RefusedCase {
+  const char* name;
+  const char* hex;
+};
+void PrintTo(const RefusedCase& value, std::ostream* out) { *out << value.name; }
+
+class DerRefusal : public RuntimeTest, public ::testing::WithParamInterface<RefusedCase> {};
+
+TEST_P(DerRefusal, TakesNothing) {
+  const ExactBytes input(fromHex(GetParam().hex));
+  EXPECT_FALSE(DerReader(viewOf(input)).takeAny());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DerRefusal,
+                         ::testing::Values(RefusedCase{"Nothing", ""},
+                                           RefusedCase{"TagAlone", "04"},
+                                           RefusedCase{"ContentMissing", "0401"},
+                                           RefusedCase{"ContentShort", "0402aa"},
+                                           RefusedCase{"LengthShort", "0482ff"},
+                                           RefusedCase{"LengthBeyondEnd", "0484ffffffff00"},
+                                           RefusedCase{"LengthOfFiveBytes", "04850000000001aa"},
+                                           RefusedCase{"LongFormForShortLength", "048101aa"},
+                                           RefusedCase{"LengthWithLeadingZero", "04820001aa"},
+                                           RefusedCase{"Indefinite",
+                                                       "3080020100"
+                                                       "0000"},
+                                           RefusedCase{"HighTagNumber", "1f0100"}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(DerReaderTest, AReaderWalksElementsAndStopsBehindTheLast) {
+  const ExactBytes input(fromHex("0201050400"));
+  DerReader reader(viewOf(input));
+  EXPECT_FALSE(reader.take(velmora::kOctetString));
+  const auto number = reader.take(velmora::kInteger);
+  ASSERT_TRUE(number);
+  EXPECT_EQ(velmora::derSmallInteger(number->content), 5u);
+  EXPECT_EQ(number->whole.size(), 3u);
+  EXPECT_TRUE(reader.take(velmora::kOctetString));
+  EXPECT_TRUE(reader.atEnd());
+}
+
+TEST_F(DerReaderTest, BytesBehindAnElementAreNotItsContent) {
+  const ExactBytes input(fromHex("04010000"));
+  EXPECT_FALSE(velmora::derContent(viewOf(input), velmora::kOctetString));
+}
+
+TEST_F(DerReaderTest, NegativeIntegersAreNoUnsignedNumbers) {
+  const ExactBytes negative{0x80};
+  const ExactBytes padded{0x00, 0x80};
+  EXPECT_FALSE(velmora::derUnsigned(viewOf(negative)));
+  EXPECT_EQ(velmora::derUnsigned(viewOf(padded))->size(), 1u);
+  EXPECT_EQ(velmora::derSmallInteger(viewOf(padded)), 128u);
+}
+
+}  // namespace
+}  // namespace vexa::test
