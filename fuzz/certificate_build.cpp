@@ -1,6 +1,7 @@
 #include <openssl/evp.h>
 
 #include <cstring>
+#include <map>
 #include <vector>
 
 #include "certificate_oracle.h"
@@ -128,6 +129,17 @@ std::string dottedText(const ASN1_OBJECT* object) {
   return text;
 }
 
+// RFC 5280, 4.2.1.12: a purpose may be set by its name, too.
+std::string dottedPurpose(const std::string& text) {
+  static const std::map<std::string, std::string> kNamed = {
+      {"serverAuth", "1.3.6.1.5.5.7.3.1"},   {"clientAuth", "1.3.6.1.5.5.7.3.2"},
+      {"codeSigning", "1.3.6.1.5.5.7.3.3"},  {"emailProtection", "1.3.6.1.5.5.7.3.4"},
+      {"timeStamping", "1.3.6.1.5.5.7.3.8"}, {"OCSPSigning", "1.3.6.1.5.5.7.3.9"},
+  };
+  const auto named = kNamed.find(text);
+  return named == kNamed.end() ? text : named->second;
+}
+
 std::string significant(std::string bytes) {
   return bytes.erase(0, std::min(bytes.find_first_not_of('\0'), bytes.size()));
 }
@@ -156,7 +168,7 @@ void requireWanted(const Case& wanted, X509* made) {
   require(static_cast<size_t>(count) == wanted.purposes.size(), "as many purposes");
   for (int i = 0; i < count; ++i) {
     require(dottedText(sk_ASN1_OBJECT_value(purposes.get(), i)) ==
-                wanted.purposes[static_cast<size_t>(i)],
+                dottedPurpose(wanted.purposes[static_cast<size_t>(i)]),
             "the purposes that were set");
   }
 }
