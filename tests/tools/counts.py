@@ -1,10 +1,12 @@
 """What a test did, in numbers: a file NAME.json with "passed", "failed" and "skipped".
 
 Each test that counts for more than one writes such a file into the folder `results` of its build;
-count_tests.py sums them up. Checks is for tests that count as they go.
+count_tests.py sums them up. Checks is for tests that count as they go; with VEXA_FAIL_FAST in the
+environment they end at the first that fails.
 """
 
 import json
+import os
 import sys
 
 LONGEST_DETAIL = 4000
@@ -38,6 +40,8 @@ class Checks:
             self.failed += 1
             told = str(detail)[-LONGEST_DETAIL:]
             print(f"FAILED  {what}" + (f": {told}" if told else ""), flush=True)
+            if "VEXA_FAIL_FAST" in os.environ:
+                os._exit(1)  # whatever the test would still wait for
 
     def end(self, path):
         """Tells the counts, writes them where a path is given, and ends the program."""

@@ -3,13 +3,16 @@
 
 mutate.py [FOLDER...] [COUNT] [--seed N] [--report FILE]
 
-COUNT edits (20) of each folder's sources are drawn at random; the seed makes a run repeatable. Each
-is built and run against the tests of that folder, in a copy of the tree under build/mutate; a lock
+COUNT edits (20) of each folder's sources are drawn at random; the seed makes a run repeatable. A
+folder may be one of the tree's or one within. Each edit is built and run against the tests of its
+folder, programs first and then checks from outside, in a copy of the tree under build/mutate; a lock
 that was dropped also against the tests of many threads, under ThreadSanitizer. An edit that does not
-compile, or that the optimiser turns into the very same code, does not count. Exit status 0: in every folder at least 95 % of those that count were caught.
+compile, or that the optimiser turns into the very same code, does not count. Exit status 0: in every
+folder at least 95 % of those that count were caught.
 """
 
 import argparse
+import contextlib
 import json
 import os
 import pathlib
@@ -20,6 +23,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 from mutations import mutations_of
@@ -28,25 +32,31 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 COPY = ROOT / "build" / "mutate"
 BUILD = COPY / "build" / "mutate"
 FOLDERS = ("base", "collections", "json", "webclient", "monitor", "certs", "pkcs12", "capi",
-           "scrambler", "time", "runtime", "host")
+           "scrambler", "time", "pal", "module", "runtime", "host")
 # Tests of other folders that look after a folder, too.
-ALSO = {"base": ("module", "endtoend")}
+ALSO = {"base": ("module", "endtoend"), "module": ("conformance", "endtoend"),
+        "host": ("endpoint",)}
+# What the checks of a folder start.
+PROGRAMS = {"host": ("vexahost", "vexabase", "velmora")}
 BAR = 0.95
 # How much longer than without an edit the tests may take; then they count as hanging.
 PATIENCE, LEAST_SECONDS = 4, 20
 
 
 def run(command, seconds=1800, **options):
-    """(status, output) of a command; a hanging one is ended with its children, status None."""
+    """(status, output) of a command; status None of one that hangs. Nothing that it started stays."""
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                           errors="replace", stdin=subprocess.DEVNULL, start_new_session=True,
                           **options) as process:
         try:
             output, _ = process.communicate(timeout=seconds)
-            return process.returncode, output
+            status = process.returncode
         except subprocess.TimeoutExpired:
             os.killpg(process.pid, signal.SIGKILL)
-            return None, process.communicate()[0]
+            output, status = process.communicate()[0], None
+    with contextlib.suppress(ProcessLookupError):
+        os.killpg(process.pid, signal.SIGKILL)
+    return status, output
 
 
 def copy_tree():
@@ -76,11 +86,11 @@ def configure(preset):
 class Tests:
     """The tests of some folders: how to build and to run them."""
 
-    def __init__(self, places, build=BUILD):
+    def __init__(self, places, build=BUILD, programs=()):
         self._build = build
         known = run(["ninja", "-C", build, "-t", "targets", "all"])[1]
         self._targets = [f"tests_{place}" for place in places
-                         if re.search(rf"^tests_{place}: ", known, re.M)]
+                         if re.search(rf"^tests_{place}: ", known, re.M)] + list(programs)
         self._labels = "^(" + "|".join(places) + ")$"
         self._jobs = os.environ.get("VEXA_JOBS", "2")
         self._seconds = None  # that they take without an edit
@@ -91,13 +101,20 @@ class Tests:
         return run(["cmake", "--build", self._build, "-j", self._jobs, "--target", *self._targets])
 
     def passed(self):
+        """Programs go first: they are quicker than checks from outside."""
         limit = 1800 if self._seconds is None else max(LEAST_SECONDS, PATIENCE * self._seconds)
         start = time.monotonic()
-        status, _ = run(["ctest", "--test-dir", self._build, "-L", self._labels, "--stop-on-failure",
-                         "-j", self._jobs], limit, env=dict(os.environ, GTEST_FAIL_FAST="1"))
+        passed = self._run(limit, "-R") and self._run(limit, "-E")
         if self._seconds is None:
             self._seconds = time.monotonic() - start
-        return status == 0
+        return passed
+
+    def _run(self, limit, take_or_leave):
+        with tempfile.TemporaryDirectory() as folder:
+            environment = dict(os.environ, GTEST_FAIL_FAST="1", VEXA_FAIL_FAST="1", TMPDIR=folder)
+            command = ["ctest", "--test-dir", self._build, "-L", self._labels, take_or_leave,
+                       "_test$", "--stop-on-failure", "-j", self._jobs]
+            return run(command, limit, env=environment)[0] == 0
 
 
 class Optimised:
@@ -116,6 +133,9 @@ class Optimised:
             source = source or path  # the first is what is compiled
             self._users.setdefault(path, set()).add(source)
 
+    def is_built(self, path):
+        return str(path) in self._users
+
     def code_of(self, path):
         """Of the users in the file's own folder; one that does not compile is empty."""
         folder = COPY / path.relative_to(COPY).parts[0]
@@ -132,11 +152,11 @@ class Optimised:
         return target.read_bytes() if status == 0 else b""
 
 
-def draw(folder, count, generator):
-    """COUNT mutations over the folder's sources, each line of code as likely as any other."""
+def draw(folder, count, generator, optimised):
+    """COUNT mutations over what is built here of a folder, each line as likely as any other."""
     pool = []
     for path in sorted((COPY / folder).rglob("*")):
-        if path.suffix in (".cpp", ".h"):
+        if path.suffix in (".cpp", ".h") and optimised.is_built(path):
             pool.extend((path, mutation) for mutation in mutations_of(path.read_text()))
     return generator.sample(pool, min(count, len(pool)))
 
@@ -173,7 +193,8 @@ def judge(path, mutation, tests, races, optimised):
 
 
 def mutate_folder(folder, count, seed):
-    tests = Tests([folder, *ALSO.get(folder, ())])
+    top = pathlib.PurePath(folder).parts[0]
+    tests = Tests([top, *ALSO.get(top, ())], programs=PROGRAMS.get(top, ()))
     races = RaceTests()
     status, output = tests.build()
     if status != 0 or not tests.passed():
@@ -181,7 +202,7 @@ def mutate_folder(folder, count, seed):
     optimised = Optimised()
     verdicts = {"caught": 0, "survived": 0, "same": 0, "no": 0}
     survivors = []
-    for path, mutation in draw(folder, count, random.Random(f"{seed}/{folder}")):
+    for path, mutation in draw(folder, count, random.Random(f"{seed}/{folder}"), optimised):
         verdict = judge(path, mutation, tests, races, optimised)
         verdicts[verdict] += 1
         if verdict == "survived":
@@ -209,7 +230,7 @@ def parse_arguments():
     arguments.count = counts[0] if counts else 20
     arguments.folders = [word.strip("/") for word in arguments.what if not word.isdigit()]
     for folder in arguments.folders:
-        if folder not in FOLDERS:
+        if pathlib.PurePath(folder).parts[0] not in FOLDERS or not (ROOT / folder).is_dir():
             parser.error(f"no folder {folder}; there are {', '.join(FOLDERS)}")
     return arguments
 
