@@ -8,9 +8,9 @@ if(WIN32)
   endforeach()
   target_link_libraries(vexa_crypto INTERFACE ws2_32 advapi32 kernel32)
   # Functions of these libraries that runtime/ replaces: system_random_windows.cpp says why for the
-  # gatherers, system_objects_windows.cpp for the others.
+  # gatherers, libgcrypt.cpp for malloc, system_objects_windows.cpp for the others.
   foreach(replaced _gcry_rndw32_gather_random _gcry_rndw32_gather_random_fast
-                   _gpg_w32_bindtextdomain __imp_TlsAlloc __imp_TlsFree
+                   _gcry_private_malloc _gpg_w32_bindtextdomain __imp_TlsAlloc __imp_TlsFree
                    __imp_InitializeCriticalSection __imp_DeleteCriticalSection)
     target_link_options(vexa_crypto INTERFACE -Wl,--wrap=${replaced})
   endforeach()

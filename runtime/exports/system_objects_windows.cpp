@@ -1,6 +1,7 @@
 #include <atomic>
 
 #include "runtime/exports/system_objects.h"
+#include "runtime/keys/library_heap.h"
 #include "runtime/lock.h"
 
 // The linker leads the calls of these functions in this image here (--wrap, see
@@ -81,6 +82,7 @@ void WINAPI endSection(CRITICAL_SECTION* section) {
 void giveBackSystemObjects() {
   sections.giveBack([](CRITICAL_SECTION* section) { __real___imp_DeleteCriticalSection(section); });
   places.giveBack([](DWORD number) { __real___imp_TlsFree(number - 1); });
+  library_heap::close();
 }
 
 }  // namespace vexa::velmora

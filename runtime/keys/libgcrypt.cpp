@@ -4,10 +4,10 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
+#include "runtime/keys/library_heap.h"
 #include "runtime/lock.h"
 
 namespace vexa::velmora {
@@ -32,7 +32,8 @@ void* allocateForLibrary(size_t size) {
   if (size > SIZE_MAX - sizeof(BlockHeader)) {
     return nullptr;
   }
-  auto* const header = static_cast<BlockHeader*>(std::malloc(sizeof(BlockHeader) + size));
+  auto* const header =
+      static_cast<BlockHeader*>(library_heap::allocate(sizeof(BlockHeader) + size));
   if (header == nullptr) {
     return nullptr;
   }
@@ -43,7 +44,7 @@ void* allocateForLibrary(size_t size) {
 void freeForLibrary(void* block) {
   if (block != nullptr) {
     wipe(block, headerOf(block)->size);
-    std::free(headerOf(block));
+    library_heap::free(headerOf(block));
   }
 }
 
@@ -133,3 +134,11 @@ bool hmac(int algorithm, ByteView key, ByteView data, uint8_t* digest) {
 }
 
 }  // namespace vexa::velmora
+
+#if defined(_WIN32)
+// What libgcrypt takes before it hears of these functions, its constant numbers: the linker leads
+// that call here (--wrap, see cmake/Crypto.cmake).
+extern "C" void* __wrap__gcry_private_malloc(size_t size) {
+  return vexa::velmora::allocateForLibrary(size);
+}
+#endif

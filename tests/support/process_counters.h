@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <ostream>
+#include <span>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -10,6 +13,7 @@
 
 #include <vector>
 #else
+#include <malloc.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -26,6 +30,7 @@ struct ProcessCounters {
   int64_t handles;       // of the process; natively its open files
   int64_t threads;       // alive
   int64_t freePlaces;    // for values of threads: TLS indexes, natively keys
+  int64_t heapBytes;     // in blocks of its heaps
   int64_t privateBytes;  // memory that nobody shares
 
   static ProcessCounters now();
@@ -33,7 +38,8 @@ struct ProcessCounters {
 
 inline void PrintTo(const ProcessCounters& counters, std::ostream* out) {
   *out << counters.handles << " handles, " << counters.threads << " threads, "
-       << counters.freePlaces << " free places, " << counters.privateBytes / 1024 << " KiB";
+       << counters.freePlaces << " free places, " << counters.heapBytes << " bytes in blocks, "
+       << counters.privateBytes / 1024 << " KiB";
 }
 
 #if defined(_WIN32)
@@ -50,6 +56,22 @@ inline int64_t openHandles() {
   return count;
 }
 
+// Of all heaps. The lock of the heap that is walked keeps threads of the system out.
+inline int64_t bytesInBlocks() {
+  HANDLE heaps[256] = {};
+  const DWORD count = GetProcessHeaps(std::size(heaps), heaps);
+  int64_t bytes = 0;
+  for (const HANDLE heap : std::span(heaps).first(std::min<size_t>(count, std::size(heaps)))) {
+    HeapLock(heap);
+    PROCESS_HEAP_ENTRY entry{};
+    while (HeapWalk(heap, &entry)) {
+      bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? int64_t{entry.cbData} : 0;
+    }
+    HeapUnlock(heap);
+  }
+  return bytes;
+}
+
 inline int64_t committedBytes() {
   int64_t bytes = 0;
   MEMORY_BASIC_INFORMATION region{};
@@ -64,6 +86,7 @@ inline int64_t committedBytes() {
 
 inline ProcessCounters ProcessCounters::now() {
   ProcessCounters counters{};
+  counters.heapBytes = bytesInBlocks();
 
   std::vector<DWORD> places;
   for (DWORD place = TlsAlloc(); place != TLS_OUT_OF_INDEXES; place = TlsAlloc()) {
@@ -98,8 +121,14 @@ inline int64_t entriesIn(const char* folder) {
   return count;
 }
 
+inline int64_t bytesInBlocks() {
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<int64_t>(info.uordblks + info.hblkhd);
+}
+
 inline ProcessCounters ProcessCounters::now() {
   ProcessCounters counters{};
+  counters.heapBytes = bytesInBlocks();
 
   std::vector<pthread_key_t> keys;
   for (pthread_key_t key; pthread_key_create(&key, nullptr) == 0;) {
