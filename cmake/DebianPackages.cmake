@@ -5,29 +5,32 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL module sdk symbols)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "base module of a component framework")
 set(same_version "vexahost (= ${PROJECT_VERSION})")
 
 set(CPACK_DEBIAN_MODULE_PACKAGE_NAME vexahost)
 set(CPACK_DEBIAN_MODULE_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_MODULE_PACKAGE_SHLIBDEPS ON)
-set(CPACK_COMPONENT_MODULE_DESCRIPTION
-    "A host for the command line that offers the services of the vexabase
-module, among them JSON, URLs, certificates and PKCS#12, in a shell and
-through a local HTTP endpoint; with the module and its reference runtime.")
+set(CPACK_DEBIAN_MODULE_DESCRIPTION "command-line host and module of a component framework
+Offers the services of the vexabase module, among them JSON, URLs,
+certificates and PKCS#12, in a shell and through a local HTTP endpoint. The
+module and its reference runtime come with it.")
 
 set(CPACK_DEBIAN_SDK_PACKAGE_NAME vexabase-dev)
 set(CPACK_DEBIAN_SDK_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_SDK_PACKAGE_DEPENDS ${same_version})
-set(CPACK_COMPONENT_SDK_DESCRIPTION
-    "Development files: headers for hosts in C++ and C, a Python module, the
-documents, and what CMake and pkg-config look for.")
+set(CPACK_DEBIAN_SDK_DESCRIPTION "development files of the vexabase module
+Headers for hosts in C++ and C, a Python module, the documents, and what CMake
+and pkg-config look for.")
 
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_NAME vexahost-dbgsym)
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_SECTION debug)
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_DEPENDS ${same_version})
-set(CPACK_COMPONENT_SYMBOLS_DESCRIPTION "Debug symbols for vexahost.")
+set(CPACK_DEBIAN_SYMBOLS_DESCRIPTION "debug symbols for vexahost
+Function names, types and lines of the host, the module and its reference
+runtime, where gdb looks for them.")
 
+execute_process(COMMAND env LC_ALL=C date -u -R -d ${VEXA_RELEASE_DATE}
+                OUTPUT_VARIABLE release_date OUTPUT_STRIP_TRAILING_WHITESPACE)
 foreach(component module sdk symbols)
   string(TOUPPER ${component} upper)
   set(name ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
@@ -44,7 +47,7 @@ foreach(component module sdk symbols)
   file(WRITE ${texts}/changelog
        "${name} (${PROJECT_VERSION}) stable; urgency=medium\n\n"
        "  * See /usr/share/doc/vexabase/CHANGELOG.md in vexabase-dev.\n\n"
-       " -- ${CPACK_PACKAGE_CONTACT}  Thu, 01 Jan 2026 00:00:00 +0000\n")
+       " -- ${CPACK_PACKAGE_CONTACT}  ${release_date}\n")
   execute_process(COMMAND gzip -9 -n -f ${texts}/changelog)
   install(FILES ${texts}/copyright ${texts}/changelog.gz
           DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name} COMPONENT ${component})

@@ -7,6 +7,9 @@ else()
 endif()
 set(generated ${CMAKE_BINARY_DIR}/generated)
 
+# Builds all that is installed.
+add_custom_target(shipped DEPENDS vexahost vexabase velmora vexa_generated)
+
 install(TARGETS vexahost RUNTIME DESTINATION ${VEXA_MODULE_DIR} COMPONENT module)
 install(FILES LICENSE THIRD_PARTY_NOTICES.md DESTINATION ${doc_dir} COMPONENT module)
 install(DIRECTORY licenses DESTINATION ${doc_dir} COMPONENT module)
@@ -14,8 +17,6 @@ install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${d
 install(DIRECTORY docs DESTINATION ${doc_dir} COMPONENT sdk
         PATTERN CMakeLists.txt EXCLUDE PATTERN "Doxyfile.in" EXCLUDE PATTERN "*.pyc" EXCLUDE
         PATTERN "doxygen_filter.py" EXCLUDE)
-# Where the documents look for it, as in the sources.
-install(FILES bindings/python/vexabase.py DESTINATION ${doc_dir}/bindings/python COMPONENT sdk)
 
 # For gdb: beside the programs, or where Debian has them.
 if(VEXA_PACKAGE)
@@ -30,6 +31,8 @@ if(VEXA_PACKAGE)
 endif()
 
 if(WIN32)
+  # Where the documents look for it, as in the sources.
+  install(FILES bindings/python/vexabase.py DESTINATION bindings/python COMPONENT sdk)
   # What it takes to link the runtime with other builds of the libraries inside.
   set(objects ${generated}/libvelmora.a)
   add_custom_command(
@@ -37,6 +40,7 @@ if(WIN32)
     COMMAND ${CMAKE_OBJCOPY} --strip-debug -D $<TARGET_FILE:velmora_core> ${objects}
     DEPENDS velmora_core)
   add_custom_target(velmora_relink ALL DEPENDS ${objects})
+  add_dependencies(shipped velmora_relink)
   install(FILES ${objects} ${generated}/velmora.rc DESTINATION relink COMPONENT relink)
   get_target_property(options vexa_crypto INTERFACE_LINK_OPTIONS)
   list(JOIN options " " options)

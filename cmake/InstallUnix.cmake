@@ -1,3 +1,13 @@
+# What the documents lead to stands elsewhere than in the sources.
+file(MAKE_DIRECTORY ${generated}/doc-links)
+foreach(link "include;${CMAKE_INSTALL_INCLUDEDIR}" "bindings;${CMAKE_INSTALL_DATADIR}/vexabase")
+  list(GET link 0 name)
+  list(GET link 1 there)
+  cmake_path(RELATIVE_PATH there BASE_DIRECTORY ${CMAKE_INSTALL_DOCDIR})
+  file(CREATE_LINK ${there} ${generated}/doc-links/${name} SYMBOLIC)
+  install(FILES ${generated}/doc-links/${name} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT sdk)
+endforeach()
+
 # The host on the search path, its manual page and its completion, which it writes itself.
 cmake_path(RELATIVE_PATH VEXA_MODULE_DIR BASE_DIRECTORY ${CMAKE_INSTALL_BINDIR}
            OUTPUT_VARIABLE from_bin)
@@ -14,6 +24,7 @@ add_custom_command(
   COMMAND vexahost help --bash-completion > ${completion}
   DEPENDS vexahost)
 add_custom_target(vexahost_texts ALL DEPENDS ${manual} ${completion})
+add_dependencies(shipped vexahost_texts)
 install(FILES ${generated}/vexahost.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT module)
 install(FILES ${completion} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         RENAME vexahost COMPONENT module)

@@ -24,7 +24,7 @@ void addHelpCommand(CLI::App& app, Options& options) {
   command->add_flag("--man", question->isMan, "All of it as a manual page");
   command->add_flag("--bash-completion", question->isCompletion, "A completion for bash");
   command->callback([&app, &options, question] {
-    options.output.raw(question->isMan          ? manualPage(app, kVersion)
+    options.output.raw(question->isMan          ? manualPage(app, kVersion, kReleaseDate)
                        : question->isCompletion ? bashCompletion(app)
                                                 : helpTopic(app, question->words));
   });

@@ -4,7 +4,9 @@ namespace vexahost {
 
 struct Options;
 
-inline constexpr char kVersion[] = VEXA_VERSION;  // of the project, given by the build
+// Of the project, given by the build.
+inline constexpr char kVersion[] = VEXA_VERSION;
+inline constexpr char kReleaseDate[] = VEXA_RELEASE_DATE;
 
 // What this program, the module, its runtime and the libraries in both are.
 void printVersions(Options& options);

@@ -1,16 +1,21 @@
 #!/usr/bin/env python3
-"""Makes the Windows package: the same bytes from the same tree, whenever and wherever.
+"""Makes the packages: the same bytes from the same tree, whenever, wherever and by whomever.
 
-package.py BUILD DIST    BUILD is a Windows build; writes DIST/vexabase-VERSION.zip with a bill of
-                         materials inside (vexabase.spdx.json), the debug symbols that belong to it
-                         (vexabase-VERSION-symbols.zip, for the same folder), and DIST/SHA256SUMS over
-                         the packages that lie in DIST
+package.py WINDOWS RELEASE DIST
+
+WINDOWS and RELEASE are builds. Writes into DIST, which it empties before:
+  vexabase-VERSION.zip          the Windows programs and the SDK, with a bill of materials inside
+                                (vexabase.spdx.json)
+  vexabase-VERSION-symbols.zip  the debug symbols that belong to it, for the same folder
+  *.deb                         the Debian packages
+  SHA256SUMS                    over all of these
 """
 
 import hashlib
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -58,19 +63,40 @@ def write_checksums(dist):
     (dist / "SHA256SUMS").write_text("".join(lines))
 
 
-def main(build, dist):
+def make_zips(build, dist):
+    """The package and its symbols."""
     version = version_of(build)
     dist.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name) / "package" / f"vexabase-{version}"
         install(build, folder)
         bill_of_materials.write(folder, version, release_time())
-        write_zip(folder, dist / f"{folder.name}.zip")
+        packages = [dist / f"{folder.name}.zip", dist / f"{folder.name}-symbols.zip"]
+        write_zip(folder, packages[0])
         symbols = pathlib.Path(name) / "symbols" / folder.name
         install(build, symbols, "--component", "symbols")
-        write_zip(symbols, dist / f"{folder.name}-symbols.zip")
+        write_zip(symbols, packages[1])
+    return packages
+
+
+def make_debian_packages(build, dist):
+    """Their files. CPack gives folders the mode that the umask of whoever runs it leaves."""
+    dist.mkdir(parents=True, exist_ok=True)
+    environment = dict(os.environ, SOURCE_DATE_EPOCH=str(release_time()))
+    with tempfile.TemporaryDirectory() as name:
+        subprocess.run(["cpack", "--config", str(build / "CPackConfig.cmake"), "-B", name],
+                       check=True, env=environment, umask=0o022, stdout=subprocess.DEVNULL)
+        for package in pathlib.Path(name).glob("*.deb"):
+            shutil.copyfile(package, dist / package.name)
+    return sorted(dist.glob("*.deb"))
+
+
+def main(windows, release, dist):
+    shutil.rmtree(dist, ignore_errors=True)
+    make_zips(windows, dist)
+    make_debian_packages(release, dist)
     write_checksums(dist)
 
 
 if __name__ == "__main__":
-    main(pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve())
+    main(*(pathlib.Path(argument).resolve() for argument in sys.argv[1:4]))

@@ -68,20 +68,39 @@ std::string roff(const std::string& text) {
   return out;
 }
 
+// What an option takes: its words, if there are but a few, as in "TEXT:{server,client}".
+std::string valueName(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const std::size_t open = type.find(":{");
+  if (open == std::string::npos) {
+    return "VALUE";
+  }
+  std::string words = type.substr(open + 2, type.find('}', open) - open - 2);
+  std::replace(words.begin(), words.end(), ',', '|');
+  return words;
+}
+
 std::string optionName(const CLI::Option& option) {
   std::string name = option.get_positional() ? option.get_name(true) : option.get_name(false, true);
   if (!option.get_positional() && option.get_items_expected_max() > 0) {
-    name += " VALUE";
+    name += " " + valueName(option);
   }
   return name;
+}
+
+// --help, which every command has, is described once.
+bool isDescribed(const CLI::App& app, const CLI::Option& option) {
+  return app.get_parent() == nullptr || !option.check_lname("help");
 }
 
 std::string describeOptions(const CLI::App& app) {
   std::string text;
   for (const CLI::Option* const option : optionsOf(app)) {
-    const std::string initial = option->get_default_str();
-    text += ".TP\n.B " + roff(optionName(*option)) + "\n" + roff(option->get_description()) +
-            (initial.empty() ? "" : " (" + roff(initial) + ")") + "\n";
+    if (isDescribed(app, *option)) {
+      const std::string initial = option->get_default_str();
+      text += ".TP\n.B " + roff(optionName(*option)) + "\n" + roff(option->get_description()) +
+              (initial.empty() ? "" : " (" + roff(initial) + ")") + "\n";
+    }
   }
   return text;
 }
@@ -120,9 +139,9 @@ std::string exitStatusTopic() {
 
 }  // namespace
 
-std::string manualPage(const CLI::App& app, const std::string& version) {
-  std::string page = ".TH " + upperCase(app.get_name()) + " 1 \"\" \"" + app.get_name() + " " +
-                     version + "\"\n.SH NAME\n" + app.get_name() + " \\- " +
+std::string manualPage(const CLI::App& app, const std::string& version, const std::string& date) {
+  std::string page = ".TH " + upperCase(app.get_name()) + " 1 " + date + " \"" + app.get_name() +
+                     " " + version + "\"\n.SH NAME\n" + app.get_name() + " \\- " +
                      roff(app.get_description()) + "\n.SH SYNOPSIS\n.B " + app.get_name() +
                      "\n[\\fIOPTIONS\\fR] \\fICOMMAND\\fR [\\fIARGUMENTS\\fR]\n.SH OPTIONS\n" +
                      describeOptions(app) + ".SH COMMANDS\n";
@@ -174,6 +193,7 @@ std::string helpTopic(const CLI::App& app, const std::vector<std::string>& words
     return kPkcs12Topic;
   }
   const CLI::App* found = &app;
+  std::string before;  // the names that lead to it
   for (const std::string& word : words) {
     const Apps commands = commandsOf(*found);
     const auto next =
@@ -183,9 +203,10 @@ std::string helpTopic(const CLI::App& app, const std::vector<std::string>& words
       throw HostError("no help on " + word + "; there are the commands, exit-status and pkcs12",
                       ExitStatus::kUsage);
     }
+    before += (before.empty() ? "" : " ") + found->get_name();
     found = *next;
   }
-  return found->help();
+  return found->help(before);
 }
 
 }  // namespace vexahost

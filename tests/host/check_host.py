@@ -146,6 +146,12 @@ def check_command_line(checks, host, folder):
     page = (folder / "page.1").read_text()
     checks.expect("the manual page has commands and exit statuses",
                   ".SS ca issue" in page and ".SH EXIT STATUS" in page, page[:200])
+    checks.expect("... what an option takes, and the date of the version",
+                  "for server|client|ca|person" in page
+                  and re.match(r"\.TH VEXAHOST 1 \d{4}-\d\d-\d\d ", page), page[:200])
+    checks.expect("... and describes --help once", page.count("\\-\\-help") == 1, page)
+    _, text = host.run("help", "ca", "issue")
+    checks.expect("help on a command shows how to call it", "vexahost ca issue [" in text, text)
 
 
 def check_texts_beyond_ascii(checks, host, folder):

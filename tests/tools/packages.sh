@@ -16,7 +16,7 @@ declare -A packages=(
   [coverage]="gcovr"
   [valgrind]="valgrind"
   [docs]="doxygen"
-  [package]="dpkg-dev file"
+  [package]="dpkg-dev file lintian mandoc"
 )
 packages[base]="${packages[native]} ${packages[windows]} ${packages[lint]} ${packages[checks]}"
 
