@@ -23,26 +23,21 @@ function(vexa_include_root name out)
   set(${out} ${root} PARENT_SCOPE)
 endfunction()
 
-# vexa_folder(NAME [HOT] SOURCES a.cpp ... DEPENDS vexa_base ...): the static library vexa_NAME of one
-# source folder. What it depends on is visible to those who use it. HOT: where the build optimises,
-# these sources are worth the space that -O3 takes (docs/performance.md).
+# vexa_folder(NAME [HOT] DEPENDS vexa_base ...): the static library vexa_NAME of all sources of one
+# folder. What it depends on is visible to those who use it. HOT: where the build optimises, these
+# sources are worth the space that -O3 takes (docs/performance.md).
 function(vexa_folder name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "HOT" "" "SOURCES;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "HOT" "" "DEPENDS")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "vexa_folder(${name}): unknown ${arg_UNPARSED_ARGUMENTS}")
   endif()
   vexa_include_root(${name} root)
-  if(arg_SOURCES)
-    add_library(vexa_${name} STATIC ${arg_SOURCES})
-    target_include_directories(vexa_${name} PUBLIC ${root})
-    target_link_libraries(vexa_${name} PUBLIC ${arg_DEPENDS} PRIVATE vexa_warnings)
-    if(arg_HOT AND CMAKE_CXX_FLAGS MATCHES "-O2")
-      target_compile_options(vexa_${name} PRIVATE -O3)
-    endif()
-  else()
-    add_library(vexa_${name} INTERFACE)
-    target_include_directories(vexa_${name} INTERFACE ${root})
-    target_link_libraries(vexa_${name} INTERFACE ${arg_DEPENDS})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  add_library(vexa_${name} STATIC ${sources})
+  target_include_directories(vexa_${name} PUBLIC ${root})
+  target_link_libraries(vexa_${name} PUBLIC ${arg_DEPENDS} PRIVATE vexa_warnings)
+  if(arg_HOT AND CMAKE_CXX_FLAGS MATCHES "-O2")
+    target_compile_options(vexa_${name} PRIVATE -O3)
   endif()
 endfunction()
 

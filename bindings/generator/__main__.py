@@ -3,15 +3,14 @@
 python3 -m generator c-header INCLUDE VERSION OUT    the C header
 python3 -m generator abi INCLUDE VERSION OUT         the binary interface as JSON
 python3 -m generator calls INCLUDE VERSION OUT       a source that calls everything
-python3 -m generator python INCLUDE VERSION OUT      the tables in vexabase.py, made anew
-python3 -m generator page INCLUDE VERSION OUT        the signatures in a document, made anew
+python3 -m generator sources ROOT                    what is kept among the sources, made anew
 """
 
 import json
 import pathlib
 import sys
 
-from . import pages, python_tables
+from . import sources
 from .abi import describe
 from .c_header import CHeader
 from .calls import Calls
@@ -25,10 +24,6 @@ def main(what, include, version, out):
         text = CHeader(sdk, version).write()
     elif what == "calls":
         text = Calls(sdk).write()
-    elif what == "page":
-        text = pages.replaced(pathlib.Path(out).read_text(encoding="utf-8"), sdk)
-    elif what == "python":
-        text = python_tables.replaced(pathlib.Path(out).read_text(encoding="utf-8"), sdk)
     elif what == "abi":
         text = json.dumps(describe(sdk, version), indent=1) + "\n"
     else:
@@ -40,9 +35,13 @@ def main(what, include, version, out):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 5:
-        raise SystemExit(__doc__)
     try:
-        main(*sys.argv[1:])
+        if sys.argv[1:2] == ["sources"] and len(sys.argv) == 3:
+            tree = pathlib.Path(sys.argv[2])
+            sources.renew(tree, read_sdk(tree / "include"))
+        elif len(sys.argv) == 5:
+            main(*sys.argv[1:])
+        else:
+            raise SystemExit(__doc__)
     except HeaderError as error:
         raise SystemExit(f"generator: {error}") from error

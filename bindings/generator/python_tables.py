@@ -2,7 +2,7 @@
 
 from .model import Array, Function, Plain, Pointer
 
-BEGIN = "# --- Made from the headers by `python3 -m generator python`; not edited by hand. ---\n"
+BEGIN = "# --- Made from the headers (./dev build native renew); not edited by hand. ---\n"
 END = "# --- End of what is made from the headers. ---\n"
 CODES = {"void": "v", "bool": "?", "int8_t": "b", "uint8_t": "B", "int32_t": "i", "uint32_t": "I",
          "int64_t": "q", "uint64_t": "Q", "uintptr_t": "Q"}

@@ -491,10 +491,11 @@ def read_sdk(root):
             return
         done.add(header)
         path = root / header
+        if path.name in HELPERS:
+            return
         for needed in includes(path):
             visit(needed)
-        if path.name not in HELPERS:
-            Reader(sdk, path, header).read()
+        Reader(sdk, path, header).read()
 
     for path in sorted((root / "vexa").rglob("*.h")):
         visit(path.relative_to(root).as_posix())

@@ -38,7 +38,7 @@ _AT_END = 2**64 - 1
 _UNIX_SECONDS, _FILE_TIME = 0x21, 0x18
 _NULL, _NUMBER, _STRING, _ARRAY, _OBJECT, _BOOL = range(1, 7)
 
-# --- Made from the headers by `python3 -m generator python`; not edited by hand. ---
+# --- Made from the headers (./dev build native renew); not edited by hand. ---
 _SLOTS: Dict[str, Dict[str, Tuple[int, str]]] = {
     "CaList": {
         "GetModuleInfo": (0, "i(ppp)"),

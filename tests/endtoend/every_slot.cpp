@@ -85,6 +85,7 @@ class SlotCaller {
   void call(const CoreList& list) {
     note("reserved1", list.reserved1(nullptr, nullptr, nullptr));
     list.reserved2(nullptr, nullptr, nullptr);
+    note("reserved2", kOk);
     notePointer("reserved3", list.reserved3(nullptr, kText, nullptr));
     note("reserved14", list.reserved14(0, 0));
     callBuffers(list);

@@ -4,6 +4,7 @@
 #include "every_slot.h"
 #include "installed_module.h"
 #include "support/may_leak.h"
+#include "vexa/all.h"
 
 namespace vexa::test {
 namespace {
@@ -115,6 +116,7 @@ const Answers kUnbound = {
     {"vexa.misc.base.core.1 TerminateBuffer", kOk},
     {"vexa.misc.base.core.1 reserved1", kOk},
     {"vexa.misc.base.core.1 reserved14", kOk},
+    {"vexa.misc.base.core.1 reserved2", kOk},
     {"vexa.misc.base.core.1 reserved3", 1},
     {"vexa.misc.base.core.1 scrambler CopyKeyTo", kOk},
     {"vexa.misc.base.core.1 scrambler Initialize", kOutOfMemory},
@@ -164,6 +166,19 @@ std::vector<std::string> unlike(const Answers& expected, const Answers& answers)
     }
   }
   return differences;
+}
+
+TEST_F(UnboundModule, IsAskedForEverySlotOfEveryList) {
+  ASSERT_EQ(module.init(&spy.root, &lookup), kOk);
+  const Answers answers = callEverything();
+  EXPECT_EQ(module.final(), kOk);
+  forEachType(AllLists(), [&answers](auto type) {
+    using List = typename decltype(type)::type;
+    for (const ListSlot& slot : ListTraits<List>::kSlots) {
+      const std::string name = std::string(ListTraits<List>::kName) + ' ' + slot.name;
+      EXPECT_EQ(answers.count(name), 1u) << name;
+    }
+  });
 }
 
 TEST_F(UnboundModule, AnswersBeforeTheFirstStart) {
