@@ -128,7 +128,12 @@ HMODULE WINAPI LoadLibraryA(LPCSTR name) {
       return fail(loadError(path));
     }
     const HMODULE module = static_cast<HMODULE>(handle);
-    remember(module, 1);
+    try {
+      remember(module, 1);
+    } catch (const std::bad_alloc&) {
+      dlclose(handle);
+      throw;
+    }
     return module;
   } catch (const std::bad_alloc&) {
     return fail(ERROR_NOT_ENOUGH_MEMORY);

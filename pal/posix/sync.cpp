@@ -218,8 +218,9 @@ bool Waitable::wait(DWORD milliseconds) {
 }
 
 bool Thread::launch(const std::shared_ptr<Thread>& self, SIZE_T stackSize) {
+  std::unique_ptr<std::shared_ptr<Thread>> kept(new (std::nothrow) std::shared_ptr<Thread>(self));
   pthread_attr_t attributes;
-  if (pthread_attr_init(&attributes) != 0) {
+  if (!kept || pthread_attr_init(&attributes) != 0) {
     return false;
   }
   // A size that the system refuses leaves the default.
@@ -227,7 +228,6 @@ bool Thread::launch(const std::shared_ptr<Thread>& self, SIZE_T stackSize) {
     pthread_attr_setstacksize(&attributes, stackSize);
   }
 
-  auto kept = std::make_unique<std::shared_ptr<Thread>>(self);
   bool started = false;
   {
     // Held over the start, so that the new thread finds thread_ and owned_ in place.

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include "../samples.h"
 #include "pal/posix/counters.h"
 #include "pal/posix/der.h"
@@ -77,6 +81,64 @@ TEST(PosixCertStore, OtherPropertiesAreNotBuilt) {
   CertFreeCertificateContext(one);
 }
 
+TEST(PosixCertStore, NothingHasNoProperties) {
+  CRYPT_DATA_BLOB blob{};
+  DWORD size = 0;
+  SetLastError(0);
+  EXPECT_FALSE(CertSetCertificateContextProperty(nullptr, CERT_FRIENDLY_NAME_PROP_ID, 0, &blob));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  SetLastError(0);
+  EXPECT_FALSE(
+      CertGetCertificateContextProperty(nullptr, CERT_FRIENDLY_NAME_PROP_ID, nullptr, &size));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  PCCERT_CONTEXT one = create(samples::kOne);
+  SetLastError(0);
+  EXPECT_FALSE(
+      CertGetCertificateContextProperty(one, CERT_FRIENDLY_NAME_PROP_ID, nullptr, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  CertFreeCertificateContext(one);
+  EXPECT_TRUE(CertDeleteCertificateFromStore(nullptr));
+}
+
+TEST(PosixCertStore, AKeyProviderHasNoParametersAndIsRemovedByNone) {
+  PCCERT_CONTEXT one = create(samples::kOne);
+  std::u16string container = u"c";
+  CRYPT_KEY_PROV_INFO info{};
+  info.pwszContainerName = container.data();
+  info.cProvParam = 1;
+  SetLastError(0);
+  EXPECT_FALSE(CertSetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+
+  info.cProvParam = 0;
+  ASSERT_TRUE(CertSetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+  std::vector<std::uint64_t> block(8);
+  DWORD size = 64;
+  ASSERT_TRUE(
+      CertGetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, block.data(), &size));
+  const auto& told = *reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(block.data());
+  EXPECT_EQ(std::u16string(told.pwszContainerName), u"c");
+  EXPECT_EQ(told.pwszProvName, nullptr) << "none was given";
+
+  EXPECT_TRUE(CertSetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, 0, nullptr));
+  SetLastError(0);
+  EXPECT_FALSE(CertGetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(CRYPT_E_NOT_FOUND));
+  CertFreeCertificateContext(one);
+}
+
+TEST(PosixCertStore, APolicyNeedsAChainAndFreeingNoneIsHarmless) {
+  CERT_CHAIN_POLICY_PARA parameters{};
+  CERT_CHAIN_POLICY_STATUS status{};
+  SetLastError(0);
+  EXPECT_FALSE(
+      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, nullptr, &parameters, &status));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  const std::size_t before = pal::posix::openChains();
+  CertFreeCertificateChain(nullptr);
+  EXPECT_EQ(pal::posix::openChains(), before);
+}
+
 TEST(PosixCertStore, ChainsAreCounted) {
   const std::size_t before = pal::posix::openChains();
   PCCERT_CONTEXT one = create(samples::kOne);
@@ -135,6 +197,26 @@ TEST(PosixKeyContainers, ABlobOfAnotherLengthThanItsKeyAsksForIsRefused) {
   longer.push_back(0);
   EXPECT_FALSE(
       CryptImportKey(provider, longer.data(), static_cast<DWORD>(longer.size()), 0, 0, &key));
+  CryptReleaseContext(provider, 0);
+  pal::posix::clearKeyContainers();
+}
+
+TEST(PosixKeyContainers, AnotherVersionOrFlagOfAnImportIsRefused) {
+  pal::posix::clearKeyContainers();
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"c", kProvider, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  auto blob = bytes(samples::kKeyBlob);
+  const auto size = static_cast<DWORD>(blob.size());
+  HCRYPTKEY key = 0;
+  constexpr DWORD kAnotherFlag = 0x40;
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, blob.data(), size, 0, kAnotherFlag, &key));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_FLAGS));
+  ++blob[1];
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, blob.data(), size, 0, 0, &key));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_VER));
+  EXPECT_EQ(pal::posix::openKeys(), 0u);
   CryptReleaseContext(provider, 0);
   pal::posix::clearKeyContainers();
 }

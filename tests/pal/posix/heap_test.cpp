@@ -29,3 +29,13 @@ TEST(PosixHeap, HasNoMovableBlocks) {
   EXPECT_EQ(GlobalAlloc(kMovable, 10), nullptr);
   EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
 }
+
+TEST(PosixHeap, ABlockOfNothingIsStillABlock) {
+  const std::size_t before = pal::posix::heapBlocks();
+  void* block = HeapAlloc(GetProcessHeap(), 0, 10);
+  block = HeapReAlloc(GetProcessHeap(), 0, block, 0);
+  EXPECT_NE(block, nullptr);
+  EXPECT_EQ(pal::posix::heapBlocks(), before + 1);
+  EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, block));
+  EXPECT_EQ(pal::posix::heapBlocks(), before);
+}

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <string>
+
 #include "pal/posix/counters.h"
 #include "pal/windows_api.h"
 
@@ -41,4 +44,26 @@ TEST(PosixLibrary, OnlyAddressesLeadToHandles) {
   SetLastError(0);
   EXPECT_FALSE(GetModuleHandleExA(0, "libc.so.6", &module));
   EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+}
+
+TEST(PosixLibrary, APathWithoutRoomIsNotWritten) {
+  char path = 'x';
+  SetLastError(0);
+  EXPECT_EQ(GetModuleFileNameA(nullptr, &path, 0), 0u);
+  EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+  EXPECT_EQ(path, 'x');
+}
+
+TEST(PosixLibrary, APointAtTheEndSaysThatThereIsNoExtension) {
+  const std::string copy = testing::TempDir() + "vexa_library_without_extension";
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, sizeof(path));
+  PathRemoveFileSpecA(path);
+  PathAppendA(path, "pal_loaded_library.so");
+  std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
+  EXPECT_EQ(LoadLibraryA(copy.c_str()), nullptr) << "with an extension there is no such file";
+  const HMODULE module = LoadLibraryA((copy + ".").c_str());
+  EXPECT_NE(module, nullptr);
+  EXPECT_TRUE(FreeLibrary(module));
+  std::filesystem::remove(copy);
 }
