@@ -1,6 +1,5 @@
 #include <utility>
 
-#include "base/heap.h"
 #include "json/collections.h"
 
 namespace vexa::json {
@@ -65,19 +64,16 @@ int32_t JsonCollection::query(uint64_t index, const Guid& id, void** value) {
 
 int32_t JsonCollection::append(ComPtr<JsonValue> value) {
   const Item old = content();
-  auto* const entries = static_cast<Entry*>(
-      base::reallocate(old.hasEntries() ? old.entries() : nullptr, (count() + 1) * sizeof(Entry)));
-  if (entries == nullptr) {
+  if (failed(entries_.reserve(old.length() + 1))) {
     return kOutOfMemory;
   }
-  if (!old.hasEntries()) {
-    const uint64_t each = itemsEach(type());
-    for (uint64_t i = 0; i < count(); ++i) {
-      entries[i] = Entry(old.items() + i * each + each - 1);
-    }
+  const uint64_t each = itemsEach(type());
+  while (entries_.size() < old.length()) {
+    (void)entries_.append(Entry(old.items() + entries_.size() * each + each - 1));
   }
-  setContent(Item::changed(type(), entries, count() + 1));
-  put(count() - 1, value.release());
+  (void)entries_.append(Entry(value.release()));
+  hasValues_ = true;
+  setContent(Item::changed(type(), entries_.data(), entries_.size()));
   return kOk;
 }
 
@@ -127,9 +123,7 @@ void JsonCollection::dropElements(JsonCollection*& dying) {
       element.value()->DeletingDestructor(1);
     }
   }
-  if (content().hasEntries()) {
-    base::freeBlock(content().entries());
-  }
+  entries_.clear();
   hasValues_ = false;
   setContent(Item::collection(type(), nullptr, 0));
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/root_vector.h"
 #include "json/values.h"
 
 namespace vexa::json {
@@ -43,6 +44,7 @@ class JsonCollection : public JsonValue {
   void dropElements(JsonCollection*& dying);
 
   bool hasValues_ = false;
+  base::RootVector<Entry> entries_;  // once elements were added; the content refers to them
   JsonCollection* nextDying_ = nullptr;
 };
 

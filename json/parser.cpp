@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <string_view>
 
 #include "base/char_classes.h"
-#include "json/growing_stack.h"
+#include "base/root_vector.h"
 #include "json/repeated_keys.h"
 #include "json/string_decoder.h"
 
@@ -127,7 +128,7 @@ class Parser {
       return Item::absent();
     }
     --depth_;
-    const auto items = pending_.from(first);
+    const auto items = heldFrom(first);
     uint64_t members = 0;
     if (!repeatedKeys_.drop(items, members)) {
       return outOfMemory();
@@ -170,7 +171,7 @@ class Parser {
       return Item::absent();
     }
     --depth_;
-    const auto items = pending_.from(first);
+    const auto items = heldFrom(first);
     return close(kJsonArray, first, items.data(), items.size());
   }
 
@@ -189,12 +190,15 @@ class Parser {
   }
 
   bool hold(const Item& item) {
-    if (pending_.push(item)) {
+    if (succeeded(pending_.append(item))) {
       return true;
     }
     result_ = kOutOfMemory;
     return false;
   }
+
+  // The items from `first` on, valid until the next one is held.
+  std::span<Item> heldFrom(uint64_t first) { return {pending_.begin() + first, pending_.end()}; }
 
   // Moves the items of a collection from the stack, where they stand from `first` on, to the pool.
   Item close(uint32_t type, uint64_t first, const Item* items, uint64_t count) {
@@ -284,7 +288,7 @@ class Parser {
   char* const end_;
   uint32_t depth_ = 0;
   int32_t result_ = kFail;
-  GrowingStack<Item, 64> pending_;
+  base::RootStack<Item, 64> pending_;
   RepeatedKeys repeatedKeys_;
 };
 

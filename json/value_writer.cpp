@@ -1,5 +1,4 @@
-#include "base/heap.h"
-#include "json/growing_stack.h"
+#include "base/root_vector.h"
 #include "json/text_writer.h"
 #include "json/values.h"
 
@@ -23,7 +22,7 @@ class TreeWriter {
       const Item nested = level_.collection.type() == kJsonObject ? writeLevel<kJsonObject>()
                                                                   : writeLevel<kJsonArray>();
       if (!nested.isAbsent()) {
-        if (!outer_.push(level_)) {
+        if (failed(outer_.append(level_))) {
           return kOutOfMemory;
         }
         open(nested);
@@ -105,7 +104,7 @@ class TreeWriter {
 
   TextWriter& out_;
   Level level_{Item::absent(), 0};
-  GrowingStack<Level, 32> outer_;  // the levels around it
+  base::RootStack<Level, 32> outer_;  // the levels around it
 };
 
 }  // namespace

@@ -77,8 +77,8 @@ int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
   if (const int32_t result = appendUnfinished(bytes, count); failed(result)) {
     return result;
   }
-  cursor_ = pending_.get();
-  end_ = cursor_ + used_;
+  cursor_ = pending_.data();
+  end_ = pending_.end();
   endReached_ = false;
   traceRaw();
   if (!headerFinished_) {
@@ -373,47 +373,37 @@ void CHTTPRequest::skipWhitespace() {
   }
 }
 
-int32_t CHTTPRequest::reserve(uint64_t capacity) {
-  if (capacity_ >= capacity) {
-    return kOk;
-  }
-  const bool isParsing = cursor_ != nullptr;
-  const int64_t consumed = isParsing ? cursor_ - pending_.get() : 0;
-  const int64_t length = isParsing ? end_ - pending_.get() : 0;
-  auto* const grown = static_cast<uint8_t*>(base::reallocate(pending_.get(), capacity));
-  if (grown == nullptr) {
+// The steps may be called one by one, so the positions follow the bytes.
+int32_t CHTTPRequest::resizePending(uint64_t count) {
+  const int64_t consumed = cursor_ - pending_.data();
+  const int64_t length = end_ - pending_.data();
+  if (failed(pending_.resize(count))) {
     return kOutOfMemory;
   }
-  if (isParsing) {  // the steps may be called one by one, so the positions follow the bytes
-    cursor_ = grown + consumed;
-    end_ = grown + length;
-  }
-  pending_.release();
-  pending_.reset(grown);
-  capacity_ = capacity;
+  cursor_ = pending_.data() + consumed;
+  end_ = pending_.data() + length;
   return kOk;
 }
 
 int32_t CHTTPRequest::appendUnfinished(const uint8_t* bytes, uint64_t count) {
-  if (count > UINT64_MAX - used_ || failed(reserve(used_ + count))) {
+  const uint64_t used = pending_.size();
+  if (count > UINT64_MAX - used || failed(resizePending(used + count))) {
     return kOutOfMemory;
   }
   if (count != 0) {
-    std::memcpy(pending_.get() + used_, bytes, count);
+    std::memcpy(pending_.data() + used, bytes, count);
   }
-  used_ += count;
   traceUnfinished();
   return kOk;
 }
 
 int32_t CHTTPRequest::setUnfinished(const uint8_t* bytes, uint64_t count) {
-  if (failed(reserve(count))) {  // bytes of our own never need more room
+  if (failed(resizePending(count))) {  // bytes of our own need no more room, and stay
     return kOutOfMemory;
   }
-  if (count != 0 && bytes != pending_.get()) {
-    std::memmove(pending_.get(), bytes, count);
+  if (count != 0 && bytes != pending_.data()) {
+    std::memmove(pending_.data(), bytes, count);
   }
-  used_ = count;
   searched_ = 0;
   traceUnfinished();
   return kOk;

@@ -5,6 +5,7 @@
 
 #include "base/buffer.h"
 #include "base/com_object.h"
+#include "base/root_vector.h"
 #include "base/string.h"
 #include "collections/text_table.h"
 #include "vexa/http_request.h"
@@ -66,7 +67,7 @@ class CHTTPRequest : public IHTTPRequest,
   uint64_t remaining() const { return static_cast<uint64_t>(end_ - cursor_); }
   bool takeToken(std::string_view separator, std::string_view& token);
 
-  int32_t reserve(uint64_t capacity);
+  int32_t resizePending(uint64_t count);
   void traceUnfinished() const;
   void traceRaw() const;
   void dump();
@@ -75,9 +76,7 @@ class CHTTPRequest : public IHTTPRequest,
   bool endReached_ = false;
   uint8_t* cursor_ = nullptr;  // first byte not consumed
   uint8_t* end_ = nullptr;
-  base::RootBlock<uint8_t> pending_;
-  uint64_t used_ = 0;
-  uint64_t capacity_ = 0;
+  base::RootVector<uint8_t> pending_;
   uint64_t searched_ = 0;  // so many pending bytes are known to begin no line end
   bool headerFinished_ = false;
   ShortText<16> method_;

@@ -17,7 +17,7 @@ constexpr char kEntry[] = "%s : %s : %s";
 void CHTTPRequest::traceUnfinished() const {
   if (base::isTraceOn(kTraceNotice, kModuleSource)) {
     base::traceFormat(kTraceInfo, kModuleSource, "HTTP request unfinished bytes count: %d",
-                      static_cast<int>(used_));
+                      static_cast<int>(pending_.size()));
   }
 }
 
@@ -27,7 +27,7 @@ void CHTTPRequest::traceRaw() const {
   }
   base::traceText(kTraceInfo, kModuleSource, "****** HTTP Request Begin (RAW) ******");
   base::Buffer text;
-  if (succeeded(base::BufferFromBytes(pending_.get(), used_, text.put()))) {
+  if (succeeded(base::BufferFromBytes(pending_.data(), pending_.size(), text.put()))) {
     base::traceText(kTraceInfo, kModuleSource, reinterpret_cast<const char*>(text->data));
   }
   base::traceText(kTraceInfo, kModuleSource, "******  HTTP Request End (RAW)  ******");

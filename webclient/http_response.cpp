@@ -93,23 +93,16 @@ int32_t CHTTPResponse::addHeader(const char* name, const char* value) {
   return addLine(trimmed(name), trimmed(value));
 }
 
-// The block of lines grows by one line at a time; when it cannot, all lines are gone.
 int32_t CHTTPResponse::addLine(std::string_view name, std::string_view value) {
-  const uint64_t length =
-      headersLength_ + name.size() + kSeparator.size() + value.size() + kLineEnd.size();
-  auto* const grown = static_cast<char*>(base::reallocate(headers_.get(), length));
-  if (grown == nullptr) {
-    headers_.reset();
-    headersLength_ = 0;
-    return kOutOfMemory;
+  const uint64_t before = headers_.size();
+  const uint64_t length = name.size() + kSeparator.size() + value.size() + kLineEnd.size();
+  if (const int32_t result = headers_.resize(before + length); failed(result)) {
+    return result;
   }
-  headers_.release();
-  headers_.reset(grown);
-  char* out = append(grown + headersLength_, name);
+  char* out = append(headers_.data() + before, name);
   out = append(out, kSeparator);
   out = append(out, value);
   append(out, kLineEnd);
-  headersLength_ = length;
   return kOk;
 }
 
@@ -140,7 +133,7 @@ int32_t CHTTPResponse::serialize(uint8_t** buffer, uint64_t* size) {
 
 uint64_t CHTTPResponse::totalLength() const {
   return protocol_.view().size() + 1 + statusText_.view().size() + kLineEnd.size() +
-         headersLength_ + kLineEnd.size() + bodyLength_;
+         headers_.size() + kLineEnd.size() + bodyLength_;
 }
 
 // status-line *( field-line CRLF ) CRLF [ message-body ]
@@ -149,7 +142,7 @@ uint8_t* CHTTPResponse::write(uint8_t* out) const {
   out = append(out, " ");
   out = append(out, statusText_.view());
   out = append(out, kLineEnd);
-  out = append(out, {headers_.get(), headersLength_});
+  out = append(out, {headers_.data(), headers_.size()});
   out = append(out, kLineEnd);
   return append(out, {body_.get(), bodyLength_});
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/com_object.h"
+#include "base/root_vector.h"
 #include "vexa/http_response.h"
 #include "webclient/short_text.h"
 
@@ -39,8 +40,8 @@ class CHTTPResponse : public IHTTPResponse,
   ShortText<16> protocol_;
   ShortText<40> statusText_;  // room for all usual reasons
   uint32_t statusCode_ = 0;
-  base::RootBlock<char> headers_;  // the lines as they are written, each with its end
-  uint64_t headersLength_ = 0;
+  // The lines as they are written, each with its end. When they cannot grow, all of them are gone.
+  base::RootVector<char, base::GrowExactly, base::OnGrowthFailure::kDrop> headers_;
   base::RootBlock<char> body_;
   uint64_t bodyLength_ = 0;
 };
