@@ -14,38 +14,24 @@ struct Unbound {
   static const Table table;
 };
 
-template <>
-const runtime::RootList Unbound<runtime::RootList>::table;
-template <>
-const runtime::Pkcs12Table Unbound<runtime::Pkcs12Table>::table;
-template <>
-const runtime::Pkcs12TypesTable Unbound<runtime::Pkcs12TypesTable>::table;
+extern template struct Unbound<runtime::RootList>;
+extern template struct Unbound<runtime::Pkcs12Table>;
+extern template struct Unbound<runtime::Pkcs12TypesTable>;
 template <>
 const runtime::CommonTypes Unbound<runtime::CommonTypes>::table;
-template <>
-const runtime::EncodeTable Unbound<runtime::EncodeTable>::table;
-template <>
-const runtime::StringTable Unbound<runtime::StringTable>::table;
-template <>
-const runtime::MultiStringTable Unbound<runtime::MultiStringTable>::table;
-template <>
-const runtime::IoTable Unbound<runtime::IoTable>::table;
-template <>
-const runtime::UrlTable Unbound<runtime::UrlTable>::table;
+extern template struct Unbound<runtime::EncodeTable>;
+extern template struct Unbound<runtime::StringTable>;
+extern template struct Unbound<runtime::MultiStringTable>;
+extern template struct Unbound<runtime::IoTable>;
+extern template struct Unbound<runtime::UrlTable>;
 template <>
 const runtime::WideStringTable Unbound<runtime::WideStringTable>::table;
-template <>
-const runtime::AscTable Unbound<runtime::AscTable>::table;
-template <>
-const runtime::CryptTable Unbound<runtime::CryptTable>::table;
-template <>
-const runtime::RandomTable Unbound<runtime::RandomTable>::table;
-template <>
-const runtime::TimeTable Unbound<runtime::TimeTable>::table;
-template <>
-const runtime::NotifyTable Unbound<runtime::NotifyTable>::table;
-template <>
-const runtime::PseListTable Unbound<runtime::PseListTable>::table;
+extern template struct Unbound<runtime::AscTable>;
+extern template struct Unbound<runtime::CryptTable>;
+extern template struct Unbound<runtime::RandomTable>;
+extern template struct Unbound<runtime::TimeTable>;
+extern template struct Unbound<runtime::NotifyTable>;
+extern template struct Unbound<runtime::PseListTable>;
 
 // Holds one bound table. While it is unbound it points to the table that fails, so that nobody has
 // to ask. The address of `pointer` is what GetInterface fills and ReleaseInterface clears.

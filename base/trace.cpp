@@ -50,15 +50,10 @@ char* appendUnit(char* out, char16_t unit) {
 const char* defaultTraceSource() { return fileNameSource.name(); }
 
 void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments) {
-  if (bound.notify) {
-    bound.notify->MessageList(flags & kTraceLevels, sourceOrDefault(source), 0, format, arguments);
-  }
+  bound.notify->MessageList(flags & kTraceLevels, sourceOrDefault(source), 0, format, arguments);
 }
 
 void traceFormat(uint32_t flags, const char* source, const char* format, ...) {
-  if (!bound.notify) {
-    return;
-  }
   va_list arguments;
   va_start(arguments, format);
   traceFormatList(flags, source, format, arguments);
@@ -66,15 +61,10 @@ void traceFormat(uint32_t flags, const char* source, const char* format, ...) {
 }
 
 void traceText(uint32_t flags, const char* source, const char* text) {
-  if (bound.notify) {
-    bound.notify->Message(flags & kTraceLevels, sourceOrDefault(source), 0, "%s", text);
-  }
+  bound.notify->Message(flags & kTraceLevels, sourceOrDefault(source), 0, "%s", text);
 }
 
 void traceWide(uint32_t flags, const char* source, const char16_t* text) {
-  if (!bound.notify) {
-    return;
-  }
   const auto converted = RootBlock<char>::ofBytes(std::char_traits<char16_t>::length(text) * 3 + 1);
   if (!converted) {
     return;
@@ -89,9 +79,6 @@ void traceWide(uint32_t flags, const char* source, const char16_t* text) {
 
 void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
                          va_list arguments) {
-  if (!bound.notify) {
-    return;
-  }
   va_list measured;
   va_copy(measured, arguments);
   const uint64_t length = measureWide(format, measured);
@@ -105,9 +92,6 @@ void traceWideFormatList(uint32_t flags, const char* source, const char16_t* for
 }
 
 void traceWideFormat(uint32_t flags, const char* source, const char16_t* format, ...) {
-  if (!bound.notify) {
-    return;
-  }
   va_list arguments;
   va_start(arguments, format);
   traceWideFormatList(flags, source, format, arguments);

@@ -1,183 +1,100 @@
+#include <cstddef>
 #include <type_traits>
+#include <utility>
 
 #include "base/tables.h"
 #include "vexa/results.h"
 
-// Reserved slots stay null: nobody calls them.
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+// Reserved slots stand in arrays, which one list of all slots fills, too.
+#pragma GCC diagnostic ignored "-Wmissing-braces"
 
 namespace vexa::base {
 namespace {
 
 template <class Result, class... Arguments>
-using Function = Result (*)(Arguments...);
+Result fails(Arguments... /*arguments*/) {
+  if constexpr (std::is_same_v<Result, int32_t>) {
+    return kFail;
+  } else if constexpr (std::is_same_v<Result, const char*>) {
+    return "";
+  } else if constexpr (std::is_same_v<Result, const char16_t*>) {
+    return u"";
+  } else {
+    return Result();
+  }
+}
+template <class Result, class... Arguments>
+Result failsWithMore(Arguments... arguments, ...) {  // NOLINT(cert-dcl50-cpp): slots are such
+  return fails<Result>(arguments...);
+}
 
-// Becomes whichever function a slot wants: a result is kFail, anything else empty.
+template <class Result, class... Arguments>
+using Function = Result (*)(Arguments...);
+template <class Result, class... Arguments>
+using FunctionWithMore = Result (*)(Arguments..., ...);
+
+// Becomes whatever a slot wants: a function that fails, or null where nobody calls.
+// NOLINTBEGIN(google-explicit-constructor): it stands where a slot is set
 struct Fails {
   template <class Result, class... Arguments>
-  // NOLINTNEXTLINE(google-explicit-constructor): it stands where a function is wanted
   constexpr operator Function<Result, Arguments...>() const {
-    return [](Arguments...) -> Result {
-      if constexpr (std::is_same_v<Result, int32_t>) {
-        return kFail;
-      } else {
-        return Result();
-      }
-    };
+    return fails<Result, Arguments...>;
   }
+  template <class Result, class... Arguments>
+  constexpr operator FunctionWithMore<Result, Arguments...>() const {
+    return failsWithMore<Result, Arguments...>;
+  }
+  template <class Thing>
+  requires(!std::is_function_v<Thing>) constexpr operator Thing*() const { return nullptr; }
 };
-constexpr Fails kFails;
+// NOLINTEND(google-explicit-constructor)
 
-void traceNothing(uint32_t, const char*, uint64_t, const char*, ...) {}
+template <class Table, size_t... kSlots>
+constexpr Table failingTable(std::index_sequence<kSlots...> /*slots*/) {
+  return {((void)kSlots, Fails())...};
+}
+// A table is nothing but pointers.
+template <class Table>
+constexpr Table failingTable() {
+  return failingTable<Table>(std::make_index_sequence<sizeof(Table) / sizeof(void*)>());
+}
 
-constexpr runtime::TypeOperations kUnboundTypeOperations = {.Duplicate = kFails};
+constexpr auto kTypeOperations = failingTable<runtime::TypeOperations>();
 
 }  // namespace
 
-template <>
-constinit const runtime::RootList Unbound<runtime::RootList>::table = {
-    .ReleaseRoot = kFails,
-    .GetInterface = kFails,
-    .ReleaseInterface = kFails,
-    .Allocate = kFails,
-    .Reallocate = kFails,
-    .Free = kFails,
-};
+template <class Table>
+constinit const Table Unbound<Table>::table = failingTable<Table>();
 
 template <>
-constinit const runtime::Pkcs12Table Unbound<runtime::Pkcs12Table>::table = {
-    .GetTypes = kFails,
-    .Encode = kFails,
-    .Decode = kFails,
-};
+constinit const runtime::CommonTypes Unbound<runtime::CommonTypes>::table = [] {
+  auto table = failingTable<runtime::CommonTypes>();
+  table.typeOperations = &kTypeOperations;
+  return table;
+}();
 
 template <>
-constinit const runtime::Pkcs12TypesTable Unbound<runtime::Pkcs12TypesTable>::table = {
-    .ParametersCreate = kFails,
-    .ParametersRelease = kFails,
-    .BagNodeCreate = kFails,
-    .BagListRelease = kFails,
-    .BagCreate = kFails,
-    .BagRelease = kFails,
-    .PrivateKeyInfoCreate = kFails,
-    .PrivateKeyInfoRelease = kFails,
-};
+constinit const runtime::WideStringTable Unbound<runtime::WideStringTable>::table = [] {
+  auto table = failingTable<runtime::WideStringTable>();
+  table.Find = [](const runtime::WideStringObject*, const char16_t*, uint64_t) {
+    return runtime::kNotFound;
+  };
+  return table;
+}();
 
-template <>
-constinit const runtime::CommonTypes Unbound<runtime::CommonTypes>::table = {
-    .typeOperations = &kUnboundTypeOperations,
-    .TextDuplicate = kFails,
-    .TextRelease = kFails,
-    .BufferRelease = kFails,
-    .BufferCompare = kFails,
-    .BufferFromHex = kFails,
-    .StringCopy = kFails,
-    .NameCompare = kFails,
-    .CertificateDecode = kFails,
-    .CertificateCompare = kFails,
-    .CertificateListRelease = kFails,
-    .ObjectIdFromText = kFails,
-    .ObjectIdCompare = kFails,
-    .KeyCompare = kFails,
-    .AlgorithmIdCopy = kFails,
-    .PublicKeyCopy = kFails,
-    .KeyCreate = kFails,
-    .KeyRelease = kFails,
-    .RsaPrivateKeyDecode = kFails,
-    .RsaPrivateKeyRelease = kFails,
-};
-
-template <>
-constinit const runtime::EncodeTable Unbound<runtime::EncodeTable>::table = {
-    .Base64Encode = kFails,
-    .Base64Decode = kFails,
-    .SetBlob = kFails,
-};
-
-template <>
-constinit const runtime::StringTable Unbound<runtime::StringTable>::table = {
-    .TextRelease = kFails,
-    .TextDuplicate = kFails,
-    .TextCompare = kFails,
-    .Create = kFails,
-    .Destroy = kFails,
-    .Clear = kFails,
-    .AssignBytes = kFails,
-    .AssignText = kFails,
-    .AppendText = kFails,
-    .GetText = [](const runtime::StringObject*) { return ""; },
-    .GetLength = kFails,
-    .Compare = kFails,
-    .CompareWithText = kFails,
-    .Normalise = kFails,
-    .Decode = kFails,
-    .Trim = kFails,
-    .SplitFirst = kFails,
-};
-
-template <>
-constinit const runtime::MultiStringTable Unbound<runtime::MultiStringTable>::table = {};
-
-template <>
-constinit const runtime::IoTable Unbound<runtime::IoTable>::table = {
-    .CreateMemoryStream = kFails,
-    .Write = kFails,
-    .GetContent = kFails,
-};
-
-template <>
-constinit const runtime::UrlTable Unbound<runtime::UrlTable>::table = {.Split = kFails};
-
-template <>
-constinit const runtime::WideStringTable Unbound<runtime::WideStringTable>::table = {
-    .TextRelease = kFails,
-    .TextDuplicate = kFails,
-    .TextCompare = kFails,
-    .Create = kFails,
-    .Destroy = kFails,
-    .Clear = kFails,
-    .AssignUnits = kFails,
-    .AssignText = kFails,
-    .AppendText = kFails,
-    .GetText = [](const runtime::WideStringObject*) { return u""; },
-    .GetLength = kFails,
-    .Compare = kFails,
-    .Trim = kFails,
-    .SplitFirst = kFails,
-    .Find = [](const runtime::WideStringObject*, const char16_t*,
-               uint64_t) { return runtime::kNotFound; },
-    .WildcardMatch = kFails,
-    .FromMultiByte = kFails,
-    .ToMultiByte = kFails,
-};
-
-template <>
-constinit const runtime::AscTable Unbound<runtime::AscTable>::table = {.CreateContext = kFails};
-
-template <>
-constinit const runtime::CryptTable Unbound<runtime::CryptTable>::table = {
-    .GenerateKey = kFails,
-    .Cipher = kFails,
-    .GetOutputSize = kFails,
-};
-
-template <>
-constinit const runtime::RandomTable Unbound<runtime::RandomTable>::table = {.GetBytes = kFails};
-
-template <>
-constinit const runtime::TimeTable Unbound<runtime::TimeTable>::table = {.ToUnixSeconds = kFails};
-
-template <>
-constinit const runtime::NotifyTable Unbound<runtime::NotifyTable>::table = {
-    .Message = traceNothing,
-    .MessageList = kFails,
-    .GetLevel = kFails,
-};
-
-template <>
-constinit const runtime::PseListTable Unbound<runtime::PseListTable>::table = {
-    .OwnListRelease = kFails,
-    .OwnRecordRelease = kFails,
-};
+template struct Unbound<runtime::RootList>;
+template struct Unbound<runtime::Pkcs12Table>;
+template struct Unbound<runtime::Pkcs12TypesTable>;
+template struct Unbound<runtime::EncodeTable>;
+template struct Unbound<runtime::StringTable>;
+template struct Unbound<runtime::MultiStringTable>;
+template struct Unbound<runtime::IoTable>;
+template struct Unbound<runtime::UrlTable>;
+template struct Unbound<runtime::AscTable>;
+template struct Unbound<runtime::CryptTable>;
+template struct Unbound<runtime::RandomTable>;
+template struct Unbound<runtime::TimeTable>;
+template struct Unbound<runtime::NotifyTable>;
+template struct Unbound<runtime::PseListTable>;
 
 }  // namespace vexa::base

@@ -34,8 +34,7 @@ void* identityOf(void* item) {
 }  // namespace
 
 int32_t HashTableHelper_String::CopyItem(void* item, void** copy) {
-  *copy = base::bound.strings ? base::bound.strings->TextDuplicate(static_cast<const char*>(item))
-                              : nullptr;
+  *copy = base::bound.strings->TextDuplicate(static_cast<const char*>(item));
   return *copy == nullptr && item != nullptr ? kOutOfMemory : kOk;
 }
 

@@ -50,7 +50,7 @@ int32_t JsonObject::GetKeyAt(uint64_t index, runtime::StringObject* key) {
   if (key == nullptr) {
     return kNullPointer;
   }
-  if (index >= count() || !bound.strings) {
+  if (index >= count()) {
     return kFail;
   }
   const std::string_view name = keyOf(content(), index);

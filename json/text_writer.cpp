@@ -237,7 +237,7 @@ int32_t TextWriter::finish() {
 
 void TextWriter::flush() {
   if (succeeded(result_)) {
-    const int32_t result = bound.io ? bound.io->Write(stream_, buffer_, pending_) : kFail;
+    const int32_t result = bound.io->Write(stream_, buffer_, pending_);
     result_ = failed(result) ? result : kOk;
   }
   pending_ = 0;

@@ -8,14 +8,11 @@ namespace vexa::json {
 using base::bound;
 
 std::string_view ValueName::ownView() const {
-  if (!bound.strings) {
-    return {"", 0};
-  }
   return {bound.strings->GetText(&object_), bound.strings->GetLength(&object_)};
 }
 
 int32_t ValueName::assign(bool isBorrowed, const void* bytes, uint64_t length) {
-  if (!bound.strings) {
+  if (!bound.strings) {  // a name that cannot be made is a lack of memory
     return kOutOfMemory;
   }
   if (!isBorrowed) {
@@ -30,7 +27,7 @@ int32_t ValueName::assign(bool isBorrowed, const void* bytes, uint64_t length) {
 }
 
 void ValueName::clear() {
-  if (object_.text != nullptr && bound.strings) {
+  if (object_.text != nullptr) {
     bound.strings->Clear(&object_);
   }
 }

@@ -32,9 +32,6 @@ int32_t stringOf(const Item& item, runtime::StringObject* value) {
   if (value == nullptr) {
     return kNullPointer;
   }
-  if (!base::bound.strings) {
-    return kFail;
-  }
   return base::bound.strings->AssignBytes(value, item.text().data(), item.text().size());
 }
 

@@ -64,9 +64,7 @@ uint64_t ConvertTime(uint64_t value, uint32_t from, uint32_t to) {
 
 uint64_t ConvertLibraryTime(const runtime::LibraryTime* time, uint32_t to) {
   uint64_t seconds = 0;
-  if (base::bound.time) {
-    (void)base::bound.time->ToUnixSeconds(time, &seconds);  // on failure it stays 0
-  }
+  (void)base::bound.time->ToUnixSeconds(time, &seconds);  // on failure it stays 0
   return ConvertTime(seconds, kUnixSecondsFormat, to);
 }
 

@@ -193,7 +193,7 @@ bool URLParser::compare(IURLParser* other, const URLParser* own) {
 bool URLParser::sameHost(const URLParser& other) const {
   ShortText<kUsualHost> host;
   ShortText<kUsualHost> otherHost;
-  if (!base::bound.strings || failed(host.assign({parts_.host, parts_.hostLength})) ||
+  if (failed(host.assign({parts_.host, parts_.hostLength})) ||
       failed(otherHost.assign({other.parts_.host, other.parts_.hostLength}))) {
     return false;
   }
