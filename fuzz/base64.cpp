@@ -15,16 +15,6 @@ namespace {
 
 constexpr size_t kLineBytes = 48;
 
-struct Buffer {
-  ~Buffer() { base::bound.commonTypes->BufferRelease(record); }
-  std::string_view view() const {
-    return record != nullptr
-               ? std::string_view(reinterpret_cast<const char*>(record->data), record->length)
-               : std::string_view();
-  }
-  runtime::ByteBuffer* record = nullptr;
-};
-
 runtime::ByteBuffer recordOf(std::string_view bytes) {
   return {bytes.size(), reinterpret_cast<uint8_t*>(const_cast<char*>(bytes.data()))};
 }
@@ -82,14 +72,14 @@ std::optional<std::string> expectedBytes(std::string_view text) {
 
 void check(std::string_view input) {
   const runtime::ByteBuffer record = recordOf(input);
-  Buffer text;
+  MadeBuffer text;
   require(module::kCoreList.EncodeBase64(&record, &text.record) == kOk, "bytes can be encoded");
   require(text.view() == expectedText(input), "the same text");
-  Buffer back;
+  MadeBuffer back;
   require(module::kCoreList.DecodeBase64(text.record, &back.record) == kOk, "it reads again");
   require(back.view() == input, "as the same bytes");
 
-  Buffer decoded;
+  MadeBuffer decoded;
   const int32_t result = module::kCoreList.DecodeBase64(&record, &decoded.record);
   const auto expected = expectedBytes(input);
   require(result == (expected ? kOk : kFail), "base64, or not");
@@ -98,7 +88,7 @@ void check(std::string_view input) {
 
 void checkWithoutMemory(std::string_view input) {
   const runtime::ByteBuffer record = recordOf(input);
-  Buffer text;
+  MadeBuffer text;
   const FailingAllocation failing(seedOf(input, 0) % 4 + 1);
   const int32_t result = module::kCoreList.EncodeBase64(&record, &text.record);
   require(failing.hasFailed() ? failed(result) : result == kOk, "a failed allocation is told");
@@ -108,11 +98,8 @@ void checkWithoutMemory(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  const uint64_t before = velmora_live_blocks();
-  const std::string_view input(reinterpret_cast<const char*>(data), size);
-  vexa::fuzz::check(input);
-  vexa::fuzz::checkWithoutMemory(input);
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block is left");
-  return 0;
+  return vexa::fuzz::checkInputOfModule(data, size, [](std::string_view input) {
+    vexa::fuzz::check(input);
+    vexa::fuzz::checkWithoutMemory(input);
+  });
 }

@@ -54,8 +54,5 @@ void check(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const uint64_t before = velmora_live_blocks();
-  vexa::fuzz::check({reinterpret_cast<const char*>(data), size});
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block is left");
-  return 0;
+  return vexa::fuzz::checkInput(data, size, vexa::fuzz::check);
 }

@@ -11,6 +11,7 @@
 #include "vexa/module.h"
 #include "vexa/results.h"
 #include "vexa/runtime/reference.h"
+#include "vexa/traits.h"
 
 // What the fuzz targets share: a started module, a trace that is read, allocations that fail, and
 // references that release themselves.
@@ -56,6 +57,21 @@ inline const runtime::RootList& startedModule() {
     return list;
   }();
   return *root;
+}
+
+// Gives one input to a check that must leave no block of the root heap behind.
+template <class Check>
+int checkInput(const uint8_t* data, size_t size, Check&& check) {
+  const uint64_t before = velmora_live_blocks();
+  check(std::string_view(reinterpret_cast<const char*>(data), size));
+  require(velmora_live_blocks() == before, "no block of the root heap is left");
+  return 0;
+}
+// The same, with a started module.
+template <class Check>
+int checkInputOfModule(const uint8_t* data, size_t size, Check&& check) {
+  startedModule();
+  return checkInput(data, size, check);
 }
 
 // While it lives, the n-th allocation of the root heap (1: the next one) fails.
@@ -110,6 +126,37 @@ class Held {
 
  private:
   Interface* object_ = nullptr;
+};
+
+// A new object of one of the module's classes, by its main interface.
+template <class Class, class Interface>
+class Made {
+ public:
+  Made() {
+    require(Class::CreateInstance(&InterfaceTraits<Interface>::kId, &object_) == kOk, "an object");
+  }
+  Made(const Made&) = delete;
+  Made& operator=(const Made&) = delete;
+  ~Made() { get().Release(); }
+
+  Interface& get() const { return *static_cast<Interface*>(object_); }
+
+ private:
+  void* object_ = nullptr;
+};
+
+// A buffer record that the module hands out.
+struct MadeBuffer {
+  MadeBuffer() = default;
+  MadeBuffer(const MadeBuffer&) = delete;
+  MadeBuffer& operator=(const MadeBuffer&) = delete;
+  ~MadeBuffer() { base::bound.commonTypes->BufferRelease(record); }
+  std::string_view view() const {
+    return record != nullptr
+               ? std::string_view(reinterpret_cast<const char*>(record->data), record->length)
+               : std::string_view();
+  }
+  runtime::ByteBuffer* record = nullptr;
 };
 
 }  // namespace vexa::fuzz

@@ -204,18 +204,8 @@ class Model {
 
 // --- The module ---
 
-class Request {
+class Request : public Made<webclient::CHTTPRequest, IHTTPRequest> {
  public:
-  Request() {
-    require(webclient::CHTTPRequest::CreateInstance(&IID_IHTTPRequest, &object_) == kOk,
-            "a request");
-  }
-  Request(const Request&) = delete;
-  Request& operator=(const Request&) = delete;
-  ~Request() { get().Release(); }
-
-  IHTTPRequest& get() const { return *static_cast<IHTTPRequest*>(object_); }
-
   int32_t feed(std::string_view piece) {
     const ExactBytes bytes(piece);
     return get().parse(bytes.data(), bytes.size());
@@ -233,9 +223,6 @@ class Request {
     }
     return result;
   }
-
- private:
-  void* object_ = nullptr;
 };
 
 // How many bytes it takes, one by one, until the answer is not "more"; all if it stays so.
@@ -341,9 +328,5 @@ void check(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  const uint64_t before = velmora_live_blocks();
-  vexa::fuzz::check({reinterpret_cast<const char*>(data), size});
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block of the root heap is left");
-  return 0;
+  return vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::check);
 }

@@ -102,16 +102,8 @@ std::vector<Step> stepsOf(std::string_view input) {
   return steps;
 }
 
-class Response {
+class Response : public Made<webclient::CHTTPResponse, IHTTPResponse> {
  public:
-  Response() {
-    require(webclient::CHTTPResponse::CreateInstance(&IID_IHTTPResponse, &object_) == kOk,
-            "a response");
-  }
-  Response(const Response&) = delete;
-  Response& operator=(const Response&) = delete;
-  ~Response() { get().Release(); }
-
   // False: memory was short.
   bool run(const Step& step) {
     switch (step.kind) {
@@ -134,8 +126,6 @@ class Response {
   void finish() { require(serialize(0, true), "a response that can be written"); }
 
  private:
-  IHTTPResponse& get() const { return *static_cast<IHTTPResponse*>(object_); }
-
   static bool keep(int32_t result, std::string& field, const std::string& value) {
     require(result == kOk || result == kOutOfMemory, "a text is taken");
     field = result == kOk ? value : field;
@@ -191,7 +181,6 @@ class Response {
     return result == kOk;
   }
 
-  void* object_ = nullptr;
   Message model_;
 };
 
@@ -227,9 +216,5 @@ void check(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  const uint64_t before = velmora_live_blocks();
-  vexa::fuzz::check({reinterpret_cast<const char*>(data), size});
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block of the root heap is left");
-  return 0;
+  return vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::check);
 }

@@ -366,7 +366,5 @@ void compare(std::string_view text) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  vexa::fuzz::compare({reinterpret_cast<const char*>(data), size});
-  return 0;
+  return vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::compare);
 }

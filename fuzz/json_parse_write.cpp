@@ -111,9 +111,5 @@ void checkText(std::string_view text) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  const uint64_t before = velmora_live_blocks();
-  vexa::fuzz::checkText({reinterpret_cast<const char*>(data), size});
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block of the root heap is left");
-  return 0;
+  return vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::checkText);
 }

@@ -136,12 +136,11 @@ void checkObjectId(const std::string& text) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const uint64_t before = velmora_live_blocks();
-  const std::string text(reinterpret_cast<const char*>(data), size);
-  vexa::fuzz::checkNameText(text);
-  if (text.find('\0') == std::string::npos) {
-    vexa::fuzz::checkObjectId(text);
-  }
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block is left");
-  return 0;
+  return vexa::fuzz::checkInput(data, size, [](std::string_view input) {
+    const std::string text(input);
+    vexa::fuzz::checkNameText(text);
+    if (text.find('\0') == std::string::npos) {
+      vexa::fuzz::checkObjectId(text);
+    }
+  });
 }

@@ -327,13 +327,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   vexa::velmora::limitRounds(vexa::fuzz::kMostRounds);
-  const uint64_t before = velmora_live_blocks();
-  const std::string_view input(reinterpret_cast<const char*>(data), size);
-  if (!input.empty() && input[0] != 0x30) {
-    vexa::fuzz::check(vexa::fuzz::fileAround(input.substr(1)));
-  } else {
-    vexa::fuzz::check(input);
-  }
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block is left");
-  return 0;
+  return vexa::fuzz::checkInput(data, size, [](std::string_view input) {
+    if (!input.empty() && input[0] != 0x30) {
+      vexa::fuzz::check(vexa::fuzz::fileAround(input.substr(1)));
+    } else {
+      vexa::fuzz::check(input);
+    }
+  });
 }

@@ -283,11 +283,5 @@ void check(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  const uint64_t before = velmora_live_blocks();
-  if (size >= 1) {
-    vexa::fuzz::check({reinterpret_cast<const char*>(data), size});
-  }
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block of the root heap is left");
-  return 0;
+  return size < 1 ? 0 : vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::check);
 }

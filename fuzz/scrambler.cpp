@@ -17,19 +17,6 @@ namespace {
 constexpr uint32_t kAlgorithms[] = {kDes,          kTripleDes168, kCast128, kDefaultCipher,
                                     kTripleDes192, kAes128,       kAes192,  kAes256};
 
-struct Buffer {
-  Buffer() = default;
-  Buffer(const Buffer&) = delete;
-  Buffer& operator=(const Buffer&) = delete;
-  ~Buffer() { base::bound.commonTypes->BufferRelease(record); }
-  std::string_view view() const {
-    return record != nullptr
-               ? std::string_view(reinterpret_cast<const char*>(record->data), record->length)
-               : std::string_view();
-  }
-  runtime::ByteBuffer* record = nullptr;
-};
-
 struct Case {
   uint32_t algorithm;
   uint32_t mode;
@@ -45,7 +32,7 @@ int32_t make(const Case& tested, Held<IScrambler>& made) {
 std::string scrambled(IScrambler& scrambler, std::string_view data) {
   const runtime::ByteBuffer in{data.size(),
                                reinterpret_cast<uint8_t*>(const_cast<char*>(data.data()))};
-  Buffer out;
+  MadeBuffer out;
   require(scrambler.Scramble(&in, &out.record) == kOk, "what has a key scrambles");
   return std::string(out.view());
 }
@@ -53,7 +40,7 @@ std::string scrambled(IScrambler& scrambler, std::string_view data) {
 std::string unscrambled(IScrambler& scrambler, std::string_view data) {
   const runtime::ByteBuffer in{data.size(),
                                reinterpret_cast<uint8_t*>(const_cast<char*>(data.data()))};
-  Buffer out;
+  MadeBuffer out;
   require(scrambler.Unscramble(&in, &out.record) == kOk, "what was scrambled comes back");
   return std::string(out.view());
 }
@@ -62,7 +49,7 @@ void checkText(IScrambler& scrambler, std::string_view data) {
   std::u16string text(data.size() / 2, u'\0');
   std::memcpy(text.data(), data.data(), text.size() * 2);
   text = text.substr(0, text.find(u'\0'));
-  Buffer out;
+  MadeBuffer out;
   require(scrambler.ScrambleString(text.c_str(), &out.record) == kOk, "a text is scrambled");
   char16_t* back = nullptr;
   require(scrambler.UnscrambleString(out.record, &back) == kOk, "a text comes back");
@@ -105,17 +92,17 @@ void checkWithoutMemory(const Case& tested, uint64_t seed) {
   }
   const runtime::ByteBuffer in{tested.data.size(),
                                reinterpret_cast<uint8_t*>(const_cast<char*>(tested.data.data()))};
-  Buffer out;
+  MadeBuffer out;
   if (!done(scrambler->Scramble(&in, &out.record), out.record, failing)) {
     return;
   }
-  Buffer back;
+  MadeBuffer back;
   if (done(scrambler->Unscramble(out.record, &back.record), back.record, failing)) {
     require(back.view() == tested.data, "the same data");
   }
 }
 
-void checkInput(std::string_view input) {
+void checkCases(std::string_view input) {
   const auto byte = [input](size_t at) { return static_cast<uint8_t>(input[at]); };
   const uint32_t keyBits = 1 + (byte(2) | byte(3) % 8u << 8);
   const Case tested{kAlgorithms[byte(0) % std::size(kAlgorithms)], byte(1) % 3u, keyBits,
@@ -128,11 +115,5 @@ void checkInput(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  const uint64_t before = velmora_live_blocks();
-  if (size >= 4) {
-    vexa::fuzz::checkInput({reinterpret_cast<const char*>(data), size});
-  }
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block is left");
-  return 0;
+  return size < 4 ? 0 : vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::checkCases);
 }

@@ -95,20 +95,22 @@ void checkLibraryTime(const std::string& text, uint32_t to) {
   }
 }
 
+void check(std::string_view input) {
+  if (input.size() < 12) {
+    return;
+  }
+  uint16_t formats[2];
+  uint64_t value = 0;
+  std::memcpy(formats, input.data(), sizeof(formats));
+  std::memcpy(&value, input.data() + 4, sizeof(value));
+  const std::string text(input.substr(12));
+  checkFormats(value, formats[0], formats[1]);
+  checkLibraryTime(text.substr(0, text.find('\0')), formats[1]);
+}
+
 }  // namespace
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startedModule();
-  if (size < 12) {
-    return 0;
-  }
-  uint16_t formats[2];
-  uint64_t value = 0;
-  std::memcpy(formats, data, sizeof(formats));
-  std::memcpy(&value, data + 4, sizeof(value));
-  const std::string text(reinterpret_cast<const char*>(data) + 12, size - 12);
-  vexa::fuzz::checkFormats(value, formats[0], formats[1]);
-  vexa::fuzz::checkLibraryTime(text.substr(0, text.find('\0')), formats[1]);
-  return 0;
+  return vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::check);
 }

@@ -7,29 +7,16 @@
 #include <string>
 #include <string_view>
 
-#include "base/tables.h"
-#include "vexa/module.h"
-#include "vexa/runtime/reference.h"
+#include "harness.h"
 #include "webclient/url_parser.h"
 
 // Splitting, comparison and host patterns of two texts, against a model of the same rules over
 // strings by value. Both must see the same parts, give the same verdicts and trace the same
 // message, and nothing may be left behind.
-extern "C" int32_t module_init(const vexa::runtime::RootList* root,
-                               vexa::GetModuleInterfaceFunction* lookup);
-
 namespace vexa::fuzz {
 namespace {
 
 constexpr size_t kNone = std::string::npos;
-
-// A property that does not hold ends the run.
-void require(bool holds, const char* what) {
-  if (!holds) {
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
-  }
-}
 
 // --- The model ---
 
@@ -131,20 +118,15 @@ void noteMessage(uint32_t level, const char* source, uint64_t, const char* forma
 
 void ignoreScope(uint32_t, const char*, uint64_t, const char*, ...) {}
 
-void startModule() {
-  static const bool started = [] {
-    const runtime::RootList* root = nullptr;
-    require(quorix_get_f_list(0, 0, &root, 0, "", 0) == kOk, "the runtime starts");
-    require(module_init(root, nullptr) == kOk, "the module starts");
-    static constinit runtime::NotifyTable notify{};
-    notify = {.reserved0 = nullptr,
-              .Message = ignoreScope,
-              .MessageList = noteMessage,
-              .GetLevel = [](const char*, uint32_t) { return uint32_t{5}; }};
-    base::bound.notify.pointer = &notify;
-    return true;
-  }();
-  (void)started;
+// Messages are kept from now on, instead of being read and forgotten.
+void noteMessages() {
+  static constexpr runtime::NotifyTable kNotify{
+      .reserved0 = nullptr,
+      .Message = ignoreScope,
+      .MessageList = noteMessage,
+      .GetLevel = [](const char*, uint32_t) { return uint32_t{5}; }};
+  startedModule();
+  base::bound.notify.pointer = &kNotify;
 }
 
 // A text in a block of its exact size.
@@ -216,9 +198,6 @@ void check(std::string_view input) {
 }  // namespace vexa::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  vexa::fuzz::startModule();
-  const uint64_t before = velmora_live_blocks();
-  vexa::fuzz::check({reinterpret_cast<const char*>(data), size});
-  vexa::fuzz::require(velmora_live_blocks() == before, "no block of the root heap is left");
-  return 0;
+  vexa::fuzz::noteMessages();
+  return vexa::fuzz::checkInputOfModule(data, size, vexa::fuzz::check);
 }

@@ -346,7 +346,7 @@ const LoggedCase kLogged[] = {
 };
 INSTANTIATE_TEST_SUITE_P(All, ProxyLog, testing::ValuesIn(kLogged), kCaseName);
 
-TEST_F(ProxyTest, SettingsThatCannotBeReadAreAnNarrowWarning) {
+TEST_F(ProxyTest, SettingsThatCannotBeReadAreAWarning) {
   ProxyWorld world = staticWorld(u"p:80");
   world.settingsFail = true;
   const Decision decision = ask(world, kSite);
