@@ -6,12 +6,11 @@ check_signature.py [--report FILE] --host VEXAHOST --signer SIGN_WITH_CONTAINER 
 COMMAND starts a Windows program. FILE receives the counts. The containers are deleted at the end.
 """
 
-import argparse
-import json
 import pathlib
 import subprocess
-import sys
 import tempfile
+
+from counts import COMMAND, argument, run_checks
 
 PASSWORD = "import"
 ISSUER = "CN=vexabase signature check"
@@ -72,46 +71,33 @@ def verifies(folder, file):
     return status == 0
 
 
-def check_size(windows, bits, expect):
+def check_size(checks, windows, bits):
     folder, container = windows.folder, f"vexabase signature check {bits}"
     make_chain(folder, bits)
     try:
         said = windows.host("capi", "import", "leaf.p12", "--container", container,
                             "--password-file", "password")
-        expect(f"{bits} bits: the import", said[0] == 0, said)
+        checks.expect(f"{bits} bits: the import", said[0] == 0, said)
         said = windows.sign(container)
-        expect(f"{bits} bits: another program signs through the container", said[0] == 0, said)
-        expect(f"{bits} bits: OpenSSL verifies with the certificate", verifies(folder, "message"),
-               "")
-        expect(f"{bits} bits: and refuses another message", not verifies(folder, "tampered"), "")
+        checks.expect(f"{bits} bits: another program signs through the container", said[0] == 0,
+                      said)
+        checks.expect(f"{bits} bits: OpenSSL verifies with the certificate",
+                      verifies(folder, "message"))
+        checks.expect(f"{bits} bits: and refuses another message",
+                      not verifies(folder, "tampered"))
     finally:
         said = windows.host("capi", "delete", "--container", container, "--issuer", ISSUER)
-    expect(f"{bits} bits: the container is deleted",
-           said[0] == 0 and windows.sign(container)[0] == NO_CONTAINER, said)
+    checks.expect(f"{bits} bits: the container is deleted",
+                  said[0] == 0 and windows.sign(container)[0] == NO_CONTAINER, said)
     windows.forget_authority()
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("--host", required=True)
-    parser.add_argument("--signer", required=True)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    counts = {"passed": 0, "failed": 0}
-
-    def expect(what, good, detail):
-        counts["passed" if good else "failed"] += 1
-        print(f"ok      {what}" if good else f"FAILED  {what}: {detail}")
-
+def check(checks, options):
     for bits in (512, 1024, 2048, 3072, 4096):
         with tempfile.TemporaryDirectory() as folder:
-            check_size(Windows(arguments, pathlib.Path(folder)), bits, expect)
-    print(f"{counts['passed']} passed, {counts['failed']} failed")
-    if arguments.report:
-        arguments.report.write_text(json.dumps(counts))
-    sys.exit(1 if counts["failed"] else 0)
+            check_size(checks, Windows(options, pathlib.Path(folder)), bits)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("--host", required=True),
+               argument("--signer", required=True), COMMAND)

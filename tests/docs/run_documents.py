@@ -8,17 +8,15 @@ they stand, in one empty folder, with nothing in the environment but where progr
 twice, as itself and as an account without rights. FILE receives the counts.
 """
 
-import argparse
 import os
 import pathlib
 import re
 import shutil
 import socket
 import subprocess
-import sys
 import tempfile
 
-from counts import write_counts
+from counts import argument, run_checks
 
 PROGRAMS = ("vexahost", "libvexabase.so", "velmora.so")
 NOBODY = 65534
@@ -82,39 +80,27 @@ class Folder:
         return server
 
 
-def run_document(document, programs, account, counts):
+def run_document(checks, document, programs, account):
     steps = list(sessions(document))
     with tempfile.TemporaryDirectory() as root:
         folder, port = Folder(root, programs, account), free_port()
         server = folder.serve(port) if any(f":{PORT}/" in command for command, _ in steps) else None
         for command, expected in steps:
             status, said, complained = folder.run(command.replace(f":{PORT}/", f":{port}/"))
-            if status == 0 and plain(said) == plain(expected):
-                counts["passed"] += 1
-            else:
-                counts["failed"] += 1
-                print(f"FAILED  {document.name}, as {account or 'oneself'}: $ {command}\n"
-                      f"status {status}, and it says\n{said}{complained}")
+            checks.expect(f"{document.name}, as {account or 'oneself'}: $ {command}",
+                          status == 0 and plain(said) == plain(expected),
+                          f"status {status}, and it says\n{said}{complained}")
         if server is not None:
             server.terminate()
             server.communicate(timeout=60)
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("programs", type=pathlib.Path)
-    parser.add_argument("documents", type=pathlib.Path, nargs="+")
-    options = parser.parse_args()
-    counts = {"passed": 0, "failed": 0}
+def check(checks, options):
     for account in (None, NOBODY) if os.geteuid() == 0 else (None,):
         for document in options.documents:
-            run_document(document, options.programs, account, counts)
-    if options.report:
-        write_counts(options.report, counts["passed"], counts["failed"])
-    print(f"{counts['passed']} passed, {counts['failed']} failed")
-    sys.exit(1 if counts["failed"] or not counts["passed"] else 0)
+            run_document(checks, document, options.programs, account)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("programs", type=pathlib.Path),
+               argument("documents", type=pathlib.Path, nargs="+"))

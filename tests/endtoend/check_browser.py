@@ -8,18 +8,16 @@ may not; both are tried with the browser's own question for the local network pe
 Exit status 0: every check passed. FILE receives the counts.
 """
 
-import argparse
 import http.server
 import pathlib
 import re
-import shutil
 import ssl
 import subprocess
 import tempfile
 import threading
 
-from chromium import Chromium
-from endpoint import Checks, Host
+from chromium import Chromium, where_there_is_chromium
+from endpoint import COMMAND, Host, run_checks
 
 # Secure origins, as host patterns demand; the browser is told where these names are.
 ALLOWED = "app.client.example"
@@ -139,25 +137,11 @@ def check_permission(checks, host, folder, pages):
         browser.close()
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    checks = Checks()
-    if shutil.which("chromium") is None:
-        checks.skipped = 1
-        print("skipped: there is no Chromium here")
-    else:
-        check(checks, arguments.command)
-    checks.end(arguments.report)
-
-
-def check(checks, command):
+def check(checks, options):
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         pages = PageServer(folder)
-        host = Host(command, "--allow-origin", f"https://*.client.example:{pages.port}")
+        host = Host(options.command, "--allow-origin", f"https://*.client.example:{pages.port}")
         checks.expect("the host serves", host.wait_until_up(), host.lines)
         # Pages on this machine need no permission; here they are what is tested.
         browser = Chromium(folder / "profile", "--disable-features=LocalNetworkAccessChecks")
@@ -171,4 +155,4 @@ def check(checks, command):
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, where_there_is_chromium(check), COMMAND)

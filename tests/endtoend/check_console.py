@@ -7,15 +7,13 @@ COMMAND starts the host. FOLDER receives a picture for each width and colour sch
 every check passed. FILE receives the counts.
 """
 
-import argparse
 import json
 import pathlib
-import shutil
 import tempfile
 
 from check_endpoint import make_own_certificate
-from chromium import Chromium, Page
-from endpoint import Checks, Host
+from chromium import Chromium, Page, where_there_is_chromium
+from endpoint import COMMAND, Host, argument, run_checks
 
 SCREENS = {"desktop": (1280, 900), "phone": (390, 844)}
 CTRL = 2
@@ -126,11 +124,11 @@ def check_screens(checks, page, pictures):
                 (pictures / f"{name}-{scheme}.png").write_bytes(page.picture())
 
 
-def check(checks, command, pictures):
+def check(checks, options):
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         make_own_certificate(folder)
-        host = Host(command, "--pse", str(folder / "jane.p12"), "--password-file",
+        host = Host(options.command, "--pse", str(folder / "jane.p12"), "--password-file",
                     str(folder / "pw"))
         checks.expect("the host serves", host.wait_until_up(), host.lines)
         browser = Chromium(folder / "profile")
@@ -141,7 +139,7 @@ def check(checks, command, pictures):
             check_certificates(checks, page, folder)
             check_forms(checks, page)
             check_keys(checks, page)
-            check_screens(checks, page, pictures)
+            check_screens(checks, page, options.pictures)
             page.close()
         finally:
             browser.close()
@@ -149,20 +147,6 @@ def check(checks, command, pictures):
                       host.lines[-3:])
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("--pictures", type=pathlib.Path)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    checks = Checks()
-    if shutil.which("chromium") is None:
-        checks.skipped = 1
-        print("skipped: there is no Chromium here")
-    else:
-        check(checks, arguments.command, arguments.pictures)
-    checks.end(arguments.report)
-
-
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, where_there_is_chromium(check),
+               argument("--pictures", type=pathlib.Path), COMMAND)

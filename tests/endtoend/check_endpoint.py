@@ -8,7 +8,6 @@ them that the host went down cleanly and had given back every block. FILE receiv
 tells the host of sleep and wake-up, as Windows would.
 """
 
-import argparse
 import email.utils
 import json
 import os
@@ -18,7 +17,8 @@ import subprocess
 import tempfile
 import threading
 
-from endpoint import (BODY_LIMIT, HEAD_LIMIT, TALK_SECONDS, Answer, Checks, Host, Reader, as_json)
+from endpoint import (BODY_LIMIT, COMMAND, HEAD_LIMIT, TALK_SECONDS, Answer, Host, Reader,
+                      argument, as_json, run_checks)
 
 ALLOWED = "https://app.client.example"
 PATTERN = "https://*.client.example"
@@ -481,9 +481,9 @@ def make_own_certificate(folder):
     (folder / "pw").write_text("pw\n")
 
 
-def check(checks, command, folder, power, descriptors):
+def check_host(checks, options, folder):
     make_own_certificate(folder)
-    host = Host(command, "--allow-origin", PATTERN, "--allow-origin", DEVELOPMENT,
+    host = Host(options.command, "--allow-origin", PATTERN, "--allow-origin", DEVELOPMENT,
                 "--log", str(folder / "log"), "--ready-file", str(folder / "ready"),
                 "--pse", str(folder / "jane.p12"), "--password-file", str(folder / "pw"))
     up = host.wait_until_up()
@@ -501,38 +501,30 @@ def check(checks, command, folder, power, descriptors):
     check_keep_alive(checks, host)
     check_common_headers(checks, host)
     check_waiting(checks, host)
-    if power:
-        check_power(checks, host, power)
+    if options.power:
+        check_power(checks, host, options.power)
     check_crowd(checks, host)
     check_limits(checks, host)
     check_slow(checks, host)
-    if descriptors:
-        check_descriptors(checks, command)
-    check_starts(checks, command, host)
+    if options.descriptors:
+        check_descriptors(checks, options.command)
+    check_starts(checks, options.command, host)
     checks.expect("after all that, /v1/info still answers", host.ask("/v1/info").status == 200)
     check_end(checks, host, folder)
     return host
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("--power", nargs="+", metavar="SENDER")
-    parser.add_argument("--descriptors", action="store_true", help="COMMAND is a program of this "
-                        "system: see what it does when it may open no more files")
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    checks = Checks()
+def check(checks, options):
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
-        host = check(checks, arguments.command, pathlib.Path(name), arguments.power,
-                     arguments.descriptors)
+        host = check_host(checks, options, pathlib.Path(name))
         if host.process.poll() is None:
             host.stop()
     print("\nwhat the host said:")
     for line in host.lines[-40 if checks.failed else -8 :]:
         print(f"  {line}")
-    checks.end(arguments.report)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("--power", nargs="+", metavar="SENDER"),
+               argument("--descriptors", action="store_true", help="COMMAND is a program of this "
+                        "system: see what it does when it may open no more files"), COMMAND)

@@ -7,13 +7,11 @@ COMMAND starts the host. Where no namespace can be made the check is skipped, an
 receives the counts.
 """
 
-import argparse
 import os
-import pathlib
 import subprocess
 import sys
 
-from endpoint import Checks, Host, Reader, as_json
+from endpoint import COMMAND, Host, Reader, argument, as_json, run_checks
 
 NAMESPACE = f"vexa-events-{os.getpid()}"
 
@@ -22,7 +20,7 @@ def ip(*arguments):
     return subprocess.run(["ip", *arguments], capture_output=True, check=False).returncode == 0
 
 
-def check(checks, command):
+def check_inside(checks, command):
     """In the namespace. Whether a change wakes is told by an answer that comes before time is up."""
     host = Host(command, "--monitor-interval", "1")
     checks.expect("the host serves", host.wait_until_up(), host.lines)
@@ -50,28 +48,22 @@ def check(checks, command):
                   host.left_no_block(), host.lines[-3:])
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("--inside", action="store_true", help="the namespace is made already")
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    checks = Checks()
-    if arguments.inside:
-        check(checks, arguments.command)
+def check(checks, options):
+    if options.inside:
+        check_inside(checks, options.command)
     elif ip("netns", "add", NAMESPACE) and ip("-n", NAMESPACE, "link", "set", "lo", "up"):
-        report = ["--report", str(arguments.report)] if arguments.report else []
+        report = ["--report", str(options.report)] if options.report else []
         try:
             sys.exit(subprocess.run(
                 ["ip", "netns", "exec", NAMESPACE, sys.executable, __file__, "--inside", *report,
-                 "--", *arguments.command], check=False).returncode)
+                 "--", *options.command], check=False).returncode)
         finally:
             ip("netns", "del", NAMESPACE)
     else:
-        checks.skipped = 1
-        print("skipped: no network namespace can be made here")
-    checks.end(arguments.report)
+        checks.skip("no network namespace can be made here")
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check,
+               argument("--inside", action="store_true", help="the namespace is made already"),
+               COMMAND)

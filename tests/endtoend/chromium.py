@@ -3,6 +3,7 @@
 import base64
 import json
 import os
+import shutil
 import subprocess
 
 
@@ -123,3 +124,13 @@ class Page:
 
     def close(self):
         self._browser.call("Target.closeTarget", targetId=self._target)
+
+
+def where_there_is_chromium(check):
+    """The check, or nothing but a word where there is no browser."""
+    def checked(checks, options):
+        if shutil.which("chromium") is None:
+            checks.skip("there is no Chromium here")
+        else:
+            check(checks, options)
+    return checked

@@ -13,7 +13,7 @@ import threading
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "tools"))
-from counts import Checks  # noqa: E402, F401
+from counts import COMMAND, argument, run_checks  # noqa: E402, F401
 
 START_SECONDS = 120  # a fresh Wine prefix takes its time
 STOP_SECONDS = 30

@@ -8,16 +8,14 @@ third. What each client does follows from the seed. Loopback only. Exit status 0
 crash, no block left, memory flat.
 """
 
-import argparse
 import asyncio
 import json
 import pathlib
 import random
 import subprocess
-import sys
 import time
 
-from endpoint import BODY_LIMIT, HEAD_LIMIT, Host
+from endpoint import BODY_LIMIT, COMMAND, HEAD_LIMIT, Host, argument, run_checks
 
 MEMORY_SLACK_KIB = 16 * 1024
 PATIENCE = 40
@@ -198,39 +196,26 @@ async def fire(host, seconds, clients, counts, wrong):
     await asyncio.gather(*(run(client) for client in clients))
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--seconds", type=int, default=300)
-    parser.add_argument("--clients", type=int, default=100)
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    host = Host(arguments.command)
+def check(checks, options):
+    host = Host(options.command)
     host.wait_until_up()
-    clients = [Client(host, f"{arguments.seed} {number}") for number in range(arguments.clients)]
+    clients = [Client(host, f"{options.seed} {number}") for number in range(options.clients)]
     counts, wrong, memory = {}, {}, []
     for _ in range(3):
-        asyncio.run(fire(host, max(1, arguments.seconds // 3), clients, counts, wrong))
+        asyncio.run(fire(host, max(1, options.seconds // 3), clients, counts, wrong))
         memory.append(memory_of(host.port))
     status = host.stop()
     print("requests:", sum(counts.values()), counts)
     print("wrong answers:", wrong or "none")
     print("memory after each third (KiB):", memory)
     print("the host said:", host.lines[-3:])
-    checks = {
-        "no wrong answer": not wrong,
-        "no block left": host.left_no_block(),
-        "ended with status 0": status == 0,
-        "memory flat": memory[2] <= memory[0] + MEMORY_SLACK_KIB,
-    }
-    for what, good in checks.items():
-        print("ok     " if good else "FAILED ", what)
-    failed = sum(not good for good in checks.values())
-    if arguments.report:
-        arguments.report.write_text(json.dumps({"passed": len(checks) - failed, "failed": failed}))
-    sys.exit(1 if failed else 0)
+    checks.expect("no wrong answer", not wrong)
+    checks.expect("no block left", host.left_no_block())
+    checks.expect("ended with status 0", status == 0)
+    checks.expect("memory flat", memory[2] <= memory[0] + MEMORY_SLACK_KIB)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("--seconds", type=int, default=300),
+               argument("--clients", type=int, default=100),
+               argument("--seed", type=int, default=1), COMMAND)

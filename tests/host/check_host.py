@@ -6,7 +6,6 @@ check_host.py [--report FILE] -- COMMAND...
 COMMAND starts the host. Exit status 0: every check passed. FILE receives the counts.
 """
 
-import argparse
 import json
 import pathlib
 import re
@@ -14,7 +13,7 @@ import subprocess
 import sys
 import tempfile
 
-from counts import Checks
+from counts import COMMAND, run_checks
 from issuing import check_keys, check_profiles, check_refusals
 from pki import PASSWORD, make_chain, openssl
 
@@ -326,15 +325,10 @@ def check_bundle(checks, host, folder):
     checks.expect("... and answers as OpenSSL does for each", not wrong, wrong[:3])
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    checks = Checks()
+def check(checks, options):
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        host = Host(arguments.command, folder)
+        host = Host(options.command, folder)
         make_chain(folder)
         check_texts(checks, host)
         check_command_line(checks, host, folder)
@@ -348,8 +342,7 @@ def main():
         secrets = [PASSWORD, "PRIVATE KEY"]
         checks.expect("no output shows a password or a key",
                       not any(secret in host.said for secret in secrets))
-    checks.end(arguments.report)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, COMMAND)

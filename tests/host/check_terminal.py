@@ -6,7 +6,6 @@ check_terminal.py [--report FILE] -- COMMAND...
 COMMAND starts the host. Exit status 0: every check passed. FILE receives the counts.
 """
 
-import argparse
 import json
 import os
 import pathlib
@@ -21,7 +20,7 @@ import urllib.error
 import urllib.request
 
 from check_host import Host
-from counts import Checks
+from counts import COMMAND, run_checks
 from pki import PASSWORD, make_chain
 
 SECONDS = 60
@@ -176,15 +175,10 @@ def check_endpoint_texts(checks, host, folder):
         checks.expect("the endpoint ends well", process.wait(SECONDS) == 0, process.returncode)
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    checks = Checks()
+def check(checks, options):
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        host = Host(arguments.command, folder)
+        host = Host(options.command, folder)
         check_passwords(checks, host, folder)
         check_monitor(checks, host, folder)
         check_stores(checks, host)
@@ -192,8 +186,7 @@ def main():
         check_strange_names(checks, host)
         check_busy_port(checks, host)
         check_endpoint_texts(checks, host, folder)
-    checks.end(arguments.report)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, COMMAND)

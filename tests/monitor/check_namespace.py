@@ -7,16 +7,14 @@ COMMAND starts the host. Where no namespace can be made the check is skipped, an
 receives the counts.
 """
 
-import argparse
-import json
 import os
-import pathlib
 import queue
 import signal
 import subprocess
-import sys
 import threading
 import time
+
+from counts import COMMAND, run_checks
 
 NAMESPACE = f"vexa-{os.getpid()}"
 PATIENCE = 15  # seconds for one change to be told; the interval is one
@@ -76,9 +74,9 @@ CHANGES = [
 ]
 
 
-def check(command, expect):
+def check_changes(checks, command):
     monitor = Monitor(command)
-    expect("the monitor starts", monitor.wait_for("watching", 120))
+    checks.expect("the monitor starts", monitor.wait_for("watching", 120))
     time.sleep(1.5)
     for what, step in CHANGES:
         if what.startswith("both ends"):
@@ -88,47 +86,33 @@ def check(command, expect):
             # loses sight of the addresses of the interface that was renamed.)
             for address in ("192.0.2.1/24", "198.51.100.7/24"):
                 inside("addr", "add", address, "dev", "vexa1")
-                expect("not told: an address is appended", not monitor.wait_for("change", QUIET))
+                checks.expect("not told: an address is appended",
+                              not monitor.wait_for("change", QUIET))
         if not inside(*step):
-            expect(f"{what}: the step itself", False)
+            checks.expect(f"{what}: the step itself", False)
             continue
-        expect(f"told: {what}", monitor.tells_change())
+        checks.expect(f"told: {what}", monitor.tells_change())
     monitor.process.send_signal(signal.SIGINT)
     try:
-        expect("Ctrl-C ends it", monitor.process.wait(20) == 0)
+        checks.expect("Ctrl-C ends it", monitor.process.wait(20) == 0)
     except subprocess.TimeoutExpired:
         monitor.process.kill()
-        expect("Ctrl-C ends it", False)
+        checks.expect("Ctrl-C ends it", False)
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    counts = {"passed": 0, "failed": 0, "skipped": 0}
-
-    def expect(what, good):
-        counts["passed" if good else "failed"] += 1
-        print(("ok      " if good else "FAILED  ") + what)
-
-    if ip("netns", "add", NAMESPACE) and inside("link", "set", "lo", "up"):
-        # IPv6 addresses come and go by themselves, and stand behind those that are appended.
-        subprocess.run(["ip", "netns", "exec", NAMESPACE, "sh", "-c",
-                        "for f in all default; do echo 1 >/proc/sys/net/ipv6/conf/$f/disable_ipv6;"
-                        " done"], capture_output=True, check=False)
-        try:
-            check(arguments.command, expect)
-        finally:
-            ip("netns", "del", NAMESPACE)
-    else:
-        counts["skipped"] = 1
-        print("skipped: no network namespace can be made here")
-    print(f"{counts['passed']} passed, {counts['failed']} failed, {counts['skipped']} skipped")
-    if arguments.report:
-        arguments.report.write_text(json.dumps(counts))
-    sys.exit(1 if counts["failed"] else 0)
+def check(checks, options):
+    if not (ip("netns", "add", NAMESPACE) and inside("link", "set", "lo", "up")):
+        checks.skip("no network namespace can be made here")
+        return
+    # IPv6 addresses come and go by themselves, and stand behind those that are appended.
+    subprocess.run(["ip", "netns", "exec", NAMESPACE, "sh", "-c",
+                    "for f in all default; do echo 1 >/proc/sys/net/ipv6/conf/$f/disable_ipv6;"
+                    " done"], capture_output=True, check=False)
+    try:
+        check_changes(checks, options.command)
+    finally:
+        ip("netns", "del", NAMESPACE)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, COMMAND)

@@ -5,13 +5,12 @@ changes that it must refuse or let pass.
 check_interface.py --report FILE SOURCE ABI_JSON
 """
 
-import argparse
 import copy
 import json
 import pathlib
 import sys
 
-from counts import write_counts
+from counts import argument, run_checks
 
 RELEASED = "tests/conformance/abi-1.0.json"
 
@@ -89,30 +88,23 @@ ALLOWED = {
 }
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path, required=True)
-    parser.add_argument("source", type=pathlib.Path)
-    parser.add_argument("interface", type=pathlib.Path)
-    options = parser.parse_args()
+def check(checks, options):
     sys.path.insert(0, str(options.source / "bindings"))
     from generator.abi import breaks
 
     released = json.loads((options.source / RELEASED).read_text(encoding="utf-8"))
     current = json.loads(options.interface.read_text(encoding="utf-8"))
-    failures = [f"since {released['version']}: {problem}" for problem in breaks(released, current)]
-    cases = 1
-    for expected, changes in ((True, REFUSED), (False, ALLOWED)):
+    problems = breaks(released, current)
+    checks.expect(f"the interface of {released['version']}, with additions at most", not problems,
+                  "\n".join(problems))
+    for refused, changes in ((True, REFUSED), (False, ALLOWED)):
         for name, change in changes.items():
             changed = copy.deepcopy(released)
             change(changed)
-            cases += 1
-            if bool(breaks(released, changed)) != expected:
-                failures.append(f"{name}: {'let pass' if expected else 'refused'}")
-    print("\n".join(failures) or "the binary interface is the released one, with additions at most")
-    write_counts(options.report, cases - len(failures[:cases]), len(failures[:cases]))
-    return 1 if failures else 0
+            checks.expect(f"{name} is {'refused' if refused else 'let pass'}",
+                          bool(breaks(released, changed)) == refused)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    run_checks(__doc__, check, argument("source", type=pathlib.Path),
+               argument("interface", type=pathlib.Path))

@@ -5,12 +5,11 @@ the host and the tests walk it, the other languages know it, a page shows it.
 check_offered.py --report FILE SOURCE GENERATED
 """
 
-import argparse
 import pathlib
 import re
 import sys
 
-from counts import Checks
+from counts import argument, run_checks
 
 
 def places(source, generated):
@@ -47,19 +46,13 @@ def missing_in(where, kind, constant):
             yield place
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path, required=True)
-    parser.add_argument("source", type=pathlib.Path)
-    parser.add_argument("generated", type=pathlib.Path)
-    options = parser.parse_args()
+def check(checks, options):
     sys.path.insert(0, str(options.source / "bindings"))
     from generator import sources
     from generator.reader import read_sdk
 
     sdk = read_sdk(options.source / "include")
     where = places(options.source, options.generated)
-    checks = Checks()
     for kind, constant in offered(sdk):
         missing = list(missing_in(where, kind, constant))
         checks.expect(kind, not missing, "missing in " + ", ".join(missing))
@@ -69,8 +62,8 @@ def main():
     outdated = sources.outdated(options.source, sdk)
     checks.expect("what is made from the headers", not outdated,
                   f"./dev build native renew makes anew: {', '.join(map(str, outdated))}")
-    checks.end(options.report)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("source", type=pathlib.Path),
+               argument("generated", type=pathlib.Path))

@@ -7,14 +7,12 @@ COMMAND starts a Windows program; "vexahost.exe" or "reg" with arguments is adde
 with its path from --host. The settings of the prefix are put back to "nothing set" at the end.
 """
 
-import argparse
 import http.server
-import json
-import pathlib
 import struct
 import subprocess
-import sys
 import threading
+
+from counts import COMMAND, argument, run_checks
 
 CONNECTIONS = (r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections")
 URL = "http://www.a.example/x"
@@ -77,7 +75,7 @@ class Prefix:
         return self.run(self.host, "proxy", url, "--why")
 
 
-def check(prefix, expect):
+def check_settings(checks, prefix):
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Scripts)
     threading.Thread(target=server.serve_forever, daemon=True).start()
     base = f"http://127.0.0.1:{server.server_address[1]}"
@@ -86,7 +84,7 @@ def check(prefix, expect):
         prefix.configure(**settings)
         said = prefix.proxy_for(url)
         good = said.startswith(answer + "\n") and all(message in said for message in messages)
-        expect(what, good, said[-900:])
+        checks.expect(what, good, said[-900:])
 
     ask("nothing is set", "direct (no usable setting)", "Access type 0 detected.",
         "No proxy for the target host was found, using Direct Connect.")
@@ -120,28 +118,13 @@ def check(prefix, expect):
         "Error getting proxy via PAC script URL", script=f"{base}/one.pac")
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("--host", required=True)
-    parser.add_argument("command", nargs="+")
-    arguments = parser.parse_args()
-    counts = {"passed": 0, "failed": 0}
-
-    def expect(what, good, detail):
-        counts["passed" if good else "failed"] += 1
-        print(f"ok      {what}" if good else f"FAILED  {what}:\n{detail}")
-
-    prefix = Prefix(arguments.command, arguments.host)
+def check(checks, options):
+    prefix = Prefix(options.command, options.host)
     try:
-        check(prefix, expect)
+        check_settings(checks, prefix)
     finally:
         prefix.configure()
-    print(f"{counts['passed']} passed, {counts['failed']} failed")
-    if arguments.report:
-        arguments.report.write_text(json.dumps(counts))
-    sys.exit(1 if counts["failed"] else 0)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("--host", required=True), COMMAND)
