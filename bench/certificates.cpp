@@ -87,10 +87,12 @@ void append(const Pkcs12TypesTable& bags, BagNode**& end, SafeBag* bag) {
   end = &(*end)->next;
 }
 
+// All have one local key id, so that each certificate belongs to each key.
 SafeBag* bagOf(const Pkcs12TypesTable& bags, BagType type) {
   SafeBag* bag = nullptr;
   need(bags.BagCreate(&bag));
   bag->type = type;
+  need(types().BufferFromHex("01", &bag->localKeyId));
   return bag;
 }
 

@@ -5,6 +5,7 @@
 #include "base/heap.h"
 #include "base/trace.h"
 #include "base/wipe.h"
+#include "pkcs12/certificate_bags.h"
 #include "pkcs12/pkcs12.h"
 
 namespace vexa::pkcs12 {
@@ -12,12 +13,16 @@ namespace {
 
 using base::bound;
 
-// Collects the key and the certificates from the bags.
+// Collects the key and the certificates from the bags. Its cost grows with the keys and the
+// certificates, not with their pairs.
 class PfxReader {
  public:
   explicit PfxReader(const runtime::BagNode* bags) : bags_(bags) {}
 
   int32_t read() {
+    if (const int32_t result = collectCertificates(); result != kOk) {
+      return result;
+    }
     for (const auto* node = bags_; node != nullptr; node = node->next) {
       if (isKeyBag(node->bag)) {
         if (const int32_t result = takeKey(*node->bag); result != kOk) {
@@ -25,12 +30,7 @@ class PfxReader {
         }
       }
     }
-    if (key_.get() == nullptr) {
-      return kFail;
-    }
-    // The certificate that belongs to the key is in the list already and stays first.
-    return forEachCertificate([](const runtime::SafeBag&) { return true; },
-                              [](const runtime::SafeBag&) { return kOk; });
+    return key_.get() == nullptr ? kFail : listAll();
   }
 
   void handOut(runtime::KeyObject** key, runtime::CertificateList** certificates) {
@@ -43,36 +43,27 @@ class PfxReader {
     return bag != nullptr && bag->type == runtime::kKeyBag && bag->key != nullptr;
   }
 
-  // Appends the chosen certificates in bag order, and does something with each.
-  template <class Choose, class Also>
-  int32_t forEachCertificate(Choose choose, Also also) {
-    for (const auto* node = bags_; node != nullptr; node = node->next) {
-      const runtime::SafeBag* const bag = node->bag;
-      if (bag == nullptr || bag->type != runtime::kCertificateBag || bag->certificate == nullptr ||
-          !choose(*bag)) {
-        continue;
-      }
-      if (const int32_t result = base::appendCertificate(certificates_, bag->certificate);
-          result != kOk) {
-        return result;
-      }
-      if (const int32_t result = also(*bag); result != kOk) {
-        return result;
-      }
+  int32_t collectCertificates() {
+    int32_t result = certificateBags_.collect(bags_);
+    for (uint64_t i = 0; i < certificateBags_.size() && result == kOk; ++i) {
+      result = certificates_.addCandidate(certificateBags_[i].certificate);
     }
-    return kOk;
+    return result == kOk ? certificates_.arrange() : result;
+  }
+
+  // The certificate that belongs to the key is in the list already and stays first.
+  int32_t listAll() {
+    int32_t result = kOk;
+    for (uint64_t i = 0; i < certificateBags_.size() && result == kOk; ++i) {
+      result = certificates_.list(i);
+    }
+    return result;
   }
 
   // A later key bag overwrites an earlier one.
   int32_t takeKey(const runtime::SafeBag& keyBag) {
     if (keyBag.localKeyId != nullptr) {
-      const int32_t result = forEachCertificate(
-          [&keyBag](const runtime::SafeBag& bag) {
-            return bag.localKeyId != nullptr &&
-                   bound.commonTypes->BufferCompare(bag.localKeyId, keyBag.localKeyId) == 0;
-          },
-          [this](const runtime::SafeBag& bag) { return takePublicKey(bag.certificate); });
-      if (result != kOk) {
+      if (const int32_t result = takeCertificatesOf(*keyBag.localKeyId); result != kOk) {
         return result;
       }
     }
@@ -82,6 +73,38 @@ class PfxReader {
           bound.commonTypes->AlgorithmIdCopy(&key_->privateKey.algorithm, &keyBag.key->algorithm);
     }
     return result == kOk ? takeMaterial(keyBag.key->key) : result;
+  }
+
+  // The certificates with the id of a key are listed, and each puts its public key in the place of
+  // the one before.
+  int32_t takeCertificatesOf(const runtime::ByteBuffer& id) {
+    CertificateBags::Group* const group = certificateBags_.withId(id);
+    if (group == nullptr || bound.commonTypes->BufferCompare(
+                                certificateBags_[group->numbers.front()].localKeyId, &id) != 0) {
+      return kOk;
+    }
+    if (std::exchange(group->isTaken, true)) {
+      return takeLastPublicKey(group->numbers);
+    }
+    int32_t result = kOk;
+    for (uint64_t i = 0; i < group->numbers.size() && result == kOk; ++i) {
+      result = certificates_.list(group->numbers[i]);
+      if (result == kOk) {
+        result = takePublicKey(certificateBags_[group->numbers[i]].certificate);
+      }
+    }
+    return result;
+  }
+
+  // All that is left to do for a further key with the same id.
+  int32_t takeLastPublicKey(std::span<const uint64_t> numbers) {
+    for (; !numbers.empty(); numbers = numbers.first(numbers.size() - 1)) {
+      runtime::Certificate* const certificate = certificateBags_[numbers.back()].certificate;
+      if (certificate->table->GetPublicKey(certificate) != nullptr) {
+        return takePublicKey(certificate);
+      }
+    }
+    return kOk;
   }
 
   int32_t ensureKey() {
@@ -114,8 +137,9 @@ class PfxReader {
   }
 
   const runtime::BagNode* bags_;
+  CertificateBags certificateBags_;
+  base::CertificateCollector certificates_;  // of the same numbers
   base::Key key_;
-  base::CertificateList certificates_;
 };
 
 }  // namespace

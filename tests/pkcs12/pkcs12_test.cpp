@@ -418,6 +418,117 @@ TEST_F(Pkcs12Decoded, BagsOfOtherTypesArePassedOver) {
   releaseOpened();
 }
 
+TEST_F(Pkcs12Decoded, EachKeyPutsThePublicKeyOfItsLastCertificateInThePlaceOfTheOneBefore) {
+  addCertificate(samples.root, "01");
+  addCertificate(samples.jane, "01");
+  addCertificate(samples.authority, "02");
+  addKey("one", "01");
+  addKey("two", "02");
+  addKey("three", "01");
+  ASSERT_EQ(open(), kOk);
+  EXPECT_EQ(spy.commonTypes.KeyCompare(&openedKey->publicKey, &samples.janeKey->publicKey), 0);
+  EXPECT_THAT(subjects(),
+              ElementsAre("CN=Root,O=Orlind", "CN=Jane,O=Orlind", "CN=Authority,O=Orlind"));
+  releaseOpened();
+}
+
+TEST_F(Pkcs12Decoded, ACertificateWithoutAPublicKeyLeavesThatOfTheOneBefore) {
+  FakeCertificate keyless;
+  addCertificate(samples.jane, "01");
+  addCertificate(keyless, "01");
+  addCertificate(samples.root, "02");
+  addKey("one", "01");
+  addKey("two", "02");
+  addKey("three", "01");
+  ASSERT_EQ(open(), kOk);
+  EXPECT_EQ(spy.commonTypes.KeyCompare(&openedKey->publicKey, &samples.janeKey->publicKey), 0);
+  releaseOpened();
+}
+
+TEST_F(Pkcs12Decoded, ACertificateWithTwoIdsIsListedWithTheFirstKeyThatNamesIt) {
+  addCertificate(samples.root, "02");
+  addCertificate(samples.jane, "02");
+  addCertificate(samples.jane, "01");
+  addCertificate(samples.authority, "01");
+  addKey("one", "01");
+  addKey("two", "02");
+  ASSERT_EQ(open(), kOk);
+  EXPECT_THAT(subjects(),
+              ElementsAre("CN=Jane,O=Orlind", "CN=Authority,O=Orlind", "CN=Root,O=Orlind"));
+  releaseOpened();
+}
+
+// --- Many keys and certificates ---
+
+// What the tables were asked, in all.
+int calls = 0;
+
+class Pkcs12Crowded : public Pkcs12Decoded {
+ protected:
+  static constexpr int kEach = 200;
+
+  void SetUp() override {
+    Pkcs12Decoded::SetUp();
+    static auto* const compareBuffers = spy.commonTypes.BufferCompare;
+    static auto* const compareCertificates = spy.commonTypes.CertificateCompare;
+    static auto* const copyKey = spy.commonTypes.PublicKeyCopy;
+    spy.commonTypes.BufferCompare = [](const ByteBuffer* a, const ByteBuffer* b) {
+      ++calls;
+      return compareBuffers(a, b);
+    };
+    spy.commonTypes.CertificateCompare = [](Certificate* a, Certificate* b) {
+      ++calls;
+      return compareCertificates(a, b);
+    };
+    spy.commonTypes.PublicKeyCopy = [](runtime::PublicKey* target, const runtime::PublicKey* key) {
+      ++calls;
+      return copyKey(target, key);
+    };
+    for (FakeCertificate& certificate : crowd) {
+      const auto number = static_cast<uint8_t>(&certificate - crowd);
+      encodings[number] = number;
+      certificate.encoding = {1, &encodings[number]};
+      certificate.publicKey = &samples.janeKey->publicKey;
+    }
+    calls = 0;
+  }
+
+  // "00", "01", ... "c7"
+  static std::string idOf(int number) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    return {kDigits[number / 16], kDigits[number % 16]};
+  }
+  void expectFewCalls() {
+    ASSERT_EQ(open(), kOk);
+    EXPECT_LE(calls, 4 * kEach);
+    int listed = 0;
+    for (const auto* record = openedChain; record != nullptr; record = record->next) {
+      ++listed;
+    }
+    EXPECT_EQ(listed, kEach);
+    releaseOpened();
+  }
+
+  uint8_t encodings[kEach]{};
+  FakeCertificate crowd[kEach];
+};
+
+TEST_F(Pkcs12Crowded, ManyKeysAndCertificatesAreNotComparedInPairs) {
+  for (int i = 0; i < kEach; ++i) {
+    addKey("key", idOf(i).c_str());
+    addCertificate(crowd[kEach - 1 - i], idOf(i).c_str());
+  }
+  expectFewCalls();
+}
+
+TEST_F(Pkcs12Crowded, ManyKeysAndCertificatesOfOneIdAreNotComparedInPairs) {
+  for (int i = 0; i < kEach; ++i) {
+    addKey("key", "01");
+    addCertificate(crowd[i], "01");
+  }
+  expectFewCalls();
+}
+
 // --- Memory ---
 
 TEST_F(Pkcs12, NoKeyByteIsFreedUnwiped) {
