@@ -12,24 +12,6 @@
 namespace vexa::base {
 namespace {
 
-constexpr char kUnknownSource[] = "unknown";
-
-// Found out when the module is loaded, so that no call has to look whether it is.
-class FileNameSource {
- public:
-  FileNameSource() {
-    char file[MAX_PATH] = {};
-    const char* const source =
-        ownFileName(file, sizeof(file)) ? PathFindFileNameA(file) : kUnknownSource;
-    std::strcpy(name_, source);
-  }
-  const char* name() const { return name_; }
-
- private:
-  char name_[MAX_PATH] = {};
-};
-const FileNameSource fileNameSource;
-
 // Appends one UTF-16 unit as UTF-8, taken by itself.
 char* appendUnit(char* out, char16_t unit) {
   if (unit < 0x80) {
@@ -47,21 +29,25 @@ char* appendUnit(char* out, char16_t unit) {
 
 }  // namespace
 
-const char* defaultTraceSource() { return fileNameSource.name(); }
+constinit char moduleFileName[MAX_PATH] = "unknown";
+
+namespace {
+
+// Looks when the module is loaded, so that no message has to.
+struct FindsModuleFileName {
+  FindsModuleFileName() {
+    char file[MAX_PATH] = {};
+    if (ownFileName(file, sizeof(file))) {
+      std::strcpy(moduleFileName, PathFindFileNameA(file));
+    }
+  }
+};
+const FindsModuleFileName findsModuleFileName;
+
+}  // namespace
 
 void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments) {
   bound.notify->MessageList(flags & kTraceLevels, sourceOrDefault(source), 0, format, arguments);
-}
-
-void traceFormat(uint32_t flags, const char* source, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  traceFormatList(flags, source, format, arguments);
-  va_end(arguments);
-}
-
-void traceText(uint32_t flags, const char* source, const char* text) {
-  bound.notify->Message(flags & kTraceLevels, sourceOrDefault(source), 0, "%s", text);
 }
 
 void traceWide(uint32_t flags, const char* source, const char16_t* text) {
@@ -98,17 +84,17 @@ void traceWideFormat(uint32_t flags, const char* source, const char16_t* format,
   va_end(arguments);
 }
 
-void TraceScope::leaveInOwnFormat() const {
+void TraceScope::leaveInOwnFormat(const char* exitFormat, uint32_t result) {
   constexpr size_t kFormatCharacters = 18;
   char text[2 + kFormatCharacters + 1] = "} ";
-  if (exitFormat_ != nullptr) {
-    const size_t length = std::min(std::strlen(exitFormat_), kFormatCharacters);
-    std::memcpy(text + 2, exitFormat_, length);
+  if (exitFormat != nullptr) {
+    const size_t length = std::min(std::strlen(exitFormat), kFormatCharacters);
+    std::memcpy(text + 2, exitFormat, length);
     text[2 + length] = '\0';
   } else {
     text[1] = '\0';
   }
-  bound.notify->Message(kTraceScopeExit & kTraceLevels, defaultTraceSource(), 0, text, result_);
+  bound.notify->Message(kTraceScopeExit & kTraceLevels, defaultTraceSource(), 0, text, result);
 }
 
 }  // namespace vexa::base

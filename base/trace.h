@@ -2,8 +2,10 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <type_traits>
 
 #include "base/tables.h"
+#include "base/trace_format.h"
 #include "vexa/results.h"
 
 // Tracing through SEC_NOTIFY_1. Every call does nothing while that table is not bound. Formats are
@@ -25,13 +27,26 @@ enum TraceFlags : uint32_t {
   kTraceLevels = 0xF,
 };
 
+// The default source name: the last component of the module's file name, or "unknown".
+extern char moduleFileName[];
+inline const char* defaultTraceSource() { return moduleFileName; }
+inline const char* sourceOrDefault(const char* source) {
+  return source != nullptr ? source : defaultTraceSource();
+}
+
 // Message with a format and its arguments.
-[[gnu::format(printf, 3, 4)]] void traceFormat(uint32_t flags, const char* source,
-                                               const char* format, ...);
-// The same with the arguments already collected.
-void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments);
+template <class... Arguments>
+void traceFormat(uint32_t flags, const char* source,
+                 std::type_identity_t<TraceFormat<Arguments...>> format, Arguments... arguments) {
+  bound.notify->Message(flags & kTraceLevels, sourceOrDefault(source), 0, format.text(),
+                        arguments...);
+}
 // A plain text: sent as "%s" with the text as its argument.
-void traceText(uint32_t flags, const char* source, const char* text);
+inline void traceText(uint32_t flags, const char* source, const char* text) {
+  traceFormat(flags, source, "%s", text);
+}
+// A format whose arguments are collected already; no message of the module's own is.
+void traceFormatList(uint32_t flags, const char* source, const char* format, va_list arguments);
 // A UTF-16 text, sent as UTF-8. Each 16-bit unit is converted by itself: surrogate pairs become two
 // sequences of three bytes.
 void traceWide(uint32_t flags, const char* source, const char16_t* text);
@@ -41,12 +56,6 @@ void traceWide(uint32_t flags, const char* source, const char16_t* text);
 void traceWideFormat(uint32_t flags, const char* source, const char16_t* format, ...);
 void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
                          va_list arguments);
-
-// The default source name: the last component of the module's file name, or "unknown".
-const char* defaultTraceSource();
-inline const char* sourceOrDefault(const char* source) {
-  return source != nullptr ? source : defaultTraceSource();
-}
 
 // True when tracing is bound and on at this level.
 inline bool isTraceOn(uint32_t level, const char* source) {
@@ -74,7 +83,7 @@ class TraceScope {
       bound.notify->Message(kTraceScopeExit & kTraceLevels, defaultTraceSource(), 0, "} %8x",
                             result_);
     } else {
-      leaveInOwnFormat();
+      leaveInOwnFormat(exitFormat_, result_);
     }
   }
 
@@ -86,7 +95,8 @@ class TraceScope {
   }
 
  private:
-  void leaveInOwnFormat() const;
+  // Takes copies, so that a scope with the usual format needs no memory.
+  static void leaveInOwnFormat(const char* exitFormat, uint32_t result);
 
   uint32_t result_ = 0;
   const char* exitFormat_;  // borrowed; null: the exit line is "}"

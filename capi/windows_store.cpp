@@ -85,8 +85,7 @@ int32_t setFriendlyName(PCCERT_CONTEXT context, const char* name) {
 
 }  // namespace
 
-int32_t failWithError(const char* format) {
-  // NOLINTNEXTLINE(clang-diagnostic-format-nonliteral): the callers' literals
+int32_t failWithError(base::TraceFormat<DWORD> format) {
   base::traceFormat(base::kTraceError, nullptr, format, GetLastError());
   return kFailure;
 }

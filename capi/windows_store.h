@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/trace_format.h"
 #include "pal/windows_api.h"
 #include "vexa/runtime/records.h"
 
@@ -33,6 +34,6 @@ int32_t csp_delete_certs(const char16_t* store, const char16_t* container, const
 int32_t CspCheckCert(PCCERT_CONTEXT context);
 
 // Traces a hard failure with Windows' last error for its one number, and answers -1.
-int32_t failWithError(const char* format);
+int32_t failWithError(base::TraceFormat<DWORD> format);
 
 }  // namespace vexa::capi

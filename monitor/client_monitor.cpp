@@ -55,7 +55,7 @@ int32_t CClientMonitor::OnPowerEvent(uint32_t code) {
   if (code == PBT_APMRESUMEAUTOMATIC) {
     (void)SetStatus(kChanged);
   }
-  const char* format = nullptr;
+  base::TraceFormat<uint32_t> format = "Client Status Monitor: Ignoring Power-Event: %x";
   switch (code) {
     case PBT_APMSUSPEND:
     case PBT_APMSTANDBY:
@@ -68,7 +68,7 @@ int32_t CClientMonitor::OnPowerEvent(uint32_t code) {
       format = "Client Status Monitor: Resume from Power Event: %x";
       break;
     default:
-      format = "Client Status Monitor: Ignoring Power-Event: %x";
+      break;
   }
   base::traceFormat(base::kTraceInfo, nullptr, format, code);
   return kOk;

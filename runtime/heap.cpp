@@ -63,6 +63,12 @@ Origin originOf(void* block) {
   return Origin::kNone;
 }
 
+// What Free releases without a word, and by far the most of all blocks.
+bool isFreeable(void* block) {
+  return block != nullptr && reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0 &&
+         (headerOf(block)->is(Origin::kRoot) || headerOf(block)->is(Origin::kText));
+}
+
 // --- Taking ---
 
 // The first and the last bytes, which may overlap.
@@ -199,16 +205,11 @@ inline void release(Header* header) {
 }
 
 [[gnu::noinline]] void freeOther(void* block) {
-  switch (originOf(block)) {
-    case Origin::kComponentText:
-      report("a text of TextDuplicate released by Free instead of TextRelease");
-      [[fallthrough]];
-    case Origin::kRoot:
-    case Origin::kText:
-      release(headerOf(block));
-      return;
-    default:
-      report("Free of something that is not a live block");
+  if (originOf(block) == Origin::kComponentText) {
+    report("a text of TextDuplicate released by Free instead of TextRelease");
+    release(headerOf(block));
+  } else {
+    report("Free of something that is not a live block");
   }
 }
 
@@ -252,11 +253,13 @@ void* moveTo(void* target, Header* header, uint64_t bytes) {
   return target;
 }
 
-// What grows is likely to grow again: a quarter of slack makes many small steps cost as much as
-// one long one.
+// What grows is likely to grow again: with slack, many small steps cost as much as one long one. It
+// is a quarter, but small blocks double.
+uint64_t slackFor(uint64_t bytes) { return std::max(bytes / 4, std::min(bytes, kSmall)); }
+
 void* resize(Header* header, Origin origin, uint64_t bytes) {
   const uint64_t old = header->size();
-  const uint64_t capacity = bytes > old ? bytes + bytes / 4 : bytes;
+  const uint64_t capacity = bytes > old ? bytes + slackFor(bytes) : bytes;
   void* const resized =
       header->sizeClass() == kNoClass && capacity > kLargestOfClass
           ? resizeLarge(header, origin, bytes, capacity)
@@ -278,11 +281,7 @@ void* resizeWatchfully(Header* header, Origin origin, uint64_t bytes) {
   return moveTo(grown->bytes(), header, bytes);
 }
 
-}  // namespace
-
-void* allocateBlock(uint64_t size) { return allocateFor(Origin::kRoot, size); }
-
-void* reallocateBlock(void* block, uint64_t size) {
+[[gnu::noinline]] void* reallocateSlowly(void* block, uint64_t size) {
   if (block == nullptr) {
     return allocateBlock(size);
   }
@@ -302,6 +301,21 @@ void* reallocateBlock(void* block, uint64_t size) {
   return fits(bytes, header->capacity()) ? setSize(header, bytes) : resize(header, origin, bytes);
 }
 
+}  // namespace
+
+void* allocateBlock(uint64_t size) { return allocateFor(Origin::kRoot, size); }
+
+void* reallocateBlock(void* block, uint64_t size) {
+  // A block that many small pieces are appended to has room for most of them.
+  if (isFreeable(block) && quick.load(std::memory_order_relaxed)) [[likely]] {
+    Header* const header = headerOf(block);
+    if (size > header->size() && size <= header->capacity()) [[likely]] {
+      return setSize(header, size);
+    }
+  }
+  return reallocateSlowly(block, size);
+}
+
 bool fitsInPlace(void* block, uint64_t size) {
   return quick.load(std::memory_order_relaxed) && originOf(block) != Origin::kNone &&
          fits(size, headerOf(block)->capacity());
@@ -310,15 +324,11 @@ bool fitsInPlace(void* block, uint64_t size) {
 void resizeInPlace(void* block, uint64_t size) { setSize(headerOf(block), size); }
 
 void freeBlock(void* block) {
-  if (block == nullptr) {
-    return;
-  }
-  if (reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0 &&
-      headerOf(block)->is(Origin::kRoot)) [[likely]] {
+  if (isFreeable(block)) [[likely]] {
     release(headerOf(block));
-    return;
+  } else if (block != nullptr) {
+    freeOther(block);
   }
-  freeOther(block);
 }
 
 void* duplicateText(const void* text, uint64_t units, uint64_t unitSize) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -54,6 +55,15 @@ constexpr uint64_t capacityOfClass(uint32_t sizeClass) {
 static_assert(classOf(kLargestOfClass) == kClasses - 1);
 static_assert(capacityOfClass(kClasses - 1) == kLargestOfClass);
 
+// The same, looked up.
+inline constexpr std::array<uint32_t, kClasses> kCapacities = [] {
+  std::array<uint32_t, kClasses> capacities{};
+  for (uint32_t i = 0; i < kClasses; ++i) {
+    capacities[i] = static_cast<uint32_t>(capacityOfClass(i));
+  }
+  return capacities;
+}();
+
 // --- The header ---
 
 struct Header {
@@ -97,7 +107,7 @@ inline LargeHeader* largeOf(Header* header) {
 
 inline uint64_t Header::capacity() const {
   return sizeClass() == kNoClass ? largeOf(const_cast<Header*>(this))->capacity
-                                 : capacityOfClass(sizeClass());
+                                 : kCapacities[sizeClass()];
 }
 
 inline Header* headerOf(void* block) { return static_cast<Header*>(block) - 1; }

@@ -29,16 +29,14 @@ struct SourceLevel {
 
 class Trace {
  public:
-  // Whether any source is on at this level. Costs one load.
+  // Nobody has a level, so no message is on. Costs one load.
+  bool isSilent() const { return highest_.load(std::memory_order_relaxed) == 0; }
+  // Whether any source is on at this level.
   bool mayBeOn(uint32_t level) const {
     return highest_.load(std::memory_order_relaxed) >= effective(level);
   }
 
-  // Where nothing is traced, nobody has a level of its own.
   uint32_t levelOf(const char* source) {
-    if (highest_.load(std::memory_order_relaxed) == 0) {
-      return 0;
-    }
     const std::lock_guard guard(lock_);
     const uint32_t level = printLevelLocked(source);
     return isCollectedLocked() ? std::max(level, collector_.level) : level;
@@ -180,9 +178,10 @@ char* render(const char* format, va_list arguments) {
   return text;
 }
 
-// Kept apart from message(), which mostly has nothing to do.
-[[gnu::noinline]] void messageList(uint32_t level, const char* source, uint64_t, const char* format,
-                                   va_list arguments) {
+// What is done while somebody traces is kept apart, so that the functions of the table, which
+// mostly have nothing to do, are a few instructions.
+[[gnu::noinline]] void writeMessage(uint32_t level, const char* source, const char* format,
+                                    va_list arguments) {
   if (format == nullptr || !trace.mayBeOn(level)) {
     return;
   }
@@ -192,18 +191,28 @@ char* render(const char* format, va_list arguments) {
   }
 }
 
-void message(uint32_t level, const char* source, uint64_t reserved, const char* format, ...) {
-  if (!trace.mayBeOn(level)) {
-    return;
+[[gnu::noinline]] uint32_t findLevel(const char* source) {
+  return trace.levelOf(orUnknown(source));
+}
+
+void messageList(uint32_t level, const char* source, uint64_t /*reserved*/, const char* format,
+                 va_list arguments) {
+  if (!trace.isSilent()) [[unlikely]] {
+    writeMessage(level, source, format, arguments);
   }
-  va_list arguments;
-  va_start(arguments, format);
-  messageList(level, source, reserved, format, arguments);
-  va_end(arguments);
+}
+
+void message(uint32_t level, const char* source, uint64_t /*reserved*/, const char* format, ...) {
+  if (!trace.isSilent()) [[unlikely]] {
+    va_list arguments;
+    va_start(arguments, format);
+    writeMessage(level, source, format, arguments);
+    va_end(arguments);
+  }
 }
 
 uint32_t getLevel(const char* source, uint32_t /*level*/) {
-  return trace.levelOf(orUnknown(source));
+  return trace.isSilent() ? 0 : findLevel(source);
 }
 
 }  // namespace

@@ -15,40 +15,82 @@ int32_t assignBytes(StringObject* string, const void* bytes, uint64_t length) {
   return Operations::assign(string, {static_cast<const char*>(bytes), length});
 }
 
+template <class Word>
+constexpr Word everyByte(uint8_t byte) {
+  return static_cast<Word>(byte * static_cast<Word>(0x0101010101010101u));
+}
+
+// The letters of a word at a time: the top bit of each byte says whether the byte is from 'a' to
+// 'z', which is 0x20 more than its capital.
+template <class Word>
+Word raised(Word bytes) {
+  const Word low = bytes & everyByte<Word>(0x7F);
+  const Word fromA = low + everyByte<Word>(0x80 - 'a');
+  const Word beyondZ = low + everyByte<Word>(0x80 - 'z' - 1);
+  const Word isLower = fromA & ~beyondZ & ~bytes & everyByte<Word>(0x80);
+  return bytes - (isLower >> 2);
+}
+
+template <class Word>
+Word raisedAt(const char* text) {
+  Word word;
+  std::memcpy(&word, text, sizeof(word));
+  return raised(word);
+}
+
+// At least a word. The last one may begin within the one before it: what is raised stays so.
+template <class Word>
+void raiseWords(char* text, uint64_t length) {
+  char* const atLast = text + length - sizeof(Word);
+  const Word last = raisedAt<Word>(atLast);
+  for (; text < atLast; text += sizeof(Word)) {
+    const Word word = raisedAt<Word>(text);
+    std::memcpy(text, &word, sizeof(word));
+  }
+  std::memcpy(atLast, &last, sizeof(last));
+}
+
+void raise(char* text, uint64_t length) {
+  if (length >= sizeof(uint64_t)) {
+    raiseWords<uint64_t>(text, length);
+  } else if (length >= sizeof(uint32_t)) {
+    raiseWords<uint32_t>(text, length);
+  } else {
+    std::transform(text, text + length, text, upper<char>);
+  }
+}
+
+template <class Word>
+bool sameWords(const char* a, const char* b, uint64_t length) {
+  const uint64_t last = length - sizeof(Word);
+  for (uint64_t at = 0; at < last; at += sizeof(Word)) {
+    if (raisedAt<Word>(a + at) != raisedAt<Word>(b + at)) {
+      return false;
+    }
+  }
+  return raisedAt<Word>(a + last) == raisedAt<Word>(b + last);
+}
+
+int32_t orderRaised(char a, char b) {
+  const auto left = static_cast<uint8_t>(upper(a));
+  const auto right = static_cast<uint8_t>(upper(b));
+  return (left > right) - (left < right);
+}
+
 int32_t compareWithText(const StringObject* string, const char* text) {
   const std::string_view a = Operations::view(string);
   const std::string_view b = Operations::view(text);
   const size_t common = std::min(a.size(), b.size());
+  if (common == a.size() && common >= sizeof(uint32_t) &&
+      sameWords<uint32_t>(a.data(), b.data(), common)) {
+    return a.size() == b.size() ? 0 : -1;
+  }
   for (size_t i = 0; i < common; ++i) {
-    const auto left = static_cast<uint8_t>(upper(a[i]));
-    const auto right = static_cast<uint8_t>(upper(b[i]));
-    if (left != right) {
-      return left < right ? -1 : 1;
+    if (const int32_t order = orderRaised(a[i], b[i]); order != 0) {
+      return order;
     }
   }
   return (a.size() > b.size()) - (a.size() < b.size());
-}
-
-constexpr uint64_t everyByte(uint8_t byte) { return byte * 0x0101010101010101u; }
-
-// Eight letters at a time: the top bit of each byte says whether the byte is from 'a' to 'z', which
-// is 0x20 more than its capital.
-uint64_t raised(uint64_t bytes) {
-  const uint64_t low = bytes & everyByte(0x7F);
-  const uint64_t fromA = low + everyByte(0x80 - 'a');
-  const uint64_t beyondZ = low + everyByte(0x80 - 'z' - 1);
-  const uint64_t isLower = fromA & ~beyondZ & ~bytes & everyByte(0x80);
-  return bytes - (isLower >> 2);
-}
-
-void raise(char* text, uint64_t length) {
-  uint64_t word;
-  for (; length >= sizeof(word); text += sizeof(word), length -= sizeof(word)) {
-    std::memcpy(&word, text, sizeof(word));
-    word = raised(word);
-    std::memcpy(text, &word, sizeof(word));
-  }
-  std::transform(text, text + length, text, upper<char>);
 }
 
 int32_t normalise(StringObject* string) {
@@ -85,13 +127,18 @@ int32_t decode(const StringObject* source, StringObject* target) {
   if (decoded == nullptr) {
     return kOutOfMemory;
   }
-  uint64_t length = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const int byte = escapedByte(text, i);
-    decoded[length++] = byte < 0 ? text[i] : static_cast<char>(byte);
-    i += byte < 0 ? 0 : 2;
+  char* out = decoded;
+  for (size_t at = 0; at < text.size();) {
+    const std::string_view plain = text.substr(at, text.find('%', at) - at);
+    out = std::copy(plain.begin(), plain.end(), out);
+    at += plain.size();
+    if (at < text.size()) {
+      const int byte = escapedByte(text, at);
+      *out++ = byte < 0 ? text[at] : static_cast<char>(byte);
+      at += byte < 0 ? 1 : 3;
+    }
   }
-  Operations::adopt(target, decoded, length);
+  Operations::adopt(target, decoded, static_cast<uint64_t>(out - decoded));
   return kOk;
 }
 

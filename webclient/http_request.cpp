@@ -77,8 +77,8 @@ int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
   if (const int32_t result = appendUnfinished(bytes, count); failed(result)) {
     return result;
   }
-  cursor_ = pending_.data();
-  end_ = pending_.end();
+  cursor_ = 0;
+  end_ = pending_.size();
   endReached_ = false;
   traceRaw();
   if (!headerFinished_) {
@@ -92,14 +92,15 @@ int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
 // Reads complete lines until the empty one. kMoreNeeded: it has not come yet.
 int32_t CHTTPRequest::parseLines() {
   while (!headerFinished_) {
-    uint8_t* const lineEnd = findLineEnd(cursor_ + std::exchange(searched_, 0), end_);
+    uint8_t* const lineEnd =
+        findLineEnd(atCursor() + std::exchange(searched_, 0), pending_.data() + end_);
     if (lineEnd == nullptr) {
       return waitForLineEnd();
     }
     if (parseLine(lineEnd) == kOutOfMemory) {
       return kOutOfMemory;
     }
-    cursor_ = lineEnd + 2;
+    cursor_ = static_cast<uint64_t>(lineEnd + 2 - pending_.data());
   }
   return kOk;
 }
@@ -109,7 +110,7 @@ int32_t CHTTPRequest::waitForLineEnd() {
   if (count > kHttpMaxUnfinishedLine) {
     return blockUnfinishedLine(count);
   }
-  if (const int32_t result = setUnfinished(cursor_, count); failed(result)) {
+  if (const int32_t result = setUnfinished(atCursor(), count); failed(result)) {
     return result;
   }
   searched_ = count == 0 ? 0 : count - 1;  // the last byte may be half of the line end
@@ -118,19 +119,18 @@ int32_t CHTTPRequest::waitForLineEnd() {
 
 // As long as there is no URI, every line is taken for the request line.
 int32_t CHTTPRequest::parseLine(uint8_t* lineEnd) {
-  if (cursor_ == lineEnd) {
+  if (atCursor() == lineEnd) {
     headerFinished_ = true;
     base::traceText(kTraceInfo, kModuleSource, "CHTTPRequest::header finished");
     return kOk;
   }
-  return uri_.empty() ? parseRequestLine(cursor_) : parseHeaderLine(cursor_, lineEnd);
+  return uri_.empty() ? parseRequestLine() : parseHeaderLine(lineEnd);
 }
 
 // request-line = method SP request-target SP HTTP-version CRLF. A missing blank takes the token
 // from later lines.
-int32_t CHTTPRequest::parseRequestLine(uint8_t* start) {
+int32_t CHTTPRequest::parseRequestLine() {
   base::TraceScope scope("CHTTPRequest::parseRequestLine");
-  cursor_ = start;
   skipWhitespace();
   std::string_view token;
   if (!takeToken(" ", token)) {
@@ -159,7 +159,7 @@ int32_t CHTTPRequest::parseRequestLine(uint8_t* start) {
 
 // The bytes up to the separator, which is passed over. False: it does not come.
 bool CHTTPRequest::takeToken(std::string_view separator, std::string_view& token) {
-  const std::string_view rest(reinterpret_cast<const char*>(cursor_), remaining());
+  const std::string_view rest(reinterpret_cast<const char*>(atCursor()), remaining());
   const size_t found = rest.find(separator);
   if (found == std::string_view::npos) {
     return false;
@@ -170,13 +170,13 @@ bool CHTTPRequest::takeToken(std::string_view separator, std::string_view& token
 }
 
 int32_t CHTTPRequest::readToken(const char* separator, runtime::StringObject* out) {
-  const uint8_t* const start = cursor_;
+  const uint64_t start = cursor_;
   std::string_view token;
   if (!takeToken(separator, token)) {
     return kFail;
   }
   if (failed(base::bound.strings->AssignBytes(out, token.data(), token.size()))) {
-    cursor_ = const_cast<uint8_t*>(start);
+    cursor_ = start;
     return kOutOfMemory;
   }
   return kOk;
@@ -259,15 +259,14 @@ int32_t CHTTPRequest::addQueryPair(const char* pair, std::string_view parts) {
 
 // field-line = name ":" value. The line end is overwritten, so that the line is a text; name and
 // value become texts where they stand.
-int32_t CHTTPRequest::parseHeaderLine(uint8_t* start, uint8_t* lineEnd) {
+int32_t CHTTPRequest::parseHeaderLine(uint8_t* lineEnd) {
   base::TraceScope scope("CHTTPRequest::parseHeaderLine");
-  cursor_ = start;
   skipWhitespace();
-  if (cursor_ > lineEnd) {  // nothing but white space: the scanner went on into the next line
+  if (atCursor() > lineEnd) {  // nothing but white space: the scanner went on into the next line
     return scope.leave(kFail);
   }
   *lineEnd = 0;
-  const std::string_view line(reinterpret_cast<const char*>(cursor_));
+  const std::string_view line(reinterpret_cast<const char*>(atCursor()));
   const size_t nameLength = std::min(line.find(':'), line.size());
   if (nameLength == 0) {
     return scope.leave(kFail);
@@ -311,36 +310,40 @@ void CHTTPRequest::readContentLength(const char* value) {
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP request Content-Length: %d", length);
 }
 
-// The body is complete at exactly Content-Length bytes; with more it waits for its end at the
-// limit.
 int32_t CHTTPRequest::parseBody() {
   base::TraceScope scope("CHTTPRequest::parseBody");
-  const uint64_t count = remaining();
-  if (!body_ && contentLength_ != 0) {
-    if (count > kHttpMaxBody) {
-      return scope.leave(blockBody(count));
-    }
+  return scope.leave(takeBody(remaining()));
+}
+
+// The body is complete at exactly Content-Length bytes; with more it waits for its end at the
+// limit.
+int32_t CHTTPRequest::takeBody(uint64_t count) {
+  if (count > kHttpMaxBody) {
+    return blockBody(count);
+  }
+  if (!body_ && contentLength_ != 0) [[likely]] {
     base::traceFormat(kTraceInfo, kModuleSource, "ContentLength %d bytes (len: %d bytes)",
                       static_cast<int>(contentLength_), static_cast<int>(count));
     if (count == contentLength_) {
-      if (failed(base::BufferFromBytes(cursor_, count, body_.put()))) {
-        return scope.leave(kOutOfMemory);
-      }
-      dump();
-      return scope.leave(kOk);
+      return completeBody(count);
     }
   }
-  if (count > kHttpMaxBody) {
-    return scope.leave(blockBody(count));
-  }
-  if (const int32_t result = setUnfinished(cursor_, count); failed(result)) {
-    return scope.leave(result);
+  if (const int32_t result = setUnfinished(atCursor(), count); failed(result)) {
+    return result;
   }
   if (contentLength_ != 0) {
-    return scope.leave(kMoreNeeded);
+    return kMoreNeeded;
   }
   dump();
-  return scope.leave(kOk);
+  return kOk;
+}
+
+int32_t CHTTPRequest::completeBody(uint64_t count) {
+  if (failed(base::BufferFromBytes(atCursor(), count, body_.put()))) {
+    return kOutOfMemory;
+  }
+  dump();
+  return kOk;
 }
 
 int32_t CHTTPRequest::blockUnfinishedLine(uint64_t count) const {
@@ -362,7 +365,7 @@ int CHTTPRequest::peek() {
     endReached_ = true;
     return base::kEndOfText;
   }
-  return *cursor_;
+  return *atCursor();
 }
 
 void CHTTPRequest::skipWhitespace() {
@@ -371,42 +374,6 @@ void CHTTPRequest::skipWhitespace() {
        c = peek()) {
     ++cursor_;
   }
-}
-
-// The steps may be called one by one, so the positions follow the bytes.
-int32_t CHTTPRequest::resizePending(uint64_t count) {
-  const int64_t consumed = cursor_ - pending_.data();
-  const int64_t length = end_ - pending_.data();
-  if (failed(pending_.resize(count))) {
-    return kOutOfMemory;
-  }
-  cursor_ = pending_.data() + consumed;
-  end_ = pending_.data() + length;
-  return kOk;
-}
-
-int32_t CHTTPRequest::appendUnfinished(const uint8_t* bytes, uint64_t count) {
-  const uint64_t used = pending_.size();
-  if (count > UINT64_MAX - used || failed(resizePending(used + count))) {
-    return kOutOfMemory;
-  }
-  if (count != 0) {
-    std::memcpy(pending_.data() + used, bytes, count);
-  }
-  traceUnfinished();
-  return kOk;
-}
-
-int32_t CHTTPRequest::setUnfinished(const uint8_t* bytes, uint64_t count) {
-  if (failed(resizePending(count))) {  // bytes of our own need no more room, and stay
-    return kOutOfMemory;
-  }
-  if (count != 0 && bytes != pending_.data()) {
-    std::memmove(pending_.data(), bytes, count);
-  }
-  searched_ = 0;
-  traceUnfinished();
-  return kOk;
 }
 
 int32_t CHTTPRequest::getBodyData(runtime::ByteBuffer* body) {

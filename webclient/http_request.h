@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "base/buffer.h"
 #include "base/com_object.h"
 #include "base/root_vector.h"
 #include "base/string.h"
+#include "base/trace.h"
 #include "collections/text_table.h"
 #include "vexa/http_request.h"
 #include "webclient/short_text.h"
@@ -48,34 +50,52 @@ class CHTTPRequest : public IHTTPRequest,
   int32_t parseLines();
   int32_t waitForLineEnd();
   int32_t parseLine(uint8_t* end);
-  int32_t parseRequestLine(uint8_t* start);
+  int32_t parseRequestLine();
   int32_t takeMethod(std::string_view token);
   int32_t takeUri(std::string_view token);
   int32_t parseURI();
   int32_t parseQuery(char* pairs, char* parts, uint64_t length);
   int32_t addQueryPair(const char* pair, std::string_view parts);
-  int32_t parseHeaderLine(uint8_t* start, uint8_t* end);
+  int32_t parseHeaderLine(uint8_t* end);
   int32_t keepHeader(const runtime::StringObject& name, const char* value);
   void readContentLength(const char* value);
   int32_t parseBody();
+  int32_t takeBody(uint64_t count);
+  int32_t completeBody(uint64_t count);
   int32_t blockUnfinishedLine(uint64_t count) const;
   int32_t blockBody(uint64_t count) const;
 
   // The scanner: what stands at the cursor, or kEndOfText, which also sets the flag.
   int peek();
   void skipWhitespace();
-  uint64_t remaining() const { return static_cast<uint64_t>(end_ - cursor_); }
+  uint8_t* atCursor() const { return pending_.data() + cursor_; }
+  uint64_t remaining() const { return end_ - cursor_; }
   bool takeToken(std::string_view separator, std::string_view& token);
 
-  int32_t resizePending(uint64_t count);
-  void traceUnfinished() const;
-  void traceRaw() const;
-  void dump();
+  // The trace is asked whether it is on; only then is there something to write.
+  void traceUnfinished() const {
+    if (base::isTraceOn(base::kTraceNotice, base::kModuleSource)) [[unlikely]] {
+      writeUnfinished();
+    }
+  }
+  void traceRaw() const {
+    if (base::isTraceOn(base::kTraceInfo, base::kModuleSource)) [[unlikely]] {
+      writeRaw();
+    }
+  }
+  void dump() {
+    if (base::isTraceOn(base::kTraceInfo, base::kModuleSource)) [[unlikely]] {
+      writeAll();
+    }
+  }
+  void writeUnfinished() const;
+  void writeRaw() const;
+  void writeAll();
   void dumpTable(const char* title, const collections::TextTable& table) const;
 
   bool endReached_ = false;
-  uint8_t* cursor_ = nullptr;  // first byte not consumed
-  uint8_t* end_ = nullptr;
+  uint64_t cursor_ = 0;  // of the pending bytes, the first one that is not consumed
+  uint64_t end_ = 0;
   base::RootVector<uint8_t> pending_;
   uint64_t searched_ = 0;  // so many pending bytes are known to begin no line end
   bool headerFinished_ = false;
@@ -88,5 +108,30 @@ class CHTTPRequest : public IHTTPRequest,
   uint64_t contentLength_ = 0;
   base::Buffer body_;
 };
+
+// Each piece takes these steps, so they are to be had where they are called.
+inline int32_t CHTTPRequest::appendUnfinished(const uint8_t* bytes, uint64_t count) {
+  const uint64_t used = pending_.size();
+  if (count > UINT64_MAX - used || failed(pending_.resize(used + count))) {
+    return kOutOfMemory;
+  }
+  if (count != 0) {
+    std::memcpy(pending_.data() + used, bytes, count);
+  }
+  traceUnfinished();
+  return kOk;
+}
+
+inline int32_t CHTTPRequest::setUnfinished(const uint8_t* bytes, uint64_t count) {
+  if (failed(pending_.resize(count))) {  // bytes of our own need no more room, and stay
+    return kOutOfMemory;
+  }
+  if (count != 0 && bytes != pending_.data()) {
+    std::memmove(pending_.data(), bytes, count);
+  }
+  searched_ = 0;
+  traceUnfinished();
+  return kOk;
+}
 
 }  // namespace vexa::webclient

@@ -1,30 +1,24 @@
 #include "base/trace.h"
 #include "webclient/http_request.h"
 
-// What a request tells the trace about itself.
+// What a request tells the trace about itself, when that is on.
 namespace vexa::webclient {
 namespace {
 
 using base::kModuleSource;
 using base::kTraceInfo;
-using base::kTraceNotice;
 
 constexpr char kBanner[] = "****************** HTTP Request ******************";
 constexpr char kEntry[] = "%s : %s : %s";
 
 }  // namespace
 
-void CHTTPRequest::traceUnfinished() const {
-  if (base::isTraceOn(kTraceNotice, kModuleSource)) {
-    base::traceFormat(kTraceInfo, kModuleSource, "HTTP request unfinished bytes count: %d",
-                      static_cast<int>(pending_.size()));
-  }
+void CHTTPRequest::writeUnfinished() const {
+  base::traceFormat(kTraceInfo, kModuleSource, "HTTP request unfinished bytes count: %d",
+                    static_cast<int>(pending_.size()));
 }
 
-void CHTTPRequest::traceRaw() const {
-  if (!base::isTraceOn(kTraceInfo, kModuleSource)) {
-    return;
-  }
+void CHTTPRequest::writeRaw() const {
   base::traceText(kTraceInfo, kModuleSource, "****** HTTP Request Begin (RAW) ******");
   base::Buffer text;
   if (succeeded(base::BufferFromBytes(pending_.data(), pending_.size(), text.put()))) {
@@ -33,10 +27,7 @@ void CHTTPRequest::traceRaw() const {
   base::traceText(kTraceInfo, kModuleSource, "******  HTTP Request End (RAW)  ******");
 }
 
-void CHTTPRequest::dump() {
-  if (!base::isTraceOn(kTraceInfo, kModuleSource)) {
-    return;
-  }
+void CHTTPRequest::writeAll() {
   base::traceText(kTraceInfo, kModuleSource, kBanner);
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP method: %s", method_.text());
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP uri: %s", uri_.text());

@@ -9,13 +9,16 @@ namespace {
 
 constexpr uint64_t kMinWildcardHost = 3;
 
+// What the trace says of a host and a pattern that do not match.
+using Mismatch = base::TraceFormat<const char*, const char*>;
+
 #define VEXA_BAD_PATTERN "Bad Pattern match: [%s] != [%s]. "
-constexpr char kNeedTwoParts[] =
+constexpr Mismatch kNeedTwoParts =
     VEXA_BAD_PATTERN "Need two domain name parts for wildcard hostname ";
-constexpr char kWildcardBetween[] =
+constexpr Mismatch kWildcardBetween =
     VEXA_BAD_PATTERN "Wildcard is between hostname and top level domain, thats not supported";
-constexpr char kPartsDiffer[] = VEXA_BAD_PATTERN "Pattern parts does not match";
-constexpr char kNoMatch[] = VEXA_BAD_PATTERN "Pattern does not match";
+constexpr Mismatch kPartsDiffer = VEXA_BAD_PATTERN "Pattern parts does not match";
+constexpr Mismatch kNoMatch = VEXA_BAD_PATTERN "Pattern does not match";
 #undef VEXA_BAD_PATTERN
 
 char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
@@ -46,22 +49,22 @@ bool takeWildcard(HostCursor& host, HostCursor& pattern) {
 }
 
 // Compares what is left of the two. Null: they match; else the reason why not.
-const char* compareRest(HostCursor host, HostCursor pattern) {
+const Mismatch* compareRest(HostCursor host, HostCursor pattern) {
   for (; !host.atEnd() && !pattern.atEnd(); ++host.at, ++pattern.at) {
     if (pattern.current() == '*') {
-      return kWildcardBetween;
+      return &kWildcardBetween;
     }
     if (lowered(host.current()) != lowered(pattern.current())) {
-      return kPartsDiffer;
+      return &kPartsDiffer;
     }
   }
-  return host.atEnd() && pattern.atEnd() ? nullptr : kNoMatch;
+  return host.atEnd() && pattern.atEnd() ? nullptr : &kNoMatch;
 }
 
-const char* findMismatch(HostCursor host, HostCursor pattern) {
+const Mismatch* findMismatch(HostCursor host, HostCursor pattern) {
   if (pattern.length >= kMinWildcardHost && pattern.current() == '*' &&
       !takeWildcard(host, pattern)) {
-    return kNeedTwoParts;
+    return &kNeedTwoParts;
   }
   return compareRest(host, pattern);
 }
@@ -84,13 +87,13 @@ bool URLParser::pattern_match(const char* pattern) {
 }
 
 bool URLParser::matchHost(const URLParser& pattern) const {
-  const char* const mismatch = findMismatch({parts_.host, parts_.hostLength},
-                                            {pattern.parts_.host, pattern.parts_.hostLength});
+  const Mismatch* const mismatch = findMismatch({parts_.host, parts_.hostLength},
+                                                {pattern.parts_.host, pattern.parts_.hostLength});
   if (mismatch == nullptr) {
     return true;
   }
   // The host is not terminated where it ends: the message shows the rest of the URL, too.
-  base::traceFormat(base::kTraceInfo, base::kModuleSource, mismatch, parts_.host,
+  base::traceFormat(base::kTraceInfo, base::kModuleSource, *mismatch, parts_.host,
                     pattern.parts_.url);
   return false;
 }

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdarg>
+
 #include "support/module_fixture.h"
 #include "support/sweep.h"
 
@@ -53,6 +55,24 @@ TEST_F(TraceTest, OnlyTheLowFourBitsOfTheFlagsReachTheRuntime) {
   traceFormat(0xFFFFFFF2, kModuleSource, "%d", 7);
   EXPECT_THAT(spy.trace(),
               ElementsAre(TraceLine{5, "vexabase", "a"}, TraceLine{2, "vexabase", "7"}));
+}
+
+void passOn(uint32_t flags, const char* source, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  traceFormatList(flags, source, format, arguments);
+  va_end(arguments);
+}
+
+TEST_F(TraceTest, ArgumentsMayBeCollectedBefore) {
+  passOn(0xFFFFFFF2, kModuleSource, "%s %d", "a", 7);
+  passOn(kTraceInfo, nullptr, "b");
+  EXPECT_THAT(spy.trace(), ElementsAre(TraceLine{2, "vexabase", "a 7"},
+                                       TraceLine{4, defaultTraceSource(), "b"}));
+  stop();
+  spy.clearTrace();
+  passOn(kTraceInfo, nullptr, "c");
+  EXPECT_THAT(spy.trace(), IsEmpty());
 }
 
 TEST_F(TraceTest, ATextIsNeverTakenForAFormat) {

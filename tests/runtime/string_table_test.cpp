@@ -174,6 +174,44 @@ TEST_F(StringTableTest, CompareWithTextIgnoresLetterCase) {
   EXPECT_NE(strings.CompareWithText(bracket.get(), "{"), 0);
 }
 
+// The same letter by letter.
+int32_t plainOrder(std::string_view a, std::string_view b) {
+  for (size_t i = 0; i < a.size() && i < b.size(); ++i) {
+    const auto raise = [](char c) { return c >= 'a' && c <= 'z' ? c - 'a' + 'A' : uint8_t(c); };
+    if (raise(a[i]) != raise(b[i])) {
+      return raise(a[i]) < raise(b[i]) ? -1 : 1;
+    }
+  }
+  return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
+}
+
+TEST_F(StringTableTest, CompareWithTextTakesEveryByteAtEveryPlace) {
+  for (size_t length = 1; length < 20; ++length) {
+    for (size_t at = 0; at < length; ++at) {
+      std::string text(length, 'm');
+      String string(std::string(length, 'M'));
+      for (int byte = 1; byte < 256; ++byte) {
+        text[at] = static_cast<char>(byte);
+        ASSERT_EQ(strings.CompareWithText(string.get(), text.c_str()),
+                  plainOrder(string.str(), text))
+            << length << ' ' << at << ' ' << byte;
+      }
+    }
+  }
+}
+
+TEST_F(StringTableTest, CompareWithTextOrdersTextsOfDifferentLengths) {
+  const std::string letters = "aAbBzZ[{`@\xE4\xC4";
+  for (size_t length = 0; length <= letters.size(); ++length) {
+    String string(letters.substr(0, length));
+    for (size_t other = 0; other <= letters.size(); ++other) {
+      const std::string text = letters.substr(0, other);
+      ASSERT_EQ(strings.CompareWithText(string.get(), text.c_str()),
+                plainOrder(string.str(), text));
+    }
+  }
+}
+
 TEST_F(StringTableTest, CompareWithTextSeesInnerZeroBytes) {
   String string("a\0b"sv);
   EXPECT_NE(strings.CompareWithText(string.get(), "a"), 0);
