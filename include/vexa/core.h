@@ -34,8 +34,9 @@ struct CoreList {
   // The same with a CipherNumber and a ScramblerMode.
   int32_t (*CreateScramblerEx)(uint32_t algorithm, uint32_t mode, uint32_t keyBits,
                                IScrambler** out);
-  // Base64 (RFC 4648) with lines of 64 characters, each ended by CR LF. Creates *out when null.
-  // kInvalidArgument: a null argument. kFail: not encodable; *out then keeps its block.
+  // Base64 (RFC 4648) with lines of 64 characters, each ended by CR LF. Creates *out when null,
+  // else replaces its data; it may be the input. kInvalidArgument: a null argument. kFail: not
+  // encodable; *out then keeps its block.
   int32_t (*EncodeBase64)(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
   int32_t (*DecodeBase64)(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
   // Block size in bytes and key size in bits of every CipherNumber but kDefaultCipher.
@@ -44,8 +45,8 @@ struct CoreList {
   int32_t (*GetCipherKeyBits)(uint32_t algorithm, uint64_t* out);
   int32_t (*reserved14)(uint32_t, uint8_t);  // returns 0
   // A password-protected PKCS#12 file (RFC 7292) of a key with its chain; the list begins with the
-  // key's own certificate. `password` may be null. kInvalidArgument: another argument is null.
-  // Otherwise the runtime's result.
+  // key's own certificate. `password` may be null, which is another password than an empty one.
+  // kInvalidArgument: another argument is null. Otherwise the runtime's result.
   int32_t (*CreatePkcs12)(const runtime::StringObject* name, const runtime::KeyObject* key,
                           const runtime::CertificateList* certificates,
                           const runtime::StringObject* password, runtime::ByteBuffer** out);

@@ -4,6 +4,7 @@
 check_documents.py ROOT
 """
 
+import collections
 import pathlib
 import re
 import sys
@@ -15,6 +16,8 @@ from generator.reader import read_sdk  # pylint: disable=wrong-import-position
 
 # Bases whose slots the pages explain in words.
 HELPERS = {"IComponent"}
+# As many words in a row are said in one place.
+SAME_WORDS = 8
 problems = []
 
 
@@ -49,6 +52,31 @@ def check_names(sdk):
     for name in names:
         if f"`{name}`" not in text:
             complain(root / "docs", f"no page names {name}")
+
+
+def prose(path):
+    """Its words: of a page without code, of a header the comments alone."""
+    text = path.read_text(encoding="utf-8")
+    if path.suffix == ".h":
+        text = "\n".join(line.partition("//")[2] for line in text.splitlines())
+    else:
+        text = re.sub(r"```.*?```|^\|.*?$|^#.*?$", ".", text, flags=re.S | re.M)
+        text = re.sub(r"\]\([^)]*\)", "]", text)
+    return re.findall(r"[\w']+", text.lower())
+
+
+def check_said_once():
+    """No page repeats a header, or another page: it links."""
+    pages_and_headers = [*documents, *sorted((root / "include").rglob("*.h"))]
+    places = collections.defaultdict(list)
+    for path in pages_and_headers:
+        words = prose(path)
+        for at in range(len(words) - SAME_WORDS + 1):
+            places[" ".join(words[at : at + SAME_WORDS])].append(path)
+    for words, paths in places.items():
+        files = sorted({path.relative_to(root).as_posix() for path in paths})
+        if len(files) > 1 and paths[0].suffix == ".md":
+            complain(paths[0], f'"{words}" is also said in {", ".join(files)}')
 
 
 def check_commands():
@@ -94,6 +122,7 @@ for document in documents:
 sdk = read_sdk(root / "include")
 check_slots(sdk)
 check_names(sdk)
+check_said_once()
 check_commands()
 check_tree()
 check_built_before()
