@@ -1,0 +1,23 @@
+#pragma once
+
+// The critical sections that the calling thread holds, each entry counted, in a test program that
+// is linked with vexa_watched_locks. A dropped lock shows in no result; here it does.
+namespace vexa::test {
+
+int heldLocks();
+
+// What the calling thread held when it last set an event; -1 when it never did.
+int heldLocksAtSignal();
+
+// How often the calling thread has entered one so far.
+int lockEntries();
+
+// How often it does in `operation`.
+template <class Operation>
+int lockEntriesOf(Operation operation) {
+  const int before = lockEntries();
+  operation();
+  return lockEntries() - before;
+}
+
+}  // namespace vexa::test
