@@ -1,0 +1,208 @@
+#include <map>
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/keys/failing_libgcrypt.h"
+#include "runtime/samples.h"
+
+namespace vexa::test {
+namespace {
+
+// P-256, encrypted with "secret": PBES2 with AES-256, and the scheme of PKCS#12.
+constexpr char kAesKey[] =
+    "3081eb305606092a864886f70d01050d3049302806092a864886f70d01050c301b0408be4c8776a5567cfe02"
+    "0102300c06082a864886f70d02090500301d060960864801650304012a0410077f9de85ebf8411e43c10cfa9"
+    "03b31c04819002fe3f96c5a9b1536c921a7a3612273c93fa6f19564a84ba7cf2aaad614f8719029d09c335ff"
+    "b102a160c579047818b6a9c27046d1424c1926cedfd5818bbd98563ce5e24ad0c20d80df196089080c9ccf41"
+    "1fcd19608e78ba9000c9aa971703dd2f78da4a20c721fc9401d03ced4666dbadce25fa338ae1b7163476d91c"
+    "1576cdd1776b9d485a08069a93c6553f7ac7";
+constexpr char kTripleDesKey[] =
+    "3081b0301b060a2a864886f70d010c0103300d0408b5f469e5cbed41fe02010204819095d4650008508e6651"
+    "0a114560b120b5d0e1833424135a8000f63e7a2a36b4f9fad3dd49c36d97a8462b4173e0f98ef00ab60907be"
+    "f38e491cbf930f30b3831707562214a847666c46ee4d1eb1e6c0469987424c97ded98c4be3f0b11eda214cc4"
+    "d5e4c958f37ce9ed8d142f5a241e6ff568c69c88f4ccb868f172f61adc3b9042b6da477975404611a640186e"
+    "ed35e0";
+
+class LibraryFailureTest : public CryptoTest {
+ protected:
+  // Runs `operation` with the library's 1st call failing, with its 2nd, and so on, until it needs
+  // no more. It tells each failure by a negative result, and leaves nothing behind.
+  template <class Operation>
+  int sweep(Operation operation) {
+    int swept = 0;
+    for (bool hasFailed = true; hasFailed; ++swept) {
+      const int64_t before = spy.liveBlocks();
+      failing_libgcrypt::failAt(static_cast<uint64_t>(swept) + 1);
+      const int32_t result = operation();
+      hasFailed = failing_libgcrypt::hasFailed();
+      failing_libgcrypt::neverFail();
+      EXPECT_EQ(spy.liveBlocks(), before) << "call " << swept + 1;
+      EXPECT_EQ(result < 0, hasFailed) << result << " from call " << swept + 1;
+    }
+    return swept - 1;
+  }
+
+  // Signs a certificate of this key with it.
+  int32_t sign(const runtime::KeyObject* key) {
+    OwnedCertificate made;
+    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
+    EXPECT_EQ(velmora_certificate_set_subject(made.get(), "CN=Jane"), kOk);
+    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
+              kOk);
+    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+    const int32_t result = velmora_certificate_sign(made.get(), key, nullptr);
+    EXPECT_EQ(made->table->GetEncoding(made.get()) != nullptr, result == kOk);
+    return result;
+  }
+
+  int32_t cipher(uint32_t algorithm, uint32_t mode, bool reverse, const std::string& in,
+                 std::string& out) {
+    runtime::SymmetricKey* const key = keys_[algorithm].get();
+    std::string iv(16, 'v');
+    runtime::ByteBuffer ivBuffer = bufferOf(iv);
+    uint64_t padding = 4;
+    uint64_t width = 16;
+    runtime::CipherItem items[] = {
+        {runtime::kCipherKey, 0, key, 0, 0, {}, nullptr, nullptr},
+        {runtime::kCipherAlgorithm, 0, &algorithm, 0, 0, {}, nullptr, nullptr},
+        {runtime::kCipherPadding, 0, &padding, 0, 0, {}, nullptr, nullptr},
+        {runtime::kCipherMode, 0, &mode, 0, 0, {}, nullptr, nullptr},
+        {runtime::kCipherIv, 0, &ivBuffer, 0, 0, {}, nullptr, nullptr},
+        {runtime::kCipherExtraLength, 0, &width, 0, 0, {}, nullptr, nullptr},
+        {runtime::kCipherReverse, 0, nullptr, 0, 0, {}, nullptr, nullptr},
+    };
+    const size_t count = reverse ? 7 : 6;
+    for (size_t i = 0; i + 1 < count; ++i) {
+      items[i].next = &items[i + 1];
+    }
+    out.assign(in.size() + 16, '\xEE');
+    runtime::ByteBuffer record = bufferOf(out);
+    const int32_t result =
+        spy.crypt.Cipher(items, reinterpret_cast<const uint8_t*>(in.data()), in.size(),
+                         reinterpret_cast<uint8_t*>(out.data()), &record);
+    out.resize(record.length);
+    return result;
+  }
+
+  void makeKey(uint32_t algorithm, uint32_t bits) {
+    runtime::CipherItem second{
+        runtime::kCipherAlgorithm, 0, &algorithm, 0, 0, {}, nullptr, nullptr};
+    const runtime::CipherItem first{runtime::kCipherKeyBits, 0, &bits, 0, 0, {}, nullptr, &second};
+    runtime::CipherItem out{runtime::kCipherKey, 0, nullptr, 0, 0, {}, nullptr, nullptr};
+    ASSERT_EQ(spy.crypt.GenerateKey(&first, &out, algorithm), kOk);
+    *keys_[algorithm].put() = static_cast<runtime::SymmetricKey*>(out.value);
+  }
+
+  int32_t open(const char* hex) {
+    const std::string pfx = fromHex(hex);
+    const runtime::ByteBuffer data = bufferOf(pfx);
+    String password("secret");
+    HeldBags bags;
+    uint8_t verified = 0xFF;
+    const int32_t result = spy.pkcs12.Decode(&data, nullptr, password.get(), bags.put(), &verified);
+    EXPECT_EQ(bags.get() != nullptr, result == kOk);
+    return result;
+  }
+
+  void TearDown() override {
+    keys_.clear();
+    CryptoTest::TearDown();
+  }
+
+ private:
+  std::map<uint32_t, Owned<runtime::SymmetricKey>> keys_;
+};
+
+TEST_F(LibraryFailureTest, OfGeneratingAnRsaKey) {
+  const int swept = sweep([&] {
+    HeldKey key;
+    const int32_t result = velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put());
+    EXPECT_EQ(key.get() != nullptr, result == kOk);
+    return result;
+  });
+  EXPECT_GT(swept, 16) << "six numbers found and read, eight written";
+}
+
+TEST_F(LibraryFailureTest, OfGeneratingAKeyOnACurve) {
+  const int swept = sweep([&] {
+    HeldKey key;
+    const int32_t result = velmora_key_generate_ec("P-256", key.put());
+    EXPECT_EQ(key.get() != nullptr, result == kOk);
+    return result;
+  });
+  EXPECT_GT(swept, 8);
+}
+
+TEST_F(LibraryFailureTest, OfSigning) {
+  HeldKey rsa, curve;
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, rsa.put()), kOk);
+  EXPECT_GT(sweep([&] { return sign(rsa.get()); }), 2);
+  ASSERT_EQ(velmora_key_generate_ec("P-256", curve.put()), kOk);
+  EXPECT_GT(sweep([&] { return sign(curve.get()); }), 5);
+}
+
+TEST_F(LibraryFailureTest, OfCheckingASignature) {
+  const OwnedCertificate root = certificate(samples::kRoot);
+  const int swept = sweep([&] { return root->table->IsSelfSigned(root.get()) == 1 ? kOk : kFail; });
+  EXPECT_EQ(swept, 1);
+}
+
+TEST_F(LibraryFailureTest, OfACipher) {
+  constexpr uint32_t kAes256 = 12;
+  constexpr uint32_t kRc4 = 6;
+  makeKey(kAes256, 256);
+  makeKey(kRc4, 128);
+  const std::string plain = "a text of more than one block";
+  for (const uint32_t algorithm : {kAes256, kRc4}) {
+    for (const uint32_t mode : {0u, 1u, 2u}) {
+      std::string encrypted, decrypted;
+      EXPECT_GT(sweep([&] { return cipher(algorithm, mode, false, plain, encrypted); }), 2);
+      EXPECT_GT(sweep([&] { return cipher(algorithm, mode, true, encrypted, decrypted); }), 2);
+      EXPECT_EQ(decrypted, plain) << algorithm << " in mode " << mode;
+    }
+  }
+}
+
+TEST_F(LibraryFailureTest, OfOpeningKeys) {
+  for (const char* hex : {kAesKey, kTripleDesKey}) {
+    const std::string der = fromHex(hex);
+    const runtime::ByteBuffer buffer = bufferOf(der);
+    const int swept = sweep([&] {
+      HeldKey key;
+      const int32_t result = velmora_key_read(&buffer, "secret", key.put(), nullptr);
+      EXPECT_EQ(key.get() != nullptr, result == kOk);
+      return result;
+    });
+    EXPECT_GT(swept, 4);
+  }
+}
+
+TEST_F(LibraryFailureTest, OfOpeningFiles) {
+  for (const char* hex : {samples::kModernPfx, samples::kRc4Pfx}) {
+    EXPECT_GT(sweep([&] { return open(hex); }), 6);
+  }
+}
+
+TEST_F(LibraryFailureTest, OfWritingAFile) {
+  HeldParameters made;
+  ASSERT_EQ(spy.pkcs12Types.ParametersCreate(made.put()), kOk);
+  made->version = 3;
+  made->iterations = 1;
+  made->macDigest = types.TextDuplicate("SHA-1");
+  made->bagEncryption1 = types.TextDuplicate("pbeWithSHA1And128BitRC4");
+  made->bagEncryption2 = types.TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
+  ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(&made->contents), kOk);
+  ASSERT_EQ(spy.pkcs12Types.BagCreate(&made->contents->bag), kOk);
+  made->contents->bag->type = runtime::kCertificateBag;
+  ASSERT_EQ(decode(fromHex(samples::kRoot), &made->contents->bag->certificate), kOk);
+  String password("secret");
+  const int swept = sweep([&] {
+    HeldBuffer out;
+    const int32_t result = spy.pkcs12.Encode(made.get(), password.get(), out.put());
+    EXPECT_EQ(out.get() != nullptr, result == kOk);
+    return result;
+  });
+  EXPECT_GT(swept, 4);
+}
+
+}  // namespace
+}  // namespace vexa::test
