@@ -158,6 +158,75 @@ TEST_F(WideStringTableTest, Utf8AndUtf16ConvertBothWays) {
   }
 }
 
+TEST_F(WideStringTableTest, EveryCodePointConvertsBothWays) {
+  constexpr uint32_t kLast = 0x10FFFF;
+  for (uint32_t block = 0; block <= kLast; block += 0x800) {
+    if (block == 0xD800) {
+      continue;  // surrogates
+    }
+    std::string narrow;
+    std::u16string wide;
+    for (uint32_t point = block == 0 ? 1 : block; point < block + 0x800; ++point) {
+      const auto tail = [&](int shift) {
+        narrow += static_cast<char>(0x80 + (point >> shift) % 0x40);
+      };
+      if (point < 0x80) {
+        narrow += static_cast<char>(point);
+      } else if (point < 0x800) {
+        narrow += static_cast<char>(0xC0 + (point >> 6));
+      } else if (point < 0x10000) {
+        narrow += static_cast<char>(0xE0 + (point >> 12));
+        tail(6);
+      } else {
+        narrow += static_cast<char>(0xF0 + (point >> 18));
+        tail(12);
+        tail(6);
+      }
+      if (point >= 0x80) {
+        tail(0);
+      }
+      if (point >= 0x10000) {
+        wide += static_cast<char16_t>(0xD7C0 + (point >> 10));
+        wide += static_cast<char16_t>(0xDC00 + point % 0x400);
+      } else {
+        wide += static_cast<char16_t>(point);
+      }
+    }
+    WideString there;
+    ASSERT_EQ(wides.FromMultiByte(there.get(), runtime::kUtf8, narrow.c_str()), kOk);
+    EXPECT_TRUE(there.str() == wide) << "from U+" << std::hex << block;
+    String back;
+    ASSERT_EQ(wides.ToMultiByte(there.get(), runtime::kUtf8, back.get()), kOk);
+    EXPECT_TRUE(back.str() == narrow) << "from U+" << std::hex << block;
+  }
+}
+
+// Table 3-7 of the Unicode standard: which second byte goes on after a first one. What goes on is
+// one piece, replaced once; what does not is two.
+TEST_F(WideStringTableTest, TheSecondByteDependsOnTheFirst) {
+  struct Row {
+    int firstFrom, firstTo, secondFrom, secondTo;
+  };
+  constexpr Row kRows[] = {
+      {0xE0, 0xE0, 0xA0, 0xBF}, {0xE1, 0xEC, 0x80, 0xBF}, {0xED, 0xED, 0x80, 0x9F},
+      {0xEE, 0xEF, 0x80, 0xBF}, {0xF0, 0xF0, 0x90, 0xBF}, {0xF1, 0xF3, 0x80, 0xBF},
+      {0xF4, 0xF4, 0x80, 0x8F},
+  };
+  for (int first = 0x80; first <= 0xFF; ++first) {
+    for (int second = 0x80; second <= 0xFF; ++second) {
+      bool goesOn = first >= 0xC2 && first <= 0xDF && second <= 0xBF;
+      for (const Row& row : kRows) {
+        goesOn = goesOn || (first >= row.firstFrom && first <= row.firstTo &&
+                            second >= row.secondFrom && second <= row.secondTo);
+      }
+      const char text[] = {static_cast<char>(first), static_cast<char>(second), '\0'};
+      WideString wide;
+      ASSERT_EQ(wides.FromMultiByte(wide.get(), runtime::kUtf8, text), kOk);
+      EXPECT_EQ(wide.str().size(), goesOn ? 1u : 2u) << std::hex << first << " " << second;
+    }
+  }
+}
+
 TEST_F(WideStringTableTest, InvalidUtf8IsReplaced) {
   const Conversion kCases[] = {
       {"a\x80z", u"a\uFFFDz"},

@@ -112,6 +112,25 @@ TEST_F(NameTest, ValuesThatAreNoTextAndUnknownTypesAreWrittenInHexadecimal) {
   EXPECT_EQ(attribute(nameOfValue(kCommonName, "0c02c328").get(), "CN"), "");
 }
 
+TEST_F(NameTest, PrintableStringsTakeTheirCharactersAlone) {
+  constexpr std::string_view kPrintable =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 '()+,-./:=?";
+  constexpr std::string_view kLetters = kPrintable.substr(0, 52);
+  for (int c = 0; c <= 0xFF; ++c) {
+    const char byte = static_cast<char>(c);
+    const std::string escaped = "\\" + toHex(&byte, 1);
+    const auto isMade = [](const std::string& text) {
+      Owned<runtime::Name> made;
+      return velmora::makeNameFromText(text, made.put()) == kOk;
+    };
+    EXPECT_EQ(isMade("serialNumber=x" + escaped), kPrintable.find(byte) != kPrintable.npos) << c;
+    EXPECT_EQ(isMade("emailAddress=x" + escaped), c < 0x80) << c;
+    const bool isLetter = kLetters.find(byte) != kLetters.npos;
+    EXPECT_EQ(isMade("C=D" + escaped), isLetter) << c;
+    EXPECT_EQ(isMade("C=" + escaped + "E"), isLetter) << c;
+  }
+}
+
 TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
   for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "CN=b+OU=a,DC=x", "CN=\\#x\\ ",
                            "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen",

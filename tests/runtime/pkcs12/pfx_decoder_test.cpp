@@ -142,6 +142,40 @@ TEST_F(PfxDecoderTest, NothingMayFollowAnythingElse) {
             kFail);
 }
 
+TEST_F(PfxDecoderTest, EncryptedDataHasItsPartsAndNoOthers) {
+  const std::string version = fromHex("020100");
+  const std::string type = fromHex("06092a864886f70d010701");
+  const std::string unknown = fromHex("300406022a03");  // no algorithm that is known
+  const std::string encrypted = element("80", "encrypted");
+  const auto resultOf = [&](const std::string& content) {
+    const std::string info =
+        element("30", fromHex("06092a864886f70d010706") + element("a0", element("30", content)));
+    const Opened opened = open(pfxOver(element("30", info), "secret"));
+    EXPECT_EQ(opened.bags.get(), nullptr);
+    return opened.result;
+  };
+  const std::string pieces = element("a0", element("04", "encryp") + element("04", "ted"));
+  EXPECT_EQ(resultOf(version + element("30", type + unknown + encrypted)), kNotImplemented);
+  EXPECT_EQ(resultOf(version + element("30", type + unknown + pieces)), kNotImplemented);
+  const std::string refused[] = {
+      element("30", type + unknown + encrypted),
+      version,
+      version + element("31", type + unknown + encrypted),
+      version + element("30", type + unknown + encrypted) + fromHex("0500"),
+      version + element("30", unknown + encrypted),
+      version + element("30", fromHex("06092a864886f70d010702") + unknown + encrypted),
+      version + element("30", type + encrypted),
+      version + element("30", type + unknown),
+      version + element("30", type + unknown + element("81", "encrypted")),
+      version + element("30", type + unknown + element("a1", element("04", "encrypted"))),
+      version + element("30", type + unknown + element("a0", element("0c", "encrypted"))),
+      version + element("30", type + unknown + encrypted + fromHex("0500")),
+  };
+  for (const std::string& content : refused) {
+    EXPECT_EQ(resultOf(content), kFail) << toHex(content.data(), content.size());
+  }
+}
+
 TEST_F(PfxDecoderTest, TheFirstAttributeOfAKindCounts) {
   const auto id = [](const char* hex) {
     return element("30", fromHex(kLocalKeyId) + element("31", fromHex(hex)));
