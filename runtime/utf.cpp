@@ -78,6 +78,20 @@ uint32_t takeUtf16(const char16_t*& cursor, const char16_t* end) {
 
 }  // namespace
 
+bool isUtf8(const char* text, uint64_t length) {
+  const auto* cursor = reinterpret_cast<const uint8_t*>(text);
+  const uint8_t* const end = cursor + length;
+  while (cursor != end) {
+    const uint8_t* const start = cursor;
+    // U+FFFD itself has three bytes, the first of them EF; behind that one an invalid piece has
+    // two.
+    if (takeUtf8(cursor, end) == kReplacement && (*start != 0xEF || cursor - start != 3)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 uint64_t utf8ToUtf16(const char* text, uint64_t length, char16_t* out) {
   const auto* cursor = reinterpret_cast<const uint8_t*>(text);
   const uint8_t* const end = cursor + length;

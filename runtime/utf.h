@@ -3,10 +3,12 @@
 #include <cstdint>
 
 // UTF-8 and UTF-16 (RFC 3629, Unicode 15 section 3.9). Strict: surrogate pairs are joined, and each
-// invalid piece of the input becomes U+FFFD. Both functions return the number of units of the
-// result; a null `out` only measures.
+// invalid piece of the input becomes U+FFFD. Conversions return the number of units of the result; a
+// null `out` only measures.
 namespace vexa::velmora {
 
+// Whether no piece of the text is invalid.
+bool isUtf8(const char* text, uint64_t length);
 uint64_t utf8ToUtf16(const char* text, uint64_t length, char16_t* out);
 uint64_t utf16ToUtf8(const char16_t* text, uint64_t length, char* out);
 

@@ -4,6 +4,7 @@
 #include "runtime/der/asn1_string.h"
 #include "runtime/der/der_writer.h"
 #include "runtime/hex.h"
+#include "runtime/utf.h"
 
 // Reads the text form of names (RFC 4514, section 3).
 namespace vexa::velmora {
@@ -18,11 +19,6 @@ bool isPrintable(uint8_t c) {
   constexpr std::string_view kOthers = " '()+,-./:=?";
   return isLetter(c) || (c >= '0' && c <= '9') ||
          kOthers.find(static_cast<char>(c)) != std::string_view::npos;
-}
-
-bool isUtf8(ByteView text) {
-  Bytes unused;
-  return appendStringAsUtf8(kUtf8String, text, unused);
 }
 
 // What keeps a value from being a string of this type; null: nothing.
@@ -41,7 +37,9 @@ const char* problemOf(uint8_t stringTag, bool isCountry, ByteView value) {
                  ? nullptr
                  : "DC and emailAddress take ASCII alone";
     default:
-      return isUtf8(value) ? nullptr : "a value is not UTF-8";
+      return isUtf8(reinterpret_cast<const char*>(value.data()), value.size())
+                 ? nullptr
+                 : "a value is not UTF-8";
   }
 }
 

@@ -58,18 +58,12 @@ class Units {
   Bytes bytes_;
 };
 
-// What is not UTF-8 does not come back the same.
 bool appendUtf8(ByteView text, Bytes& out) {
-  Units units;
-  Bytes back;
-  units.fromUtf8(text);
-  units.toUtf8(back);
-  if (back.failed()) {
-    out.fail();
-    return true;
+  if (!isUtf8(reinterpret_cast<const char*>(text.data()), text.size())) {
+    return false;
   }
-  out.append(back.view());
-  return equalBytes(text, back.view());
+  out.append(text);
+  return true;
 }
 
 bool appendUniversal(ByteView content, Bytes& out) {

@@ -39,11 +39,27 @@ TEST(SweepAllocations, TellsALeakOnAFailurePath) {
           }
           velmora::freeBlock(first);
           velmora::freeBlock(second);
-          return first != nullptr;
+          return first != nullptr && second != nullptr;
         });
       },
       "blocks alive");
   velmora::freeBlock(leaked);
+}
+
+TEST(SweepAllocations, TellsASuccessWithoutMemoryUnlessItMayBe) {
+  SpyRuntime spy;
+  const auto succeeds = [] {
+    velmora::freeBlock(velmora::allocateBlock(1));
+    return true;
+  };
+  EXPECT_EQ(sweepAllocations(spy, succeeds, Shortage::kMayDoWithout), 1);
+  ::testing::TestPartResultArray told;
+  {
+    const ::testing::ScopedFakeTestPartResultReporter reporter(
+        ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &told);
+    EXPECT_EQ(sweepAllocations(spy, succeeds), 1);
+  }
+  EXPECT_EQ(told.size(), 2) << "alone, and with all behind it";
 }
 
 }  // namespace

@@ -213,7 +213,8 @@ TEST_F(CertificateTest, EveryFailedAllocationIsSurvived) {
       OwnedCertificate out;
       const runtime::ByteBuffer buffer = bufferOf(input);
       const int32_t result = types.CertificateDecode(&buffer, out.put());
-      EXPECT_TRUE(result == kOk || (result == kOutOfMemory && out.get() == nullptr));
+      EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+      EXPECT_EQ(out.get() != nullptr, result == kOk);
       return result == kOk;
     });
     EXPECT_GT(swept, 10);

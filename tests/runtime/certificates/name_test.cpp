@@ -131,6 +131,20 @@ TEST_F(NameTest, PrintableStringsTakeTheirCharactersAlone) {
   }
 }
 
+TEST_F(NameTest, WhatIsNotUtf8IsRefusedWhateverAllocationFails) {
+  for (const char* text : {"CN=\\FF", "CN=a\\C3", "CN=\\EF\\BF", "CN=\\ED\\A0\\80"}) {
+    for (uint64_t n = 1; n < 20; ++n) {
+      Owned<runtime::Name> made;
+      allocation_gate::failAt(n, false);
+      const int32_t result = velmora::makeNameFromText(text, made.put());
+      allocation_gate::neverFail();
+      EXPECT_TRUE(result == kInvalidArgument || result == kOutOfMemory) << text;
+      EXPECT_EQ(made.get(), nullptr);
+    }
+  }
+  EXPECT_EQ(text(name("CN=\\EF\\BF\\BD").get()), "CN=\uFFFD") << "what invalid text becomes";
+}
+
 TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
   for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "CN=b+OU=a,DC=x", "CN=\\#x\\ ",
                            "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen",
