@@ -25,7 +25,7 @@ std::string withNonce(std::string_view page, const std::string& nonce) {
 
 Outcome answerPage(const Call&) {
   const std::string nonce = randomText(kNonceBytes);
-  Reply reply{.body = withNonce(pageText(), nonce), .contentType = "text/html; charset=utf-8"};
+  Reply reply{.body = withNonce(kIndexHtml, nonce), .contentType = "text/html; charset=utf-8"};
   reply.headers.emplace_back(
       "Content-Security-Policy",
       "default-src 'none'; script-src 'nonce-" + nonce + "'; style-src 'nonce-" + nonce +

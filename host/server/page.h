@@ -5,6 +5,6 @@
 namespace vexahost {
 
 // host/page/index.html, built into the program.
-std::string_view pageText();
+extern const std::string_view kIndexHtml;
 
 }  // namespace vexahost

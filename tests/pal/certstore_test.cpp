@@ -21,7 +21,7 @@ DWORD code(HRESULT error) { return static_cast<DWORD>(error); }
 // A context made from DER, freed at the end.
 class Loose {
  public:
-  explicit Loose(std::string_view hex) : encoded_(bytes(hex)) {
+  explicit Loose(std::string_view sample) : encoded_(bytes(sample)) {
     context_ = CertCreateCertificateContext(X509_ASN_ENCODING, encoded_.data(),
                                             static_cast<DWORD>(encoded_.size()));
   }

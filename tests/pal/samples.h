@@ -4,43 +4,22 @@
 #include <string_view>
 #include <vector>
 
-// Test data that real decoders accept, in hexadecimal.
+// Test data that real decoders accept: the files of those names in samples/.
 namespace samples {
 
 // Two self-signed certificates, "CN=One" and "CN=Two", made with
 //   openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -subj /CN=One -days 36500
-inline constexpr std::string_view kOne =
-    "3082017230820119a003020102021449d9bbc89eedbedbf172c0472b5b83d91938af0a300a06082a8648ce3d04"
-    "0302300e310c300a06035504030c034f6e653020170d3236313132303233303232305a180f3231323631303237"
-    "3233303232305a300e310c300a06035504030c034f6e653059301306072a8648ce3d020106082a8648ce3d0301"
-    "070342000490499815a7bf1cd0c1190f124933f66e33ef455479a1a6d0c2ccd8ad536954cbff0754b6656f1cd8"
-    "38976494e9582f8008c4e8a3eaa09e7a05d287d45720919ca3533051301d0603551d0e04160414583a6b21d3e6"
-    "bc97bfa98a273654a99b89ead7c3301f0603551d23041830168014583a6b21d3e6bc97bfa98a273654a99b89ea"
-    "d7c3300f0603551d130101ff040530030101ff300a06082a8648ce3d04030203470030440220133144078aeeb4"
-    "a29ae147fe8a3f1142586e18d5686529cac369ca78d3ed3a00022012ccca0632cfba3ff78aef3eb959ca713206"
-    "b12f8475fe742204a2ee04868757";
-inline constexpr std::string_view kTwo =
-    "3082017330820119a00302010202145ae88ec3c208e964d0d3940cddab335ef7ef125b300a06082a8648ce3d04"
-    "0302300e310c300a06035504030c0354776f3020170d3236313132303233303232305a180f3231323631303237"
-    "3233303232305a300e310c300a06035504030c0354776f3059301306072a8648ce3d020106082a8648ce3d0301"
-    "0703420004b5eee64e7844d9f7ce12491cc99b774a7c5ecb5ba712c5ac094832418d33f52902571e8a9f5b3b54"
-    "cab577dfa5d7c00dd0c4945f61d3d830a7c45467f5e6334ba3533051301d0603551d0e0416041401a11b49585e"
-    "b02cc86e3565ba5993b8f5b75c4e301f0603551d2304183016801401a11b49585eb02cc86e3565ba5993b8f5b7"
-    "5c4e300f0603551d130101ff040530030101ff300a06082a8648ce3d040302034800304502203e7860d2223fc0"
-    "e9fd0fbc8d425257440af345b1b5b41b1431709a507fdde3530221008960005900e3abe9ed27b90d3180c03e1b"
-    "4ac572570dfd72b50b4a6d69e328f9";
+extern const std::string_view kOne;
+extern const std::string_view kTwo;
 
 // A private-key blob (CALG_RSA_KEYX) of a 512-bit RSA key made for these tests alone.
-inline constexpr std::string_view kKeyBlob =
-    "0702000000a400005253413200020000010001007b9bd0813cfb5526570df438056c986b27344ece32b744106b"
-    "d95ea80511491b7f1fc969ca23141076d8b2be663b3fb518d9572759a6fa5ccbaeb4c280b385e055f8af0faf32"
-    "5dc5d9dcfacdbd0ff0fcdc2952171ebadad07964f54bd4f89bf38f54e569e55d098613b675d70c06370f429d1a"
-    "a07d6b580cad4c4aecb432f1eb057326ec69d42c56c24333230c6cc4f0ef7fbf2946970e5fa686a12363df2138"
-    "71ae23fb5c555fe4b12004c53d9570bb8e994208930e0aff5e81cff77346864c37c1457053da4ce7b59d2d053f"
-    "c6b18b83415ec469a515a9ed036dc7b12e28bd71aef53ac810202b5411530fe95f4845002238d7a8d5e44deeab"
-    "4e0fa935867dfb14fbbc5d7c773f8cc6f0c11292515618dee7e348e84a12abd6c5f9f2d8cd2d";
+extern const std::string_view kKeyBlob;
 
-inline std::vector<std::uint8_t> bytes(std::string_view hex) {
+inline std::vector<std::uint8_t> bytes(std::string_view sample) {
+  return {sample.begin(), sample.end()};
+}
+
+inline std::vector<std::uint8_t> fromHex(std::string_view hex) {
   const auto digit = [](char c) { return c <= '9' ? c - '0' : c - 'a' + 10; };
   std::vector<std::uint8_t> result;
   for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {

@@ -117,9 +117,9 @@ class CryptoTest : public RuntimeTest {
     return types.CertificateDecode(&buffer, out);
   }
 
-  OwnedCertificate certificate(const char* hex) {
+  OwnedCertificate certificate(std::string_view der) {
     OwnedCertificate made;
-    EXPECT_EQ(decode(fromHex(hex), made.put()), kOk);
+    EXPECT_EQ(decode(der, made.put()), kOk);
     return made;
   }
 
@@ -136,7 +136,7 @@ class CryptoTest : public RuntimeTest {
   }
 
   // A private key without public half, from the DER of a PKCS#1 RSAPrivateKey.
-  HeldKey privateKey(const std::string& der) {
+  HeldKey privateKey(std::string_view der) {
     HeldKey key;
     EXPECT_EQ(types.KeyCreate(key.put()), kOk);
     key->privateKey.bytes = static_cast<uint8_t*>(spy.root.Allocate(der.size()));

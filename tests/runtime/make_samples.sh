@@ -1,6 +1,6 @@
 #!/bin/bash
-# Makes *_samples.cpp and the seeds of the fuzz targets with OpenSSL and NSS's pk12util. Run by hand;
-# keys, salts and serial numbers differ each time, what the tests look at does not.
+# Makes samples/ and the seeds of the fuzz targets with OpenSSL and NSS's pk12util. Run by hand; keys,
+# salts and serial numbers differ each time, what the tests look at does not.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -90,29 +90,7 @@ pk12util -o nss_legacy.pfx -n "$nickname" -d sql:nss -W secret -K '' \
   -c 'PKCS #12 V2 PBE With SHA-1 And 128 Bit RC4' \
   -C 'PKCS #12 V2 PBE With SHA-1 And 3KEY Triple DES-CBC' >/dev/null
 
-array() { # NAME FILE
-  printf 'const char %s[] =\n' "$1"
-  od -An -v -tx1 -w46 "$2" | tr -d ' ' | sed 's/.*/    "&"/; $s/$/;/'
-  printf '\n'
-}
-
-# arrays OUTPUT NAME=FILE...
-arrays() {
-  local pair
-  {
-    printf '#include "runtime/samples.h"\n\n// Written by make_samples.sh.\n'
-    printf 'namespace vexa::test::samples {\n\n// clang-format off\n'
-    for pair in "${@:2}"; do array "${pair%=*}" "${pair#*=}"; done
-    printf '// clang-format on\n\n}  // namespace vexa::test::samples\n'
-  } >"$here/$1"
-}
-arrays certificate_samples.cpp kRoot=root.der kLeaf=leaf.der kPlain=plain.der kCurve=ec.der \
-  kLeafKey=leaf_key.der
-arrays pkcs12_samples.cpp kLegacyPfx=legacy.pfx kRc4Pfx=rc4.pfx kSwappedPfx=swapped.pfx \
-  kTwoKeyPfx=two_key.pfx kRc2Pfx=rc2.pfx kModernPfx=modern.pfx kAes128Pfx=aes128.pfx \
-  kOpenPfx=open.pfx kNoMacPfx=no_mac.pfx kEmptyPasswordPfx=empty_password.pfx kNssPfx=nss.pfx \
-  kNssLegacyPfx=nss_legacy.pfx
-
+cp leaf_key.der legacy.pfx modern.pfx nss.pfx nss_legacy.pfx "$here/samples"
 for target in certificate_decode pkcs12_decode; do
   rm -rf "${corpus:?}/$target"
   mkdir -p "$corpus/$target"

@@ -14,9 +14,10 @@ namespace {
 using pal::posix::certificateIdentity;
 using pal::posix::DerResult;
 using samples::bytes;
+using samples::fromHex;
 
-PCCERT_CONTEXT create(std::string_view hex) {
-  const auto encoded = bytes(hex);
+PCCERT_CONTEXT create(std::string_view sample) {
+  const auto encoded = bytes(sample);
   return CertCreateCertificateContext(X509_ASN_ENCODING, encoded.data(),
                                       static_cast<DWORD>(encoded.size()));
 }
@@ -237,7 +238,7 @@ TEST(PosixKeyContainers, NamesDoNotDistinguishCaseButMachineAndUserDo) {
 
 TEST(Der, IssuerAndSerialMakeTheIdentity) {
   // Certificate { tbs { [0] version, serial 5, algorithm {}, issuer { NULL } }, {}, BIT STRING }
-  const auto certificate = bytes(
+  const auto certificate = fromHex(
       "3015"
       "300e"
       "a003020102"
@@ -248,14 +249,14 @@ TEST(Der, IssuerAndSerialMakeTheIdentity) {
       "030100");
   std::string identity;
   ASSERT_EQ(certificateIdentity(certificate.data(), certificate.size(), identity), DerResult::kOk);
-  const auto expected = bytes(
+  const auto expected = fromHex(
       "30020500"
       "020105");
   EXPECT_EQ(identity, std::string(expected.begin(), expected.end()));
 }
 
 TEST(Der, TheVersionMayBeMissing) {
-  const auto certificate = bytes(
+  const auto certificate = fromHex(
       "3011"
       "3009"
       "020105"
@@ -269,7 +270,7 @@ TEST(Der, TheVersionMayBeMissing) {
 
 TEST(Der, LengthsThatLeadOutsideEndEarly) {
   for (const char* hex : {"", "30", "3082", "3005", "308501", "3080", "3003300530"}) {
-    const auto encoded = bytes(hex);
+    const auto encoded = fromHex(hex);
     std::string identity;
     EXPECT_NE(certificateIdentity(encoded.data(), encoded.size(), identity), DerResult::kOk) << hex;
   }

@@ -9,7 +9,7 @@ namespace {
 
 class BuilderEncoding : public CryptoTest {
  protected:
-  BuilderEncoding() : key(privateKey(fromHex(samples::kLeafKey))) {
+  BuilderEncoding() : key(privateKey(samples::kLeafKey)) {
     const OwnedCertificate leaf = certificate(samples::kLeaf);
     EXPECT_EQ(types.PublicKeyCopy(&key->publicKey, leaf->table->GetPublicKey(leaf.get())), kOk);
   }

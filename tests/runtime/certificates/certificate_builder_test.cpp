@@ -8,7 +8,7 @@ namespace {
 
 class BuilderTest : public CryptoTest {
  protected:
-  BuilderTest() : key(privateKey(fromHex(samples::kLeafKey))) {
+  BuilderTest() : key(privateKey(samples::kLeafKey)) {
     const OwnedCertificate leaf = certificate(samples::kLeaf);
     EXPECT_EQ(types.PublicKeyCopy(&key->publicKey, leaf->table->GetPublicKey(leaf.get())), kOk);
   }

@@ -23,7 +23,7 @@ class CertificateTest : public CryptoTest {
 TEST_F(CertificateTest, AllReadsAreThere) {
   const OwnedCertificate leaf = certificate(samples::kLeaf);
   const auto* const table = leaf->table;
-  EXPECT_EQ(bytesOf(table->GetEncoding(leaf.get())), fromHex(samples::kLeaf));
+  EXPECT_EQ(bytesOf(table->GetEncoding(leaf.get())), samples::kLeaf);
   EXPECT_STREQ(static_cast<const char*>(table->GetValueA(leaf.get())), "20200102T030405");
   EXPECT_STREQ(static_cast<const char*>(table->GetValueB(leaf.get())), "20600102T030405");
   EXPECT_EQ(toHex(table->GetKeyUsage(leaf.get()), 9), "010001000000000001");
@@ -62,14 +62,14 @@ TEST_F(CertificateTest, ARootIsACaAndSelfSigned) {
 }
 
 TEST_F(CertificateTest, EcdsaSignaturesAreChecked) {
-  const OwnedCertificate curve = certificate(samples::kCurve);
+  const OwnedCertificate curve = certificate(samples::kEc);
   EXPECT_EQ(curve->table->IsSelfSigned(curve.get()), 1);
 }
 
 // Same names, but the last byte of the signature is another one.
 TEST_F(CertificateTest, AWrongSignatureIsNotSelfSigned) {
-  for (const char* hex : {samples::kRoot, samples::kCurve}) {
-    std::string der = fromHex(hex);
+  for (const std::string_view sample : {samples::kRoot, samples::kEc}) {
+    std::string der(sample);
     der.back() = static_cast<char>(der.back() ^ 1);
     OwnedCertificate damaged;
     ASSERT_EQ(decode(der, damaged.put()), kOk);
@@ -79,7 +79,7 @@ TEST_F(CertificateTest, AWrongSignatureIsNotSelfSigned) {
 
 // Both places that name the algorithm turned into one that is not known.
 TEST_F(CertificateTest, NamesDecideWhereTheAlgorithmIsNotKnown) {
-  std::string der = fromHex(samples::kRoot);
+  std::string der(samples::kRoot);
   const std::string known = fromHex("2a864886f70d01010b");
   for (size_t at = der.find(known); at != std::string::npos; at = der.find(known, at)) {
     der[at + known.size() - 1] = 0x7F;
@@ -90,7 +90,7 @@ TEST_F(CertificateTest, NamesDecideWhereTheAlgorithmIsNotKnown) {
 }
 
 TEST_F(CertificateTest, TextIsReadLikeDer) {
-  const std::string body = base64(fromHex(samples::kRoot));
+  const std::string body = base64(std::string(samples::kRoot));
   const std::string lines =
       "-----BEGIN CERTIFICATE-----\r\n" + body + "-----END CERTIFICATE-----\r\n";
   const OwnedCertificate expected = certificate(samples::kRoot);
@@ -105,7 +105,7 @@ TEST_F(CertificateTest, TextIsReadLikeDer) {
 }
 
 TEST_F(CertificateTest, WhatIsNoCertificateIsRefused) {
-  const std::string der = fromHex(samples::kRoot);
+  const std::string der(samples::kRoot);
   const std::string body = base64(der);
   for (const std::string& input :
        {std::string(), std::string("x"), der + '\0', "0" + der, body.substr(4),
@@ -164,14 +164,14 @@ TEST_F(CertificateTest, ACompleteCertificateCannotBeChanged) {
 TEST_F(CertificateTest, AListReleasesItsCertificatesAndRecords) {
   auto* const second = static_cast<runtime::CertificateList*>(spy.root.Allocate(24));
   auto* const first = static_cast<runtime::CertificateList*>(spy.root.Allocate(24));
-  ASSERT_EQ(decode(fromHex(samples::kRoot), &second->certificate), kOk);
+  ASSERT_EQ(decode(samples::kRoot, &second->certificate), kOk);
   first->next = second;  // the first holds none
   types.CertificateListRelease(first);
   types.CertificateListRelease(nullptr);
 }
 
 TEST_F(CertificateTest, EveryTruncationIsRefused) {
-  const std::string der = fromHex(samples::kLeaf);
+  const std::string der(samples::kLeaf);
   for (size_t length = 0; length < der.size(); ++length) {
     runtime::Certificate* out = nullptr;
     EXPECT_LT(decode(std::string_view(der).substr(0, length), &out), 0) << length;
@@ -181,8 +181,8 @@ TEST_F(CertificateTest, EveryTruncationIsRefused) {
 
 // Every bit of each sample turned over: refused, or read from one end to the other.
 TEST_F(CertificateTest, DamageIsRefusedOrRead) {
-  for (const char* hex : {samples::kLeaf, samples::kCurve}) {
-    const std::string der = fromHex(hex);
+  for (const std::string_view sample : {samples::kLeaf, samples::kEc}) {
+    const std::string der(sample);
     int read = 0;
     for (size_t bit = 0; bit < 8 * der.size(); ++bit) {
       std::string damaged = der;
@@ -206,7 +206,7 @@ TEST_F(CertificateTest, DamageIsRefusedOrRead) {
 }
 
 TEST_F(CertificateTest, EveryFailedAllocationIsSurvived) {
-  const std::string der = fromHex(samples::kLeaf);
+  const std::string der(samples::kLeaf);
   const std::string text = base64(der);
   for (const std::string& input : {der, text}) {
     const int swept = sweepAllocations(spy, [&] {

@@ -82,7 +82,7 @@ TEST_F(KeyTest, AnEmptyKeyEqualsNothing) {
 }
 
 TEST_F(KeyTest, KeysOfOtherKindsAreEqualByBytes) {
-  const OwnedCertificate curve = certificate(samples::kCurve);
+  const OwnedCertificate curve = certificate(samples::kEc);
   const OwnedCertificate plain = certificate(samples::kPlain);
   const auto* const key = curve->table->GetPublicKey(curve.get());
   EXPECT_EQ(types.KeyCompare(key, key), 0);
@@ -128,7 +128,7 @@ TEST_F(KeyTest, CopyingAnEmptyKeyEmptiesTheTarget) {
 }
 
 TEST_F(KeyTest, RsaIntegersKeepTheirEncoding) {
-  const std::string der = fromHex(samples::kLeafKey);
+  const std::string der(samples::kLeafKey);
   runtime::RsaPrivateKey* key = nullptr;
   const ExactBytes exact(der);
   ASSERT_EQ(types.RsaPrivateKeyDecode(exact.data(), exact.size(), &key), kOk);
@@ -142,7 +142,7 @@ TEST_F(KeyTest, RsaIntegersKeepTheirEncoding) {
 }
 
 TEST_F(KeyTest, EveryTruncationOfARsaKeyIsRefused) {
-  const std::string der = fromHex(samples::kLeafKey);
+  const std::string der(samples::kLeafKey);
   for (size_t length = 0; length < der.size(); ++length) {
     runtime::RsaPrivateKey* key = nullptr;
     const ExactBytes exact(std::string_view(der).substr(0, length));
@@ -155,7 +155,7 @@ TEST_F(KeyTest, EveryTruncationOfARsaKeyIsRefused) {
 }
 
 TEST_F(KeyTest, ReleasedPrivateKeysAreWiped) {
-  const std::string der = fromHex(samples::kLeafKey);
+  const std::string der(samples::kLeafKey);
   HeldKey key = privateKey(der);
   runtime::RsaPrivateKey* numbers = nullptr;
   const ExactBytes exact(der);
@@ -173,7 +173,7 @@ TEST_F(KeyTest, ReleasedPrivateKeysAreWiped) {
 }
 
 TEST_F(KeyTest, EveryFailedAllocationIsSurvived) {
-  const std::string der = fromHex(samples::kLeafKey);
+  const std::string der(samples::kLeafKey);
   const OwnedCertificate root = certificate(samples::kRoot);
   sweepAllocations(spy, [&] {
     runtime::RsaPrivateKey* numbers = nullptr;

@@ -28,7 +28,7 @@ class PfxDecoderTest : public CryptoTest {
     }
   };
 
-  Opened open(const std::string& pfx, const char* password = "secret") {
+  Opened open(std::string_view pfx, const char* password = "secret") {
     Opened opened;
     const ExactBytes exact(pfx);
     const runtime::ByteBuffer data = exact.buffer();
@@ -43,7 +43,7 @@ class PfxDecoderTest : public CryptoTest {
   }
   static std::string certificateBag(const std::string& attributes = {}) {
     const std::string value =
-        element("30", fromHex(kX509) + element("a0", element("04", fromHex(samples::kPlain))));
+        element("30", fromHex(kX509) + element("a0", element("04", std::string(samples::kPlain))));
     return element("30", fromHex(kCertificateBag) + element("a0", value) + attributes);
   }
   static std::string nested(const std::string& bags) {
@@ -53,14 +53,14 @@ class PfxDecoderTest : public CryptoTest {
 
 TEST_F(PfxDecoderTest, WithoutAMacNothingIsDerived) {
   const RoundLimit none(0);  // a derivation would be an invalid argument
-  const Opened opened = open(fromHex(samples::kNoMacPfx));
+  const Opened opened = open(samples::kNoMacPfx);
   EXPECT_EQ(opened.result, kFail);
   EXPECT_EQ(opened.verified, 0);
   EXPECT_EQ(opened.bags.get(), nullptr);
 }
 
 TEST_F(PfxDecoderTest, BehindAWrongMacNothingIsDerived) {
-  const std::string safes = safesOf(fromHex(samples::kRc4Pfx));
+  const std::string safes = safesOf(samples::kRc4Pfx);
   const std::string pfx = pfxOver(safes, "secret");
   EXPECT_EQ(open(pfx).result, kOk);
   const RoundLimit one(1);  // enough for the MAC
@@ -69,7 +69,7 @@ TEST_F(PfxDecoderTest, BehindAWrongMacNothingIsDerived) {
 }
 
 TEST_F(PfxDecoderTest, EveryByteOfTheMacCounts) {
-  const std::string pfx = pfxOver(safesOf(fromHex(samples::kOpenPfx)), "secret");
+  const std::string pfx = pfxOver(safesOf(samples::kOpenPfx), "secret");
   ASSERT_EQ(open(pfx).verified, 1);
   const size_t code = pfx.size() - 20 - 10;  // SHA-1, before the salt
   for (size_t i = 0; i < 20; ++i) {
@@ -84,7 +84,7 @@ TEST_F(PfxDecoderTest, EveryByteOfTheMacCounts) {
 // The MAC takes one round an iteration, the RC4 safe one; the triple DES key two and its vector
 // one.
 TEST_F(PfxDecoderTest, AllDerivationsOfAFileShareOneBudget) {
-  const std::string pfx = pfxOver(safesOf(fromHex(samples::kRc4Pfx)), "secret");
+  const std::string pfx = pfxOver(safesOf(samples::kRc4Pfx), "secret");
   uint32_t needed = 1;
   for (;; ++needed) {
     const RoundLimit limit(needed);
@@ -190,8 +190,8 @@ TEST_F(PfxDecoderTest, TheFirstAttributeOfAKindCounts) {
 
 // One bit in each byte turned over, below a MAC that fits all the same.
 TEST_F(PfxDecoderTest, DamageBelowARightMacIsRefusedOrRead) {
-  for (const char* hex : {samples::kOpenPfx, samples::kRc2Pfx, samples::kNoMacPfx}) {
-    const std::string safes = safesOf(fromHex(hex));
+  for (const std::string_view sample : {samples::kOpenPfx, samples::kRc2Pfx, samples::kNoMacPfx}) {
+    const std::string safes = safesOf(sample);
     for (size_t at = 0; at < safes.size(); ++at) {
       std::string damaged = safes;
       damaged[at] = static_cast<char>(damaged[at] ^ (1 << (at % 8)));

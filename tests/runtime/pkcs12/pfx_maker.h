@@ -55,7 +55,7 @@ inline std::string pfxOver(const std::string& safes, const char* password) {
 }
 
 // The AuthenticatedSafe of a file.
-inline std::string safesOf(const std::string& pfx) {
+inline std::string safesOf(std::string_view pfx) {
   velmora::DerReader outer(*velmora::derContent(viewOfText(pfx), velmora::kSequence));
   outer.takeAny();  // the version
   velmora::DerReader info(outer.takeAny()->content);

@@ -20,7 +20,7 @@ class Pkcs12Test : public CryptoTest {
     HeldBags bags;
   };
 
-  Opened open(const std::string& pfx, const char* password) {
+  Opened open(std::string_view pfx, const char* password) {
     Opened opened;
     const ExactBytes exact(pfx);
     const runtime::ByteBuffer data = exact.buffer();
@@ -68,16 +68,16 @@ class Pkcs12Test : public CryptoTest {
     bag->shrouded = shrouded;
     EXPECT_EQ(spy.pkcs12Types.PrivateKeyInfoCreate(&bag->key), kOk);
     EXPECT_EQ(types.ObjectIdFromText(kRsaId, &bag->key->algorithm.identifier), kOk);
-    const std::string der = fromHex(samples::kLeafKey);
+    const std::string der(samples::kLeafKey);
     bag->key->key.data = static_cast<uint8_t*>(spy.root.Allocate(der.size()));
     bag->key->key.length = der.size();
     std::copy(der.begin(), der.end(), bag->key->key.data);
     return bag;
   }
 
-  runtime::SafeBag* addCertificate(runtime::PfxParameters* to, const char* hex) {
+  runtime::SafeBag* addCertificate(runtime::PfxParameters* to, std::string_view der) {
     runtime::SafeBag* const bag = addBag(to, runtime::kCertificateBag);
-    EXPECT_EQ(decode(fromHex(hex), &bag->certificate), kOk);
+    EXPECT_EQ(decode(der, &bag->certificate), kOk);
     return bag;
   }
 
@@ -126,14 +126,14 @@ TEST_F(Pkcs12Test, ReleasingNullIsHarmless) {
 
 struct SampleCase {
   const char* name;
-  const char* hex;
+  std::string_view pfx;
   int certificates;
 };
 void PrintTo(const SampleCase& value, std::ostream* out) { *out << value.name; }
 class Pkcs12Sample : public Pkcs12Test, public ::testing::WithParamInterface<SampleCase> {};
 
 TEST_P(Pkcs12Sample, Opens) {
-  Opened opened = open(fromHex(GetParam().hex), "secret");
+  Opened opened = open(GetParam().pfx, "secret");
   ASSERT_EQ(opened.result, kOk);
   EXPECT_EQ(opened.verified, 1);
   const runtime::SafeBag* key = nullptr;
@@ -153,7 +153,7 @@ TEST_P(Pkcs12Sample, Opens) {
     }
   }
   ASSERT_NE(key, nullptr);
-  EXPECT_EQ(bytesOf(&key->key->key), fromHex(samples::kLeafKey));
+  EXPECT_EQ(bytesOf(&key->key->key), samples::kLeafKey);
   ASSERT_NE(key->localKeyId, nullptr);
   EXPECT_EQ(textOf(key->friendlyName), "Jane's €");
   EXPECT_EQ(certificates, GetParam().certificates);
@@ -163,7 +163,7 @@ TEST_P(Pkcs12Sample, Opens) {
 
 TEST_P(Pkcs12Sample, RefusesAnotherPassword) {
   for (const char* password : {static_cast<const char*>(nullptr), "", "Secret", "secret "}) {
-    const Opened opened = open(fromHex(GetParam().hex), password);
+    const Opened opened = open(GetParam().pfx, password);
     EXPECT_LT(opened.result, 0);
     EXPECT_EQ(opened.verified, 0);
     EXPECT_EQ(opened.bags.get(), nullptr);
@@ -184,15 +184,15 @@ INSTANTIATE_TEST_SUITE_P(All, Pkcs12Sample,
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(Pkcs12Test, AFileWithoutMacIsRefused) {
-  const Opened opened = open(fromHex(samples::kNoMacPfx), "secret");
+  const Opened opened = open(samples::kNoMacPfx, "secret");
   EXPECT_EQ(opened.result, kFail);
   EXPECT_EQ(opened.verified, 0);
   EXPECT_EQ(opened.bags.get(), nullptr);
 }
 
 TEST_F(Pkcs12Test, AnEmptyPasswordAndNoneAreTwoThings) {
-  EXPECT_EQ(open(fromHex(samples::kEmptyPasswordPfx), "").verified, 1);
-  EXPECT_EQ(open(fromHex(samples::kEmptyPasswordPfx), nullptr).verified, 0);
+  EXPECT_EQ(open(samples::kEmptyPasswordPfx, "").verified, 1);
+  EXPECT_EQ(open(samples::kEmptyPasswordPfx, nullptr).verified, 0);
   const std::string none = encode(usual().get(), nullptr);
   EXPECT_EQ(open(none, nullptr).verified, 1);
   EXPECT_EQ(open(none, "").verified, 0);
@@ -216,7 +216,7 @@ TEST_F(Pkcs12Test, WhatWasWrittenIsReadBack) {
   ASSERT_NE(node, nullptr);
   EXPECT_EQ(node->bag->type, runtime::kKeyBag);
   EXPECT_EQ(node->bag->shrouded, 1);
-  EXPECT_EQ(bytesOf(&node->bag->key->key), fromHex(samples::kLeafKey));
+  EXPECT_EQ(bytesOf(&node->bag->key->key), samples::kLeafKey);
   EXPECT_EQ(node->next, nullptr);
 }
 
@@ -237,7 +237,7 @@ TEST_F(Pkcs12Test, AKeyThatIsNotShroudedIsStoredOpen) {
   HeldParameters plain = parameters();
   addKey(plain.get(), 0);
   const std::string pfx = encode(plain.get(), "x");
-  EXPECT_NE(pfx.find(fromHex(samples::kLeafKey)), std::string::npos);
+  EXPECT_NE(pfx.find(samples::kLeafKey), std::string::npos);
   const Opened opened = open(pfx, "x");
   ASSERT_EQ(opened.result, kOk);
   EXPECT_EQ(opened.bags->bag->shrouded, 0);
@@ -347,8 +347,8 @@ TEST_F(Pkcs12Test, ImmodestIterationCountsAreRefused) {
 }
 
 TEST_F(Pkcs12Test, EveryTruncationIsRefused) {
-  for (const char* hex : {samples::kRc4Pfx, samples::kOpenPfx}) {
-    const std::string pfx = fromHex(hex);
+  for (const std::string_view sample : {samples::kRc4Pfx, samples::kOpenPfx}) {
+    const std::string pfx(sample);
     for (size_t length = 0; length < pfx.size(); ++length) {
       const Opened opened = open(pfx.substr(0, length), "secret");
       EXPECT_LT(opened.result, 0) << length;
@@ -359,8 +359,8 @@ TEST_F(Pkcs12Test, EveryTruncationIsRefused) {
 
 // One bit in each byte turned over.
 TEST_F(Pkcs12Test, DamageIsRefusedOrRead) {
-  for (const char* hex : {samples::kOpenPfx, samples::kRc2Pfx}) {
-    const std::string pfx = fromHex(hex);
+  for (const std::string_view sample : {samples::kOpenPfx, samples::kRc2Pfx}) {
+    const std::string pfx(sample);
     for (size_t at = 0; at < pfx.size(); ++at) {
       std::string damaged = pfx;
       damaged[at] = static_cast<char>(damaged[at] ^ (1 << (at % 8)));
@@ -374,7 +374,7 @@ TEST_F(Pkcs12Test, DamageIsRefusedOrRead) {
 }
 
 TEST_F(Pkcs12Test, NoFreedBlockHoldsTheKeyOrThePassword) {
-  const std::string prime = fromHex(samples::kLeafKey).substr(300, 48);
+  const std::string_view prime = samples::kLeafKey.substr(300, 48);
   const std::string password("\0p\0a\0s\0s\0w\0o\0r\0d", 16);
   int found = 0;
   HeldParameters made = usual();
@@ -411,8 +411,8 @@ TEST_F(Pkcs12Test, EveryFailedAllocationIsSurvivedWhenWriting) {
 }
 
 TEST_F(Pkcs12Test, EveryFailedAllocationIsSurvivedWhenReading) {
-  for (const char* hex : {samples::kRc4Pfx, samples::kAes128Pfx}) {
-    const std::string pfx = fromHex(hex);
+  for (const std::string_view sample : {samples::kRc4Pfx, samples::kAes128Pfx}) {
+    const std::string pfx(sample);
     String secret("secret");
     const int swept = sweepAllocations(spy, [&] {
       HeldBags bags;

@@ -25,7 +25,7 @@ class PseTest : public CryptoTest {
     CryptoTest::TearDown();
   }
 
-  void write(const std::string& content) {
+  void write(std::string_view content) {
     std::ofstream(file_, std::ios::binary).write(content.data(), std::ssize(content));
   }
   std::string path() const {
@@ -33,8 +33,8 @@ class PseTest : public CryptoTest {
     return {name.begin(), name.end()};
   }
   // A PSE shows this file.
-  void use(const char* hex, const char* password = "secret") {
-    write(fromHex(hex));
+  void use(std::string_view pfx, const char* password = "secret") {
+    write(pfx);
     EXPECT_EQ(velmora_pse_configure(path().c_str(), password), kOk);
   }
 
@@ -128,7 +128,7 @@ TEST_F(PseTest, AChangedFileIsReadAfterReload) {
   ASSERT_NE(list(pse).get(), nullptr);
   write("damaged");
   EXPECT_NE(list(pse).get(), nullptr) << "nobody said that it changed";
-  write(fromHex(samples::kModernPfx));
+  write(samples::kModernPfx);
   EXPECT_EQ(velmora_pse_reload(), kOk);
   EXPECT_NE(list(pse).get(), nullptr);
 }
@@ -143,7 +143,7 @@ TEST_F(PseTest, AFileThatCannotBeReadLeavesWhatWasReadFromIt) {
   std::filesystem::remove(file_);
   EXPECT_EQ(velmora_pse_reload(), kAccessDenied);
   EXPECT_EQ(list(pse)->record, record);
-  write(fromHex(samples::kModernPfx));
+  write(samples::kModernPfx);
   EXPECT_EQ(list(pse)->record, record) << "tried again without being asked";
 }
 

@@ -7,21 +7,6 @@
 namespace vexa::test {
 namespace {
 
-// P-256, encrypted with "secret": PBES2 with AES-256, and the scheme of PKCS#12.
-constexpr char kAesKey[] =
-    "3081eb305606092a864886f70d01050d3049302806092a864886f70d01050c301b0408be4c8776a5567cfe02"
-    "0102300c06082a864886f70d02090500301d060960864801650304012a0410077f9de85ebf8411e43c10cfa9"
-    "03b31c04819002fe3f96c5a9b1536c921a7a3612273c93fa6f19564a84ba7cf2aaad614f8719029d09c335ff"
-    "b102a160c579047818b6a9c27046d1424c1926cedfd5818bbd98563ce5e24ad0c20d80df196089080c9ccf41"
-    "1fcd19608e78ba9000c9aa971703dd2f78da4a20c721fc9401d03ced4666dbadce25fa338ae1b7163476d91c"
-    "1576cdd1776b9d485a08069a93c6553f7ac7";
-constexpr char kTripleDesKey[] =
-    "3081b0301b060a2a864886f70d010c0103300d0408b5f469e5cbed41fe02010204819095d4650008508e6651"
-    "0a114560b120b5d0e1833424135a8000f63e7a2a36b4f9fad3dd49c36d97a8462b4173e0f98ef00ab60907be"
-    "f38e491cbf930f30b3831707562214a847666c46ee4d1eb1e6c0469987424c97ded98c4be3f0b11eda214cc4"
-    "d5e4c958f37ce9ed8d142f5a241e6ff568c69c88f4ccb868f172f61adc3b9042b6da477975404611a640186e"
-    "ed35e0";
-
 class LibraryFailureTest : public CryptoTest {
  protected:
   // Runs `operation` with the library's 1st call failing, with its 2nd, and so on, until it needs
@@ -92,8 +77,7 @@ class LibraryFailureTest : public CryptoTest {
     *keys_[algorithm].put() = static_cast<runtime::SymmetricKey*>(out.value);
   }
 
-  int32_t open(const char* hex) {
-    const std::string pfx = fromHex(hex);
+  int32_t open(std::string_view pfx) {
     const runtime::ByteBuffer data = bufferOf(pfx);
     String password("secret");
     HeldBags bags;
@@ -163,8 +147,7 @@ TEST_F(LibraryFailureTest, OfACipher) {
 }
 
 TEST_F(LibraryFailureTest, OfOpeningKeys) {
-  for (const char* hex : {kAesKey, kTripleDesKey}) {
-    const std::string der = fromHex(hex);
+  for (const std::string_view der : {samples::kAesKey, samples::kTripleDesKey}) {
     const runtime::ByteBuffer buffer = bufferOf(der);
     const int swept = sweep([&] {
       HeldKey key;
@@ -177,8 +160,8 @@ TEST_F(LibraryFailureTest, OfOpeningKeys) {
 }
 
 TEST_F(LibraryFailureTest, OfOpeningFiles) {
-  for (const char* hex : {samples::kModernPfx, samples::kRc4Pfx}) {
-    EXPECT_GT(sweep([&] { return open(hex); }), 6);
+  for (const std::string_view pfx : {samples::kModernPfx, samples::kRc4Pfx}) {
+    EXPECT_GT(sweep([&] { return open(pfx); }), 6);
   }
 }
 
@@ -193,7 +176,7 @@ TEST_F(LibraryFailureTest, OfWritingAFile) {
   ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(&made->contents), kOk);
   ASSERT_EQ(spy.pkcs12Types.BagCreate(&made->contents->bag), kOk);
   made->contents->bag->type = runtime::kCertificateBag;
-  ASSERT_EQ(decode(fromHex(samples::kRoot), &made->contents->bag->certificate), kOk);
+  ASSERT_EQ(decode(samples::kRoot, &made->contents->bag->certificate), kOk);
   String password("secret");
   const int swept = sweep([&] {
     HeldBuffer out;
