@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/heap.h"
+#include "base/holders.h"
 
 namespace vexa::base {
 namespace {
@@ -21,7 +22,7 @@ constinit UnloadRegistry registry;
 
 UnloadRegistry::~UnloadRegistry() {
   while (head_ != nullptr) {
-    processFree(std::exchange(head_, head_->next));
+    const ProcessBlock<Node> dropped(std::exchange(head_, head_->next));
   }
 }
 
@@ -74,7 +75,7 @@ void UnloadRegistry::unload(Node* node, ReleaseFirst pass) {
 void UnloadRegistry::prune() {
   for (Node** link = &head_; *link != nullptr;) {
     if ((*link)->releaseFirst != 0) {
-      processFree(std::exchange(*link, (*link)->next));
+      const ProcessBlock<Node> dropped(std::exchange(*link, (*link)->next));
     } else {
       link = &(*link)->next;
     }

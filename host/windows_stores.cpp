@@ -17,6 +17,11 @@ namespace vexahost {
 
 namespace {
 
+struct StorePolicy : vexa::PointerPolicy<void> {
+  static void release(HCERTSTORE store) { CertCloseStore(store, 0); }
+};
+using Store = vexa::Holder<StorePolicy>;
+
 std::u16string containerOf(PCCERT_CONTEXT context) {
   DWORD size = 0;
   if (CertGetCertificateContextProperty(context, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size) ==
@@ -37,18 +42,17 @@ std::u16string containerOf(PCCERT_CONTEXT context) {
 }  // namespace
 
 std::vector<StoredCertificate> storedCertificates(const char* store) {
-  const HCERTSTORE opened = CertOpenSystemStoreA(0, store);
-  if (opened == nullptr) {
+  const Store opened(CertOpenSystemStoreA(0, store));
+  if (!opened) {
     throw HostError(std::string("cannot open the store ") + store);
   }
   std::vector<StoredCertificate> found;
   PCCERT_CONTEXT context = nullptr;
-  while ((context = CertEnumCertificatesInStore(opened, context)) != nullptr) {
+  while ((context = CertEnumCertificatesInStore(opened.get(), context)) != nullptr) {
     found.push_back(
         {std::string(reinterpret_cast<const char*>(context->pbCertEncoded), context->cbCertEncoded),
          containerOf(context)});
   }
-  CertCloseStore(opened, 0);
   return found;
 }
 

@@ -79,10 +79,8 @@ int32_t JsonCollection::append(ComPtr<JsonValue> value) {
 
 void JsonCollection::replace(uint64_t index, ComPtr<JsonValue> value) {
   const Item old = elementOf(content(), index);
+  const ComPtr<JsonValue> released(old.isValue() ? old.value() : nullptr);
   put(index, value.release());
-  if (old.isValue()) {
-    old.value()->Release();
-  }
 }
 
 // Without a look at what stood there.

@@ -306,8 +306,8 @@ int32_t makeRoot(ValuePool& pool, const Item& content, base::ComPtr<JsonObject>&
 int32_t parseText(const runtime::ByteBuffer& text, base::ComPtr<JsonObject>& object) {
   object.reset();
   const uint64_t length = text.data != nullptr ? text.length : 0;
-  ValuePool* const pool = ValuePool::create(text.data, length);
-  if (pool == nullptr) {
+  const ValuePoolRef pool(ValuePool::create(text.data, length));
+  if (!pool) {
     return kOutOfMemory;
   }
   Item root = Item::absent();
@@ -315,7 +315,6 @@ int32_t parseText(const runtime::ByteBuffer& text, base::ComPtr<JsonObject>& obj
   if (succeeded(result)) {
     result = makeRoot(*pool, root, object);
   }
-  pool->release();
   return result;
 }
 

@@ -23,14 +23,10 @@ uint64_t firstItems(uint64_t length) { return std::max<uint64_t>(length / 8, 16)
 void* allocateBlock(uint64_t size) {
   constexpr uint64_t kLittle = 4096;
   auto block = base::RootBlock<char>::ofBytes(std::min(size, kLittle));
-  if (!block || size <= kLittle) {
-    return block.release();
+  if (block && size > kLittle && !block.resize(size)) {
+    block.reset();
   }
-  void* const grown = base::reallocate(block.get(), size);
-  if (grown != nullptr) {
-    block.release();
-  }
-  return grown;
+  return block.release();
 }
 
 }  // namespace
@@ -72,9 +68,9 @@ Item* ValuePool::takeFromNewBlock(uint64_t count) {
 
 void ValuePool::destroy() {
   while (blocks_ != nullptr) {
-    base::freeBlock(std::exchange(blocks_, blocks_->previous));
+    const base::RootBlock<Block> dropped(std::exchange(blocks_, blocks_->previous));
   }
-  base::freeBlock(this);
+  const base::RootBlock<ValuePool> self(this);
 }
 
 }  // namespace vexa::json

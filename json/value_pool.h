@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "json/item.h"
+#include "vexa/holders.h"
 
 namespace vexa::json {
 
@@ -62,5 +63,11 @@ class ValuePool {
   Item* end_;
 };
 static_assert(sizeof(ValuePool) % sizeof(Item) == 0);
+
+struct ValuePoolPolicy : PointerPolicy<ValuePool> {
+  static void share(ValuePool* pool) { pool->hold(); }
+  static void release(ValuePool* pool) { pool->release(); }
+};
+using ValuePoolRef = Holder<ValuePoolPolicy>;
 
 }  // namespace vexa::json

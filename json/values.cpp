@@ -1,6 +1,7 @@
 #include "json/values.h"
 
 #include <cstring>
+#include <utility>
 
 #include "base/heap.h"
 #include "base/tables.h"
@@ -56,14 +57,10 @@ JsonValue::~JsonValue() {
   if (!hasBorrowedName_) {
     name_.clear();
   }
-  if (pool_ != nullptr) {
-    pool_->release();
-  }
 }
 
 void JsonValue::borrow(ValuePool& pool, std::string_view name, const Item& content) {
-  pool.hold();
-  pool_ = &pool;
+  pool_ = ValuePoolRef::share(&pool);
   name_.borrow(name);
   hasBorrowedName_ = true;
   content_ = content;
@@ -108,25 +105,17 @@ int32_t JsonString::SetValue(uintptr_t value) {
 }
 
 int32_t JsonString::set(const void* bytes, uint64_t length) {
-  auto* const copy =
-      length > Item::kLongest ? nullptr : static_cast<char*>(base::allocate(length + 1));
-  if (copy == nullptr) {
+  auto copy = length > Item::kLongest ? base::Text() : base::Text::ofBytes(length + 1);
+  if (!copy) {
     return kOutOfMemory;
   }
   if (length != 0) {
-    std::memcpy(copy, bytes, length);
+    std::memcpy(copy.get(), bytes, length);
   }
   copy[length] = '\0';
-  freeText();
-  setContent(Item::string(copy, length));
-  hasOwnText_ = true;
+  ownText_ = std::move(copy);
+  setContent(Item::string(ownText_.get(), length));
   return kOk;
-}
-
-void JsonString::freeText() {
-  if (hasOwnText_) {
-    base::freeBlock(const_cast<char*>(content().text().data()));
-  }
 }
 
 int32_t JsonBool::SetValue(uintptr_t value) {

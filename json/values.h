@@ -70,13 +70,13 @@ class JsonValue : public IComponent, public base::CComObjectRoot {
 
   // For the kinds.
   void setContent(const Item& content) { content_ = content; }
-  ValuePool* pool() const { return pool_; }
+  ValuePool* pool() const { return pool_.get(); }
 
  private:
   bool hasBorrowedName_ = false;  // in the word of the reference count
   Item content_;
   ValueName name_;
-  ValuePool* pool_ = nullptr;  // held; null for a value that did not come out of a text
+  ValuePoolRef pool_;  // empty for a value that did not come out of a text
 };
 
 // The element of a collection, or the value of its member. There is one with this index.
@@ -143,12 +143,9 @@ class JsonString : public JsonValue {
 
  protected:
   JsonString() : JsonValue(Item::string(nullptr, 0)) {}
-  ~JsonString() { freeText(); }
 
  private:
-  void freeText();
-
-  bool hasOwnText_ = false;
+  base::Text ownText_;  // empty for a text that stands in the pool
 };
 
 class JsonBool : public JsonValue {

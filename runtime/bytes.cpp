@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "runtime/heap.h"
+#include "runtime/holders.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {
@@ -144,7 +145,7 @@ int32_t handOut(Bytes&& bytes, runtime::ByteBuffer** out) {
   }
   runtime::ByteBuffer* buffer = *out;
   if (buffer == nullptr) {
-    buffer = static_cast<runtime::ByteBuffer*>(allocateBlock(sizeof(runtime::ByteBuffer)));
+    buffer = makeBlock<runtime::ByteBuffer>().release();
     if (buffer == nullptr) {
       return kOutOfMemory;
     }

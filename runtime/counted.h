@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "runtime/heap.h"
+#include "runtime/holders.h"
 #include "vexa/results.h"
 #include "vexa/runtime/object.h"
 
@@ -75,41 +76,5 @@ struct CountedHeader {
 
 // Every object starts with a pointer to a table that starts with the header.
 inline runtime::Object* asObject(void* object) { return static_cast<runtime::Object*>(object); }
-
-// Owns one reference to an object of any maker.
-template <class T>
-class Ref {
- public:
-  Ref() = default;
-  explicit Ref(T* owned) : object_(owned) {}
-  Ref(Ref&& other) noexcept : object_(other.release()) {}
-  Ref& operator=(Ref&& other) noexcept {
-    reset(other.release());
-    return *this;
-  }
-  ~Ref() { reset(); }
-
-  // One reference more.
-  static Ref share(T* object) {
-    if (object != nullptr) {
-      asObject(object)->table->AddRef(asObject(object));
-    }
-    return Ref(object);
-  }
-
-  T* get() const { return object_; }
-  T* operator->() const { return object_; }
-  explicit operator bool() const { return object_ != nullptr; }
-  T* release() { return std::exchange(object_, nullptr); }
-  void reset(T* owned = nullptr) {
-    T* const old = std::exchange(object_, owned);
-    if (old != nullptr) {
-      asObject(old)->table->Release(asObject(old));
-    }
-  }
-
- private:
-  T* object_ = nullptr;
-};
 
 }  // namespace vexa::velmora

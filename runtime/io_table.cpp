@@ -4,6 +4,7 @@
 #include "runtime/basic_tables.h"
 #include "runtime/counted.h"
 #include "runtime/heap.h"
+#include "runtime/holders.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {
@@ -44,18 +45,17 @@ struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr uint64_t kGrowth = 4;  // a stream lives shortly: moves cost more than room
 
   MemoryStream() : Counted(&streamHeader) {}
-  ~MemoryStream() { freeBlock(bytes); }
 
   int32_t append(const void* source, uint64_t count) {
     if (count > kShortPiece || count > capacity - length) {
       return appendLong(source, count);
     }
-    copyShort(bytes + length, static_cast<const uint8_t*>(source), count);
+    copyShort(bytes.get() + length, static_cast<const uint8_t*>(source), count);
     length += count;
     return kOk;
   }
 
-  uint8_t* bytes = nullptr;
+  HeapBlock<uint8_t> bytes;
   uint64_t length = 0;
   uint64_t capacity = 0;
 
@@ -66,7 +66,7 @@ struct MemoryStream final : Counted<runtime::Stream> {
       return kOutOfMemory;
     }
     if (count != 0) {
-      std::memcpy(bytes + length, source, count);
+      std::memcpy(bytes.get() + length, source, count);
       length += count;
     }
     return kOk;
@@ -77,11 +77,12 @@ struct MemoryStream final : Counted<runtime::Stream> {
       return false;
     }
     const uint64_t wanted = std::max({length + count, capacity * kGrowth, kFirstCapacity});
-    auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes, wanted));
+    auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes.get(), wanted));
     if (grown == nullptr) {
       return false;
     }
-    bytes = grown;
+    (void)bytes.release();  // it moved
+    bytes.reset(grown);
     capacity = wanted;
     return true;
   }
@@ -98,7 +99,7 @@ int32_t duplicate(runtime::Object* object, void** copy) {
   if (stream == nullptr) {
     return kOutOfMemory;
   }
-  const int32_t result = stream->append(source->bytes, source->length);
+  const int32_t result = stream->append(source->bytes.get(), source->length);
   if (failed(result)) {
     destroyOnHeap(stream);
     return result;
@@ -130,19 +131,16 @@ int32_t getContent(runtime::Stream* stream, runtime::ByteBuffer** out) {
   }
   *out = nullptr;
   const auto* const source = static_cast<MemoryStream*>(stream);
-  auto* const record =
-      static_cast<runtime::ByteBuffer*>(allocateBlock(sizeof(runtime::ByteBuffer)));
-  auto* const bytes = static_cast<uint8_t*>(allocateBlock(source->length + 1));
-  if (record == nullptr || bytes == nullptr) {
-    freeBlock(record);
-    freeBlock(bytes);
+  auto record = makeBlock<runtime::ByteBuffer>();
+  auto bytes = makeBlock<uint8_t>(source->length + 1);
+  if (!record || !bytes) {
     return kOutOfMemory;
   }
   if (source->length != 0) {
-    std::memcpy(bytes, source->bytes, source->length);
+    std::memcpy(bytes.get(), source->bytes.get(), source->length);
   }
-  *record = {source->length, bytes};
-  *out = record;
+  *record = {source->length, bytes.release()};
+  *out = record.release();
   return kOk;
 }
 

@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "runtime/basic_tables.h"
+#include "runtime/holders.h"
 #include "runtime/lock.h"
 #include "runtime/thread_id.h"
 #include "runtime/trace.h"
@@ -26,6 +28,11 @@ struct SourceLevel {
 
   char* name() { return reinterpret_cast<char*>(this + 1); }
 };
+
+struct FilePolicy : PointerPolicy<std::FILE> {
+  static void release(std::FILE* file) { std::fclose(file); }
+};
+using File = Holder<FilePolicy>;
 
 class Trace {
  public:
@@ -55,15 +62,12 @@ class Trace {
   }
 
   int32_t set(uint32_t level, const char* path) {
-    std::FILE* file = nullptr;
-    if (path != nullptr && (file = std::fopen(path, "a")) == nullptr) {
+    File file(path != nullptr ? std::fopen(path, "a") : nullptr);
+    if (path != nullptr && !file) {
       return kFail;
     }
     const std::lock_guard guard(lock_);
-    if (file_ != nullptr) {
-      std::fclose(file_);
-    }
-    file_ = file;
+    const File old(std::exchange(file_, file.release()));
     level_ = level;
     updateHighestLocked();
     return kOk;
@@ -93,9 +97,8 @@ class Trace {
   void clearSources() {
     const std::lock_guard guard(lock_);
     while (sources_ != nullptr) {
-      SourceLevel* const first = sources_;
+      const SystemBlock<SourceLevel> first(sources_);
       sources_ = first->next;
-      std::free(first);
     }
     updateHighestLocked();
   }
@@ -161,19 +164,19 @@ constinit Trace trace;
 
 const char* orUnknown(const char* source) { return source != nullptr ? source : "unknown"; }
 
-// The text of a message in a block of malloc; null when memory is short.
-char* render(const char* format, va_list arguments) {
+// The text of a message; empty when memory is short.
+SystemBlock<char> render(const char* format, va_list arguments) {
   va_list measured;
   va_copy(measured, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, measured);
   va_end(measured);
   if (length < 0) {
-    return nullptr;
+    return {};
   }
   const size_t size = static_cast<size_t>(length) + 1;
-  auto* const text = static_cast<char*>(std::malloc(size));
-  if (text != nullptr) {
-    std::vsnprintf(text, size, format, arguments);
+  SystemBlock<char> text(static_cast<char*>(std::malloc(size)));
+  if (text) {
+    std::vsnprintf(text.get(), size, format, arguments);
   }
   return text;
 }
@@ -185,9 +188,8 @@ char* render(const char* format, va_list arguments) {
   if (format == nullptr || !trace.mayBeOn(level)) {
     return;
   }
-  if (char* const text = render(format, arguments)) {
-    trace.write(level, orUnknown(source), text);
-    std::free(text);
+  if (const auto text = render(format, arguments)) {
+    trace.write(level, orUnknown(source), text.get());
   }
 }
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "runtime/heap.h"
+#include "runtime/holders.h"
 #include "vexa/results.h"
 #include "vexa/runtime/records.h"
 
@@ -91,7 +92,7 @@ class StringOperations {
     if (out == nullptr) {
       return kNullPointer;
     }
-    *out = static_cast<Record*>(allocateBlock(sizeof(Record)));
+    *out = makeBlock<Record>().release();
     return *out == nullptr ? kOutOfMemory : kOk;
   }
 

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "vexa/holders.h"
+
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
@@ -66,6 +68,10 @@ std::string escaped(uint32_t value) {
 
 namespace {
 
+struct WordsPolicy : vexa::PointerPolicy<wchar_t*> {
+  static void release(wchar_t** words) { LocalFree(words); }
+};
+
 std::string narrow(std::wstring_view wide) {
   const int size = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()),
                                        nullptr, 0, nullptr, nullptr);
@@ -79,12 +85,11 @@ std::string narrow(std::wstring_view wide) {
 
 std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
   int count = 0;
-  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  const vexa::Holder<WordsPolicy> words(CommandLineToArgvW(GetCommandLineW(), &count));
   std::vector<std::string> arguments;
   for (int i = 1; i < count; ++i) {
     arguments.push_back(narrow(words[i]));
   }
-  LocalFree(words);
   return arguments;
 }
 

@@ -3,9 +3,10 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
+
+#include "vexa/holders.h"
 
 namespace vexahost {
 
@@ -32,18 +33,18 @@ class AccessLog {
   // Empty: no log. "-": the standard output. Throws HostError.
   explicit AccessLog(const std::string& path);
 
-  bool isOn() const { return file_ != nullptr; }
+  bool isOn() const { return static_cast<bool>(file_); }
   void write(const LogEntry& entry);
 
  private:
-  struct Close {
-    void operator()(std::FILE* file) const {
+  struct FilePolicy : vexa::PointerPolicy<std::FILE> {
+    static void release(std::FILE* file) {
       if (file != stdout) {
         std::fclose(file);
       }
     }
   };
-  std::unique_ptr<std::FILE, Close> file_;
+  vexa::Holder<FilePolicy> file_;
 };
 
 }  // namespace vexahost

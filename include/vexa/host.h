@@ -86,17 +86,11 @@ inline std::string_view view(const runtime::ByteBuffer* buffer) {
 class Runtime {
  public:
   Runtime() = default;
-  Runtime(Runtime&& other) noexcept
-      : library_(std::move(other.library_)), root_(std::exchange(other.root_, nullptr)) {}
+  Runtime(Runtime&&) = default;
   Runtime& operator=(Runtime&& other) noexcept {
-    std::swap(library_, other.library_);
-    std::swap(root_, other.root_);
+    root_ = std::move(other.root_);  // before the library that it comes from
+    library_ = std::move(other.library_);
     return *this;
-  }
-  ~Runtime() {
-    if (root_ != nullptr) {
-      root_->ReleaseRoot(root_);
-    }
   }
 
   // From the folder that holds velmora; tryRoot() is null when that fails.
@@ -106,7 +100,7 @@ class Runtime {
   // The velmora that the module has loaded.
   static Runtime loaded() { return of(SharedLibrary::loaded(kRuntimeFile)); }
 
-  const runtime::RootList* tryRoot() const { return root_; }
+  const runtime::RootList* tryRoot() const { return root_.get(); }
   // A function of the reference runtime beside its tables (vexa/runtime/reference.h); null with
   // another runtime.
   template <class Function>
@@ -132,48 +126,47 @@ class Runtime {
     const auto getRootList =
         runtime.library_.find<runtime::GetRootListFunction>(runtime::kGetRootListExport);
     if (getRootList != nullptr) {
-      getRootList(0, 0, &runtime.root_, 0, "", 0);
+      getRootList(0, 0, runtime.root_.put(), 0, "", 0);
     }
     return runtime;
   }
 
+  struct RootPolicy : PointerPolicy<const runtime::RootList> {
+    static void release(const runtime::RootList* root) { root->ReleaseRoot(root); }
+  };
+
   SharedLibrary library_;
-  const runtime::RootList* root_ = nullptr;
+  Holder<RootPolicy> root_;
+};
+
+template <class Table>
+struct TablePolicy : PointerPolicy<const Table> {
+  TablePolicy() = default;
+  explicit TablePolicy(const runtime::RootList& root) : giver(&root) {}
+  void release(const Table* table) const {
+    const void* given = table;
+    giver->ReleaseInterface(&given);
+  }
+
+  const runtime::RootList* giver = nullptr;
 };
 
 // A table of the runtime, given back at the end. The root list must live longer.
 template <class Table>
-class TableHolder {
+class TableHolder : public Holder<TablePolicy<Table>> {
  public:
   TableHolder() = default;
   // Empty when the runtime has no such table.
-  explicit TableHolder(const runtime::RootList& root) : root_(&root) {
-    using Traits = runtime::TableTraits<Table>;
-    if (root.GetInterface(Traits::kComponent, Traits::kName, &table_) != 0) {
-      table_ = nullptr;
-    }
-  }
-  TableHolder(TableHolder&& other) noexcept
-      : root_(other.root_), table_(std::exchange(other.table_, nullptr)) {}
-  TableHolder& operator=(TableHolder&& other) noexcept {
-    std::swap(root_, other.root_);
-    std::swap(table_, other.table_);
-    return *this;
-  }
-  ~TableHolder() {
-    if (table_ != nullptr) {
-      root_->ReleaseInterface(&table_);
-    }
-  }
-
-  explicit operator bool() const { return table_ != nullptr; }
-  const Table* get() const { return static_cast<const Table*>(table_); }
-  const Table& operator*() const { return *get(); }
-  const Table* operator->() const { return get(); }
+  explicit TableHolder(const runtime::RootList& root)
+      : Holder<TablePolicy<Table>>(TablePolicy<Table>(root), tableOf(root)) {}
 
  private:
-  const runtime::RootList* root_ = nullptr;
-  const void* table_ = nullptr;
+  static const Table* tableOf(const runtime::RootList& root) {
+    using Traits = runtime::TableTraits<Table>;
+    const void* table = nullptr;
+    const int32_t result = root.GetInterface(Traits::kComponent, Traits::kName, &table);
+    return result == 0 ? static_cast<const Table*>(table) : nullptr;
+  }
 };
 
 // A string object of the host's, for slots that fill one.

@@ -2,7 +2,8 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
+
+#include "vexa/holders.h"
 
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
@@ -30,36 +31,24 @@ inline constexpr char kRuntimeFile[] = "velmora.so";
 // Owns one reference to a loaded library.
 class SharedLibrary {
  public:
-  SharedLibrary() = default;
-  SharedLibrary(SharedLibrary&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-  SharedLibrary& operator=(SharedLibrary&& other) noexcept {
-    std::swap(handle_, other.handle_);
-    return *this;
-  }
-  ~SharedLibrary() {
-    if (handle_ != nullptr) {
-      close(handle_);
-    }
-  }
-
   // Empty when the file cannot be loaded; lastError() says why.
   static SharedLibrary load(const std::filesystem::path& file) {
     SharedLibrary library;
-    library.handle_ = open(file);
+    library.handle_.reset(open(file));
     return library;
   }
   // One more reference to a library that is loaded already; empty when it is not.
   static SharedLibrary loaded(const char* fileName) {
     SharedLibrary library;
-    library.handle_ = openLoaded(fileName);
+    library.handle_.reset(openLoaded(fileName));
     return library;
   }
 
-  explicit operator bool() const { return handle_ != nullptr; }
+  explicit operator bool() const { return static_cast<bool>(handle_); }
   // An exported function, or null.
   template <class Function>
   Function find(const char* name) const {
-    return handle_ != nullptr ? reinterpret_cast<Function>(symbol(handle_, name)) : nullptr;
+    return handle_ ? reinterpret_cast<Function>(symbol(handle_.get(), name)) : nullptr;
   }
 
 #ifdef _WIN32
@@ -93,7 +82,10 @@ class SharedLibrary {
   static void close(void* handle) { dlclose(handle); }
 #endif
 
-  void* handle_ = nullptr;
+  struct Policy : PointerPolicy<void> {
+    static void release(void* handle) { close(handle); }
+  };
+  Holder<Policy> handle_;
 };
 
 }  // namespace vexa

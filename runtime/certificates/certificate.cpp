@@ -15,18 +15,14 @@ CertificateObject::CertificateObject() : Counted(&kTable) {}
 
 CertificateObject::~CertificateObject() {
   clearPublicKey(&publicKey);
-  while (extendedKeyUsage != nullptr) {
-    runtime::ExtendedKeyUsage* const next = extendedKeyUsage->next;
-    Ref<runtime::ObjectId> identifier(extendedKeyUsage->identifier);
-    freeBlock(extendedKeyUsage);
-    extendedKeyUsage = next;
-  }
+  releaseChain(extendedKeyUsage, [](const runtime::ExtendedKeyUsage& entry) {
+    const Ref<runtime::ObjectId> identifier(entry.identifier);
+  });
 }
 
 int32_t appendExtendedKeyUsage(CertificateObject& certificate, runtime::ObjectId* owned) {
   Ref<runtime::ObjectId> identifier(owned);
-  auto* const entry =
-      static_cast<runtime::ExtendedKeyUsage*>(allocateBlock(sizeof(runtime::ExtendedKeyUsage)));
+  auto* const entry = makeBlock<runtime::ExtendedKeyUsage>().release();
   if (entry == nullptr) {
     return kOutOfMemory;
   }
@@ -66,12 +62,9 @@ bool isIssuedBy(runtime::Certificate* certificate, runtime::Certificate* issuer)
 }
 
 void releaseCertificateList(runtime::CertificateList* head) {
-  while (head != nullptr) {
-    runtime::CertificateList* const next = head->next;
-    Ref<runtime::Certificate> certificate(head->certificate);
-    freeBlock(head);
-    head = next;
-  }
+  releaseChain(head, [](const runtime::CertificateList& node) {
+    const Ref<runtime::Certificate> certificate(node.certificate);
+  });
 }
 
 }  // namespace vexa::velmora

@@ -5,6 +5,7 @@
 #include "runtime/exports/crypto_types.h"
 #include "runtime/heap.h"
 #include "runtime/hex.h"
+#include "runtime/holders.h"
 #include "vexa/results.h"
 
 namespace vexa::velmora {
@@ -89,23 +90,21 @@ int32_t bufferFromHex(const char* hex, runtime::ByteBuffer** out) {
     return kNullPointer;
   }
   const uint64_t length = std::strlen(hex);
-  auto* const bytes = static_cast<uint8_t*>(allocateBlock(length / 2));
-  if (bytes == nullptr) {
+  auto bytes = makeBlock<uint8_t>(length / 2);
+  if (!bytes) {
     return kOutOfMemory;
   }
-  if (length % 2 != 0 || !readHex(hex, length / 2, bytes)) {
-    freeBlock(bytes);
+  if (length % 2 != 0 || !readHex(hex, length / 2, bytes.get())) {
     return kInvalidArgument;
   }
   if (*out == nullptr) {
-    *out = static_cast<runtime::ByteBuffer*>(allocateBlock(sizeof(runtime::ByteBuffer)));
+    *out = makeBlock<runtime::ByteBuffer>().release();
     if (*out == nullptr) {
-      freeBlock(bytes);
       return kOutOfMemory;
     }
   }
-  freeBlock((*out)->data);
-  **out = {length / 2, bytes};
+  const HeapBlock<uint8_t> old((*out)->data);
+  **out = {length / 2, bytes.release()};
   return kOk;
 }
 

@@ -210,7 +210,7 @@ std::optional<RsaPrivateNumbers> readRsaPrivateKey(ByteView der) {
 }
 
 int32_t makeKey(runtime::KeyObject** out) {
-  *out = static_cast<runtime::KeyObject*>(allocateBlock(sizeof(runtime::KeyObject)));
+  *out = makeBlock<runtime::KeyObject>().release();
   return *out == nullptr ? kOutOfMemory : kOk;
 }
 
@@ -229,22 +229,20 @@ int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out) {
   if (!numbers) {
     return kFail;
   }
-  auto* const key =
-      static_cast<runtime::RsaPrivateKey*>(allocateBlock(sizeof(runtime::RsaPrivateKey)));
-  if (key == nullptr) {
+  RsaPrivateKeyHolder key(makeBlock<runtime::RsaPrivateKey>().release());
+  if (!key) {
     return kOutOfMemory;
   }
   for (int i = 0; i < kRsaPrivateIntegers; ++i) {
     Bytes copy;
     copy.append(numbers->integers[i]);
     if (copy.failed()) {
-      releaseRsaPrivateKey(key);
       return kOutOfMemory;
     }
-    integersOf(key)[i].length = copy.size();
-    integersOf(key)[i].bytes = copy.release();
+    integersOf(key.get())[i].length = copy.size();
+    integersOf(key.get())[i].bytes = copy.release();
   }
-  *out = key;
+  *out = key.release();
   return kOk;
 }
 

@@ -72,5 +72,10 @@ using KeyHolder = Holder<KeyObjectPolicy>;
 int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out);
 // Wipes the numbers; null is ignored.
 void releaseRsaPrivateKey(runtime::RsaPrivateKey* key);
+// Owns an RSA private key.
+struct RsaPrivateKeyPolicy : PointerPolicy<runtime::RsaPrivateKey> {
+  static void release(runtime::RsaPrivateKey* key) { releaseRsaPrivateKey(key); }
+};
+using RsaPrivateKeyHolder = Holder<RsaPrivateKeyPolicy>;
 
 }  // namespace vexa::velmora

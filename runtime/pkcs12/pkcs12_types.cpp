@@ -11,7 +11,7 @@ int32_t create(Record** out) {
   if (out == nullptr) {
     return kNullPointer;
   }
-  *out = static_cast<Record*>(allocateBlock(sizeof(Record)));
+  *out = makeBlock<Record>().release();
   return *out == nullptr ? kOutOfMemory : kOk;
 }
 
@@ -56,12 +56,7 @@ void releaseParameters(runtime::PfxParameters* parameters) {
 }  // namespace
 
 void releaseBagList(runtime::BagNode* head) {
-  while (head != nullptr) {
-    runtime::BagNode* const next = head->next;
-    releaseBag(head->bag);
-    freeBlock(head);
-    head = next;
-  }
+  releaseChain(head, [](const runtime::BagNode& node) { releaseBag(node.bag); });
 }
 
 constinit const runtime::Pkcs12TypesTable pkcs12TypesTable = {

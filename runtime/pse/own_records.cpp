@@ -81,8 +81,7 @@ class OwnListHolder {
 
   // A node at the end that takes over the reference; false when the record or the node is missing.
   bool append(runtime::OwnCertificateRecord* owned) {
-    auto* const node =
-        owned == nullptr ? nullptr : static_cast<OwnList*>(allocateBlock(sizeof(OwnList)));
+    auto* const node = owned == nullptr ? nullptr : makeBlock<OwnList>().release();
     if (node == nullptr) {
       dropOwnRecord(owned);
       return false;
@@ -125,12 +124,7 @@ void dropOwnRecord(runtime::OwnCertificateRecord* record) {
 }
 
 void releaseOwnNodes(OwnList* head) {
-  while (head != nullptr) {
-    OwnList* const next = head->next;
-    dropOwnRecord(head->record);
-    freeBlock(head);
-    head = next;
-  }
+  releaseChain(head, [](const OwnList& node) { dropOwnRecord(node.record); });
 }
 
 int32_t copyOwnNodes(const OwnList* head, OwnList** out) {
