@@ -80,5 +80,28 @@ TEST(WideFormat, ADirectiveThatIsCutShortEndsTheText) {
   EXPECT_EQ(format(u"a%q"), u"aq") << "what is no conversion stands for itself";
 }
 
+// --- Fields of numbers are cut to a length that a line of a trace can bear; those of texts are
+// not.
+
+TEST(WideField, ANumberTakesAtMost400Characters) {
+  EXPECT_EQ(format(u"%399d", 5), std::u16string(398, u' ') + u"5");
+  EXPECT_EQ(format(u"%400d", 5), std::u16string(399, u' ') + u"5");
+  EXPECT_EQ(format(u"%401d", 5), std::u16string(399, u' ') + u"5");
+  EXPECT_EQ(format(u"%-60000d", 5), u"5" + std::u16string(399, u' '));
+  EXPECT_EQ(format(u"%.400d", 5), std::u16string(399, u'0') + u"5");
+  EXPECT_EQ(format(u"%.401d", 5), std::u16string(399, u'0') + u"5");
+}
+
+TEST(WideField, APrecisionOfNothingIsOne) {
+  EXPECT_EQ(format(u"<%.0d>", 0), u"<>");
+  EXPECT_EQ(format(u"<%d>", 0), u"<0>");
+  EXPECT_EQ(format(u"<%.0f>", 2.75), u"<3>");
+  EXPECT_EQ(format(u"<%.s>", u"text"), u"<>");
+}
+
+TEST(WideField, ATextTakesWhatItsWidthSays) {
+  EXPECT_EQ(format(u"%401s", u"x"), std::u16string(400, u' ') + u"x");
+}
+
 }  // namespace
 }  // namespace vexa::base

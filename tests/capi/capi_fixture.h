@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "base/trace.h"
 #include "fake_crypt.h"
 #include "support/fake_certificate.h"
 #include "support/module_fixture.h"
@@ -151,15 +150,6 @@ class CapiTest : public ModuleTest {
     return tableEntry<int32_t(const char*)>(list_, 5)(name);
   }
 
-  // The messages as "level text". All come without a source name of their own.
-  std::vector<std::string> log() const {
-    std::vector<std::string> lines;
-    for (const TraceLine& line : spy.messages()) {
-      EXPECT_EQ(line.source, base::defaultTraceSource());
-      lines.push_back(std::to_string(line.level) + " " + line.text);
-    }
-    return lines;
-  }
   // The names of the scopes that were entered, in order.
   std::vector<std::string> scopes() const {
     std::vector<std::string> names;

@@ -29,33 +29,29 @@ bool startsAndEnds(const fs::path& moduleFile) {
   return true;
 }
 
-TEST(LibrarySearch, FindsTheRuntimeBesideTheModule) {
+struct PlaceCase {
+  const char* name;
+  const char* module;
+  const char* runtime;
+  bool isFound;
+};
+void PrintTo(const PlaceCase& place, std::ostream* out) { *out << place.name; }
+
+class LibraryPlace : public testing::TestWithParam<PlaceCase> {};
+
+TEST_P(LibraryPlace, IsSearchedOrNot) {
   const Installation installation;
-  const fs::path module = installation.put("app", kModuleFile);
-  installation.put("app", kRuntimeFile);
-  EXPECT_TRUE(startsAndEnds(module));
+  const fs::path module = installation.put(GetParam().module, kModuleFile);
+  installation.put(GetParam().runtime, kRuntimeFile);
+  EXPECT_EQ(startsAndEnds(module), GetParam().isFound);
 }
 
-TEST(LibrarySearch, FindsTheRuntimeInTheSiblingLibOfBin) {
-  const Installation installation;
-  const fs::path module = installation.put("bin", kModuleFile);
-  installation.put("lib", kRuntimeFile);
-  EXPECT_TRUE(startsAndEnds(module));
-}
-
-TEST(LibrarySearch, FindsTheRuntimeInTheSiblingLibOfBinInCapitals) {
-  const Installation installation;
-  const fs::path module = installation.put("BIN", kModuleFile);
-  installation.put("lib", kRuntimeFile);
-  EXPECT_TRUE(startsAndEnds(module));
-}
-
-TEST(LibrarySearch, DoesNotLookInTheSiblingLibOfAnotherFolder) {
-  const Installation installation;
-  const fs::path module = installation.put("app", kModuleFile);
-  installation.put("lib", kRuntimeFile);
-  EXPECT_FALSE(startsAndEnds(module));
-}
+INSTANTIATE_TEST_SUITE_P(All, LibraryPlace,
+                         testing::Values(PlaceCase{"BesideTheModule", "app", "app", true},
+                                         PlaceCase{"TheSiblingLibOfBin", "bin", "lib", true},
+                                         PlaceCase{"OfBinInCapitals", "BIN", "lib", true},
+                                         PlaceCase{"OfAnotherFolder", "app", "lib", false}),
+                         [](const auto& place) { return std::string(place.param.name); });
 
 TEST(LibrarySearch, AMissingRuntimeFailsAndALaterStartFindsIt) {
   const Installation installation;

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
+#include "base/trace.h"
 #include "support/slot.h"
 #include "support/spy_runtime.h"
 #include "vexa/class_factory.h"
@@ -64,6 +68,16 @@ class ModuleTest : public ::testing::Test {
   template <class Interface>
   Interface* create(const char* className, const Guid& interfaceId) {
     return static_cast<Interface*>(create(className, interfaceId));
+  }
+
+  // The messages as "level text". All come without a source name of their own.
+  std::vector<std::string> log() const {
+    std::vector<std::string> lines;
+    for (const TraceLine& line : spy.messages()) {
+      EXPECT_EQ(line.source, base::defaultTraceSource());
+      lines.push_back(std::to_string(line.level) + " " + line.text);
+    }
+    return lines;
   }
 
   SpyRuntime spy;

@@ -64,6 +64,18 @@ ScriptAnswer named(std::u16string proxies, OptionalText bypass = {}) {
   return {.proxies = std::move(proxies), .bypass = std::move(bypass)};
 }
 
+ProxyWorld emptyDetectedUrl() {
+  ProxyWorld world = detecting(staticWorld(u"p:80"));
+  world.detectedUrl = u"";
+  return world;
+}
+ProxyWorld withoutSession() {
+  ProxyWorld world = twoScripts(named(u"q:1"), named(u"r:2"));
+  world.sessionFails = true;
+  world.proxy = u"p:80";
+  return world;
+}
+
 struct RouteCase {
   const char* name;
   ProxyWorld world;
@@ -191,13 +203,7 @@ const RouteCase kScriptRoutes[] = {
     {"BothScriptsFail", twoScripts(kFailing, {.error = 12167}), kSite, kFail, {}},
     {"AfterAFailedDetectionTheConfiguredScript", detecting(scriptWorld(named(u"q:1"))), kSite, kOk,
      u"q:1"},
-    {"AnEmptyDetectedUrlIsNone",
-     [] {
-       ProxyWorld world = detecting(staticWorld(u"p:80"));
-       world.detectedUrl = u"";
-       return world;
-     }(),
-     kSite, kOk, u"p:80"},
+    {"AnEmptyDetectedUrlIsNone", emptyDetectedUrl(), kSite, kOk, u"p:80"},
     {"AScriptLeavesTheStaticProxyUnused",
      [] {
        ProxyWorld world = scriptWorld(kFailing);
@@ -215,16 +221,7 @@ const RouteCase kScriptRoutes[] = {
        return world;
      }(),
      kSite, kOk, u"r:2"},
-    {"NoSession",
-     [] {
-       ProxyWorld world = twoScripts(named(u"q:1"), named(u"r:2"));
-       world.sessionFails = true;
-       world.proxy = u"p:80";
-       return world;
-     }(),
-     kSite,
-     kFail,
-     {}},
+    {"NoSession", withoutSession(), kSite, kFail, {}},
 };
 
 const auto kCaseName = [](const auto& tested) { return std::string(tested.param.name); };
@@ -281,11 +278,7 @@ const LoggedCase kLogged[] = {
     {"NothingIsSet", {}, kSite, {access(0), kDirect}, {}},
     {"NothingIsDetected", detecting({}), kSite, {kNotDetected, access(0), kDirect}, {"detect"}},
     {"AnEmptyDetectedUrlIsNone",
-     [] {
-       ProxyWorld world = detecting(staticWorld(u"p:80"));
-       world.detectedUrl = u"";
-       return world;
-     }(),
+     emptyDetectedUrl(),
      kSite,
      {"4 Detecting (Auto detection) automatic configuration script URL: ", kStatic, use("p:80")},
      {"detect"}},
@@ -336,16 +329,7 @@ const LoggedCase kLogged[] = {
      {kNotDetected, tries(kPac), succeeds(kPac), access(3), "4 Proxies q:1 detected.",
       "4 Proxy q:1 will be used."},
      {"detect", "open", "ask http://conf/a.pac", "close"}},
-    {"NoSession",
-     [] {
-       ProxyWorld world = twoScripts(named(u"q:1"), named(u"r:2"));
-       world.sessionFails = true;
-       world.proxy = u"p:80";
-       return world;
-     }(),
-     kSite,
-     {kDetected, access(0), kDirect},
-     {"detect", "open"}},
+    {"NoSession", withoutSession(), kSite, {kDetected, access(0), kDirect}, {"detect", "open"}},
 };
 INSTANTIATE_TEST_SUITE_P(All, ProxyLog, testing::ValuesIn(kLogged), kCaseName);
 

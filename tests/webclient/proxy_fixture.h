@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/trace.h"
 #include "fake_winhttp.h"
 #include "support/exact_bytes.h"
 #include "support/module_fixture.h"
@@ -53,16 +52,6 @@ class ProxyTest : public ModuleTest {
     winHttp().reset(world);
     spy.clearTrace();
     return ask(url);
-  }
-
-  // The messages as "level text". All come without a source name of their own.
-  std::vector<std::string> log() const {
-    std::vector<std::string> lines;
-    for (const TraceLine& line : spy.messages()) {
-      EXPECT_EQ(line.source, base::defaultTraceSource());
-      lines.push_back(std::to_string(line.level) + " " + line.text);
-    }
-    return lines;
   }
 
  private:

@@ -1,16 +1,14 @@
 
-#include <cstring>
-
-#include "runtime/crypto_fixture.h"
 #include "runtime/keys/own_memory.h"
 #include "runtime/keys/secret_pieces.h"
+#include "runtime/pkcs12/pfx_fixture.h"
 
 // Whether anything of a private key is left in the process when the key is gone. Reads the
 // process's memory as the system shows it.
 namespace vexa::test {
 namespace {
 
-class KeySecretsTest : public CryptoTest {
+class KeySecretsTest : public PfxTest {
  protected:
   void SetUp() override;
 
@@ -49,38 +47,23 @@ class KeySecretsTest : public CryptoTest {
 
   // Writes a file with the key and reads it.
   void passThroughFile(const HeldKey& key) {
-    HeldParameters parameters;
-    ASSERT_EQ(spy.pkcs12Types.ParametersCreate(parameters.put()), kOk);
-    parameters->version = 3;
-    parameters->iterations = 2;
-    parameters->macDigest = types.TextDuplicate("SHA-1");
-    parameters->bagEncryption1 = types.TextDuplicate("pbeWithSHA1And128BitRC4");
-    parameters->bagEncryption2 = types.TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
-    ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(&parameters->contents), kOk);
-    ASSERT_EQ(spy.pkcs12Types.BagCreate(&parameters->contents->bag), kOk);
-    runtime::SafeBag& bag = *parameters->contents->bag;
-    bag.type = runtime::kKeyBag;
-    bag.shrouded = 1;
-    ASSERT_EQ(spy.pkcs12Types.PrivateKeyInfoCreate(&bag.key), kOk);
-    ASSERT_EQ(types.ObjectIdFromText("1.2.840.113549.1.1.1", &bag.key->algorithm.identifier), kOk);
-    const uint64_t length = key->privateKey.bitLength / 8;
-    bag.key->key = {length, static_cast<uint8_t*>(spy.root.Allocate(length))};
-    std::memcpy(bag.key->key.data, key->privateKey.bytes, length);
-
+    const HeldParameters made = parameters();
+    made->iterations = 2;
+    addRsaKey(made.get(), privateBytes(*key.get()), 1);
     String password("secret");
     HeldBuffer file;
-    ASSERT_EQ(spy.pkcs12.Encode(parameters.get(), password.get(), file.put()), kOk);
+    ASSERT_EQ(spy.pkcs12.Encode(made.get(), password.get(), file.put()), kOk);
     HeldBags bags;
     uint8_t verified = 0;
     ASSERT_EQ(spy.pkcs12.Decode(file.get(), nullptr, password.get(), bags.put(), &verified), kOk);
-    ASSERT_EQ(bags->bag->key->key.length, length);
+    ASSERT_EQ(bags->bag->key->key.length, key->privateKey.bitLength / 8);
   }
 };
 
 // Everything once with another key: when a function is called for the first time, the system's
 // loader saves the registers, with whatever they hold, on the stack.
 void KeySecretsTest::SetUp() {
-  CryptoTest::SetUp();
+  PfxTest::SetUp();
   HeldKey other;
   ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, other.put()), kOk);
   signWith(other);

@@ -1,13 +1,13 @@
 #include <map>
 
-#include "runtime/crypto_fixture.h"
 #include "runtime/keys/failing_libgcrypt.h"
+#include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/samples.h"
 
 namespace vexa::test {
 namespace {
 
-class LibraryFailureTest : public CryptoTest {
+class LibraryFailureTest : public PfxTest {
  protected:
   // Runs `operation` with the library's 1st call failing, with its 2nd, and so on, until it needs
   // no more. It tells each failure by a negative result, and leaves nothing behind.
@@ -89,7 +89,7 @@ class LibraryFailureTest : public CryptoTest {
 
   void TearDown() override {
     keys_.clear();
-    CryptoTest::TearDown();
+    PfxTest::TearDown();
   }
 
  private:
@@ -166,17 +166,9 @@ TEST_F(LibraryFailureTest, OfOpeningFiles) {
 }
 
 TEST_F(LibraryFailureTest, OfWritingAFile) {
-  HeldParameters made;
-  ASSERT_EQ(spy.pkcs12Types.ParametersCreate(made.put()), kOk);
-  made->version = 3;
+  const HeldParameters made = parameters();
   made->iterations = 1;
-  made->macDigest = types.TextDuplicate("SHA-1");
-  made->bagEncryption1 = types.TextDuplicate("pbeWithSHA1And128BitRC4");
-  made->bagEncryption2 = types.TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
-  ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(&made->contents), kOk);
-  ASSERT_EQ(spy.pkcs12Types.BagCreate(&made->contents->bag), kOk);
-  made->contents->bag->type = runtime::kCertificateBag;
-  ASSERT_EQ(decode(samples::kRoot, &made->contents->bag->certificate), kOk);
+  addCertificate(made.get(), samples::kRoot);
   String password("secret");
   const int swept = sweep([&] {
     HeldBuffer out;

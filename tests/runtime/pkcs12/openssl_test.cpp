@@ -3,8 +3,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "runtime/crypto_fixture.h"
-#include "vexa/runtime/pkcs12.h"
+#include "runtime/pkcs12/pfx_fixture.h"
 
 // Files that OpenSSL and NSS write and we read, and the reverse.
 namespace vexa::test {
@@ -12,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class OpensslTest : public CryptoTest {
+class OpensslTest : public PfxTest {
  protected:
   OpensslTest() {
     const auto* const test = ::testing::UnitTest::GetInstance()->current_test_info();
@@ -154,40 +153,23 @@ TEST_F(OpensslTest, OurFilesOpenThereAndInNss) {
   HeldKey key;
   ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put()), kOk);
   const OwnedCertificate own = issue("CN=Jane", key.get(), key.get(), nullptr);
-  HeldParameters parameters;
-  ASSERT_EQ(spy.pkcs12Types.ParametersCreate(parameters.put()), kOk);
-  parameters->version = 3;
-  parameters->iterations = 2048;
-  parameters->macDigest = types.TextDuplicate("SHA-1");
-  parameters->bagEncryption1 = types.TextDuplicate("pbeWithSHA1And128BitRC4");
-  parameters->bagEncryption2 = types.TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
-  runtime::BagNode** end = &parameters->contents;
-  for (const uint32_t type : {runtime::kKeyBag, runtime::kCertificateBag}) {
-    ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(end), kOk);
-    ASSERT_EQ(spy.pkcs12Types.BagCreate(&(*end)->bag), kOk);
-    runtime::SafeBag* const bag = (*end)->bag;
-    bag->type = type;
-    ASSERT_EQ(spy.strings.Create(&bag->friendlyName), kOk);
-    ASSERT_EQ(spy.strings.AssignText(bag->friendlyName, "Jäne"), kOk);
-    ASSERT_EQ(types.BufferFromHex("01", &bag->localKeyId), kOk);
-    end = &(*end)->next;
-  }
-  runtime::SafeBag* const keyBag = parameters->contents->bag;
-  keyBag->shrouded = 1;
-  ASSERT_EQ(spy.pkcs12Types.PrivateKeyInfoCreate(&keyBag->key), kOk);
+  const HeldParameters made = parameters();
+  runtime::SafeBag* const keyBag = addPrivateKey(made.get(), privateBytes(*key.get()), 1);
   ASSERT_EQ(types.AlgorithmIdCopy(&keyBag->key->algorithm, &key->publicKey.algorithm), kOk);
-  const uint64_t length = key->privateKey.bitLength / 8;
-  keyBag->key->key = {length, static_cast<uint8_t*>(spy.root.Allocate(length))};
-  std::copy_n(key->privateKey.bytes, length, keyBag->key->key.data);
+  runtime::SafeBag* const certificateBag = addBag(made.get(), runtime::kCertificateBag);
   void* copy = nullptr;
   ASSERT_EQ(own->table->header.Duplicate(reinterpret_cast<runtime::Object*>(own.get()), &copy),
             kOk);
-  parameters->contents->next->bag->certificate = static_cast<runtime::Certificate*>(copy);
+  certificateBag->certificate = static_cast<runtime::Certificate*>(copy);
+  for (runtime::SafeBag* const bag : {keyBag, certificateBag}) {
+    setName(bag, "Jäne");
+    ASSERT_EQ(types.BufferFromHex("01", &bag->localKeyId), kOk);
+  }
 
   for (const char* password : {"sécret", ""}) {
     HeldBuffer pfx;
     String secret(password);
-    ASSERT_EQ(spy.pkcs12.Encode(parameters.get(), secret.get(), pfx.put()), kOk);
+    ASSERT_EQ(spy.pkcs12.Encode(made.get(), secret.get(), pfx.put()), kOk);
     write("pfx", bytesOf(pfx.get()));
     ASSERT_EQ(shell(std::string("openssl pkcs12 -legacy -in pfx -nodes -passin 'pass:") + password +
                     "' | tee pem && grep -q 'BEGIN PRIVATE KEY' pem && "
@@ -197,7 +179,7 @@ TEST_F(OpensslTest, OurFilesOpenThereAndInNss) {
   }
   HeldBuffer pfx;
   String secret("secret");
-  ASSERT_EQ(spy.pkcs12.Encode(parameters.get(), secret.get(), pfx.put()), kOk);
+  ASSERT_EQ(spy.pkcs12.Encode(made.get(), secret.get(), pfx.put()), kOk);
   write("pfx", bytesOf(pfx.get()));
   EXPECT_EQ(shell("command -v pk12util >/dev/null || exit 0; mkdir db && "
                   "certutil -N -d sql:db --empty-password && "

@@ -1,6 +1,6 @@
 #include "runtime/pkcs12/pfx_decoder.h"
 
-#include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 
@@ -12,31 +12,8 @@ constexpr char kSafeContentsBag[] = "060b2a864886f70d010c0a0106";
 constexpr char kX509[] = "060a2a864886f70d01091601";
 constexpr char kLocalKeyId[] = "06092a864886f70d010915";
 
-class PfxDecoderTest : public CryptoTest {
+class PfxDecoderTest : public PfxTest {
  protected:
-  struct Opened {
-    int32_t result = 0;
-    uint8_t verified = 0xFF;
-    HeldBags bags;
-
-    int count() const {
-      int bagCount = 0;
-      for (auto* node = bags.get(); node != nullptr; node = node->next) {
-        ++bagCount;
-      }
-      return bagCount;
-    }
-  };
-
-  Opened open(std::string_view pfx, const char* password = "secret") {
-    Opened opened;
-    const ExactBytes exact(pfx);
-    const runtime::ByteBuffer data = exact.buffer();
-    String secret(password);
-    opened.result =
-        spy.pkcs12.Decode(&data, nullptr, secret.get(), opened.bags.put(), &opened.verified);
-    return opened;
-  }
   // A file with one open safe of these bags.
   Opened openBags(const std::string& bags) {
     return open(pfxOver(element("30", dataInfo(element("30", bags))), "secret"));

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/pkcs12/pkcs12_table.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
@@ -10,75 +10,14 @@
 namespace vexa::test {
 namespace {
 
-constexpr char kRsaId[] = "1.2.840.113549.1.1.1";
-
-class Pkcs12Test : public CryptoTest {
+class Pkcs12Test : public PfxTest {
  protected:
-  struct Opened {
-    int32_t result = 0;
-    uint8_t verified = 0xFF;
-    HeldBags bags;
-  };
-
-  Opened open(std::string_view pfx, const char* password) {
-    Opened opened;
-    const ExactBytes exact(pfx);
-    const runtime::ByteBuffer data = exact.buffer();
-    String secret(password == nullptr ? "" : password);
-    opened.result = spy.pkcs12.Decode(&data, nullptr, password == nullptr ? nullptr : secret.get(),
-                                      opened.bags.put(), &opened.verified);
-    return opened;
-  }
-
   static std::string textOf(const runtime::StringObject* string) {
     return string == nullptr ? "(none)" : std::string(string->text, string->length);
   }
 
-  // Parameters as a creator of files fills them, with no bags yet.
-  HeldParameters parameters(const char* first = "pbeWithSHA1And128BitRC4",
-                            const char* second = "pbeWithSHA1And3-KeyTripleDES-CBC") {
-    HeldParameters made;
-    EXPECT_EQ(spy.pkcs12Types.ParametersCreate(made.put()), kOk);
-    made->version = 3;
-    made->iterations = 2048;
-    made->macDigest = types.TextDuplicate("SHA-1");
-    made->bagEncryption1 = types.TextDuplicate(first);
-    made->bagEncryption2 = types.TextDuplicate(second);
-    return made;
-  }
-
-  runtime::SafeBag* addBag(runtime::PfxParameters* to, uint32_t type) {
-    runtime::BagNode** end = &to->contents;
-    while (*end != nullptr) {
-      end = &(*end)->next;
-    }
-    EXPECT_EQ(spy.pkcs12Types.BagNodeCreate(end), kOk);
-    EXPECT_EQ(spy.pkcs12Types.BagCreate(&(*end)->bag), kOk);
-    (*end)->bag->type = type;
-    return (*end)->bag;
-  }
-
-  void setName(runtime::SafeBag* bag, const char* name) {
-    EXPECT_EQ(spy.strings.Create(&bag->friendlyName), kOk);
-    EXPECT_EQ(spy.strings.AssignText(bag->friendlyName, name), kOk);
-  }
-
   runtime::SafeBag* addKey(runtime::PfxParameters* to, uint8_t shrouded) {
-    runtime::SafeBag* const bag = addBag(to, runtime::kKeyBag);
-    bag->shrouded = shrouded;
-    EXPECT_EQ(spy.pkcs12Types.PrivateKeyInfoCreate(&bag->key), kOk);
-    EXPECT_EQ(types.ObjectIdFromText(kRsaId, &bag->key->algorithm.identifier), kOk);
-    const std::string der(samples::kLeafKey);
-    bag->key->key.data = static_cast<uint8_t*>(spy.root.Allocate(der.size()));
-    bag->key->key.length = der.size();
-    std::copy(der.begin(), der.end(), bag->key->key.data);
-    return bag;
-  }
-
-  runtime::SafeBag* addCertificate(runtime::PfxParameters* to, std::string_view der) {
-    runtime::SafeBag* const bag = addBag(to, runtime::kCertificateBag);
-    EXPECT_EQ(decode(der, &bag->certificate), kOk);
-    return bag;
+    return addRsaKey(to, samples::kLeafKey, shrouded);
   }
 
   // The key, its certificate and the root, as a creator of files makes them.
