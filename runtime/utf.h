@@ -3,8 +3,8 @@
 #include <cstdint>
 
 // UTF-8 and UTF-16 (RFC 3629, Unicode 15 section 3.9). Strict: surrogate pairs are joined, and each
-// invalid piece of the input becomes U+FFFD. Conversions return the number of units of the result; a
-// null `out` only measures.
+// invalid piece of the input becomes U+FFFD. Conversions return the number of units of the result;
+// a null `out` only measures.
 namespace vexa::velmora {
 
 // Whether no piece of the text is invalid.
