@@ -184,7 +184,8 @@ std::string bashCompletion(const CLI::App& app) {
 
 std::string helpTopic(const CLI::App& app, const std::vector<std::string>& words) {
   if (words.empty()) {
-    return app.help();
+    // Its own help() would be that of the command in hand, which is "help".
+    return app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal);
   }
   if (words.size() == 1 && words[0] == "exit-status") {
     return exitStatusTopic();

@@ -20,6 +20,7 @@ import threading
 from endpoint import (BODY_LIMIT, COMMAND, HEAD_LIMIT, TALK_SECONDS, Answer, Host, Reader,
                       argument, as_json, run_checks)
 
+DESCRIPTION = pathlib.Path(__file__).parent / "openapi.json"
 ALLOWED = "https://app.client.example"
 PATTERN = "https://*.client.example"
 DEVELOPMENT = "http://localhost:3000"
@@ -35,6 +36,7 @@ def check_answers(checks, host):
     answer = host.ask("/v1/info")
     show("GET /v1/info", answer)
     checks.expect("/v1/info answers with JSON", answer.status == 200 and
+                  answer.headers.get("content-type") == "application/json" and
                   as_json(answer.body)["module"] == "vexabase", answer)
     answer = host.ask("/v1/echo?x=1&name=a%20b", "Referer: r")
     show("GET /v1/echo?x=1&name=a%20b", answer)
@@ -74,6 +76,10 @@ def check_description(checks, host):
     checks.expect("/v1/openapi.json is a description in OpenAPI 3.1",
                   description.get("openapi") == "3.1.0" and "/v1/proxy" in description["paths"],
                   answer.body[:300])
+    description_text = answer.body.replace(f":{host.port}".encode(), b":PORT")
+    checks.expect("... word for word that of openapi.json",
+                  as_json(description_text) == json.loads(DESCRIPTION.read_text(encoding="utf-8")),
+                  description_text)
     page = pathlib.Path(__file__).parents[2] / "docs/endpoint.md"
     if page.exists():
         text = page.read_text()
@@ -110,6 +116,9 @@ def check_token(checks, host, certificate):
                    host.ask(path, f"Origin: {ALLOWED}")]
         checks.expect(f"{path} needs the token", [a.status for a in answers] == [401] * 4, answers)
         checks.expect("... and says so", answers[0].headers.get("www-authenticate") == "Bearer")
+    answer = host.ask("/v1/proxy", host.bearer())
+    checks.expect("/v1/proxy needs a URL", answer.status == 400 and "url" in
+                  as_json(answer.body)["detail"], answer)
     answer = host.ask("/v1/proxy?url=https://a.example/", host.bearer())
     show("GET /v1/proxy?url=https://a.example/", answer)
     decision = as_json(answer.body) or {}
@@ -289,7 +298,12 @@ def check_waiting(checks, host):
                   isinstance((as_json(answer.body) or {}).get("changes"), int), answer)
     answer = host.ask(f"/v1/status?wait=60&since={changes + 1}")
     checks.expect("... and at once when the number is another one", answer.status == 200, answer)
-    checks.expect("... and 400 without a number", host.ask("/v1/status?wait=x").status == 400)
+    checks.expect("... and 400 without a number",
+                  [host.ask(f"/v1/status?{query}").status
+                   for query in ("wait=x", "wait=1&since=x")] == [400] * 2)
+    answer = host.ask("HEAD /v1/events")
+    checks.expect("HEAD /v1/events is answered at once", answer.status == 200 and
+                  answer.headers.get("content-type") == "text/event-stream", answer)
     poll = host.head("GET /v1/status?wait=60 HTTP/1.1", f"Origin: {ALLOWED}")
     waiting = [host.connect() for _ in range(MOST_WAITING + 1)]
     for connection in waiting:

@@ -6,6 +6,7 @@ check_host.py [--report FILE] -- COMMAND...
 COMMAND starts the host. Exit status 0: every check passed. FILE receives the counts.
 """
 
+import difflib
 import json
 import pathlib
 import re
@@ -21,6 +22,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "bindings"))
 from generator.reader import read_sdk  # pylint: disable=wrong-import-position
 
+TEXTS = pathlib.Path(__file__).parent / "texts"
 CA_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 
 
@@ -149,14 +151,14 @@ def check_command_line(checks, host, folder):
     checks.expect("help tells the exit statuses", len(text.splitlines()) == 8, text)
     _, text = host.run("help", "p12", "create")
     checks.expect("help on a command mentions OpenSSL's -legacy", "-legacy" in text, text)
-    (folder / "page.1").write_text(host.run("help", "--man")[1])
+    check_own_texts(checks, host)
     (folder / "completion").write_text(host.run("help", "--bash-completion")[1])
     complete = subprocess.run(
         ["bash", "-c", "source ./completion; COMP_WORDS=(vexahost p12 create --ce); COMP_CWORD=3; "
                        "_vexahost; echo \"${COMPREPLY[@]}\""],
         cwd=folder, capture_output=True, text=True, check=False)
     checks.expect("bash completes an option", complete.stdout == "--cert\n", complete)
-    page = (folder / "page.1").read_text()
+    page = host.run("help", "--man")[1]
     checks.expect("the manual page has commands and exit statuses",
                   ".SS ca issue" in page and ".SH EXIT STATUS" in page, page[:200])
     checks.expect("... what an option takes, and the date of the version",
@@ -165,6 +167,20 @@ def check_command_line(checks, host, folder):
     checks.expect("... and describes --help once", page.count("\\-\\-help") == 1, page)
     _, text = host.run("help", "ca", "issue")
     checks.expect("help on a command shows how to call it", "vexahost ca issue [" in text, text)
+
+
+def check_own_texts(checks, host):
+    """What the host says about itself stands in files word for word, so that no change slips in."""
+    for arguments, name in [(["--man"], "manual.1"), (["--bash-completion"], "completion.bash"),
+                            (["pkcs12"], "pkcs12.txt"), (["exit-status"], "exit-status.txt")]:
+        status, text = host.run("help", *arguments)
+        text = re.sub(r'^(\.TH VEXAHOST 1) \S+ "vexahost [0-9.]+"', r'\1 DATE "vexahost VERSION"', text)
+        expected = (TEXTS / name).read_text(encoding="utf-8")
+        difference = "\n".join(difflib.unified_diff(expected.splitlines(), text.splitlines(), name,
+                                                    "said", lineterm="", n=0))
+        checks.expect(f"help {arguments[0]} says what is in {name}", status == 0 and
+                      text == expected, difference)
+    checks.expect("help alone is what --help says", host.run("help") == host.run("--help"))
 
 
 def check_texts_beyond_ascii(checks, host, folder):
@@ -204,6 +220,12 @@ def check_pkcs12(checks, host, folder):
     checks.expect("... the friendly names", "friendlyName: Jane's key" in text
                   and "friendlyName: Test Root" in text, text)
     checks.expect("... and the local key id twice", text.count("localKeyID: 01") == 2, text)
+    status, _ = host.run("p12", "open", "ours.p12", "--password-file", "pw", "--certs-out",
+                         "chain.pem")
+    checks.expect("p12 open writes the certificates", status == 0 and
+                  (folder / "chain.pem").read_text() ==
+                  (folder / "jane.pem").read_text() + (folder / "ca.pem").read_text(),
+                  (folder / "chain.pem").read_text())
     nss = subprocess.run(["pk12util", "-l", "ours.p12", "-w", "pw"], cwd=folder,
                          capture_output=True, check=False)
     checks.expect("NSS opens it", nss.returncode == 0 and b"Test Root" in nss.stdout,

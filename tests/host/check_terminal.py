@@ -6,6 +6,7 @@ check_terminal.py [--report FILE] -- COMMAND...
 COMMAND starts the host. Exit status 0: every check passed. FILE receives the counts.
 """
 
+import contextlib
 import json
 import os
 import pathlib
@@ -126,6 +127,27 @@ def check_output(checks, host):
     checks.expect("proxy --json, too", status == 0 and json.loads(text)["why"], text)
 
 
+def check_proxies(checks, host, folder):
+    """Proxies come from the environment here."""
+    settings = {"http_proxy": "proxy.example:3128", "no_proxy": "local.example"}
+    os.environ.update(settings)
+    try:
+        for url, decision in [("http://a.example/", "proxy proxy.example:3128"),
+                              ("http://local.example/", "direct (no usable setting)")]:
+            status, text = host.run("proxy", url)
+            checks.expect(f"proxy {url} is {decision}", status == 0 and decision in text, text)
+        with serving(host, folder) as (port, token):
+            for url, decision in [("http://a.example/", {"decision": "proxy",
+                                                         "proxy": "proxy.example:3128"}),
+                                  ("http://local.example/", {"decision": "none"})]:
+                answer = json.loads(fetch(f"http://127.0.0.1:{port}/v1/proxy?url={url}", token))
+                told = {name: answer[name] for name in ("decision", "proxy") if name in answer}
+                checks.expect(f"the endpoint says so of {url}", told == decision, answer)
+    finally:
+        for name in settings:
+            del os.environ[name]
+
+
 def check_strange_names(checks, host):
     """A name of a file may be anything; what is told about it can be read and is harmless."""
     for name, shown in [(b"no\xc3\xa4", "noä"), (b"no\xf0\x9f\x98\x80", "no😀"),
@@ -146,10 +168,29 @@ def check_busy_port(checks, host):
                       (status, host.error))
 
 
-def fetch(url):
+@contextlib.contextmanager
+def serving(host, folder):
+    """The port and the token of an endpoint, which is stopped at the end."""
+    ready = folder / "ready"
+    with subprocess.Popen([*host.command, "serve", "--port", "0", "--ready-file", str(ready)],
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True) as process:
+        token = (process.stdout.readline() + process.stdout.readline()).split("#token=")[1].strip()
+        try:
+            yield json.loads(ready.read_text())["port"], token
+        finally:
+            process.send_signal(signal.SIGINT)
+            process.stdout.read()
+            process.wait(SECONDS)
+
+
+def fetch(url, token=""):
     """The body of the answer, whatever its status."""
+    request = urllib.request.Request(url, headers={"Authorization": f"Bearer {token}"})
+    # Past the proxies of this process's environment.
+    opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
     try:
-        with urllib.request.urlopen(url, timeout=SECONDS) as answer:
+        with opener.open(request, timeout=SECONDS) as answer:
             return answer.read().decode()
     except urllib.error.HTTPError as error:
         return error.read().decode()
@@ -183,6 +224,7 @@ def check(checks, options):
         check_monitor(checks, host, folder)
         check_stores(checks, host)
         check_output(checks, host)
+        check_proxies(checks, host, folder)
         check_strange_names(checks, host)
         check_busy_port(checks, host)
         check_endpoint_texts(checks, host, folder)

@@ -61,6 +61,13 @@ TEST_P(Access, IsJudged) {
   head.fetchSite = GetParam().fetchSite;
   const std::optional<Refusal> refusal = AccessPolicy(8420, allowed_).judge(head);
   EXPECT_EQ(refusal ? refusal->status : 200, GetParam().status);
+  if (refusal) {
+    const std::string_view reason =
+        refusal->status == 421 ? "this endpoint is 127.0.0.1, localhost or [::1], with its port"
+        : head.origin          ? "this origin is not allowed"
+                               : "requests from other sites must name their origin";
+    EXPECT_EQ(refusal->detail, reason);
+  }
 }
 INSTANTIATE_TEST_SUITE_P(Policy, Access, ::testing::ValuesIn(kCases),
                          [](const auto& row) { return std::string(row.param.name); });

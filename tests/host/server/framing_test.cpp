@@ -23,6 +23,11 @@ uint32_t statusOf(const std::string& block) {
   return refusal != nullptr ? refusal->status : 200;
 }
 
+void expectRefusal(const HeadScanner& scanner, uint32_t status, std::string_view detail) {
+  EXPECT_EQ(scanner.refusal().status, status);
+  EXPECT_EQ(scanner.refusal().detail, detail);
+}
+
 // --- where a block ends ------------------------------------------------------------------------
 
 TEST(HeadScanner, FindsTheEndAtEverySplit) {
@@ -64,7 +69,7 @@ TEST(HeadScanner, TakesABlockUpToTheLimit) {
   block.insert(block.size() - 4, "a");
   scanner = {};
   EXPECT_EQ(scanner.scan(block), Result::kRefused);
-  EXPECT_EQ(scanner.refusal().status, 431u);
+  expectRefusal(scanner, 431, "the header block is too large");
 }
 
 TEST(HeadScanner, RefusesABlockWithoutEndAboveTheLimit) {
@@ -72,7 +77,7 @@ TEST(HeadScanner, RefusesABlockWithoutEndAboveTheLimit) {
   HeadScanner scanner;
   EXPECT_EQ(scanner.scan(std::string_view(bytes).substr(0, kMostHeadBytes)), Result::kMoreNeeded);
   EXPECT_EQ(scanner.scan(bytes), Result::kRefused);
-  EXPECT_EQ(scanner.refusal().status, 431u);
+  expectRefusal(scanner, 431, "the header block is too large");
 }
 
 TEST(HeadScanner, RefusesEmptyLinesWithoutEnd) {
@@ -89,7 +94,7 @@ TEST(HeadScanner, RefusesWhatIsNotHttpAtItsFirstByte) {
        {"\x16\x03\x01", " GET / HTTP/1.1\r\n\r\n", "\t", "(", "\n"}) {
     HeadScanner scanner;
     EXPECT_EQ(scanner.scan(bytes), Result::kRefused) << bytes;
-    EXPECT_EQ(scanner.refusal().status, 400u);
+    expectRefusal(scanner, 400, "this is not HTTP");
   }
 }
 
@@ -97,7 +102,7 @@ TEST(HeadScanner, RefusesLinesThatEndWithoutCarriageReturn) {
   for (const std::string_view bytes : {"GET / HTTP/1.1\n", "GET / HTTP/1.1\r\nA: b\n\r\n"}) {
     HeadScanner scanner;
     EXPECT_EQ(scanner.scan(bytes), Result::kRefused) << bytes;
-    EXPECT_EQ(scanner.refusal().status, 400u);
+    expectRefusal(scanner, 400, "a line ends without a carriage return");
   }
 }
 
@@ -108,6 +113,7 @@ struct RefusedCase {
   const char* line;
   const char* headers;
   uint32_t status;
+  std::string_view detail;
 };
 void PrintTo(const RefusedCase& value, std::ostream* out) { *out << value.name; }
 
@@ -115,49 +121,68 @@ constexpr char kGet[] = "GET / HTTP/1.1";
 constexpr char kPost[] = "POST / HTTP/1.1";
 
 constexpr RefusedCase kRefused[] = {
-    {"OneWord", "NONSENSE", "", 400},
-    {"TwoWords", "GET /", "", 400},
-    {"NoTarget", "GET  HTTP/1.1", "", 400},
-    {"BlankInTarget", "GET /a b HTTP/1.1", "", 400},
-    {"ControlInTarget", "GET /\x01 HTTP/1.1", "", 400},
-    {"TargetWithoutSlash", "GET a HTTP/1.1", "", 400},
-    {"Connect", "CONNECT localhost:80 HTTP/1.1", "", 400},
-    {"AsteriskNotForGet", "GET * HTTP/1.1", "", 400},
-    {"AbsoluteWithoutPath", "GET http://localhost HTTP/1.1", "", 400},
-    {"MethodNoToken", "G(T / HTTP/1.1", "", 400},
-    {"VersionCutShort", "GET / HTTP/1", "", 400},
-    {"VersionWithLetter", "GET / HTTP/1.x", "", 400},
-    {"VersionLowerCase", "GET / http/1.1", "", 400},
-    {"Version2", "GET / HTTP/2.0", "", 505},
-    {"Version0", "GET / HTTP/0.9", "", 505},
-    {"HostTwice", kGet, "Host: localhost\r\n", 400},
-    {"OriginTwice", kGet, "Origin: a\r\nOrigin: b\r\n", 400},
-    {"NoColon", kGet, "nonsense\r\n", 400},
-    {"EmptyName", kGet, ": v\r\n", 400},
-    {"BlankBeforeColon", kGet, "Content-Length : 5\r\n", 400},
-    {"FoldedLine", kGet, "X: a\r\n b\r\n", 400},
-    {"ControlInValue", kGet, "X: a\x01\r\n", 400},
-    {"CarriageReturnInValue", kGet, "X: a\rb\r\n", 400},
-    {"LengthNegative", kPost, "Content-Length: -1\r\n", 400},
-    {"LengthWithSign", kPost, "Content-Length: +5\r\n", 400},
-    {"LengthWithLetters", kPost, "Content-Length: 12abc\r\n", 400},
-    {"LengthHexadecimal", kPost, "Content-Length: 0x10\r\n", 400},
-    {"LengthEmpty", kPost, "Content-Length:\r\n", 400},
-    {"LengthsConflict", kPost, "Content-Length: 5\r\nContent-Length: 6\r\n", 400},
-    {"LengthsDoubled", kPost, "Content-Length: 5\r\nContent-Length: 5\r\n", 400},
-    {"LengthsInOneLine", kPost, "Content-Length: 5, 5\r\n", 400},
-    {"LengthOverLimit", kPost, "Content-Length: 1001\r\n", 413},
-    {"LengthOver64Bits", kPost, "Content-Length: 18446744073709551621\r\n", 413},
-    {"LengthOverAllBits", kPost, "Content-Length: 99999999999999999999999999999\r\n", 413},
-    {"Chunked", kPost, "Transfer-Encoding: chunked\r\n", 501},
-    {"OtherCoding", kPost, "transfer-encoding: gzip, chunked\r\n", 501},
-    {"ChunkedWithLength", kPost, "Content-Length: 5\r\nTransfer-Encoding: chunked\r\n", 400},
-    {"OtherExpectation", kPost, "Expect: tea\r\n", 417},
+    {"OneWord", "NONSENSE", "", 400, "no request line that can be read"},
+    {"TwoWords", "GET /", "", 400, "no request line that can be read"},
+    {"NoTarget", "GET  HTTP/1.1", "", 400, "the request target cannot be read"},
+    {"BlankInTarget", "GET /a b HTTP/1.1", "", 400, "the request target cannot be read"},
+    {"ControlInTarget", "GET /\x01 HTTP/1.1", "", 400, "the request target cannot be read"},
+    {"TargetWithoutSlash", "GET a HTTP/1.1", "", 400, "the request target is not a path"},
+    {"Connect", "CONNECT localhost:80 HTTP/1.1", "", 400, "the request target is not a path"},
+    {"AsteriskNotForGet", "GET * HTTP/1.1", "", 400, "the request target is not a path"},
+    {"AbsoluteWithoutPath", "GET http://localhost HTTP/1.1", "", 400,
+     "the request target has no path"},
+    {"MethodNoToken", "G(T / HTTP/1.1", "", 400, "no request line that can be read"},
+    {"VersionCutShort", "GET / HTTP/1", "", 400, "no request line that can be read"},
+    {"VersionWithLetter", "GET / HTTP/1.x", "", 400, "no request line that can be read"},
+    {"VersionLowerCase", "GET / http/1.1", "", 400, "no request line that can be read"},
+    {"Version2", "GET / HTTP/2.0", "", 505, "the version of HTTP is not 1.0 or 1.1"},
+    {"Version0", "GET / HTTP/0.9", "", 505, "the version of HTTP is not 1.0 or 1.1"},
+    {"HostTwice", kGet, "Host: localhost\r\n", 400, "a header that may come once comes twice"},
+    {"OriginTwice", kGet, "Origin: a\r\nOrigin: b\r\n", 400,
+     "a header that may come once comes twice"},
+    {"NoColon", kGet, "nonsense\r\n", 400, "a header line cannot be read"},
+    {"EmptyName", kGet, ": v\r\n", 400, "a header line cannot be read"},
+    {"BlankBeforeColon", kGet, "Content-Length : 5\r\n", 400, "a header line cannot be read"},
+    {"FoldedLine", kGet, "X: a\r\n b\r\n", 400, "a header line cannot be read"},
+    {"ControlInValue", kGet, "X: a\x01\r\n", 400, "a header line cannot be read"},
+    {"CarriageReturnInValue", kGet, "X: a\rb\r\n", 400, "a header line cannot be read"},
+    {"LengthNegative", kPost, "Content-Length: -1\r\n", 400,
+     "the length of the body is not a number"},
+    {"LengthWithSign", kPost, "Content-Length: +5\r\n", 400,
+     "the length of the body is not a number"},
+    {"LengthWithLetters", kPost, "Content-Length: 12abc\r\n", 400,
+     "the length of the body is not a number"},
+    {"LengthHexadecimal", kPost, "Content-Length: 0x10\r\n", 400,
+     "the length of the body is not a number"},
+    {"LengthEmpty", kPost, "Content-Length:\r\n", 400, "the length of the body is not a number"},
+    {"LengthsConflict", kPost, "Content-Length: 5\r\nContent-Length: 6\r\n", 400,
+     "two lengths are given for the body"},
+    {"LengthsDoubled", kPost, "Content-Length: 5\r\nContent-Length: 5\r\n", 400,
+     "two lengths are given for the body"},
+    {"LengthsInOneLine", kPost, "Content-Length: 5, 5\r\n", 400,
+     "the length of the body is not a number"},
+    {"LengthOverLimit", kPost, "Content-Length: 1001\r\n", 413, "the body is too large"},
+    {"LengthOver64Bits", kPost, "Content-Length: 18446744073709551621\r\n", 413,
+     "the body is too large"},
+    {"LengthOverAllBits", kPost, "Content-Length: 99999999999999999999999999999\r\n", 413,
+     "the body is too large"},
+    {"Chunked", kPost, "Transfer-Encoding: chunked\r\n", 501,
+     "transfer codings are not taken; send a Content-Length"},
+    {"OtherCoding", kPost, "transfer-encoding: gzip, chunked\r\n", 501,
+     "transfer codings are not taken; send a Content-Length"},
+    {"ChunkedWithLength", kPost, "Content-Length: 5\r\nTransfer-Encoding: chunked\r\n", 400,
+     "the length of the body is ambiguous"},
+    {"OtherExpectation", kPost, "Expect: tea\r\n", 417, "this expectation cannot be met"},
 };
 
 class HeadRefused : public ::testing::TestWithParam<RefusedCase> {};
-TEST_P(HeadRefused, WithItsStatus) {
-  EXPECT_EQ(statusOf(request(GetParam().headers, GetParam().line)), GetParam().status);
+TEST_P(HeadRefused, WithItsStatusAndItsReason) {
+  const std::string block = request(GetParam().headers, GetParam().line);
+  const auto result = parsed(block);
+  const auto* const refusal = std::get_if<Refusal>(&result);
+  ASSERT_NE(refusal, nullptr);
+  EXPECT_EQ(refusal->status, GetParam().status);
+  EXPECT_EQ(refusal->detail, GetParam().detail);
 }
 INSTANTIATE_TEST_SUITE_P(Framing, HeadRefused, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
@@ -165,6 +190,8 @@ INSTANTIATE_TEST_SUITE_P(Framing, HeadRefused, ::testing::ValuesIn(kRefused),
 TEST(Head, HostMayBeMissingInHttp10Only) {
   EXPECT_EQ(statusOf("GET / HTTP/1.0\r\n\r\n"), 200u);
   EXPECT_EQ(statusOf("GET / HTTP/1.1\r\n\r\n"), 400u);
+  EXPECT_EQ(std::get<Refusal>(parsed("GET / HTTP/1.1\r\n\r\n")).detail,
+            std::string_view("the Host header is missing"));
 }
 
 TEST(Head, CodingsDoNotExistInHttp10) {
@@ -173,7 +200,8 @@ TEST(Head, CodingsDoNotExistInHttp10) {
 
 TEST(Head, ABlockThatIsNotWholeIsRefused) {
   EXPECT_EQ(statusOf(""), 400u);
-  EXPECT_EQ(statusOf("GET / HTTP/1.1\r\nHost: localhost\r\n"), 400u);
+  EXPECT_EQ(std::get<Refusal>(parsed("GET / HTTP/1.1\r\nHost: localhost\r\n")).detail,
+            std::string_view("the header block is not whole"));
 }
 
 TEST(Head, TellsWhatDecides) {
