@@ -43,6 +43,27 @@ const char* problemOf(uint8_t stringTag, bool isCountry, ByteView value) {
   }
 }
 
+// The same for the DER of a value.
+const char* problemOfElement(const DerElement& element) {
+  constexpr uint8_t kClassAndForm = 0xE0;
+  constexpr uint8_t kConstructedUniversal = 0x20;
+  switch (element.tag) {
+    case kPrintableString:
+    case kIa5String:
+    case kUtf8String:
+      return problemOf(element.tag, false, element.content) == nullptr
+                 ? nullptr
+                 : "behind \"#\" stands a text with bytes that its type does not have";
+    case kSequence:
+    case kSet:
+      return nullptr;
+    default:  // X.690, 10.2
+      return (element.tag & kClassAndForm) != kConstructedUniversal
+                 ? nullptr
+                 : "behind \"#\" stands a value in pieces, which is not DER";
+  }
+}
+
 // Steps answer false when the text is malformed, and reason() says why.
 class NameTextReader {
  public:
@@ -153,7 +174,7 @@ class NameTextReader {
     Bytes value;
     if (takeChar('#')) {
       if (!hexString(value)) {
-        return refuse("behind \"#\" stands something that is not the DER of one value");
+        return false;
       }
       writer.element(value);
       return true;
@@ -178,8 +199,16 @@ class NameTextReader {
   bool hexString(Bytes& out) {
     while (takeHexPair(out)) {
     }
+    if (out.failed()) {
+      return true;
+    }
     DerReader reader(out.view());
-    return out.failed() || (reader.takeAny() && reader.atEnd());
+    const std::optional<DerElement> element = reader.takeAny();
+    if (!element || !reader.atEnd()) {
+      return refuse("behind \"#\" stands something that is not the DER of one value");
+    }
+    const char* const problem = problemOfElement(*element);
+    return problem == nullptr || refuse(problem);
   }
 
   bool string(Bytes& out) {

@@ -148,7 +148,7 @@ TEST_F(NameTest, WhatIsNotUtf8IsRefusedWhateverAllocationFails) {
 TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
   for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "CN=b+OU=a,DC=x", "CN=\\#x\\ ",
                            "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen",
-                           "CN=", "1.2.3.4=#0C0141", "CN=#020105"}) {
+                           "CN=", "1.2.3.4=#0C0141", "CN=#020105", "CN=#3000", "CN=#3100"}) {
     EXPECT_EQ(text(name(each).get()), each);
   }
 }
@@ -185,7 +185,12 @@ TEST_F(NameTest, ValuesThatTheirTypeDoesNotAllowAreRefusedAndSayWhy) {
            Refusal{"CN=a+CN=b", "a type stands twice"},
            Refusal{"CN", "a part has no"},
            Refusal{"XX=y", "a type is neither"},
-           Refusal{"CN=#0C", "behind \"#\" stands"},
+           Refusal{"CN=#0C", "behind \"#\" stands something that is not the DER"},
+           Refusal{"CN=#2C00", "behind \"#\" stands a value in pieces"},
+           Refusal{"CN=#24020400", "behind \"#\" stands a value in pieces"},
+           Refusal{"CN=#0C02C328", "behind \"#\" stands a text with bytes"},
+           Refusal{"CN=#13012A", "behind \"#\" stands a text with bytes"},
+           Refusal{"DC=#1601E4", "behind \"#\" stands a text with bytes"},
            Refusal{"CN=\\zz", "a backslash stands"},
            Refusal{"CN=a;b", "a special character"},
        }) {
