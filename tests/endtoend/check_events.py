@@ -8,6 +8,7 @@ receives the counts.
 """
 
 import os
+import pathlib
 import subprocess
 import sys
 
@@ -18,6 +19,17 @@ NAMESPACE = f"vexa-events-{os.getpid()}"
 
 def ip(*arguments):
     return subprocess.run(["ip", *arguments], capture_output=True, check=False).returncode == 0
+
+
+def check_addresses(checks, command):
+    """In the namespace, whose loopback loses its second address for a while."""
+    setting = pathlib.Path("/proc/sys/net/ipv6/conf/lo/disable_ipv6")
+    setting.write_text("1")
+    host = Host(command)
+    checks.expect("without IPv6 it serves all the same", host.wait_until_up() and
+                  host.ask("/v1/info").status == 200, host.lines)
+    checks.expect("... and ends well", host.stop() == 0, host.lines)
+    setting.write_text("0")
 
 
 def check_inside(checks, command):
@@ -50,6 +62,7 @@ def check_inside(checks, command):
 
 def check(checks, options):
     if options.inside:
+        check_addresses(checks, options.command)
         check_inside(checks, options.command)
     elif ip("netns", "add", NAMESPACE) and ip("-n", NAMESPACE, "link", "set", "lo", "up"):
         report = ["--report", str(options.report)] if options.report else []

@@ -160,6 +160,11 @@ def check_strange_names(checks, host):
 
 
 def check_busy_port(checks, host):
+    with socket.create_server(("::1", 0), family=socket.AF_INET6) as busy:
+        port = busy.getsockname()[1]
+        status, _ = host.run("serve", "--port", str(port))
+        checks.expect("... and one that is busy at [::1] alone", status == 7 and
+                      f"port {port}: another program has it" in host.error, (status, host.error))
     with socket.create_server(("127.0.0.1", 0)) as busy:
         port = busy.getsockname()[1]
         status, _ = host.run("serve", "--port", str(port))
