@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstdarg>
+#include <cstdio>
+#include <map>
+
 #include "proxy_fixture.h"
 #include "support/sweep.h"
 
@@ -391,6 +395,29 @@ TEST_F(ProxyTest, EveryTextOfWinHttpIsFreed) {
   world.bypass = u"<local>";
   EXPECT_EQ(ask(world, kSite).result, kOk);
   EXPECT_EQ(winHttp().textsHandedOut(), 6);  // ask has seen that none is left
+}
+
+// How many texts of WinHTTP's there are when a message is written, by the message's first word.
+std::map<std::string, int> textsAtMessage;
+void countTexts(uint32_t, const char*, uint64_t, const char* format, ...) {
+  char text[256] = {};
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text, sizeof(text), format, arguments);
+  va_end(arguments);
+  const std::string message(text);
+  textsAtMessage[message.substr(0, message.find(' '))] = FakeWinHttp::instance().liveTexts();
+}
+
+TEST_F(ProxyTest, TheSettingsAreFreedBeforeTheAnswerIsTold) {
+  textsAtMessage.clear();
+  spy.notify.Message = countTexts;
+  ProxyWorld world = twoScripts(named(u"q:1"), named(u"r:2"));
+  world.proxy = u"p:80";
+  world.bypass = u"<local>";
+  EXPECT_EQ(ask(world, kSite).proxy, u"q:1");
+  EXPECT_EQ(textsAtMessage["PAC"], 5) << "two scripts, two settings and the answer";
+  EXPECT_EQ(textsAtMessage["Access"], 1) << "the answer alone";
 }
 
 TEST_F(ProxyTest, TheListsOwnDescription) {
