@@ -3,11 +3,11 @@
 #include <cstring>
 
 #include "certs/certificate.h"
+#include "raw_certificates.h"
 #include "support/fake_certificate.h"
 #include "support/module_fixture.h"
 #include "support/sample_certificates.h"
 #include "support/sweep.h"
-#include "vexa/certificates.h"
 
 namespace vexa::test {
 namespace {
@@ -29,18 +29,18 @@ class Certificates : public ModuleTest {
   }
   void TearDown() override {
     if (container != nullptr) {
-      call<uint32_t>(container, 2);
+      raw::release(container);
     }
     ModuleTest::TearDown();
   }
   uint32_t count() {
     uint32_t number = 99;
-    EXPECT_EQ(call<int32_t>(container, 3, &number), kOk);
+    EXPECT_EQ(raw::getCount(container, &number), kOk);
     return number;
   }
   void* findOrAdd(Certificate* certificate) {
     void* wrapper = nullptr;
-    EXPECT_EQ(call<int32_t>(container, 6, certificate, &wrapper), kOk);
+    EXPECT_EQ(raw::findOrAdd(container, certificate, &wrapper), kOk);
     return wrapper;
   }
 
@@ -53,8 +53,8 @@ TEST_F(Certificates, FindOrAddTwiceGivesTheSameWrapper) {
   void* second = findOrAdd(samples.jane);
   EXPECT_EQ(first, second);
   EXPECT_EQ(count(), 1u);
-  EXPECT_EQ(call<uint32_t>(first, 2), 2u) << "container and second";
-  EXPECT_EQ(call<uint32_t>(second, 2), 1u);
+  EXPECT_EQ(raw::release(first), 2u) << "container and second";
+  EXPECT_EQ(raw::release(second), 1u);
 }
 
 TEST_F(Certificates, EveryWrapperIsFoundAgainNotTheFirstAlone) {
@@ -65,7 +65,7 @@ TEST_F(Certificates, EveryWrapperIsFoundAgainNotTheFirstAlone) {
   EXPECT_EQ(findOrAdd(samples.jane), first);
   EXPECT_EQ(count(), 2u);
   for (void* const wrapper : {first, first, second, second}) {
-    call<uint32_t>(wrapper, 2);
+    raw::release(wrapper);
   }
 }
 
@@ -75,8 +75,8 @@ TEST_F(Certificates, AnotherObjectOfEqualContentGivesTheFirstWrapper) {
   EXPECT_EQ(findOrAdd(equal), first);
   EXPECT_EQ(count(), 1u);
   EXPECT_EQ(referencesOf(equal), 1u) << "only a new wrapper takes a reference";
-  call<uint32_t>(first, 2);
-  call<uint32_t>(first, 2);
+  raw::release(first);
+  raw::release(first);
   auto* const object = reinterpret_cast<runtime::Object*>(equal);
   object->table->Release(object);
 }
@@ -85,9 +85,9 @@ TEST_F(Certificates, AWrapperHoldsOneReferenceUntilTheEnd) {
   const uint32_t before = referencesOf(samples.jane);
   void* wrapper = findOrAdd(samples.jane);
   EXPECT_EQ(referencesOf(samples.jane), before + 1);
-  call<uint32_t>(wrapper, 2);
+  raw::release(wrapper);
   EXPECT_EQ(referencesOf(samples.jane), before + 1) << "the container keeps it";
-  call<uint32_t>(container, 2);
+  raw::release(container);
   container = nullptr;
   stop();
   EXPECT_EQ(referencesOf(samples.jane), before);
@@ -97,30 +97,29 @@ TEST_F(Certificates, ItemsComeInTheOrderOfTheirComing) {
   void* jane = findOrAdd(samples.jane);
   void* root = findOrAdd(samples.root);
   void* item = nullptr;
-  ASSERT_EQ(call<int32_t>(container, 5, 1u, &item), kOk);
+  ASSERT_EQ(raw::getItem(container, 1u, &item), kOk);
   EXPECT_EQ(item, root);
-  EXPECT_EQ(call<uint32_t>(item, 2), 2u) << "GetItem added a reference";
-  ASSERT_EQ(call<int32_t>(container, 4, 0u, &IID_IAttributes, &item), kOk);
+  EXPECT_EQ(raw::release(item), 2u) << "GetItem added a reference";
+  ASSERT_EQ(raw::queryItem(container, 0u, IID_IAttributes, &item), kOk);
   EXPECT_EQ(item, jane);
-  call<uint32_t>(item, 2);
-  call<uint32_t>(jane, 2);
-  call<uint32_t>(root, 2);
+  raw::release(item);
+  raw::release(jane);
+  raw::release(root);
 }
 
 TEST_F(Certificates, GetItemAtTheCountIsInvalidAndGivesNull) {
   void* wrapper = findOrAdd(samples.jane);
   void* item = this;
-  EXPECT_EQ(call<int32_t>(container, 5, 1u, &item), kInvalidArgument);
+  EXPECT_EQ(raw::getItem(container, 1u, &item), kInvalidArgument);
   EXPECT_EQ(item, nullptr);
-  EXPECT_EQ(call<int32_t>(container, 3, static_cast<uint32_t*>(nullptr)), kNullPointer);
-  call<uint32_t>(wrapper, 2);
+  EXPECT_EQ(raw::getCount(container, nullptr), kNullPointer);
+  raw::release(wrapper);
 }
 
 TEST_F(Certificates, FindOrAddRefusesNull) {
-  EXPECT_EQ(call<int32_t>(container, 6, samples.jane, static_cast<void**>(nullptr)), kNullPointer);
+  EXPECT_EQ(raw::findOrAdd(container, samples.jane, nullptr), kNullPointer);
   void* wrapper = this;
-  EXPECT_EQ(call<int32_t>(container, 6, static_cast<Certificate*>(nullptr), &wrapper),
-            kInvalidArgument);
+  EXPECT_EQ(raw::findOrAdd(container, nullptr, &wrapper), kInvalidArgument);
   EXPECT_EQ(wrapper, nullptr);
   EXPECT_EQ(count(), 0u);
 }
@@ -130,7 +129,7 @@ TEST_F(Certificates, FindOrAddSurvivesEveryFailedAllocation) {
   for (uint64_t n = 1; n < 10; ++n) {
     allocation_gate::failAt(n, false);
     void* wrapper = nullptr;
-    const int32_t result = call<int32_t>(container, 6, samples.jane, &wrapper);
+    const int32_t result = raw::findOrAdd(container, samples.jane, &wrapper);
     const bool refused = allocation_gate::refused() != 0;
     allocation_gate::neverFail();
     if (refused) {
@@ -140,7 +139,7 @@ TEST_F(Certificates, FindOrAddSurvivesEveryFailedAllocation) {
       EXPECT_EQ(referencesOf(samples.jane), before);
     } else {
       EXPECT_EQ(result, kOk);
-      call<uint32_t>(wrapper, 2);
+      raw::release(wrapper);
       return;
     }
   }
@@ -155,7 +154,7 @@ class CertificateAttributes : public Certificates {
     wrapper = findOrAdd(samples.jane);
   }
   void TearDown() override {
-    call<uint32_t>(wrapper, 2);
+    raw::release(wrapper);
     Certificates::TearDown();
   }
 
@@ -167,7 +166,7 @@ TEST_F(CertificateAttributes, ServesWhatItKnowsAndSaysWhatItDoesNot) {
   AttributeRequest second{99, {}, 7, &third};
   AttributeRequest first{54, {}, 7, &second};
   second.value.pointer = this;
-  EXPECT_EQ(call<int32_t>(wrapper, 4, &first), kFalse);
+  EXPECT_EQ(raw::getAttributes(wrapper, &first), kFalse);
   EXPECT_EQ(first.found, 1);
   EXPECT_STREQ(spy.strings.GetText(&first.value.string), "CN=Authority,O=Orlind");
   EXPECT_EQ(second.found, 0);
@@ -181,11 +180,11 @@ TEST_F(CertificateAttributes, ServesWhatItKnowsAndSaysWhatItDoesNot) {
 
 TEST_F(CertificateAttributes, Attribute55IsTheSubjectAndAllServedGives0) {
   AttributeRequest request{55, {}, 0, nullptr};
-  EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kOk);
+  EXPECT_EQ(raw::getAttributes(wrapper, &request), kOk);
   EXPECT_EQ(request.found, 1);
   EXPECT_STREQ(spy.strings.GetText(&request.value.string), "CN=Jane,O=Orlind");
   spy.strings.Clear(&request.value.string);
-  EXPECT_EQ(call<int32_t>(wrapper, 4, static_cast<AttributeRequest*>(nullptr)), kOk);
+  EXPECT_EQ(raw::getAttributes(wrapper, nullptr), kOk);
 }
 
 TEST_F(CertificateAttributes, TheBlobSetterGetsBytesLengthAndCopyFlag0) {
@@ -198,7 +197,7 @@ TEST_F(CertificateAttributes, TheBlobSetterGetsBytesLengthAndCopyFlag0) {
   };
   copyFlag = 99;
   AttributeRequest request{56, {}, 0, nullptr};
-  EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kOk);
+  EXPECT_EQ(raw::getAttributes(wrapper, &request), kOk);
   EXPECT_EQ(target, &request.value.blob);
   EXPECT_EQ(copyFlag, 0u);
 }
@@ -212,28 +211,28 @@ TEST_F(CertificateAttributes, WithoutAnEncodingTheBlobIsNotServed) {
   made->AddRef();
   void* const object = static_cast<ICertificate*>(made);
   AttributeRequest request{kDerEncoding, {}, 7, nullptr};
-  EXPECT_EQ(call<int32_t>(object, 4, &request), kFalse) << "nor without a certificate";
+  EXPECT_EQ(raw::getAttributes(object, &request), kFalse) << "nor without a certificate";
   EXPECT_EQ(request.found, 0);
   made->wrap(fake);
   request.found = 7;
-  EXPECT_EQ(call<int32_t>(object, 4, &request), kFalse);
+  EXPECT_EQ(raw::getAttributes(object, &request), kFalse);
   EXPECT_EQ(request.found, 0);
-  EXPECT_EQ(call<uint32_t>(object, 2), 0u);
+  EXPECT_EQ(raw::release(object), 0u);
   EXPECT_EQ(fake.references, 1u);
 }
 
 TEST_F(CertificateAttributes, NothingCanBeWritten) {
   AttributeRequest request{54, {}, 7, nullptr};
-  EXPECT_EQ(call<int32_t>(wrapper, 3, &request), kAccessDenied);
+  EXPECT_EQ(raw::setAttributes(wrapper, &request), kAccessDenied);
   EXPECT_EQ(request.found, 7);
-  EXPECT_EQ(call<int32_t>(wrapper, 3, static_cast<AttributeRequest*>(nullptr)), kAccessDenied);
+  EXPECT_EQ(raw::setAttributes(wrapper, nullptr), kAccessDenied);
 }
 
 TEST_F(CertificateAttributes, IsEqualComparesContents) {
   Certificate* const equal = decodeAgain(samples.jane);
-  EXPECT_EQ(call<int32_t>(wrapper, 5, equal), 1);
-  EXPECT_EQ(call<int32_t>(wrapper, 5, samples.root), 0);
-  EXPECT_EQ(call<int32_t>(wrapper, 5, static_cast<Certificate*>(nullptr)), 0);
+  EXPECT_EQ(raw::isEqual(wrapper, equal), 1);
+  EXPECT_EQ(raw::isEqual(wrapper, samples.root), 0);
+  EXPECT_EQ(raw::isEqual(wrapper, nullptr), 0);
   auto* const object = reinterpret_cast<runtime::Object*>(equal);
   object->table->Release(object);
 }
@@ -242,7 +241,7 @@ TEST_F(CertificateAttributes, SurvivesEveryFailedAllocation) {
   sweepAllocations(spy, [this] {
     AttributeRequest second{55, {}, 0, nullptr};
     AttributeRequest first{54, {}, 0, &second};
-    const int32_t result = call<int32_t>(wrapper, 4, &first);
+    const int32_t result = raw::getAttributes(wrapper, &first);
     EXPECT_EQ(result == kOk, first.found == 1 && second.found == 1);
     spy.strings.Clear(&first.value.string);
     spy.strings.Clear(&second.value.string);

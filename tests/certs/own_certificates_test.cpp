@@ -5,15 +5,15 @@
 #include <vector>
 
 #include "pal/windows_api.h"
+#include "raw_certificates.h"
 #include "support/module_fixture.h"
 #include "support/sweep.h"
 #include "vexa/core.h"
-#include "vexa/own_certificates.h"
-#include "vexa/pse.h"
 
 namespace vexa::test {
 namespace {
 
+using raw::refresh;
 using runtime::AttributeRequest;
 using runtime::OwnCertificateList;
 using runtime::OwnCertificateRecord;
@@ -146,16 +146,15 @@ class OwnCertificates : public ModuleTest {
   }
 
   void* own() { return create(kOwnCertificatesClassName, IID_IOwnCertificates); }
-  static int32_t refresh(void* container) { return call<int32_t>(container, 6); }
   static uint32_t count(void* container) {
     uint32_t number = 99;
-    EXPECT_EQ(call<int32_t>(container, 3, &number), kOk);
+    EXPECT_EQ(raw::getCount(container, &number), kOk);
     return number;
   }
   static void* item(void* container, uint32_t index) {
     void* found = nullptr;
-    EXPECT_EQ(call<int32_t>(container, 5, index, &found), kOk);
-    call<uint32_t>(found, 2);
+    EXPECT_EQ(raw::getItem(container, index, &found), kOk);
+    raw::release(found);
     return found;
   }
 
@@ -174,13 +173,13 @@ TEST_F(OwnCertificates, ThePseOpensAContextWithItsParametersAndAsksItForThePse) 
   EXPECT_EQ(world.parameters.reserved3, nullptr);
   EXPECT_EQ(world.parameters.typeOperations, spy.commonTypes.typeOperations);
   EXPECT_EQ(world.parameters.reserved5, nullptr);
-  EXPECT_EQ(call<void*>(pse, 4), &world.context);
-  EXPECT_EQ(call<void*>(pse, 5), &world.pse);
+  EXPECT_EQ(raw::getContext(pse), &world.context);
+  EXPECT_EQ(raw::getPse(pse), &world.pse);
   void* const null = nullptr;
   for (int slotNumber = 6; slotNumber <= 12; ++slotNumber) {
     EXPECT_EQ(call<int32_t>(pse, slotNumber, null, null, null), kNotImplemented);
   }
-  call<uint32_t>(pse, 2);
+  raw::release(pse);
   world.calls.clear();
   stop();
   EXPECT_THAT(world.calls, ElementsAre("release PSE", "release context"));
@@ -192,16 +191,16 @@ TEST_F(OwnCertificates, ThePseIsOneObjectAndBindsNoTable) {
   void* second = create(kPseClassName, IID_IPse);
   EXPECT_EQ(first, second);
   EXPECT_THAT(spy.rootCallNames(), IsEmpty());
-  call<uint32_t>(first, 2);
-  call<uint32_t>(second, 2);
+  raw::release(first);
+  raw::release(second);
 }
 
 TEST_F(OwnCertificates, WithoutAContextThereIsNoPse) {
   world.hasContext = false;
   void* pse = create(kPseClassName, IID_IPse);
-  EXPECT_EQ(call<void*>(pse, 4), nullptr);
-  EXPECT_EQ(call<void*>(pse, 5), nullptr);
-  call<uint32_t>(pse, 2);
+  EXPECT_EQ(raw::getContext(pse), nullptr);
+  EXPECT_EQ(raw::getPse(pse), nullptr);
+  raw::release(pse);
 }
 
 TEST_F(OwnCertificates, TheAscListReachesThePse) {
@@ -222,8 +221,8 @@ TEST_F(OwnCertificates, TheFirstRequestBindsThePseTableOnce) {
   void* first = own();
   void* second = own();
   EXPECT_THAT(spy.rootCallNames(), ElementsAre("SEC_PSE_1"));
-  call<uint32_t>(first, 2);
-  call<uint32_t>(second, 2);
+  raw::release(first);
+  raw::release(second);
   spy.clearRootCalls();
   stop();
   EXPECT_EQ(spy.rootCallNames().front(), "-SEC_PSE_1");
@@ -237,7 +236,7 @@ TEST_F(OwnCertificates, AFailedBindingIsReturnedAsItStands) {
     EXPECT_EQ(out, nullptr);
   }
   spy.allowBindings();
-  call<uint32_t>(own(), 2);
+  raw::release(own());
 }
 
 // --- Refresh ---
@@ -245,14 +244,14 @@ TEST_F(OwnCertificates, AFailedBindingIsReturnedAsItStands) {
 TEST_F(OwnCertificates, TheContainerIsEmptyUntilTheFirstRefresh) {
   void* container = own();
   EXPECT_EQ(count(container), 0u);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, APseWithoutOwnCertificatesLeavesAnEmptyContainer) {
   void* container = own();
   EXPECT_EQ(refresh(container), kOk);
   EXPECT_EQ(count(container), 0u);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, WithoutAPseRefreshWorksOnAnEmptyList) {
@@ -260,7 +259,7 @@ TEST_F(OwnCertificates, WithoutAPseRefreshWorksOnAnEmptyList) {
   void* container = own();
   EXPECT_EQ(refresh(container), kOk);
   EXPECT_EQ(count(container), 0u);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, TheSameRecordKeepsItsObjectAndAVanishedOneIsReleased) {
@@ -279,10 +278,10 @@ TEST_F(OwnCertificates, TheSameRecordKeepsItsObjectAndAVanishedOneIsReleased) {
   EXPECT_EQ(item(container, 1), forB);
   EXPECT_THAT(world.released, testing::UnorderedElementsAre(&a, &b))
       << "a's wrapper went; the list's own reference to b went with the list";
-  EXPECT_EQ(call<int32_t>(item(container, 0), 6, &c), 1);
-  EXPECT_EQ(call<int32_t>(item(container, 0), 6, &a), 0);
+  EXPECT_EQ(raw::isSame(item(container, 0), &c), 1);
+  EXPECT_EQ(raw::isSame(item(container, 0), &a), 0);
   world.released.clear();
-  call<uint32_t>(container, 2);
+  raw::release(container);
   stop();
   EXPECT_THAT(world.released, testing::UnorderedElementsAre(&b, &c));
 }
@@ -295,7 +294,7 @@ TEST_F(OwnCertificates, ARecordListedTwiceGetsTwoWrappers) {
   ASSERT_EQ(refresh(container), kOk);
   ASSERT_EQ(count(container), 2u);
   EXPECT_NE(item(container, 0), item(container, 1));
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, AWrapperThatOutlivesTheEndDropsNothing) {
@@ -303,11 +302,11 @@ TEST_F(OwnCertificates, AWrapperThatOutlivesTheEndDropsNothing) {
   world.records = {&a};
   ASSERT_EQ(refresh(container), kOk);
   void* kept = nullptr;
-  ASSERT_EQ(call<int32_t>(container, 5, 0u, &kept), kOk);
-  call<uint32_t>(container, 2);
+  ASSERT_EQ(raw::getItem(container, 0u, &kept), kOk);
+  raw::release(container);
   stop();
   EXPECT_THAT(world.released, IsEmpty());
-  EXPECT_EQ(call<uint32_t>(kept, 2), 0u);
+  EXPECT_EQ(raw::release(kept), 0u);
   EXPECT_THAT(world.released, IsEmpty());
 }
 
@@ -319,7 +318,7 @@ TEST_F(OwnCertificates, AFailedListingForMemoryChangesNothing) {
   world.listResult = kOutOfMemory;
   EXPECT_EQ(refresh(container), kOutOfMemory);
   EXPECT_EQ(item(container, 0), before);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, RefreshSurvivesEveryFailedAllocation) {
@@ -339,7 +338,7 @@ TEST_F(OwnCertificates, RefreshSurvivesEveryFailedAllocation) {
     EXPECT_EQ(count(container), 0u);
   }
   EXPECT_EQ(count(container), 2u);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 #if !defined(_WIN32)  // the process heap of Windows cannot be made to fail
@@ -355,7 +354,7 @@ TEST_F(OwnCertificates, WithoutThePseObjectRefreshThrows) {
     EXPECT_EQ(error.Error(), kNullPointer);
   }
   allocation_gate::neverFail();
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 #endif
 
@@ -366,14 +365,14 @@ TEST_F(OwnCertificates, ANewRecordReleasesTheOneBeforeButNotItself) {
   world.records = {&a};
   ASSERT_EQ(refresh(container), kOk);
   void* const wrapper = item(container, 0);
-  EXPECT_EQ(call<int32_t>(wrapper, 5, &a), kOk);
+  EXPECT_EQ(raw::setRecord(wrapper, &a), kOk);
   EXPECT_THAT(world.released, IsEmpty());
-  EXPECT_EQ(call<int32_t>(wrapper, 6, &a), 1);
-  EXPECT_EQ(call<int32_t>(wrapper, 5, &b), kOk);
+  EXPECT_EQ(raw::isSame(wrapper, &a), 1);
+  EXPECT_EQ(raw::setRecord(wrapper, &b), kOk);
   EXPECT_THAT(world.released, ElementsAre(&a));
-  EXPECT_EQ(call<int32_t>(wrapper, 6, &a), 0);
-  EXPECT_EQ(call<int32_t>(wrapper, 6, &b), 1);
-  call<uint32_t>(container, 2);
+  EXPECT_EQ(raw::isSame(wrapper, &a), 0);
+  EXPECT_EQ(raw::isSame(wrapper, &b), 1);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, AnItemAnswersForItsAttributesAndNothingElse) {
@@ -381,12 +380,12 @@ TEST_F(OwnCertificates, AnItemAnswersForItsAttributesAndNothingElse) {
   world.records = {&a};
   ASSERT_EQ(refresh(container), kOk);
   void* found = nullptr;
-  EXPECT_EQ(call<int32_t>(container, 4, 0u, &IID_IAttributes, &found), kOk);
+  EXPECT_EQ(raw::queryItem(container, 0u, IID_IAttributes, &found), kOk);
   EXPECT_EQ(found, item(container, 0));
-  call<uint32_t>(found, 2);
-  EXPECT_EQ(call<int32_t>(container, 4, 0u, &IID_IContainerRO, &found), kNoInterface);
+  raw::release(found);
+  EXPECT_EQ(raw::queryItem(container, 0u, IID_IContainerRO, &found), kNoInterface);
   EXPECT_EQ(found, nullptr);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 // --- Attributes ---
@@ -396,12 +395,12 @@ TEST_F(OwnCertificates, WithoutARecordNothingIsServed) {
   world.records = {&a};
   ASSERT_EQ(refresh(container), kOk);
   void* const wrapper = item(container, 0);
-  EXPECT_EQ(call<int32_t>(wrapper, 5, static_cast<void*>(nullptr)), kOk);
+  EXPECT_EQ(raw::setRecord(wrapper, nullptr), kOk);
   AttributeRequest request{kOwnField1, {}, 7, nullptr};
-  EXPECT_EQ(call<int32_t>(wrapper, 4, &request), kFalse);
+  EXPECT_EQ(raw::getAttributes(wrapper, &request), kFalse);
   EXPECT_EQ(request.found, 0);
   EXPECT_EQ(request.value.pointer, nullptr);
-  call<uint32_t>(container, 2);
+  raw::release(container);
 }
 
 TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
@@ -417,7 +416,7 @@ TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
   AttributeRequest request240{240, {}, 7, &unknown};
   AttributeRequest request58{58, {}, 7, &request240};
   AttributeRequest request13{13, {}, 7, &request58};
-  EXPECT_EQ(call<int32_t>(wrapper, 4, &request13), kFalse);
+  EXPECT_EQ(raw::getAttributes(wrapper, &request13), kFalse);
   EXPECT_EQ(request13.found, 1);
   EXPECT_EQ(request13.value.pointer, nullptr);
   EXPECT_EQ(request58.found, 1);
@@ -427,8 +426,8 @@ TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
   EXPECT_EQ(request240.value.pointer, &first);
   EXPECT_EQ(first.references, 2u);
   EXPECT_EQ(unknown.found, 0);
-  EXPECT_EQ(call<int32_t>(wrapper, 3, &request13), kAccessDenied);
-  call<uint32_t>(container, 2);
+  EXPECT_EQ(raw::setAttributes(wrapper, &request13), kAccessDenied);
+  raw::release(container);
 }
 
 }  // namespace
