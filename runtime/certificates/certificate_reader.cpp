@@ -15,27 +15,22 @@ class CertificateReader {
 
   // Certificate = SEQUENCE { tbsCertificate, signatureAlgorithm, signature BIT STRING }
   int32_t read() {
-    const auto outer = derContent(certificate_.encoding.view(), kSequence);
-    if (!outer) {
+    const auto fields =
+        derSequence(certificate_.encoding.view(), {kSequence, kSequence, kBitString});
+    if (!fields) {
       return kFail;
     }
-    DerReader reader(*outer);
-    const auto signedPart = reader.take(kSequence);
-    const auto algorithm = reader.take(kSequence);
-    const auto signature = reader.take(kBitString);
-    if (!signedPart || !algorithm || !signature || !reader.atEnd()) {
-      return kFail;
-    }
-    const auto identifier = readAlgorithm(algorithm->content);
-    const auto signatureBytes = derBitStringBytes(signature->content);
+    const auto& [signedPart, algorithm, signature] = *fields;
+    const auto identifier = readAlgorithm(algorithm.content);
+    const auto signatureBytes = derBitStringBytes(signature.content);
     if (!identifier || !signatureBytes) {
       return kFail;
     }
-    certificate_.signedPart = signedPart->whole;
+    certificate_.signedPart = signedPart.whole;
     certificate_.signatureAlgorithm = *identifier;
     certificate_.signature = *signatureBytes;
-    algorithm_ = algorithm->whole;
-    return signedFields(DerReader(signedPart->content));
+    algorithm_ = algorithm.whole;
+    return signedFields(DerReader(signedPart.content));
   }
 
  private:
@@ -123,15 +118,11 @@ class CertificateReader {
   // SubjectPublicKeyInfo = SEQUENCE { algorithm, subjectPublicKey BIT STRING }
   int32_t publicKey(DerReader& reader) {
     const auto sequence = reader.take(kSequence);
-    if (!sequence) {
-      return kFail;
-    }
-    DerReader fields(sequence->content);
-    const auto identifier = fields.take(kSequence);
-    const auto bits = fields.take(kBitString);
-    const auto algorithm = identifier ? readAlgorithm(identifier->content) : std::nullopt;
-    const auto bytes = bits ? derBitStringBytes(bits->content) : std::nullopt;
-    if (!algorithm || !bytes || bytes->empty() || !fields.atEnd()) {
+    const auto fields =
+        sequence ? derFields(sequence->content, {kSequence, kBitString}) : std::nullopt;
+    const auto algorithm = fields ? readAlgorithm((*fields)[0].content) : std::nullopt;
+    const auto bytes = fields ? derBitStringBytes((*fields)[1].content) : std::nullopt;
+    if (!algorithm || !bytes || bytes->empty()) {
       return kFail;
     }
     return assignPublicKey(&certificate_.publicKey, *algorithm, *bytes);

@@ -27,6 +27,18 @@ std::optional<ByteView> derContent(ByteView bytes, uint8_t tag) {
   return element->content;
 }
 
+bool takeDerFields(ByteView bytes, std::span<const uint8_t> tags, std::span<DerElement> fields) {
+  DerReader reader(bytes);
+  for (size_t i = 0; i < tags.size(); ++i) {
+    const auto field = reader.take(tags[i]);
+    if (!field) {
+      return false;
+    }
+    fields[i] = *field;
+  }
+  return reader.atEnd();
+}
+
 std::optional<uint32_t> derSmallInteger(ByteView content) {
   if (content.empty() || content.size() > 4 || content[0] >= 0x80) {
     return std::nullopt;

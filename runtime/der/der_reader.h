@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <optional>
+#include <span>
 
 #include "runtime/bytes.h"
 #include "runtime/der/der_tags.h"
@@ -32,6 +34,22 @@ class DerReader {
 
 // The content of the one element with `tag` that `bytes` consist of.
 std::optional<ByteView> derContent(ByteView bytes, uint8_t tag);
+
+// Elements with these tags, one behind the other, when `bytes` consist of them and nothing else.
+bool takeDerFields(ByteView bytes, std::span<const uint8_t> tags, std::span<DerElement> fields);
+template <size_t kCount>
+std::optional<std::array<DerElement, kCount>> derFields(ByteView bytes,
+                                                        const uint8_t (&tags)[kCount]) {
+  std::array<DerElement, kCount> fields;
+  return takeDerFields(bytes, tags, fields) ? std::optional(fields) : std::nullopt;
+}
+// The same for the content of the one SEQUENCE that `bytes` consist of.
+template <size_t kCount>
+std::optional<std::array<DerElement, kCount>> derSequence(ByteView bytes,
+                                                          const uint8_t (&tags)[kCount]) {
+  const auto content = derContent(bytes, kSequence);
+  return content ? derFields(*content, tags) : std::nullopt;
+}
 
 // An INTEGER of 0 to 2^31 - 1.
 std::optional<uint32_t> derSmallInteger(ByteView content);

@@ -164,18 +164,9 @@ bool equalKeys(const runtime::PublicKey* a, const runtime::PublicKey* b) {
 }
 
 std::optional<RsaPublicNumbers> readRsaPublicKey(ByteView der) {
-  const auto sequence = derContent(der, kSequence);
-  if (!sequence) {
-    return std::nullopt;
-  }
-  DerReader reader(*sequence);
-  const auto modulus = reader.take(kInteger);
-  const auto exponent = reader.take(kInteger);
-  if (!modulus || !exponent || !reader.atEnd()) {
-    return std::nullopt;
-  }
-  const auto n = derUnsigned(modulus->content);
-  const auto e = derUnsigned(exponent->content);
+  const auto pair = derSequence(der, {kInteger, kInteger});
+  const auto n = pair ? derUnsigned((*pair)[0].content) : std::nullopt;
+  const auto e = pair ? derUnsigned((*pair)[1].content) : std::nullopt;
   if (!n || !e) {
     return std::nullopt;
   }

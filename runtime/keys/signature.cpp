@@ -63,16 +63,10 @@ Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& ke
     return Verdict::kUnsupported;
   }
 
-  const auto sequence = derContent(signature, kSequence);
-  if (!sequence) {
-    return Verdict::kInvalid;
-  }
-  DerReader reader(*sequence);
-  const auto first = reader.take(kInteger);
-  const auto second = reader.take(kInteger);
-  const auto r = first ? derUnsigned(first->content) : std::nullopt;
-  const auto s = second ? derUnsigned(second->content) : std::nullopt;
-  if (!r || !s || r->empty() || s->empty() || !reader.atEnd() || r->size() > curve->orderBytes ||
+  const auto pair = derSequence(signature, {kInteger, kInteger});
+  const auto r = pair ? derUnsigned((*pair)[0].content) : std::nullopt;
+  const auto s = pair ? derUnsigned((*pair)[1].content) : std::nullopt;
+  if (!r || !s || r->empty() || s->empty() || r->size() > curve->orderBytes ||
       s->size() > curve->orderBytes) {
     return Verdict::kInvalid;
   }

@@ -73,17 +73,17 @@ int32_t readPlainKey(ByteView der, runtime::KeyObject** out, const char*& reason
 }
 
 // EncryptedPrivateKeyInfo = SEQUENCE { encryptionAlgorithm, encryptedData OCTET STRING }
-int32_t readEncryptedKey(DerReader& reader, const Password& password, runtime::KeyObject** out,
+int32_t readEncryptedKey(ByteView der, const Password& password, runtime::KeyObject** out,
                          const char*& reason) {
-  const auto algorithm = reader.take(kSequence);
-  const auto encrypted = reader.take(kOctetString);
-  if (!algorithm || !encrypted || !reader.atEnd()) {
+  const auto fields = derSequence(der, {kSequence, kOctetString});
+  if (!fields) {
     return refuse(kInvalidArgument, kMalformed, reason);
   }
+  const auto& [algorithm, encrypted] = *fields;
   DerivationBudget budget;
   Bytes plain;
   const int32_t result =
-      passwordDecrypt(algorithm->content, password, encrypted->content, budget, plain);
+      passwordDecrypt(algorithm.content, password, encrypted.content, budget, plain);
   if (result == kNotImplemented) {
     return refuse(result, "the key is encrypted in a way that is not known here", reason);
   }
@@ -102,9 +102,8 @@ int32_t readPrivateKey(ByteView der, const Password& password, runtime::KeyObjec
   if (!sequence) {
     return refuse(kInvalidArgument, kMalformed, reason);
   }
-  DerReader reader(*sequence);
-  return reader.nextIs(kSequence) ? readEncryptedKey(reader, password, out, reason)
-                                  : readPlainKey(der, out, reason);
+  return DerReader(*sequence).nextIs(kSequence) ? readEncryptedKey(der, password, out, reason)
+                                                : readPlainKey(der, out, reason);
 }
 
 }  // namespace vexa::velmora

@@ -127,18 +127,12 @@ int32_t deriveScheme(const PasswordScheme& scheme, const DerivationInput& input,
 
 // pkcs-12PbeParams = SEQUENCE { salt OCTET STRING, iterations INTEGER }
 int32_t readSchemeParameters(ByteView parameters, DerivationInput& out) {
-  const auto sequence = derContent(parameters, kSequence);
-  if (!sequence) {
+  const auto fields = derSequence(parameters, {kOctetString, kInteger});
+  const auto iterations = fields ? derSmallInteger((*fields)[1].content) : std::nullopt;
+  if (!iterations) {
     return kFail;
   }
-  DerReader reader(*sequence);
-  const auto salt = reader.take(kOctetString);
-  const auto count = reader.take(kInteger);
-  const auto iterations = count ? derSmallInteger(count->content) : std::nullopt;
-  if (!salt || !iterations || !reader.atEnd()) {
-    return kFail;
-  }
-  out.salt = salt->content;
+  out.salt = (*fields)[0].content;
   out.iterations = *iterations;
   return kOk;
 }
@@ -188,16 +182,10 @@ int32_t derivePbes2Key(ByteView parameters, const Password& password, Derivation
 //                           encryptionScheme AlgorithmIdentifier }
 int32_t derivePbes2(ByteView parameters, const Password& password, DerivationBudget& budget,
                     KeyAndIv& out) {
-  const auto sequence = derContent(parameters, kSequence);
-  if (!sequence) {
-    return kFail;
-  }
-  DerReader reader(*sequence);
-  const auto first = reader.take(kSequence);
-  const auto second = reader.take(kSequence);
-  const auto derivation = first ? readAlgorithm(first->content) : std::nullopt;
-  const auto encryption = second ? readAlgorithm(second->content) : std::nullopt;
-  if (!derivation || !encryption || !reader.atEnd()) {
+  const auto fields = derSequence(parameters, {kSequence, kSequence});
+  const auto derivation = fields ? readAlgorithm((*fields)[0].content) : std::nullopt;
+  const auto encryption = fields ? readAlgorithm((*fields)[1].content) : std::nullopt;
+  if (!derivation || !encryption) {
     return kFail;
   }
   if (derivation->objectId != kPbkdf2) {

@@ -97,13 +97,9 @@ class PfxDecoder {
 
   // ContentInfo = SEQUENCE { contentType, content [0] }
   static std::optional<Content> contentOfInfo(ByteView contentInfo) {
-    DerReader reader(contentInfo);
-    const auto type = reader.take(kObjectId);
-    const auto tagged = reader.take(contextTag(0, true));
-    if (!type || !tagged || !reader.atEnd()) {
-      return std::nullopt;
-    }
-    return Content{type->content, tagged->content};
+    const auto fields = derFields(contentInfo, {kObjectId, contextTag(0, true)});
+    return fields ? std::optional(Content{(*fields)[0].content, (*fields)[1].content})
+                  : std::nullopt;
   }
 
   static std::optional<ByteView> dataOf(ByteView contentInfo) {
@@ -131,13 +127,12 @@ class PfxDecoder {
       }
       iterations = *number;
     }
-    DerReader fields(digestInfo->content);
-    const auto algorithm = fields.take(kSequence);
-    const auto expected = fields.take(kOctetString);
-    if (!algorithm || !expected || !fields.atEnd()) {
+    const auto fields = derFields(digestInfo->content, {kSequence, kOctetString});
+    if (!fields) {
       return kFail;
     }
-    const MacDigest* const digest = findMacDigestByAlgorithm(algorithm->content);
+    const auto& [algorithm, expected] = *fields;
+    const MacDigest* const digest = findMacDigestByAlgorithm(algorithm.content);
     if (digest == nullptr) {
       return kNotImplemented;
     }
@@ -147,7 +142,7 @@ class PfxDecoder {
     if (failed(result)) {
       return result;
     }
-    verified_ = equalInConstantTime(code.view(), expected->content);
+    verified_ = equalInConstantTime(code.view(), expected.content);
     problem_ = verified_ ? PfxProblem::kDamaged : PfxProblem::kPassword;
     return verified_ ? kOk : kFail;
   }
@@ -198,17 +193,11 @@ class PfxDecoder {
   // EncryptedData = SEQUENCE { version, SEQUENCE { contentType, contentEncryptionAlgorithm,
   //                                                encryptedContent [0] IMPLICIT OCTET STRING } }
   int32_t decryptData(ByteView encryptedData, Bytes& plain) {
-    const auto outer = derContent(encryptedData, kSequence);
+    const auto outer = derSequence(encryptedData, {kInteger, kSequence});
     if (!outer) {
       return kFail;
     }
-    DerReader reader(*outer);
-    const auto version = reader.take(kInteger);
-    const auto info = reader.take(kSequence);
-    if (!version || !info || !reader.atEnd()) {
-      return kFail;
-    }
-    DerReader fields(info->content);
+    DerReader fields((*outer)[1].content);
     const auto type = fields.take(kObjectId);
     const auto algorithm = fields.take(kSequence);
     const auto encrypted = fields.takeAny();
@@ -289,19 +278,14 @@ class PfxDecoder {
 
   // EncryptedPrivateKeyInfo = SEQUENCE { encryptionAlgorithm, encryptedData OCTET STRING }
   int32_t shroudedKeyBag(ByteView value, ByteView attributes) {
-    const auto sequence = derContent(value, kSequence);
-    if (!sequence) {
+    const auto fields = derSequence(value, {kSequence, kOctetString});
+    if (!fields) {
       return kFail;
     }
-    DerReader reader(*sequence);
-    const auto algorithm = reader.take(kSequence);
-    const auto encrypted = reader.take(kOctetString);
-    if (!algorithm || !encrypted || !reader.atEnd()) {
-      return kFail;
-    }
+    const auto& [algorithm, encrypted] = *fields;
     Bytes plain;
     const int32_t result =
-        passwordDecrypt(algorithm->content, password_, encrypted->content, budget_, plain);
+        passwordDecrypt(algorithm.content, password_, encrypted.content, budget_, plain);
     return failed(result) ? result : keyBag(plain.view(), true, attributes);
   }
 
@@ -343,20 +327,15 @@ class PfxDecoder {
 
   // CertBag = SEQUENCE { certId, certValue [0] OCTET STRING }
   int32_t certificateBag(ByteView value, ByteView attributes) {
-    const auto sequence = derContent(value, kSequence);
-    if (!sequence) {
+    const auto fields = derSequence(value, {kObjectId, contextTag(0, true)});
+    if (!fields) {
       return kFail;
     }
-    DerReader reader(*sequence);
-    const auto type = reader.take(kObjectId);
-    const auto tagged = reader.take(contextTag(0, true));
-    if (!type || !tagged || !reader.atEnd()) {
-      return kFail;
-    }
-    if (type->content != pkcs12::kX509Certificate) {
+    const auto& [type, tagged] = *fields;
+    if (type.content != pkcs12::kX509Certificate) {
       return kOk;
     }
-    const auto der = derContent(tagged->content, kOctetString);
+    const auto der = derContent(tagged.content, kOctetString);
     if (!der) {
       return kFail;
     }
@@ -397,18 +376,17 @@ class PfxDecoder {
   // SEQUENCE { attrId, attrValues SET OF }. The first value of the first attribute counts; values
   // of another type than theirs are passed over.
   static int32_t readAttribute(ByteView content, runtime::SafeBag& bag) {
-    DerReader reader(content);
-    const auto identifier = reader.take(kObjectId);
-    const auto set = reader.take(kSet);
-    if (!identifier || !set || !reader.atEnd()) {
+    const auto fields = derFields(content, {kObjectId, kSet});
+    if (!fields) {
       return kFail;
     }
-    DerReader values(set->content);
-    if (identifier->content == pkcs12::kFriendlyName && bag.friendlyName == nullptr) {
+    const auto& [identifier, set] = *fields;
+    DerReader values(set.content);
+    if (identifier.content == pkcs12::kFriendlyName && bag.friendlyName == nullptr) {
       const auto value = values.take(kBmpString);
       return value ? friendlyName(value->content, bag) : kOk;
     }
-    if (identifier->content == pkcs12::kLocalKeyId && bag.localKeyId == nullptr) {
+    if (identifier.content == pkcs12::kLocalKeyId && bag.localKeyId == nullptr) {
       const auto value = values.take(kOctetString);
       if (!value) {
         return kOk;

@@ -57,6 +57,24 @@ TEST_F(DerReaderTest, BytesBehindAnElementAreNotItsContent) {
   EXPECT_FALSE(velmora::derContent(viewOf(input), velmora::kOctetString));
 }
 
+TEST_F(DerReaderTest, FieldsAreElementsWithTheirTagsAndNothingElse) {
+  const auto fieldsOf = [](const char* hex) {
+    const ExactBytes input(fromHex(hex));
+    const auto fields =
+        velmora::derSequence(viewOf(input), {velmora::kInteger, velmora::kOctetString});
+    return fields ? toHex((*fields)[0].content.data(), (*fields)[0].content.size()) + " " +
+                        toHex((*fields)[1].whole.data(), (*fields)[1].whole.size())
+                  : std::string("none");
+  };
+  EXPECT_EQ(fieldsOf("30060201050401aa"), "05 0401aa");
+  EXPECT_EQ(fieldsOf("3003020105"), "none") << "one is missing";
+  EXPECT_EQ(fieldsOf("30060401aa020105"), "none") << "in another order";
+  EXPECT_EQ(fieldsOf("30080201050401aa0500"), "none") << "one too many";
+  EXPECT_EQ(fieldsOf("30060201050402aa"), "none") << "the second one is cut";
+  EXPECT_EQ(fieldsOf("31060201050401aa"), "none") << "no sequence";
+  EXPECT_EQ(fieldsOf("30060201050401aa00"), "none") << "bytes behind it";
+}
+
 TEST_F(DerReaderTest, NegativeIntegersAreNoUnsignedNumbers) {
   const ExactBytes negative{0x80};
   const ExactBytes padded{0x00, 0x80};
