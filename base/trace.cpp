@@ -6,28 +6,12 @@
 
 #include "base/holders.h"
 #include "base/library.h"
+#include "base/utf8.h"
 #include "base/wide_format.h"
 #include "pal/windows_api.h"
 
 namespace vexa::base {
-namespace {
-
-// Appends one UTF-16 unit as UTF-8, taken by itself.
-char* appendUnit(char* out, char16_t unit) {
-  if (unit < 0x80) {
-    *out++ = static_cast<char>(unit);
-  } else if (unit < 0x800) {
-    *out++ = static_cast<char>(0xC0 | (unit >> 6));
-    *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-  } else {
-    *out++ = static_cast<char>(0xE0 | (unit >> 12));
-    *out++ = static_cast<char>(0x80 | ((unit >> 6) & 0x3F));
-    *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-  }
-  return out;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 constinit char moduleFileName[MAX_PATH] = "unknown";
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "values.h"
+#include "cli/utf8.h"
 
 namespace vexahost {
 namespace {

@@ -30,7 +30,4 @@ class TextCopy : public vexa::String {
 std::u16string toUtf16(const Module& module, const std::string& text);
 std::string toUtf8(const Module& module, const char16_t* text);
 
-// The bytes with every invalid UTF-8 sequence replaced by U+FFFD, for output that must be UTF-8.
-std::string validUtf8(std::string_view bytes);
-
 }  // namespace vexahost

@@ -49,11 +49,13 @@ int32_t JsonArray::SetIntegerAt(uint64_t index, int32_t value) {
 }
 
 int32_t JsonArray::AddObjectAt(uint64_t index, IJsonObject** value) {
-  return addNew<JsonObject>(index, value);
+  return addNew<JsonObject>(value,
+                            [&](ComPtr<JsonValue> made) { return place(index, std::move(made)); });
 }
 
 int32_t JsonArray::AddArrayAt(uint64_t index, IJsonArray** value) {
-  return addNew<JsonArray>(index, value);
+  return addNew<JsonArray>(value,
+                           [&](ComPtr<JsonValue> made) { return place(index, std::move(made)); });
 }
 
 int32_t JsonArray::SetBoolAt(uint64_t index, uint8_t value) {
@@ -75,24 +77,6 @@ int32_t JsonArray::place(uint64_t index, ComPtr<JsonValue> value) {
     return kOk;
   }
   return append(std::move(value));
-}
-
-template <class Kind, class Interface>
-int32_t JsonArray::addNew(uint64_t index, Interface** value) {
-  if (value == nullptr) {
-    return kNullPointer;
-  }
-  *value = nullptr;
-  ComPtr<Kind> made;
-  int32_t result = createValue(made);
-  if (failed(result)) {
-    return result;
-  }
-  auto forCaller = ComPtr<Kind>::share(made.get());
-  if (result = place(index, ComPtr<JsonValue>(made.release())); succeeded(result)) {
-    *value = forCaller.release();
-  }
-  return result;
 }
 
 }  // namespace vexa::json

@@ -33,6 +33,24 @@ class JsonCollection : public JsonValue {
   // Takes over the reference. kOutOfMemory: nothing changed.
   [[nodiscard]] int32_t append(base::ComPtr<JsonValue> value);
   void replace(uint64_t index, base::ComPtr<JsonValue> value);
+  // A new value, which `put` takes over with its result. *out: another reference to it.
+  template <class Kind, class Interface, class Put>
+  static int32_t addNew(Interface** out, Put put) {
+    if (out == nullptr) {
+      return kNullPointer;
+    }
+    *out = nullptr;
+    base::ComPtr<Kind> made;
+    int32_t result = createValue(made);
+    if (failed(result)) {
+      return result;
+    }
+    auto forCaller = base::ComPtr<Kind>::share(made.get());
+    if (result = put(base::ComPtr<JsonValue>(made.release())); succeeded(result)) {
+      *out = forCaller.release();
+    }
+    return result;
+  }
   // An interface of the element, or of the member's value. kFail: there is none. kOutOfMemory.
   int32_t query(uint64_t index, const Guid& id, void** value);
 
@@ -92,8 +110,6 @@ class JsonObject : public JsonCollection, public IJsonObject {
   Item unchangedContentOf(std::string_view key) const;
   // Takes over the reference. kOutOfMemory for an empty pointer.
   int32_t store(const char* key, base::ComPtr<JsonValue> value);
-  template <class Kind, class Interface>
-  int32_t addNew(const char* key, Interface** value);
 };
 
 // See IJsonArray. The interface lies behind the value in the object.
@@ -127,8 +143,6 @@ class JsonArray : public JsonCollection, public IJsonArray {
  private:
   // Takes over the reference. kOutOfMemory for an empty pointer.
   int32_t place(uint64_t index, base::ComPtr<JsonValue> value);
-  template <class Kind, class Interface>
-  int32_t addNew(uint64_t index, Interface** value);
 };
 
 }  // namespace vexa::json

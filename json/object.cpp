@@ -99,11 +99,13 @@ int32_t JsonObject::SetInteger(const char* key, int32_t value) {
 }
 
 int32_t JsonObject::AddObject(const char* key, IJsonObject** value) {
-  return addNew<JsonObject>(key, value);
+  return addNew<JsonObject>(value,
+                            [&](ComPtr<JsonValue> made) { return store(key, std::move(made)); });
 }
 
 int32_t JsonObject::AddArray(const char* key, IJsonArray** value) {
-  return addNew<JsonArray>(key, value);
+  return addNew<JsonArray>(value,
+                           [&](ComPtr<JsonValue> made) { return store(key, std::move(made)); });
 }
 
 int32_t JsonObject::SetBool(const char* key, uint8_t value) {
@@ -161,24 +163,6 @@ int32_t JsonObject::store(const char* key, ComPtr<JsonValue> value) {
     return kOk;
   }
   return append(std::move(value));
-}
-
-template <class Kind, class Interface>
-int32_t JsonObject::addNew(const char* key, Interface** value) {
-  if (value == nullptr) {
-    return kNullPointer;
-  }
-  *value = nullptr;
-  ComPtr<Kind> made;
-  int32_t result = createValue(made);
-  if (failed(result)) {
-    return result;
-  }
-  auto forCaller = ComPtr<Kind>::share(made.get());
-  if (result = store(key, ComPtr<JsonValue>(made.release())); succeeded(result)) {
-    *value = forCaller.release();
-  }
-  return result;
 }
 
 }  // namespace vexa::json

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/char_classes.h"
+#include "base/utf8.h"
 #include "json/bytes.h"
 
 namespace vexa::json {
@@ -84,20 +85,6 @@ int32_t takeUnit(const char* digits) {
   return static_cast<int32_t>(unit);
 }
 
-char* putUnit(char* out, uint32_t unit) {
-  if (unit < 0x80) {
-    *out++ = static_cast<char>(unit);
-  } else if (unit < 0x800) {
-    *out++ = static_cast<char>(0xC0 | unit >> 6);
-    *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-  } else {
-    *out++ = static_cast<char>(0xE0 | unit >> 12);
-    *out++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
-    *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-  }
-  return out;
-}
-
 // One escape sequence, from its backslash on. False: none that there is.
 bool decodeEscape(char*& next, char*& out) {
   const char letter = next[1];
@@ -106,7 +93,7 @@ bool decodeEscape(char*& next, char*& out) {
     if (unit < 0) {
       return false;
     }
-    out = putUnit(out, static_cast<uint32_t>(unit));
+    out = base::appendUnit(out, static_cast<char16_t>(unit));
     next += 6;
     return true;
   }

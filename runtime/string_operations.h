@@ -187,6 +187,26 @@ class StringOperations {
     return found ? 1 : 0;
   }
 
+  // What the tables of both kinds of string have in the same slots.
+  template <class Table>
+  static constexpr Table commonSlots() {
+    Table table{};
+    table.TextRelease = textRelease;
+    table.TextDuplicate = textDuplicate;
+    table.TextCompare = textCompare;
+    table.Create = create;
+    table.Destroy = destroy;
+    table.Clear = clear;
+    table.AssignText = assignText;
+    table.AppendText = appendText;
+    table.GetText = getText;
+    table.GetLength = getLength;
+    table.Compare = compare;
+    table.Trim = trim;
+    table.SplitFirst = splitFirst;
+    return table;
+  }
+
  private:
   // In the block that is there, when it has room.
   static bool assignInPlace(Record* string, View text) {

@@ -144,29 +144,13 @@ int32_t decode(const StringObject* source, StringObject* target) {
 
 }  // namespace
 
-constinit const runtime::StringTable stringTable = {
-    .reserved0 = nullptr,
-    .reserved1 = nullptr,
-    .TextRelease = Operations::textRelease,
-    .TextDuplicate = Operations::textDuplicate,
-    .reserved4 = nullptr,
-    .TextCompare = Operations::textCompare,
-    .reserved6 = nullptr,
-    .reserved7 = nullptr,
-    .Create = Operations::create,
-    .Destroy = Operations::destroy,
-    .Clear = Operations::clear,
-    .AssignBytes = assignBytes,
-    .AssignText = Operations::assignText,
-    .AppendText = Operations::appendText,
-    .GetText = Operations::getText,
-    .GetLength = Operations::getLength,
-    .Compare = Operations::compare,
-    .CompareWithText = compareWithText,
-    .Normalise = normalise,
-    .Decode = decode,
-    .Trim = Operations::trim,
-    .SplitFirst = Operations::splitFirst,
-};
+constinit const runtime::StringTable stringTable = [] {
+  auto table = Operations::commonSlots<runtime::StringTable>();
+  table.AssignBytes = assignBytes;
+  table.CompareWithText = compareWithText;
+  table.Normalise = normalise;
+  table.Decode = decode;
+  return table;
+}();
 
 }  // namespace vexa::velmora

@@ -78,6 +78,16 @@ uint32_t takeUtf16(const char16_t*& cursor, const char16_t* end) {
 
 }  // namespace
 
+uint64_t unitsOf(uint32_t point, char16_t (&units)[2]) {
+  if (point < kFirstBeyondUnits) {
+    units[0] = static_cast<char16_t>(point);
+    return 1;
+  }
+  units[0] = static_cast<char16_t>(0xD800 + ((point - kFirstBeyondUnits) >> 10));
+  units[1] = static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+  return 2;
+}
+
 bool isUtf8(const char* text, uint64_t length) {
   const auto* cursor = reinterpret_cast<const uint8_t*>(text);
   const uint8_t* const end = cursor + length;
@@ -96,19 +106,17 @@ uint64_t utf8ToUtf16(const char* text, uint64_t length, char16_t* out) {
   const auto* cursor = reinterpret_cast<const uint8_t*>(text);
   const uint8_t* const end = cursor + length;
   uint64_t written = 0;
-  const auto put = [&](uint32_t unit) {
+  const auto put = [&](char16_t unit) {
     if (out != nullptr) {
-      out[written] = static_cast<char16_t>(unit);
+      out[written] = unit;
     }
     ++written;
   };
   while (cursor != end) {
-    const uint32_t point = takeUtf8(cursor, end);
-    if (point < kFirstBeyondUnits) {
-      put(point);
-    } else {
-      put(0xD800 + ((point - kFirstBeyondUnits) >> 10));
-      put(0xDC00 + (point & 0x3FF));
+    char16_t units[2];
+    const uint64_t count = unitsOf(takeUtf8(cursor, end), units);
+    for (uint64_t i = 0; i < count; ++i) {
+      put(units[i]);
     }
   }
   return written;

@@ -7,6 +7,9 @@
 // a null `out` only measures.
 namespace vexa::velmora {
 
+// The units of a code point: one or two. Their number.
+uint64_t unitsOf(uint32_t point, char16_t (&units)[2]);
+
 // Whether no piece of the text is invalid.
 bool isUtf8(const char* text, uint64_t length);
 uint64_t utf8ToUtf16(const char* text, uint64_t length, char16_t* out);

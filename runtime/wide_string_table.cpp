@@ -95,31 +95,14 @@ int32_t toMultiByte(const WideStringObject* string, uint32_t codePage, StringObj
 
 }  // namespace
 
-constinit const runtime::WideStringTable wideStringTable = {
-    .reserved0 = nullptr,
-    .reserved1 = nullptr,
-    .TextRelease = Operations::textRelease,
-    .TextDuplicate = Operations::textDuplicate,
-    .reserved4 = nullptr,
-    .TextCompare = Operations::textCompare,
-    .reserved6 = nullptr,
-    .reserved7 = nullptr,
-    .Create = Operations::create,
-    .Destroy = Operations::destroy,
-    .Clear = Operations::clear,
-    .AssignUnits = assignUnits,
-    .AssignText = Operations::assignText,
-    .AppendText = Operations::appendText,
-    .GetText = Operations::getText,
-    .GetLength = Operations::getLength,
-    .Compare = Operations::compare,
-    .reserved17to19 = {},
-    .Trim = Operations::trim,
-    .SplitFirst = Operations::splitFirst,
-    .Find = find,
-    .WildcardMatch = wildcardMatch,
-    .FromMultiByte = fromMultiByte,
-    .ToMultiByte = toMultiByte,
-};
+constinit const runtime::WideStringTable wideStringTable = [] {
+  auto table = Operations::commonSlots<runtime::WideStringTable>();
+  table.AssignUnits = assignUnits;
+  table.Find = find;
+  table.WildcardMatch = wildcardMatch;
+  table.FromMultiByte = fromMultiByte;
+  table.ToMultiByte = toMultiByte;
+  return table;
+}();
 
 }  // namespace vexa::velmora

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "cli/utf8.h"
 #include "vexa/holders.h"
 
 #ifdef _WIN32
@@ -18,36 +19,6 @@
 
 namespace vexahost {
 namespace {
-
-struct CodePoint {
-  uint32_t value;
-  size_t length;  // in bytes; 0: not UTF-8
-};
-
-bool isContinuation(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
-
-// The first code point of a text that is not empty (RFC 3629).
-CodePoint firstCodePoint(std::string_view text) {
-  const auto lead = static_cast<uint8_t>(text[0]);
-  if (lead < 0x80) {
-    return {lead, 1};
-  }
-  const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
-    return {lead, 0};
-  }
-  uint32_t value = lead & (0x7Fu >> length);
-  for (size_t i = 1; i < length; ++i) {
-    if (!isContinuation(text[i])) {
-      return {lead, 0};
-    }
-    value = value << 6 | (static_cast<uint8_t>(text[i]) & 0x3Fu);
-  }
-  constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
-  const bool isGood = value >= kSmallest[length] && value <= 0x10FFFF && !isSurrogate;
-  return {isGood ? value : lead, isGood ? length : 0};
-}
 
 // C0 and C1 control characters, marks of direction, separators of lines and paragraphs.
 bool isHarmful(uint32_t value) {

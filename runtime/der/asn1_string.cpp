@@ -78,11 +78,10 @@ bool appendUniversal(ByteView content, Bytes& out) {
     if (code > kLastCodePoint || isSurrogate(code)) {
       return false;
     }
-    if (code < 0x10000) {
-      units.append(code);
-    } else {
-      units.append(0xD800 + ((code - 0x10000) >> 10));
-      units.append(0xDC00 + (code & 0x3FF));
+    char16_t pair[2];
+    const uint64_t count = unitsOf(code, pair);
+    for (uint64_t i = 0; i < count; ++i) {
+      units.append(pair[i]);
     }
   }
   units.toUtf8(out);
