@@ -57,9 +57,11 @@ void traceWideFormat(uint32_t flags, const char* source, const char16_t* format,
 void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
                          va_list arguments);
 
-// True when tracing is bound and on at this level.
+// True when tracing is bound and on at this level. What is not bound answers 0, so that only at
+// level 0 does it have to be asked for.
 inline bool isTraceOn(uint32_t level, const char* source) {
-  return bound.notify && bound.notify->GetLevel(sourceOrDefault(source), level) >= level;
+  return (level != 0 || bound.notify) &&
+         bound.notify->GetLevel(sourceOrDefault(source), level) >= level;
 }
 
 // Traces "{ name" at entry and "} result" at exit of an operation:
@@ -78,7 +80,7 @@ class TraceScope {
   TraceScope(const TraceScope&) = delete;
   TraceScope& operator=(const TraceScope&) = delete;
   // The usual exit line needs no text made for it.
-  ~TraceScope() {
+  [[gnu::always_inline]] ~TraceScope() {
     if (exitFormat_ == kResultFormat) {
       bound.notify->Message(kTraceScopeExit & kTraceLevels, defaultTraceSource(), 0, "} %8x",
                             result_);

@@ -72,7 +72,7 @@ int32_t HashChains::spread() {
 
 int32_t HashChains::put(void* key, void* value) {
   HashTableKeyRecord probe{};
-  if (const int32_t result = key_.MakeKeyRecord(key, &probe); failed(result)) {
+  if (const int32_t result = makeProbe(key, probe); failed(result)) {
     return result;
   }
   base::RootBlock<uint8_t> bytes(probe.bytes);
@@ -125,7 +125,7 @@ int32_t HashChains::replace(Node& node, void* value) {
 
 int32_t HashChains::remove(void* key) {
   HashTableKeyRecord probe{};
-  if (const int32_t result = key_.MakeKeyRecord(key, &probe); failed(result)) {
+  if (const int32_t result = makeProbe(key, probe); failed(result)) {
     return result;
   }
   Node** const link = linkTo(&chainOf(probe), probe, key);
@@ -146,7 +146,7 @@ int32_t HashChains::get(void* key, void** value) const {
   *value = nullptr;
   void* stored = nullptr;
   const int32_t result = find(key, stored);
-  return result == kOk ? value_.CopyItem(stored, value) : result;
+  return result == kOk ? copyValue(stored, value) : result;
 }
 
 int32_t HashChains::keyAt(uint64_t index, void** key) const {

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/heap.h"
+#include "collections/hash_helpers.h"
 #include "vexa/hash_table.h"
 #include "vexa/results.h"
 
@@ -35,7 +36,7 @@ class HashChains {
   // unlike put, looking up and removing do not free them.
   int32_t find(void* key, void*& value) const {
     HashTableKeyRecord probe{};
-    if (const int32_t result = key_.MakeKeyRecord(key, &probe); failed(result)) {
+    if (const int32_t result = makeProbe(key, probe); failed(result)) {
       return result;
     }
     const Node* const node = *linkTo(&chainOf(probe), probe, key);
@@ -55,6 +56,16 @@ class HashChains {
     void* value;
     HashTableKeyRecord record;
   };
+
+  // What most tables hold needs no call to find its way.
+  int32_t makeProbe(void* key, HashTableKeyRecord& probe) const {
+    return &key_ == &textHelper ? textHelper.HashTableHelper_String::MakeKeyRecord(key, &probe)
+                                : key_.MakeKeyRecord(key, &probe);
+  }
+  int32_t copyValue(void* value, void** copy) const {
+    return &value_ == &textHelper ? textHelper.HashTableHelper_String::CopyItem(value, copy)
+                                  : value_.CopyItem(value, copy);
+  }
 
   uint64_t bucketOf(const HashTableKeyRecord& record) const {
     return (record.bytes == nullptr ? record.number : sumOfBytes(record)) % bucketCount_;

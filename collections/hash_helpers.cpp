@@ -33,11 +33,6 @@ void* identityOf(void* item) {
 
 }  // namespace
 
-int32_t HashTableHelper_String::CopyItem(void* item, void** copy) {
-  *copy = base::bound.strings->TextDuplicate(static_cast<const char*>(item));
-  return *copy == nullptr && item != nullptr ? kOutOfMemory : kOk;
-}
-
 int32_t HashTableHelper_String::FreeItem(void* item) {
   base::freeBlock(item);
   return kOk;
@@ -45,11 +40,6 @@ int32_t HashTableHelper_String::FreeItem(void* item) {
 
 int32_t HashTableHelper_String::CompareItems(void* a, void* b) {
   return base::bound.strings->TextCompare(static_cast<const char*>(a), static_cast<const char*>(b));
-}
-
-int32_t HashTableHelper_String::MakeKeyRecord(void* item, HashTableKeyRecord* record) {
-  *record = {foldHash(static_cast<const char*>(item)), nullptr};
-  return kOk;
 }
 
 int32_t BorrowedTextHelper::CopyItem(void* item, void** copy) {
@@ -113,26 +103,6 @@ IHashTableHelperKey* helperOf(uint32_t itemType) {
     default:
       return nullptr;
   }
-}
-
-uint64_t foldHash(const char* text) {
-  uint64_t hash = 0;
-  if (text == nullptr) {
-    return hash;
-  }
-  // So many bytes leave the bits above 27 alone, and nothing comes back in from there.
-  constexpr int kLow = 7;
-  for (int i = 0; i < kLow; ++i, ++text) {
-    if (*text == '\0') {
-      return hash;
-    }
-    hash = (hash << 4) ^ static_cast<uint8_t>(*text);
-  }
-  // Not a 32-bit rotation: what is shifted above bit 31 stays.
-  for (; *text != '\0'; ++text) {
-    hash = ((hash << 4) | (hash >> 28)) ^ static_cast<uint8_t>(*text);
-  }
-  return hash;
 }
 
 }  // namespace vexa::collections

@@ -1,16 +1,53 @@
 #pragma once
 
+#include <cstdint>
+
+#include "base/tables.h"
 #include "vexa/hash_table.h"
+#include "vexa/results.h"
 
 namespace vexa::collections {
+
+// The hash of a text: its bytes folded into 64 bits. Null gives 0.
+inline uint64_t foldHash(const char* text) {
+  uint64_t hash = 0;
+  if (text == nullptr) {
+    return hash;
+  }
+  // So many bytes leave the bits above 27 alone, and nothing comes back in from there: two at a
+  // time, since each step has to wait for the one before.
+  constexpr int kLowPairs = 3;
+  for (int i = 0; i < kLowPairs; ++i, text += 2) {
+    const uint64_t first = static_cast<uint8_t>(text[0]);
+    if (first == 0) {
+      return hash;
+    }
+    const uint64_t second = static_cast<uint8_t>(text[1]);
+    if (second == 0) {
+      return (hash << 4) ^ first;
+    }
+    hash = (hash << 8) ^ (first << 4) ^ second;
+  }
+  // Not a 32-bit rotation: what is shifted above bit 31 stays.
+  for (; *text != '\0'; ++text) {
+    hash = ((hash << 4) | (hash >> 28)) ^ static_cast<uint8_t>(*text);
+  }
+  return hash;
+}
 
 // Keys and values that are texts. Copies are made by the string component.
 class HashTableHelper_String : public IHashTableHelperKey {
  public:
-  int32_t CopyItem(void* item, void** copy) override;
+  int32_t CopyItem(void* item, void** copy) override {
+    *copy = base::bound.strings->TextDuplicate(static_cast<const char*>(item));
+    return *copy == nullptr && item != nullptr ? kOutOfMemory : kOk;
+  }
   int32_t FreeItem(void* item) override;
   int32_t CompareItems(void* a, void* b) override;
-  int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override;
+  int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override {
+    *record = {foldHash(static_cast<const char*>(item)), nullptr};
+    return kOk;
+  }
 };
 
 // Pointer-sized numbers.
@@ -43,8 +80,5 @@ extern HashTableHelper_String textHelper;
 
 // The helper of an item type; null when there is none. Static, one of each.
 IHashTableHelperKey* helperOf(uint32_t itemType);
-
-// The hash of a text: its bytes folded into 64 bits. Null gives 0.
-uint64_t foldHash(const char* text);
 
 }  // namespace vexa::collections

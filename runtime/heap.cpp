@@ -50,23 +50,19 @@ bool refused(uint64_t size) {
   return (watcher != nullptr && !watcher->mayAllocate(size)) || size > kLargest;
 }
 
-// Who may release the block; kNone when it is no live block.
-Origin originOf(void* block) {
-  if (reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0) {
-    const Header* const header = headerOf(block);
-    for (const Origin origin : {Origin::kRoot, Origin::kText, Origin::kComponentText}) {
-      if (header->is(origin)) {
-        return origin;
-      }
-    }
-  }
-  return Origin::kNone;
+// What the header says, where there is room for one; anything at all, when it is no live block.
+Origin markOf(void* block) {
+  const bool hasHeader =
+      block != nullptr && reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0;
+  return hasHeader ? headerOf(block)->origin() : Origin::kNone;
 }
 
-// What Free releases without a word, and by far the most of all blocks.
-bool isFreeable(void* block) {
-  return block != nullptr && reinterpret_cast<uintptr_t>(block) % sizeof(Header) == 0 &&
-         (headerOf(block)->is(Origin::kRoot) || headerOf(block)->is(Origin::kText));
+// Who may release the block; kNone when it is no live block.
+Origin originOf(void* block) {
+  const Origin origin = markOf(block);
+  const bool isLive =
+      origin == Origin::kRoot || origin == Origin::kText || origin == Origin::kComponentText;
+  return isLive ? origin : Origin::kNone;
 }
 
 // --- Taking ---
@@ -162,17 +158,24 @@ Header* newLarge(Origin origin, uint64_t size, uint64_t capacity, Content conten
   return header->bytes();
 }
 
-// A zero-filled block. One byte at least, so that every block has an address of its own.
-inline void* allocateFor(Origin origin, uint64_t size) {
+// What the thread keeps of that class; null when there is nothing.
+[[gnu::always_inline]] inline void* allocateKept(Origin origin, uint64_t size, uint64_t capacity,
+                                                 Content content) {
   ThreadCache* const cache = quickCache();
-  if (cache != nullptr && size - 1 < kLargestOfClass) [[likely]] {
-    const uint32_t sizeClass = classOf(size);
+  if (cache != nullptr && capacity - 1 < kLargestOfClass) [[likely]] {
+    const uint32_t sizeClass = classOf(capacity);
     if (Header* const header = cache->take(sizeClass)) [[likely]] {
       cache->count(1);
-      return handOut(header, origin, size, sizeClass, Content::kZero);
+      return handOut(header, origin, size, sizeClass, content);
     }
   }
-  return allocateSlowly(origin, size);
+  return nullptr;
+}
+
+// A zero-filled block. One byte at least, so that every block has an address of its own.
+inline void* allocateFor(Origin origin, uint64_t size) {
+  void* const block = allocateKept(origin, size, size, Content::kZero);
+  return block != nullptr ? block : allocateSlowly(origin, size);
 }
 
 // --- Giving back ---
@@ -205,7 +208,7 @@ inline void release(Header* header) {
 }
 
 [[gnu::noinline]] void freeOther(void* block) {
-  if (originOf(block) == Origin::kComponentText) {
+  if (markOf(block) == Origin::kComponentText) {
     report("a text of TextDuplicate released by Free instead of TextRelease");
     release(headerOf(block));
   } else {
@@ -217,6 +220,8 @@ inline void release(Header* header) {
 
 // Blocks up to here stay as they are when they shrink.
 constexpr uint64_t kSmall = 1024;
+// As much slack a block gets that doubles.
+constexpr uint64_t kMostDoubled = 4096;
 
 bool fits(uint64_t bytes, uint64_t capacity) {
   return bytes <= capacity && (capacity <= kSmall || bytes >= capacity / 2);
@@ -255,15 +260,18 @@ void* moveTo(void* target, Header* header, uint64_t bytes) {
 
 // What grows is likely to grow again: with slack, many small steps cost as much as one long one. It
 // is a quarter, but small blocks double.
-uint64_t slackFor(uint64_t bytes) { return std::max(bytes / 4, std::min(bytes, kSmall)); }
+uint64_t slackFor(uint64_t bytes) { return std::max(bytes / 4, std::min(bytes, kMostDoubled)); }
 
 void* resize(Header* header, Origin origin, uint64_t bytes) {
   const uint64_t old = header->size();
   const uint64_t capacity = bytes > old ? bytes + slackFor(bytes) : bytes;
-  void* const resized =
-      header->sizeClass() == kNoClass && capacity > kLargestOfClass
-          ? resizeLarge(header, origin, bytes, capacity)
-          : moveTo(allocateNew(origin, bytes, capacity, Content::kAny), header, bytes);
+  void* resized = allocateKept(origin, bytes, capacity, Content::kAny);
+  if (resized != nullptr) {
+    return moveTo(resized, header, bytes);
+  }
+  resized = header->sizeClass() == kNoClass && capacity > kLargestOfClass
+                ? resizeLarge(header, origin, bytes, capacity)
+                : moveTo(allocateNew(origin, bytes, capacity, Content::kAny), header, bytes);
   return resized == nullptr && bytes <= header->capacity() ? setSize(header, bytes) : resized;
 }
 
@@ -306,14 +314,15 @@ void* resizeWatchfully(Header* header, Origin origin, uint64_t bytes) {
 void* allocateBlock(uint64_t size) { return allocateFor(Origin::kRoot, size); }
 
 void* reallocateBlock(void* block, uint64_t size) {
-  // A block that many small pieces are appended to has room for most of them.
-  if (isFreeable(block) && quick.load(std::memory_order_relaxed)) [[likely]] {
-    Header* const header = headerOf(block);
-    if (size > header->size() && size <= header->capacity()) [[likely]] {
-      return setSize(header, size);
-    }
+  if (markOf(block) != Origin::kRoot || !quick.load(std::memory_order_relaxed)) [[unlikely]] {
+    return reallocateSlowly(block, size);
   }
-  return reallocateSlowly(block, size);
+  // What small pieces are appended to: it has room for most of them.
+  Header* const header = headerOf(block);
+  if (size <= header->size() || size > kLargest) [[unlikely]] {
+    return reallocateSlowly(block, size);
+  }
+  return size <= header->capacity() ? setSize(header, size) : resize(header, Origin::kRoot, size);
 }
 
 bool fitsInPlace(void* block, uint64_t size) {
@@ -324,19 +333,20 @@ bool fitsInPlace(void* block, uint64_t size) {
 void resizeInPlace(void* block, uint64_t size) { setSize(headerOf(block), size); }
 
 void freeBlock(void* block) {
-  if (isFreeable(block)) [[likely]] {
+  const Origin origin = markOf(block);
+  if (origin == Origin::kRoot || origin == Origin::kText) [[likely]] {
     release(headerOf(block));
   } else if (block != nullptr) {
     freeOther(block);
   }
 }
 
-void* duplicateText(const void* text, uint64_t units, uint64_t unitSize) {
-  void* const copy = allocateFor(Origin::kText, (units + 1) * unitSize);
-  if (copy != nullptr) {
-    std::memcpy(copy, text, units * unitSize);
+void* duplicateText(const void* text, uint64_t size) {
+  void* copy = allocateKept(Origin::kText, size, size, Content::kAny);
+  if (copy == nullptr) {
+    copy = allocateSlowly(Origin::kText, size);
   }
-  return copy;
+  return copy == nullptr ? nullptr : std::memcpy(copy, text, size);
 }
 
 void freeText(void* text) {

@@ -20,9 +20,9 @@ void resizeInPlace(void* block, uint64_t size);  // to one that fits
 // Null is ignored. Releases every block but component texts.
 void freeBlock(void* block);
 
-// Texts of String.1 and StringW.1 (slot 3): `units` of `unitSize` bytes and a terminator behind.
+// Texts of String.1 and StringW.1 (slot 3): `size` bytes, the terminator with them.
 // Released by freeBlock or by freeText. Null when memory is short.
-void* duplicateText(const void* text, uint64_t units, uint64_t unitSize);
+void* duplicateText(const void* text, uint64_t size);
 void freeText(void* text);
 
 // Texts of SEC_COMMONTYPES_1 TextDuplicate: released by freeComponentText and by nothing else.

@@ -71,7 +71,7 @@ struct Header {
   uint64_t detail;  // size and class; in a list of free blocks the address of the next one
 
   void mark(Origin origin) { tag = static_cast<uint64_t>(origin) ^ address(); }
-  bool is(Origin origin) const { return (tag ^ address()) == static_cast<uint64_t>(origin); }
+  Origin origin() const { return static_cast<Origin>(tag ^ address()); }
 
   void setSize(uint64_t size, uint32_t sizeClass) {
     detail = size | uint64_t{sizeClass} << kClassShift;

@@ -183,8 +183,8 @@ SystemBlock<char> render(const char* format, va_list arguments) {
 
 // What is done while somebody traces is kept apart, so that the functions of the table, which
 // mostly have nothing to do, are a few instructions.
-[[gnu::noinline]] void writeMessage(uint32_t level, const char* source, const char* format,
-                                    va_list arguments) {
+[[gnu::cold, gnu::noinline]] void writeMessage(uint32_t level, const char* source,
+                                               const char* format, va_list arguments) {
   if (format == nullptr || !trace.mayBeOn(level)) {
     return;
   }
@@ -193,7 +193,7 @@ SystemBlock<char> render(const char* format, va_list arguments) {
   }
 }
 
-[[gnu::noinline]] uint32_t findLevel(const char* source) {
+[[gnu::cold, gnu::noinline]] uint32_t findLevel(const char* source) {
   return trace.levelOf(orUnknown(source));
 }
 

@@ -78,7 +78,7 @@ class StringOperations {
   static Char* textDuplicate(const Char* text) {
     return text == nullptr
                ? nullptr
-               : static_cast<Char*>(duplicateText(text, Traits::length(text), sizeof(Char)));
+               : static_cast<Char*>(duplicateText(text, (Traits::length(text) + 1) * sizeof(Char)));
   }
 
   static int32_t textCompare(const Char* a, const Char* b) {

@@ -310,14 +310,9 @@ void CHTTPRequest::readContentLength(const char* value) {
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP request Content-Length: %d", length);
 }
 
-int32_t CHTTPRequest::parseBody() {
-  base::TraceScope scope("CHTTPRequest::parseBody");
-  return scope.leave(takeBody(remaining()));
-}
-
 // The body is complete at exactly Content-Length bytes; with more it waits for its end at the
 // limit.
-int32_t CHTTPRequest::takeBody(uint64_t count) {
+inline int32_t CHTTPRequest::takeBody(uint64_t count) {
   if (count > kHttpMaxBody) {
     return blockBody(count);
   }
@@ -336,6 +331,11 @@ int32_t CHTTPRequest::takeBody(uint64_t count) {
   }
   dump();
   return kOk;
+}
+
+int32_t CHTTPRequest::parseBody() {
+  base::TraceScope scope("CHTTPRequest::parseBody");
+  return scope.leave(takeBody(remaining()));
 }
 
 int32_t CHTTPRequest::completeBody(uint64_t count) {

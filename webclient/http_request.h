@@ -60,7 +60,7 @@ class CHTTPRequest : public IHTTPRequest,
   int32_t keepHeader(const runtime::StringObject& name, const char* value);
   void readContentLength(const char* value);
   int32_t parseBody();
-  int32_t takeBody(uint64_t count);
+  [[gnu::always_inline]] int32_t takeBody(uint64_t count);
   int32_t completeBody(uint64_t count);
   int32_t blockUnfinishedLine(uint64_t count) const;
   int32_t blockBody(uint64_t count) const;
@@ -74,23 +74,23 @@ class CHTTPRequest : public IHTTPRequest,
 
   // The trace is asked whether it is on; only then is there something to write.
   void traceUnfinished() const {
-    if (base::isTraceOn(base::kTraceNotice, base::kModuleSource)) [[unlikely]] {
+    if (base::isTraceOn(base::kTraceNotice, base::kModuleSource)) {
       writeUnfinished();
     }
   }
   void traceRaw() const {
-    if (base::isTraceOn(base::kTraceInfo, base::kModuleSource)) [[unlikely]] {
+    if (base::isTraceOn(base::kTraceInfo, base::kModuleSource)) {
       writeRaw();
     }
   }
   void dump() {
-    if (base::isTraceOn(base::kTraceInfo, base::kModuleSource)) [[unlikely]] {
+    if (base::isTraceOn(base::kTraceInfo, base::kModuleSource)) {
       writeAll();
     }
   }
-  void writeUnfinished() const;
-  void writeRaw() const;
-  void writeAll();
+  [[gnu::cold]] void writeUnfinished() const;
+  [[gnu::cold]] void writeRaw() const;
+  [[gnu::cold]] void writeAll();
   void dumpTable(const char* title, const collections::TextTable& table) const;
 
   bool endReached_ = false;
@@ -126,7 +126,7 @@ inline int32_t CHTTPRequest::setUnfinished(const uint8_t* bytes, uint64_t count)
   if (failed(pending_.resize(count))) {  // bytes of our own need no more room, and stay
     return kOutOfMemory;
   }
-  if (count != 0 && bytes != pending_.data()) {
+  if (count != 0 && bytes != pending_.data()) [[unlikely]] {
     std::memmove(pending_.data(), bytes, count);
   }
   searched_ = 0;

@@ -182,8 +182,8 @@ TEST_F(QuickHeap, PointersIntoBlocksAreTold) {
 }
 
 TEST_F(QuickHeap, TextsBelongToTheirReleaseFunctions) {
-  velmora::freeBlock(velmora::duplicateText("ab", 2, 1));
-  velmora::freeText(velmora::duplicateText("ab", 2, 1));
+  velmora::freeBlock(velmora::duplicateText("ab", 3));
+  velmora::freeText(velmora::duplicateText("ab", 3));
   velmora::freeComponentText(velmora::duplicateComponentText("ab"));
   EXPECT_THAT(complaint([] { velmora::freeText(allocate(3)); }),
               testing::HasSubstr("string component"));
