@@ -4,18 +4,20 @@ option(VEXA_PACKAGE "Build what is passed on: reproducible, with debug symbols" 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(VEXA_SEAL ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/packaging/seal_pe.py)
 
-# vexa_shipped_options(OUT): what is compiled into them names no folder of this machine. Paths come
-# absolute from CMake, and relative to the build folder from a ccache that has a base folder.
+# vexa_shipped_options(OUT): what is compiled into them names no folder of this machine, and the same one
+# for every preset, since a ccache may give out what it compiled for another. Paths come absolute from
+# CMake, and relative to the build folder from a ccache that has a base folder. The last map that fits
+# counts.
 function(vexa_shipped_options out)
   set(options)
   if(VEXA_PACKAGE)
     cmake_path(RELATIVE_PATH CMAKE_SOURCE_DIR BASE_DIRECTORY ${CMAKE_BINARY_DIR}
                OUTPUT_VARIABLE to_source)
-    cmake_path(RELATIVE_PATH CMAKE_BINARY_DIR BASE_DIRECTORY ${CMAKE_SOURCE_DIR}
-               OUTPUT_VARIABLE from_source)
-    set(options -g -ffile-prefix-map=roots=./${from_source}/roots
-                -ffile-prefix-map=generated=./${from_source}/generated
-                -ffile-prefix-map=${to_source}=. -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+    set(options -g -ffile-prefix-map=${to_source}=. -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.
+                -ffile-prefix-map=${CMAKE_BINARY_DIR}=./build)
+    foreach(folder roots generated host)
+      list(APPEND options -ffile-prefix-map=${folder}/=./build/${folder}/)
+    endforeach()
   endif()
   set(${out} "${options}" PARENT_SCOPE)
 endfunction()

@@ -6,13 +6,12 @@ check_debian.py [--report FILE] BUILD
 BUILD is a release build. FILE receives the counts.
 """
 
-import argparse
 import os
 import pathlib
 import tempfile
 
 import debian_packages
-from counts import Checks
+from counts import argument, run_checks
 from packages import make, same_bytes
 
 
@@ -30,18 +29,13 @@ def check_same_bytes(checks, build, folder):
     return first
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("build", type=pathlib.Path)
-    arguments = parser.parse_args()
-    checks, build = Checks(), arguments.build.resolve()
+def check(checks, options):
+    build = options.build.resolve()
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         packages = check_same_bytes(checks, build, folder)
         debian_packages.check(checks, packages, make.version_of(build), folder)
-    checks.end(arguments.report)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("build", type=pathlib.Path))

@@ -6,7 +6,6 @@ check_package.py [--report FILE] --build BUILD -- WINE
 WINE starts Windows programs. FILE receives the counts.
 """
 
-import argparse
 import os
 import pathlib
 import re
@@ -14,7 +13,7 @@ import subprocess
 import tempfile
 
 import windows_package
-from counts import Checks
+from counts import COMMAND, argument, run_checks
 from packages import make, same_bytes
 from windows_package import FILES
 
@@ -52,20 +51,14 @@ def check_relinking(checks, build, folder):
         checks.expect(f"{file} linked again is the same file", same, said.stderr or command)
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path)
-    parser.add_argument("--build", type=pathlib.Path, required=True)
-    parser.add_argument("wine", nargs="+")
-    arguments = parser.parse_args()
-    checks, build = Checks(), arguments.build.resolve()
+def check(checks, options):
+    build = options.build.resolve()
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         archives = check_same_bytes(checks, build, folder)
         check_relinking(checks, build, folder)
-        windows_package.check(checks, archives, arguments.wine, folder)
-    checks.end(arguments.report)
+        windows_package.check(checks, archives, options.command, folder)
 
 
 if __name__ == "__main__":
-    main()
+    run_checks(__doc__, check, argument("--build", type=pathlib.Path, required=True), COMMAND)

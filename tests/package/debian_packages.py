@@ -5,7 +5,8 @@ import re
 import subprocess
 import tarfile
 
-from packages import check_debug_link, check_links, check_no_folder_of_ours, make  # finds the next
+from packages import (check_debug_link, check_folders_in_symbols, check_links,  # finds the next
+                      check_no_folder_of_ours, make)
 from installed_sdk import InstalledSdk
 
 NAMES = ("vexabase-dev", "vexahost", "vexahost-dbgsym")
@@ -101,8 +102,9 @@ def check(checks, files, version, folder):
     check_links(checks, root / "usr/share/doc/vexabase")
     check_no_folder_of_ours(checks, root)
     for program in PROGRAMS:
-        check_debug_link(checks, root / LIBRARY_FOLDER / "vexabase" / program,
-                         root / "usr/lib/debug" / LIBRARY_FOLDER / "vexabase" / f"{program}.debug")
+        symbols = root / "usr/lib/debug" / LIBRARY_FOLDER / "vexabase" / f"{program}.debug"
+        check_debug_link(checks, root / LIBRARY_FOLDER / "vexabase" / program, symbols)
+        check_folders_in_symbols(checks, symbols)
     check_host(checks, root, version)
     scratch = folder / "hosts"
     scratch.mkdir()

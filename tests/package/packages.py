@@ -52,3 +52,11 @@ def check_no_folder_of_ours(checks, folder):
     traces = [f"{path.relative_to(folder)}: {found.group()}" for path in folder.rglob("*")
               if path.is_file() and (found := ours.search(path.read_bytes()))]
     checks.expect("no file names a folder of the build machine", not traces, traces)
+
+
+def check_folders_in_symbols(checks, symbols):
+    """All sources lie below ".", and what the build wrote below "./build" whichever preset it was:
+    compiled elsewhere, or taken from a cache, the same bytes."""
+    folders = set(re.findall(rb"\./build/[\w-]+", symbols.read_bytes()))
+    wrong = [name for name in folders if not re.match(rb"\./build/(roots|generated|host)$", name)]
+    checks.expect(f"{symbols.name}: one name for the folder of every build", not wrong, wrong)

@@ -8,7 +8,8 @@ import struct
 import subprocess
 import zipfile
 
-from packages import check_debug_link, check_links, check_no_folder_of_ours, seal_pe
+from packages import (check_debug_link, check_folders_in_symbols, check_links,
+                      check_no_folder_of_ours, seal_pe)
 
 FILES = ("vexabase.dll", "velmora.dll", "vexahost.exe")
 PARTS = {"libgcrypt", "libgpg-error", "asio", "cli11", "nlohmann-json", "gcc-runtime", "mingw-w64"}
@@ -50,6 +51,7 @@ def check_symbols(checks, unpacked, symbols):
     for file in FILES:
         debug = symbols / "bin" / f"{file}.debug"
         check_debug_link(checks, unpacked / "bin" / file, debug)
+        check_folders_in_symbols(checks, debug)
         lines = subprocess.run(["x86_64-w64-mingw32-objdump", "--dwarf=info", "--dwarf-depth=1",
                                 str(debug)], capture_output=True, text=True, check=False).stdout
         checks.expect(f"{file}: its symbols name sources", "DW_AT_name        : " in lines
