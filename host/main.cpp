@@ -59,6 +59,11 @@ int run(const std::vector<std::string>& arguments) {
   Options options;
   addGlobalOptions(app, options);
   app.fallthrough();
+  app.allow_windows_style_options(false);  // what begins with a slash is a file
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return std::string("vexahost: ") + error.what() + "\n" +
+           "Run with --help for more information.\n";
+  });
   for (const auto add :
        {addListsCommand, addServeCommand, addJsonCommand, addUrlCommand, addTimeCommand,
         addScrambleCommand, addProxyCommand, addMonitorCommand, addCertsCommand, addOwnCommand,

@@ -1,5 +1,6 @@
 #include "own_certificates.h"
 
+#include "certificates.h"
 #include "vexa/runtime/reference_crypto.h"
 
 namespace vexahost {
@@ -29,7 +30,11 @@ void configurePse(const Module& module, const std::string& path, const std::stri
     throw HostError("this runtime has a PSE of its own", ExitStatus::kUnsupported);
   }
   check(configure(path.c_str(), password.c_str()), "opening the PSE");
-  check(reload(), "opening the PSE");
+  const int32_t result = reload();
+  if (vexa::failed(result)) {
+    openPkcs12(module, path, password);  // says why, where the runtime can tell
+    check(result, ("opening " + path).c_str());
+  }
 }
 
 std::vector<OwnCertificate> ownCertificates(const Module& module) {

@@ -260,7 +260,7 @@ void issue(Options& options, IssueRequest& request) {
                issuer.certificates->certificate);
   const CertificateRef certificate = draft.take();
 
-  writeFile(request.out, toPem(module, *certificate.get()));
+  // The key comes first: what is certified but cannot be used would be of no use to anyone.
   if (made.key) {
     made.append(module, certificate.get());
     for (const auto* record = issuer.certificates.get(); record != nullptr; record = record->next) {
@@ -271,6 +271,7 @@ void issue(Options& options, IssueRequest& request) {
                            request.newPassword.get("Password of the new key")),
               true);
   }
+  writeFile(request.out, toPem(module, *certificate.get()));
   const std::string subject = subjectOf(module, certificate.get());
   options.output.done({{"issued", subject}}, "issued  " + visible(subject));
 }

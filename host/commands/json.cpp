@@ -5,13 +5,19 @@
 namespace vexahost {
 namespace {
 
+// The module writes a line for each value; within texts it escapes their ends.
+std::string onOneLine(std::string text) {
+  std::erase(text, '\n');
+  return text + '\n';
+}
+
 void rewrite(Options& options, const std::string& path) {
   const Module module(options.module);
   const JsonObjectRef object = JsonObjectRef::parse(module, readFile(path));
   if (!object) {
     throw HostError(path + ": not a JSON object that the module reads", ExitStatus::kInput);
   }
-  options.output.raw(object.text());
+  options.output.raw(options.output.isJson() ? onOneLine(object.text()) : object.text());
 }
 
 }  // namespace

@@ -95,6 +95,7 @@ void addServeCommand(CLI::App& app, Options& options) {
   ServeOptions& endpoint = request->endpoint;
   endpoint.port = 8420;
   command->add_option("--port", endpoint.port, "Port to listen on; 0 takes any free one")
+      ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   command->add_option("--allow-origin", endpoint.allowedOrigins,
                       "Origin whose pages may call, such as https://*.example.com or, for "

@@ -125,13 +125,19 @@ def check_command_line(checks, host, folder):
         (["lists", "frobnicate"], 2, "frobnicate"),
         (["json", "."], 3, ".: cannot be read: it is a folder"),
         (["json", "no-such.json"], 3, "no-such.json: cannot be read: "),
+        (["json", "/no-such.json"], 3, "/no-such.json: cannot be read: "),
         (["certs", "ca.pem", "no-such.pem"], 3, "no-such.pem: cannot be read: "),
         (["p12", "open", "ca.pem", "--password-file", "."], 3, ".: cannot be read: it is a folder"),
         (["time", "18446744073709551616"], 2, "the value is too large"),
         (["time", "1", "--to", "0x100000021"], 2, "the format is too large"),
         (["time", "1x"], 2, "the value is not a number"),
         (["monitor", "--interval", "0"], 2, "1 to 3600"),
-        (["serve", "--port", "70000"], 2, "70000"),
+        (["serve", "--port", "70000"], 2, "vexahost: --port: Value 70000 not in range 0 to 65535"),
+        (["serve", "--port", "http"], 2, "vexahost: --port: Value http not in range 0 to 65535"),
+        (["url"], 2, "vexahost: url is required"),
+        (["own", "--pse", "no-such.p12", "--password-file", "pw"], 3,
+         "no-such.p12: cannot be read: "),
+        (["own", "--pse", "ca.pem", "--password-file", "pw"], 3, "ca.pem: not a PKCS#12 file"),
         (["--trace", "6", "lists"], 2, "0 to 5"),
         (["p12", "create", "--key", "ca.key", "--cert", "ca.pem", "--name", "n", "--out",
           "no-such-folder/a.p12", "--password-file", "pw"], 5,
@@ -143,6 +149,9 @@ def check_command_line(checks, host, folder):
         checks.expect(f"{' '.join(arguments)} says why it refuses",
                       (status, text) == (expected, "") and words in host.error,
                       (status, text, host.error))
+    _, text = host.run("json", "-", "--json", text='{"a":"x\\ny","b":[1,{}]}')
+    checks.expect("json --json answers with one line", text.count("\n") == 1
+                  and json.loads(text) == {"a": "x\ny", "b": [1, {}]}, text)
     for arguments, member in [(["url", "http://a.example"], "valid"), (["time", "0"], "result"),
                               (["proxy", "http://a.example/"], "decided")]:
         _, text = host.run("--json", *arguments)
@@ -285,6 +294,10 @@ def check_pkcs12(checks, host, folder):
 
     status, text = host.run("own", "--pse", "ours.p12", "--password-file", "pw")
     checks.expect("own lists the user's certificate", "subject  CN=Jane,O=Orlind,C=DE" in text, text)
+    for command in (["own"], ["serve", "--port", "0"]):
+        status, _ = host.run(*command, "--pse", "ours.p12", "--password-file", "wrong")
+        checks.expect(f"{command[0]} says that the password is wrong", status == 4
+                      and "ours.p12: the password is wrong" in host.error, (status, host.error))
 
 
 def check_issuing(checks, host, folder):
@@ -302,6 +315,11 @@ def check_issuing(checks, host, folder):
         _, text = openssl(folder, "x509", "-in", "bob.pem", "-noout", "-ext", "keyUsage")
         checks.expect("... with a critical key usage",
                       re.search(r"Key Usage: critical\n\s+" + re.escape(usage) + r"\n", text), text)
+    status, _ = host.run("ca", "issue", "--issuer", "ca.p12", "--issuer-password-file", "pw",
+                         "--subject", "CN=Bob", "--out", "lost.pem", "--p12-out",
+                         "no-such-folder/bob.p12", "--p12-password-file", "pw")
+    checks.expect("no certificate is left whose key could not be written",
+                  status == 5 and not (folder / "lost.pem").exists(), (status, host.error))
 
 
 def expected_answers(folder, pem):
