@@ -50,7 +50,10 @@ class HashTable : public ModuleTest {
         &table, buckets, key, value);
   }
   int32_t put(void* key, void* value) { return call<int32_t>(table, 7, key, value); }
+  int32_t remove(void* key) { return call<int32_t>(table, 8, key); }
+  int32_t contains(void* key) { return call<int32_t>(table, 9, key); }
   int32_t get(void* key, void** value) { return call<int32_t>(table, 10, key, value); }
+  int32_t removeAll() { return call<int32_t>(table, 12); }
   void* keyAt(uint64_t index) {
     void* key = this;
     const int32_t result = call<int32_t>(table, 11, index, &key);
@@ -270,7 +273,7 @@ TEST_F(HashTableBytes, EveryFailedAllocationOfAPutLosesNoBytes) {
   const int swept = sweepAllocations(spy, [&] {
     const int32_t result = put(key, text("value"));
     EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
-    EXPECT_EQ(call<int32_t>(table, 12), kOk);
+    EXPECT_EQ(removeAll(), kOk);
     return result == kOk;
   });
   EXPECT_EQ(swept, 3) << "bytes, node, value";
@@ -328,8 +331,8 @@ TEST_F(HashTableMixed, APositiveResultOfAKeyRecordIsNoFailure) {
   void* value = nullptr;
   EXPECT_EQ(get(item(2), &value), kOk);
   EXPECT_EQ(value, item(20));
-  EXPECT_EQ(call<int32_t>(table, 9, item(2)), kOk);
-  EXPECT_EQ(call<int32_t>(table, 8, item(2)), kOk);
+  EXPECT_EQ(contains(item(2)), kOk);
+  EXPECT_EQ(remove(item(2)), kOk);
 }
 
 TEST_F(HashTableMixed, AFailedCopyOfAKeyFailsThePutWithItsCode) {
@@ -369,9 +372,9 @@ TEST_F(HashTableBytes, LookingUpLeavesTheProbesBytesToTheHelper) {
   EXPECT_EQ(put(key, item(1)), kOk);
   helper.probes.clear();
   void* value = nullptr;
-  EXPECT_EQ(call<int32_t>(table, 9, static_cast<void*>(key)), kOk);
+  EXPECT_EQ(contains(key), kOk);
   EXPECT_EQ(get(key, &value), kOk);
-  EXPECT_EQ(call<int32_t>(table, 8, static_cast<void*>(key)), kOk);
+  EXPECT_EQ(remove(key), kOk);
   EXPECT_EQ(helper.probes.size(), 3u);
   EXPECT_EQ(spy.liveBlocks(), 1 + 3);
   for (void* probe : helper.probes) {
@@ -385,8 +388,8 @@ TEST_F(HashTableBytes, AFailingKeyRecordFailsEveryOperationWithItsCode) {
   helper.result = kAccessDenied;
   void* value = this;
   EXPECT_EQ(put(key, item(1)), kAccessDenied);
-  EXPECT_EQ(call<int32_t>(table, 8, static_cast<void*>(key)), kAccessDenied);
-  EXPECT_EQ(call<int32_t>(table, 9, static_cast<void*>(key)), kAccessDenied);
+  EXPECT_EQ(remove(key), kAccessDenied);
+  EXPECT_EQ(contains(key), kAccessDenied);
   EXPECT_EQ(get(key, &value), kAccessDenied);
   EXPECT_EQ(value, nullptr);
 }
@@ -399,17 +402,17 @@ TEST_F(HashTable, PutGetContainsRemove) {
   EXPECT_EQ(get(item(5), &value), kFalse);
   EXPECT_EQ(value, nullptr);
   EXPECT_EQ(get(item(5), nullptr), kNullPointer);
-  EXPECT_EQ(call<int32_t>(table, 9, item(5)), kFalse);
-  EXPECT_EQ(call<int32_t>(table, 8, item(5)), kFalse);
+  EXPECT_EQ(contains(item(5)), kFalse);
+  EXPECT_EQ(remove(item(5)), kFalse);
   EXPECT_EQ(put(item(5), item(50)), kOk);
-  EXPECT_EQ(call<int32_t>(table, 9, item(5)), kOk);
+  EXPECT_EQ(contains(item(5)), kOk);
   EXPECT_EQ(get(item(5), &value), kOk);
   EXPECT_EQ(value, item(50));
   EXPECT_EQ(put(item(5), item(50)), kFalse) << "the very same value";
   EXPECT_EQ(put(item(5), item(51)), kOk);
   EXPECT_EQ(get(item(5), &value), kOk);
   EXPECT_EQ(value, item(51));
-  EXPECT_EQ(call<int32_t>(table, 8, item(5)), kOk);
+  EXPECT_EQ(remove(item(5)), kOk);
   EXPECT_EQ(get(item(5), &value), kFalse);
 }
 
@@ -427,7 +430,7 @@ TEST_F(HashTable, RemoveAllEmptiesTheTable) {
   for (const char* key : {"a", "b", "c", "d", "e", "f", "g"}) {
     EXPECT_EQ(put(text(key), text("value")), kOk);
   }
-  EXPECT_EQ(call<int32_t>(table, 12), kOk);
+  EXPECT_EQ(removeAll(), kOk);
   EXPECT_EQ(keyAt(0), nullptr);
   EXPECT_EQ(spy.liveBlocks(), 1);
   EXPECT_EQ(put(text("a"), text("again")), kOk);
@@ -529,8 +532,8 @@ TEST_F(HashTable, TwoInterfacesOfAnObjectAreOneKey) {
   EXPECT_EQ(get(other.first(), &value), kOk);
   EXPECT_EQ(value, item(3));
   EXPECT_EQ(one.references(), 1u) << "the table's";
-  EXPECT_EQ(call<int32_t>(table, 8, one.second()), kOk);
-  EXPECT_EQ(call<int32_t>(table, 12), kOk);
+  EXPECT_EQ(remove(one.second()), kOk);
+  EXPECT_EQ(removeAll(), kOk);
   EXPECT_EQ(one.references() + other.references(), 0u);
 }
 
@@ -542,10 +545,10 @@ TEST_F(HashTable, ObjectKeysAreHeldByReference) {
   call<uint32_t>(object, 2);
   EXPECT_EQ(put(object, text("two")), kOk);
   EXPECT_EQ(keyAt(1), nullptr);
-  EXPECT_EQ(call<int32_t>(table, 8, object), kOk);
+  EXPECT_EQ(remove(object), kOk);
   EXPECT_EQ(call<uint32_t>(object, 2), 0u);
   EXPECT_EQ(put(nullptr, text("null")), kOk);
-  EXPECT_EQ(call<int32_t>(table, 9, static_cast<void*>(nullptr)), kOk);
+  EXPECT_EQ(contains(nullptr), kOk);
 }
 
 // --- Memory ---
@@ -562,7 +565,7 @@ TEST_F(HashTable, EveryFailedAllocationLeavesTheTableUsable) {
     }
     const bool complete = value != nullptr && std::strcmp(static_cast<char*>(value), "two") == 0;
     spy.root.Free(value);
-    EXPECT_EQ(call<int32_t>(table, 12), kOk);
+    EXPECT_EQ(removeAll(), kOk);
     return first == kOk && second == kOk && found == kOk && complete;
   });
 }
