@@ -103,8 +103,11 @@ std::string mismatch(const Origin& url, const Origin& pattern) {
 
 std::string messages;  // at level 4 under the module's own name
 
-void noteMessage(uint32_t level, const char* source, uint64_t, const char* format,
-                 va_list arguments) {
+void noteMessageList(uint32_t level, const char* source, uint64_t, const char* format,
+                     va_list arguments) {
+  if (format[0] == '{' || format[0] == '}') {
+    return;  // a scope
+  }
   require(level == 4 && source == std::string_view("vexabase"), "level and source of a message");
   va_list measured;
   va_copy(measured, arguments);
@@ -115,15 +118,19 @@ void noteMessage(uint32_t level, const char* source, uint64_t, const char* forma
   text.pop_back();
   messages += text;
 }
-
-void ignoreScope(uint32_t, const char*, uint64_t, const char*, ...) {}
+void noteMessage(uint32_t level, const char* source, uint64_t reserved, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  noteMessageList(level, source, reserved, format, arguments);
+  va_end(arguments);
+}
 
 // Messages are kept from now on, instead of being read and forgotten.
 void noteMessages() {
   static constexpr runtime::NotifyTable kNotify{
       .reserved0 = nullptr,
-      .Message = ignoreScope,
-      .MessageList = noteMessage,
+      .Message = noteMessage,
+      .MessageList = noteMessageList,
       .GetLevel = [](const char*, uint32_t) { return uint32_t{5}; }};
   startedModule();
   base::bound.notify.pointer = &kNotify;
