@@ -33,12 +33,15 @@ using vexa::test::failing_libgcrypt::fails;
 using vexa::test::failing_libgcrypt::own;
 
 // Each function that tells of a failure, either by a code or by null.
+// NOLINTBEGIN(bugprone-macro-parentheses): lists have theirs already
 #define VEXA_FAILING_CODE(name, parameters, arguments)                          \
   extern "C" gcry_error_t name parameters {                                     \
     return fails() ? gcry_error(GPG_ERR_GENERAL) : own(&name, #name) arguments; \
   }
 #define VEXA_FAILING_NULL(type, name, parameters, arguments) \
   extern "C" type name parameters { return fails() ? nullptr : own(&name, #name) arguments; }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 VEXA_FAILING_CODE(gcry_cipher_open, (gcry_cipher_hd_t * handle, int algo, int mode, unsigned flags),
                   (handle, algo, mode, flags))

@@ -119,6 +119,83 @@ TEST_F(PfxDecoderTest, NothingMayFollowAnythingElse) {
             kFail);
 }
 
+// Below a MAC that fits.
+TEST_F(PfxDecoderTest, SafesAreSequencesOfWhatBelongsThere) {
+  const std::string data = dataInfo(element("30", certificateBag()));
+  ASSERT_EQ(open(pfxOver(element("30", data + data), "secret")).count(), 2);
+  const std::string type = fromHex("06092a864886f70d010701");
+  const std::string value = element("a0", element("04", element("30", certificateBag())));
+  const std::string refused[] = {
+      "",
+      element("31", data),
+      element("30", element("31", type + value)),
+      element("30", data + fromHex("0500")),
+      element("30", element("30", "")),
+      element("30", element("30", type)),
+      element("30", element("30", value)),
+      element("30", element("30", type + value + fromHex("0500"))),
+      element("30", element("30", type + element("a1", element("04", fromHex("3000"))))),
+      element("30", element("30", type + element("a0", element("0c", fromHex("3000"))))),
+      element("30", dataInfo("")),
+      element("30", dataInfo(element("31", certificateBag()))),
+      element("30", dataInfo(element("30", element("31", "")))),
+      element("30", dataInfo(element("30", certificateBag() + fromHex("0500")))),
+      element("30", dataInfo(element("30", element("30", "")))),
+      element("30", dataInfo(element("30", element("30", fromHex(kCertificateBag))))),
+  };
+  for (const std::string& safes : refused) {
+    const Opened opened = open(pfxOver(safes, "secret"));
+    EXPECT_EQ(opened.result, kFail) << toHex(safes.data(), safes.size());
+    EXPECT_EQ(opened.verified, 1);
+    EXPECT_EQ(opened.bags.get(), nullptr);
+  }
+}
+
+TEST_F(PfxDecoderTest, AFileHasItsPartsAndNoOthers) {
+  const std::string safes = element("30", dataInfo(element("30", certificateBag())));
+  const std::string whole = pfxOver(safes, "secret");
+  velmora::DerReader parts(*velmora::derContent(viewOfText(whole), velmora::kSequence));
+  const auto next = [&parts] {
+    const velmora::ByteView part = parts.takeAny()->whole;
+    return std::string(reinterpret_cast<const char*>(part.data()), part.size());
+  };
+  const std::string version = next();
+  const std::string content = next();
+  const std::string mac = next();
+  const std::string macContent = mac.substr(2);
+  ASSERT_EQ(open(element("30", version + content + mac)).result, kOk);
+  ASSERT_EQ(
+      open(element("30", version + content + element("30", macContent + fromHex("020101")))).result,
+      kOk)
+      << "the one iteration that is meant without a number";
+  const std::string salt = element("04", "saltsalt");
+  const std::string digestInfo = macContent.substr(0, macContent.size() - salt.size());
+  const std::string refused[] = {
+      element("31", version + content + mac),
+      element("30", content + mac),
+      element("30", fromHex("020102") + content + mac),
+      element("30", version + mac),
+      element("30", version + content),
+      element("30", version + content + element("31", macContent)),
+      element("30", version + content + mac + fromHex("0500")),
+      element("30", version + content + element("30", "")),
+      element("30", version + content + element("30", salt)),
+      element("30", version + content + element("30", digestInfo)),
+      element("30", version + content + element("30", macContent + fromHex("0500"))),
+      element("30", version + content + element("30", macContent + fromHex("0201010500"))),
+      element("30", version + content + element("30", element("30", "") + salt)),
+      element("30",
+              version + content +
+                  element("30", element("30", digestInfo.substr(2) + fromHex("0500")) + salt)),
+  };
+  for (const std::string& pfx : refused) {
+    const Opened opened = open(pfx);
+    EXPECT_EQ(opened.result, kFail) << toHex(pfx.data(), pfx.size());
+    EXPECT_EQ(opened.verified, 0);
+    EXPECT_EQ(opened.bags.get(), nullptr);
+  }
+}
+
 TEST_F(PfxDecoderTest, EncryptedDataHasItsPartsAndNoOthers) {
   const std::string version = fromHex("020100");
   const std::string type = fromHex("06092a864886f70d010701");
