@@ -8,15 +8,13 @@ check_headers.py --report FILE native|windows SOURCE GENERATED
 SOURCE holds include/, GENERATED what the generator made of it.
 """
 
-import argparse
 import concurrent.futures
 import os
 import pathlib
 import shutil
 import subprocess
-import sys
 
-from counts import write_counts
+from counts import argument, run_checks
 
 WARNINGS = ["-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Wpedantic", "-Werror"]
 CXX17 = ["-std=c++17", *WARNINGS]
@@ -39,7 +37,7 @@ def microsoft(source):
             "-isystem", f"/usr/{MINGW}/include", *WARNINGS]
 
 
-class Checks:
+class Compilations:
     def __init__(self, source, generated):
         self.source, self.generated = source, generated
         self.cases = []  # (title, command, source text)
@@ -82,16 +80,12 @@ class Checks:
                 self.calls(name, command, macro)
                 self.calls(name, command, macro, "UNICODE")
 
-    def run(self):
-        """(passed, failed, skipped)"""
+    def run(self, checks):
         runnable = [case for case in self.cases if shutil.which(case[1][0])]
-        failed = 0
+        checks.skipped += len(self.cases) - len(runnable)
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             for title, errors in pool.map(compile_one, runnable):
-                if errors is not None:
-                    failed += 1
-                    print(f"FAILED: {title}\n{errors[:2000]}", flush=True)
-        return len(runnable) - failed, failed, len(self.cases) - len(runnable)
+                checks.expect(title, errors is None, errors or "")
 
 
 def compile_one(case):
@@ -100,20 +94,12 @@ def compile_one(case):
     return title, done.stderr if done.returncode else None
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--report", type=pathlib.Path, required=True)
-    parser.add_argument("platform", choices=("native", "windows"))
-    parser.add_argument("source", type=pathlib.Path)
-    parser.add_argument("generated", type=pathlib.Path)
-    options = parser.parse_args()
-    checks = Checks(options.source, options.generated)
-    getattr(checks, options.platform)()
-    passed, failed, skipped = checks.run()
-    write_counts(options.report, passed, failed, skipped)
-    print(f"{passed} passed, {failed} failed, {skipped} skipped")
-    return 1 if failed or not passed else 0
+def check(checks, options):
+    compilations = Compilations(options.source, options.generated)
+    getattr(compilations, options.platform)()
+    compilations.run(checks)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    run_checks(__doc__, check, argument("platform", choices=("native", "windows")),
+               argument("source", type=pathlib.Path), argument("generated", type=pathlib.Path))
