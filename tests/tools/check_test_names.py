@@ -29,7 +29,8 @@ def sources_of(root, folder):
     """The names, without their endings, of the sources that tests/FOLDER tests."""
     # The platform's names are tested under Windows, too; tests/pal/posix is for what is ours alone.
     # The helpers of tests/support are sources themselves.
-    places = {"pal": ["pal", "pal/posix"], "support": ["tests/support"]}.get(folder, [folder])
+    places = {"pal": ["pal", "pal/posix"], "sdk": ["include/vexa"],
+              "support": ["tests/support"]}.get(folder, [folder])
     return {path.stem for place in places for path in (root / place).glob("*")
             if path.suffix in (".h", ".cpp")}
 
