@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "support/module_fixture.h"
+#include "url_parser_fixture.h"
 #include "vexa/url_parser.h"
 
 namespace vexa::test {
@@ -8,21 +9,17 @@ namespace {
 
 class UrlParserClass : public ModuleTest {
  protected:
-  void* parserOf(const char* url) {
-    void* const object = create(kUrlParserClassName, IID_IURLParser);
-    (void)call<int32_t>(object, 3, url);
-    return object;
-  }
+  void* make() { return create(kUrlParserClassName, IID_IURLParser); }
 };
 
 TEST_F(UrlParserClass, MakesANewObjectPerRequest) {
-  void* const one = parserOf("http://a:81");
-  void* const other = parserOf("http://b");
-  EXPECT_NE(one, other);
-  EXPECT_EQ(call<int32_t>(one, 4), 81);
-  EXPECT_EQ(call<int32_t>(other, 4), 80);
-  EXPECT_EQ(call<uint32_t>(one, 2), 0u);
-  EXPECT_EQ(call<uint32_t>(other, 2), 0u);
+  RawUrlParser one(make());
+  RawUrlParser other(make());
+  EXPECT_NE(one.get(), other.get());
+  EXPECT_EQ(one.parse("http://a:81"), kOk);
+  EXPECT_EQ(other.parse("http://b"), kOk);
+  EXPECT_EQ(one.getPort(), 81);
+  EXPECT_EQ(other.getPort(), 80);
 }
 
 TEST_F(UrlParserClass, HasNoOtherInterface) {
@@ -33,14 +30,14 @@ TEST_F(UrlParserClass, HasNoOtherInterface) {
 }
 
 TEST_F(UrlParserClass, MayOutliveTheModule) {
-  void* const url = parserOf("https://a.example.com");
-  void* const other = parserOf("https://a.example.com");
+  RawUrlParser url(make());
+  RawUrlParser other(make());
+  EXPECT_EQ(url.parse("https://a.example.com"), kOk);
+  EXPECT_EQ(other.parse("https://a.example.com"), kOk);
   stop();
-  EXPECT_TRUE(call<bool>(url, 6));
-  EXPECT_FALSE(call<bool>(url, 8, other));  // nobody to compare the hosts
-  EXPECT_TRUE(call<bool>(url, 10, static_cast<const char*>("https://*.example.com")));
-  EXPECT_EQ(call<uint32_t>(url, 2), 0u);
-  EXPECT_EQ(call<uint32_t>(other, 2), 0u);
+  EXPECT_TRUE(url.isValid());
+  EXPECT_FALSE(url.cmp(other.get()));  // nobody to compare the hosts
+  EXPECT_TRUE(url.patternMatch("https://*.example.com"));
 }
 
 }  // namespace

@@ -7,12 +7,14 @@
 
 namespace vexa::test {
 
-// A new URL parser with its operations by slot.
+// One reference, the only one, to a URL parser, and its operations by slot.
 class RawUrlParser {
  public:
   RawUrlParser() {
     EXPECT_EQ(webclient::URLParser::CreateInstance(&IID_IURLParser, &object_), kOk);
   }
+  // Takes the reference over.
+  explicit RawUrlParser(void* object) : object_(object) {}
   // Holds the text, too, which ends where its last character does.
   explicit RawUrlParser(const char* url) : RawUrlParser() { (void)parse(url); }
   RawUrlParser(const RawUrlParser&) = delete;
