@@ -15,7 +15,7 @@
 // ends its lines with one byte instead of two. Both hand out a new block. Rates count plain bytes.
 namespace {
 
-using vexa::bench::LoadedModule;
+using vexa::bench::loadedModule;
 using vexa::runtime::ByteBuffer;
 
 constexpr size_t kPlain = 1 << 20;
@@ -52,7 +52,7 @@ void countPlain(benchmark::State& state) {
 using Code = int32_t (*)(const ByteBuffer* in, ByteBuffer** out);
 
 void convert(benchmark::State& state, Code code, std::string text) {
-  const auto& root = LoadedModule::get().root();
+  const auto& root = loadedModule().root();
   const ByteBuffer in{text.size(), reinterpret_cast<uint8_t*>(text.data())};
   for (auto _ : state) {
     ByteBuffer* out = nullptr;
@@ -66,9 +66,7 @@ void convert(benchmark::State& state, Code code, std::string text) {
   countPlain(state);
 }
 
-const vexa::CoreList& core() {
-  return LoadedModule::get().list<vexa::CoreList>(vexa::kCoreListName);
-}
+const vexa::CoreList& core() { return loadedModule().list<vexa::CoreList>(); }
 
 void encode(benchmark::State& state) { convert(state, core().EncodeBase64, plainBytes()); }
 void decode(benchmark::State& state) { convert(state, core().DecodeBase64, inLines("\r\n")); }

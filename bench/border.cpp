@@ -9,12 +9,13 @@
 // runtime's heap.
 namespace {
 
-using vexa::bench::LoadedModule;
-using Parser = vexa::bench::Created<vexa::IURLParser>;
+using vexa::bench::create;
+using vexa::bench::loadedModule;
+using Parser = vexa::InterfaceHolder<vexa::IURLParser>;
 
 // Counting up and down does nothing else.
 void call(benchmark::State& state) {
-  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const Parser parser = create<vexa::IURLParser>();
   for (auto _ : state) {
     benchmark::DoNotOptimize(parser->AddRef());
     benchmark::DoNotOptimize(parser->Release());
@@ -23,14 +24,14 @@ void call(benchmark::State& state) {
 
 // Traces its entry and its exit, with the level off, and compares a number.
 void scope(benchmark::State& state) {
-  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const Parser parser = create<vexa::IURLParser>();
   for (auto _ : state) {
     benchmark::DoNotOptimize(parser->isHTTPS());
   }
 }
 
 void allocate(benchmark::State& state) {
-  const auto& root = LoadedModule::get().root();
+  const auto& root = loadedModule().root();
   for (auto _ : state) {
     void* const block = root.Allocate(static_cast<uint64_t>(state.range(0)));
     benchmark::DoNotOptimize(block);

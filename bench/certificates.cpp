@@ -20,12 +20,10 @@
 namespace {
 
 using namespace vexa::runtime;
-using vexa::bench::exported;
-using vexa::bench::kRuntimeLibrary;
-using vexa::bench::LoadedModule;
+using vexa::bench::loadedModule;
 using CertificateRef = vexa::RuntimeObjectHolder<Certificate>;
 
-#define RUNTIME(name) exported<decltype(&name)>(kRuntimeLibrary, #name)
+#define RUNTIME(name) loadedModule().runtimeFunction<decltype(name)>(#name)
 
 void need(int32_t result) {
   if (result != vexa::kOk) {
@@ -38,7 +36,7 @@ template <class Table>
 const Table& table() {
   using Traits = TableTraits<Table>;
   const void* found = nullptr;
-  need(LoadedModule::get().root().GetInterface(Traits::kComponent, Traits::kName, &found));
+  need(loadedModule().root().GetInterface(Traits::kComponent, Traits::kName, &found));
   return *static_cast<const Table*>(found);
 }
 
@@ -101,7 +99,7 @@ SafeBag* keyBag(const Pkcs12TypesTable& bags, const KeyObject& key) {
   need(bags.PrivateKeyInfoCreate(&bag->key));
   need(types().AlgorithmIdCopy(&bag->key->algorithm, &key.publicKey.algorithm));
   const uint64_t count = key.privateKey.bitLength / 8;
-  bag->key->key.data = static_cast<uint8_t*>(LoadedModule::get().root().Allocate(count));
+  bag->key->key.data = static_cast<uint8_t*>(loadedModule().root().Allocate(count));
   bag->key->key.length = count;
   std::memcpy(bag->key->key.data, key.privateKey.bytes, count);
   return bag;
@@ -143,7 +141,7 @@ void openPairs(benchmark::State& state) {
   need(strings.Create(&password));
   need(strings.AssignBytes(password, "pw", 2));
   const ByteBuffer* const file = fileOf(state.range(0), password);
-  const auto& core = LoadedModule::get().list<vexa::CoreList>(vexa::kCoreListName);
+  const auto& core = loadedModule().list<vexa::CoreList>();
   for (auto _ : state) {
     KeyObject* key = nullptr;
     CertificateList* certificates = nullptr;

@@ -16,7 +16,7 @@
 namespace {
 
 using vexa::HashTable_void;
-using vexa::bench::LoadedModule;
+using vexa::bench::loadedModule;
 
 constexpr uint64_t kBuckets = 257;
 constexpr uint32_t kTexts = vexa::kHashTableText | vexa::kHashTableText << 8;
@@ -38,7 +38,7 @@ void count(benchmark::State& state) {
 }
 
 HashTable_void* makeTable(uint32_t types) {
-  static const auto& list = LoadedModule::get().list<vexa::HashTableList>(vexa::kHashTableListName);
+  static const auto& list = loadedModule().list<vexa::HashTableList>();
   HashTable_void* table = nullptr;
   if (list.CreateHashTable(&table, types, kBuckets) != vexa::kOk || table == nullptr) {
     std::abort();
@@ -97,7 +97,7 @@ void get(benchmark::State& state) {
         std::abort();
       }
       benchmark::DoNotOptimize(value);
-      LoadedModule::get().root().Free(value);
+      loadedModule().root().Free(value);
     }
   }
   table->Release();

@@ -25,8 +25,9 @@ namespace {
 
 namespace http = boost::beast::http;
 using vexa::IHTTPRequest;
-using vexa::bench::LoadedModule;
-using Request = vexa::bench::Created<IHTTPRequest>;
+using vexa::bench::create;
+using vexa::bench::loadedModule;
+using Request = vexa::InterfaceHolder<IHTTPRequest>;
 
 constexpr size_t kWhole = SIZE_MAX;
 constexpr size_t kPiece = 64;
@@ -65,13 +66,13 @@ void countBytes(benchmark::State& state, const std::string& request) {
 void askHeader(IHTTPRequest& request, const char* name) {
   char* value = nullptr;
   benchmark::DoNotOptimize(request.getHeader(name, &value));
-  LoadedModule::get().root().Free(value);
+  loadedModule().root().Free(value);
 }
 
 void askParameter(IHTTPRequest& request, const char* name) {
   char* value = nullptr;
   benchmark::DoNotOptimize(request.getQueryParameter(name, &value));
-  LoadedModule::get().root().Free(value);
+  loadedModule().root().Free(value);
 }
 
 void askAll(IHTTPRequest& request) {
@@ -89,7 +90,7 @@ void askAll(IHTTPRequest& request) {
 }
 
 void parseOnce(const std::string& text, size_t piece) {
-  const Request request(vexa::kHttpRequestClassName, vexa::IID_IHTTPRequest);
+  const Request request = create<vexa::IHTTPRequest>();
   int32_t result = vexa::kMoreNeeded;
   const auto* const bytes = reinterpret_cast<const uint8_t*>(text.data());
   for (size_t at = 0; at < text.size();) {
@@ -104,7 +105,7 @@ void parseOnce(const std::string& text, size_t piece) {
 }
 
 void ours(benchmark::State& state, const std::string& text, size_t piece) {
-  (void)LoadedModule::get();
+  (void)loadedModule();
   for (auto _ : state) {
     parseOnce(text, piece);
   }
@@ -112,9 +113,9 @@ void ours(benchmark::State& state, const std::string& text, size_t piece) {
 }
 
 void createAndRelease(benchmark::State& state) {
-  (void)LoadedModule::get();
+  (void)loadedModule();
   for (auto _ : state) {
-    const Request request(vexa::kHttpRequestClassName, vexa::IID_IHTTPRequest);
+    const Request request = create<vexa::IHTTPRequest>();
     benchmark::DoNotOptimize(request.get());
   }
 }

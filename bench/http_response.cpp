@@ -14,8 +14,9 @@
 namespace {
 
 using vexa::IHTTPResponse;
-using vexa::bench::LoadedModule;
-using Response = vexa::bench::Created<IHTTPResponse>;
+using vexa::bench::create;
+using vexa::bench::loadedModule;
+using Response = vexa::InterfaceHolder<IHTTPResponse>;
 
 struct Header {
   const char* name;
@@ -36,7 +37,7 @@ void ours(benchmark::State& state) {
   const std::string body = makeBody();
   uint64_t size = 0;
   for (auto _ : state) {
-    const Response response(vexa::kHttpResponseClassName, vexa::IID_IHTTPResponse);
+    const Response response = create<vexa::IHTTPResponse>();
     (void)response->setStatus(200, nullptr);
     for (const auto& [name, value] : kHeaders) {
       (void)response->addHeader(name, value);
@@ -48,7 +49,7 @@ void ours(benchmark::State& state) {
       std::abort();
     }
     benchmark::DoNotOptimize(buffer[size - 1]);
-    LoadedModule::get().root().Free(buffer);
+    loadedModule().root().Free(buffer);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(size));
 }

@@ -19,7 +19,7 @@
 namespace {
 
 using vexa::IJsonObject;
-using vexa::bench::LoadedModule;
+using vexa::bench::loadedModule;
 
 struct Document {
   const char* name;
@@ -56,7 +56,7 @@ void describe(benchmark::State& state) {
 }
 
 IJsonObject* parse(const std::string& text) {
-  static const auto& api = LoadedModule::get().list<vexa::JsonApiList>(vexa::kJsonApiListName);
+  static const auto& api = loadedModule().list<vexa::JsonApiList>();
   // The parser only reads it.
   const vexa::runtime::ByteBuffer record{
       text.size(), reinterpret_cast<uint8_t*>(const_cast<char*>(text.data()))};
@@ -89,7 +89,7 @@ void parseRapid(benchmark::State& state) {
 }
 
 void writeVexa(benchmark::State& state) {
-  const auto& root = LoadedModule::get().root();
+  const auto& root = loadedModule().root();
   IJsonObject* const object = parse(document(state.range(0)).text);
   for (auto _ : state) {
     vexa::runtime::ByteBuffer* text = nullptr;

@@ -19,8 +19,9 @@
 namespace {
 
 using vexa::IURLParser;
-using vexa::bench::LoadedModule;
-using Parser = vexa::bench::Created<IURLParser>;
+using vexa::bench::create;
+using vexa::bench::loadedModule;
+using Parser = vexa::InterfaceHolder<IURLParser>;
 
 constexpr const char* kHosts[] = {
     "https://portal.example.com",
@@ -56,7 +57,7 @@ void countUrls(benchmark::State& state, size_t perIteration) {
 }
 
 void split(benchmark::State& state) {
-  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const Parser parser = create<vexa::IURLParser>();
   const std::vector<std::string> texts = urls();
   for (auto _ : state) {
     for (const std::string& url : texts) {
@@ -87,7 +88,7 @@ void splitBoost(benchmark::State& state) {
 }
 
 void sameOrigin(benchmark::State& state) {
-  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const Parser parser = create<vexa::IURLParser>();
   for (auto _ : state) {
     benchmark::DoNotOptimize(parser->parse(kFirst));
     benchmark::DoNotOptimize(parser->cmpText(kSecond));
@@ -114,7 +115,7 @@ void sameOriginBoost(benchmark::State& state) {
 }
 
 void matchPattern(benchmark::State& state) {
-  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const Parser parser = create<vexa::IURLParser>();
   (void)parser->parse(kSecond);
   for (auto _ : state) {
     benchmark::DoNotOptimize(parser->pattern_match("https://*.example.com"));
@@ -124,7 +125,7 @@ void matchPattern(benchmark::State& state) {
 
 // A long host: of a path the parser sees only where it begins.
 void growing(benchmark::State& state) {
-  const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+  const Parser parser = create<vexa::IURLParser>();
   const size_t size = static_cast<size_t>(state.range(0)) * 1'000'000;
   const std::string url = "https://" + std::string(size, 'h') + ":8443/x";
   for (auto _ : state) {
@@ -134,9 +135,9 @@ void growing(benchmark::State& state) {
 }
 
 void createAndRelease(benchmark::State& state) {
-  (void)LoadedModule::get();
+  (void)loadedModule();
   for (auto _ : state) {
-    const Parser parser(vexa::kUrlParserClassName, vexa::IID_IURLParser);
+    const Parser parser = create<vexa::IURLParser>();
     benchmark::DoNotOptimize(parser.get());
   }
 }

@@ -70,7 +70,7 @@ class TextWriter {
   static bool copyWhenPlain(char* out, std::string_view text);
   const char* copyPlain(const char* next, const char* end);
   void putEscape(uint8_t byte);
-  void flush();
+  [[gnu::noinline]] void flush();  // once in a thousand bytes
 
   runtime::Stream* stream_;
   int32_t result_ = 0;

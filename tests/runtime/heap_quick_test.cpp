@@ -37,7 +37,7 @@ class QuickHeap : public ::testing::Test {
   }
 
   // What `action` makes the heap complain of.
-  template <typename Action>
+  template <class Action>
   std::string complaint(Action action) {
     testing::internal::CaptureStderr();
     action();
