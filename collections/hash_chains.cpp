@@ -42,8 +42,12 @@ class CopiedItem {
 
 }  // namespace
 
-HashChains::HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets)
-    : key_(key), value_(value), bucketCount_(buckets != 0 ? buckets : kDefaultBuckets) {
+HashChains::HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets,
+                       Room room)
+    : key_(key),
+      value_(value),
+      bucketCount_(buckets != 0 ? buckets : kDefaultBuckets),
+      room_(room) {
   for (const uint64_t limit : {uint64_t{0xFF}, uint64_t{0xFFFF}, uint64_t{0xFFFFFF}}) {
     keyByteWidth_ += bucketCount_ > limit ? 1 : 0;
   }
@@ -95,8 +99,11 @@ int32_t HashChains::put(void* key, void* value) {
 }
 
 int32_t HashChains::insert(Node*& chain, const HashTableKeyRecord& record, void* key, void* value) {
-  auto node = base::RootBlock<Node>::ofBytes(sizeof(Node));
-  if (!node) {
+  const bool hasRoom = roomTaken_ < room_.count;
+  auto block =
+      base::RootBlock<Node>(hasRoom ? nullptr : static_cast<Node*>(base::allocate(sizeof(Node))));
+  Node* const node = hasRoom ? room_.nodes + roomTaken_ : block.get();
+  if (node == nullptr) {
     return kOutOfMemory;
   }
   CopiedItem keyCopy(key_);
@@ -107,8 +114,10 @@ int32_t HashChains::insert(Node*& chain, const HashTableKeyRecord& record, void*
   if (const int32_t result = valueCopy.copy(value); failed(result)) {
     return result;
   }
-  *node.get() = {chain, keyCopy.keep(), valueCopy.keep(), record};
-  chain = node.release();
+  *node = {chain, keyCopy.keep(), valueCopy.keep(), record};
+  chain = node;
+  block.release();
+  roomTaken_ += hasRoom ? 1 : 0;
   unspreadCount_ += heads_ ? 0 : 1;
   return kOk;
 }
@@ -161,6 +170,7 @@ int32_t HashChains::keyAt(uint64_t index, void** key) const {
 void HashChains::removeAll() {
   freeChain(unspread_);
   unspreadCount_ = 0;
+  roomTaken_ = 0;
   if (heads_) {
     for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {
       freeChain(heads_[i]);
@@ -241,7 +251,7 @@ void HashChains::freeChain(Node*& chain) {
 }
 
 void HashChains::freeNode(Node* node) {
-  const base::RootBlock<Node> block(node);
+  const base::RootBlock<Node> block(isInRoom(node) ? nullptr : node);
   const base::RootBlock<uint8_t> bytes(node->record.bytes);
   key_.FreeItem(node->key);
   value_.FreeItem(node->value);

@@ -15,8 +15,22 @@ namespace vexa::collections {
 // and handed out in the order of the buckets all the same. Not thread-safe.
 class HashChains {
  public:
+  struct Node {
+    Node* next;
+    void* key;
+    void* value;
+    HashTableKeyRecord record;
+  };
+  // Where the first entries lie that need no block of their own; as long as the chains live.
+  struct Room {
+    Node* nodes = nullptr;
+    uint32_t count = 0;
+  };
+
   // 0 buckets means 31. The helpers are borrowed.
-  HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets);
+  HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets, Room room);
+  HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets)
+      : HashChains(key, value, buckets, Room()) {}
   HashChains(const HashChains&) = delete;
   HashChains& operator=(const HashChains&) = delete;
   ~HashChains() { removeAll(); }
@@ -50,13 +64,6 @@ class HashChains {
   void removeAll();
 
  private:
-  struct Node {
-    Node* next;
-    void* key;
-    void* value;
-    HashTableKeyRecord record;
-  };
-
   // What most tables hold needs no call to find its way.
   int32_t makeProbe(void* key, HashTableKeyRecord& probe) const {
     return &key_ == &textHelper ? textHelper.HashTableHelper_String::MakeKeyRecord(key, &probe)
@@ -99,6 +106,9 @@ class HashChains {
   const Node* nodeAt(uint64_t index) const;
   uint64_t placeOf(const Node& node) const;
   int32_t insert(Node*& chain, const HashTableKeyRecord& record, void* key, void* value);
+  bool isInRoom(const Node* node) const {
+    return node >= room_.nodes && node < room_.nodes + room_.count;
+  }
   int32_t replace(Node& node, void* value);
   void freeChain(Node*& chain);
   void freeNode(Node* node);
@@ -110,6 +120,8 @@ class HashChains {
   uint32_t unspreadCount_ = 0;
   Node* unspread_ = nullptr;  // the one chain while there is no array
   base::RootBlock<Node*> heads_;
+  const Room room_;
+  uint32_t roomTaken_ = 0;  // until everything is removed
 };
 
 }  // namespace vexa::collections

@@ -1,5 +1,7 @@
 #include "collections/text_table.h"
 
+#include <iterator>
+
 #include "collections/hash_helpers.h"
 
 namespace vexa::collections {
@@ -15,6 +17,7 @@ IHashTableHelperKey& helperFor(TextTable::Items items) {
 }  // namespace
 
 TextTable::TextTable(Items items, uint64_t buckets)
-    : chains_(helperFor(items), helperFor(items), buckets) {}
+    : chains_(helperFor(items), helperFor(items), buckets,
+              {first_, static_cast<uint32_t>(std::size(first_))}) {}
 
 }  // namespace vexa::collections

@@ -28,6 +28,7 @@ class TextTable {
   }
 
  private:
+  HashChains::Node first_[4];  // as many entries as most tables have need no block
   HashChains chains_;
 };
 

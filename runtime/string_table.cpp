@@ -60,44 +60,26 @@ void raise(char* text, uint64_t length) {
   }
 }
 
-template <class Word>
-bool sameWords(const char* a, const char* b, uint64_t length) {
-  const uint64_t last = length - sizeof(Word);
-  for (uint64_t at = 0; at < last; at += sizeof(Word)) {
-    if (raisedAt<Word>(a + at) != raisedAt<Word>(b + at)) {
-      return false;
-    }
-  }
-  return raisedAt<Word>(a + last) == raisedAt<Word>(b + last);
-}
-
-int32_t orderRaised(char a, char b) {
-  const auto left = static_cast<uint8_t>(upper(a));
-  const auto right = static_cast<uint8_t>(upper(b));
-  return (left > right) - (left < right);
-}
-
+// Most texts differ in their first bytes, so neither is measured before.
 int32_t compareWithText(const StringObject* string, const char* text) {
-  const std::string_view a = Operations::view(string);
-  const std::string_view b = Operations::view(text);
-  const size_t common = std::min(a.size(), b.size());
-  if (common == a.size() && common >= sizeof(uint32_t) &&
-      sameWords<uint32_t>(a.data(), b.data(), common)) {
-    return a.size() == b.size() ? 0 : -1;
-  }
-  for (size_t i = 0; i < common; ++i) {
-    if (const int32_t order = orderRaised(a[i], b[i]); order != 0) {
-      return order;
+  const char* other = text == nullptr ? "" : text;
+  for (const char letter : Operations::view(string)) {
+    if (*other == '\0') {
+      return 1;
     }
+    if (letter != *other && upper(letter) != upper(*other)) {
+      return static_cast<uint8_t>(upper(letter)) < static_cast<uint8_t>(upper(*other)) ? -1 : 1;
+    }
+    ++other;
   }
-  return (a.size() > b.size()) - (a.size() < b.size());
+  return *other == '\0' ? 0 : -1;
 }
 
 int32_t normalise(StringObject* string) {
   if (string == nullptr) {
     return kNullPointer;
   }
-  raise(string->text, Operations::getLength(string));
+  raise(string->text, Operations::view(string).size());
   return kOk;
 }
 

@@ -68,27 +68,6 @@ const base::InterfaceMapRow kMap[] = {
 
 const base::InterfaceMapRow* CHTTPRequest::InterfaceMap() { return kMap; }
 
-int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
-  if (bytes == nullptr || count == 0) {
-    return kInvalidArgument;
-  }
-  base::traceFormat(kTraceInfo, kModuleSource, "CHTTPRequest::parse %d bytes (header: %i)",
-                    static_cast<int>(count), headerFinished_ ? 1 : 0);
-  if (const int32_t result = appendUnfinished(bytes, count); failed(result)) {
-    return result;
-  }
-  cursor_ = 0;
-  end_ = pending_.size();
-  endReached_ = false;
-  traceRaw();
-  if (!headerFinished_) {
-    if (const int32_t result = parseLines(); result != kOk) {
-      return result;
-    }
-  }
-  return parseBody();
-}
-
 // Reads complete lines until the empty one. kMoreNeeded: it has not come yet.
 int32_t CHTTPRequest::parseLines() {
   while (!headerFinished_) {
@@ -257,6 +236,20 @@ int32_t CHTTPRequest::addQueryPair(const char* pair, std::string_view parts) {
   return kOk;
 }
 
+inline int32_t CHTTPRequest::keepHeader(const runtime::StringObject& name, const char* value) {
+  const auto isNamed = [&name](std::string_view other) {
+    return name.length == other.size() &&
+           base::bound.strings->CompareWithText(&name, other.data()) == 0;
+  };
+  if (std::any_of(std::begin(kKeptHeaders), std::end(kKeptHeaders), isNamed)) {
+    return headers_.put(name.text, value);
+  }
+  if (isNamed(kContentLength)) {
+    readContentLength(value);
+  }
+  return kOk;
+}
+
 // field-line = name ":" value. The line end is overwritten, so that the line is a text; name and
 // value become texts where they stand.
 int32_t CHTTPRequest::parseHeaderLine(uint8_t* lineEnd) {
@@ -279,20 +272,6 @@ int32_t CHTTPRequest::parseHeaderLine(uint8_t* lineEnd) {
       terminated(trimmed(line.substr(std::min(nameLength + 1, line.size()))));
   base::traceFormat(kTraceInfo, kModuleSource, "HTTP Header: %s = %s", name.text, value.text);
   return scope.leave(keepHeader(name, value.text));
-}
-
-int32_t CHTTPRequest::keepHeader(const runtime::StringObject& name, const char* value) {
-  const auto isNamed = [&name](std::string_view other) {
-    return name.length == other.size() &&
-           base::bound.strings->CompareWithText(&name, other.data()) == 0;
-  };
-  if (std::any_of(std::begin(kKeptHeaders), std::end(kKeptHeaders), isNamed)) {
-    return headers_.put(name.text, value);
-  }
-  if (isNamed(kContentLength)) {
-    readContentLength(value);
-  }
-  return kOk;
 }
 
 // A negative value becomes a count that no body can have.
@@ -333,9 +312,30 @@ inline int32_t CHTTPRequest::takeBody(uint64_t count) {
   return kOk;
 }
 
-int32_t CHTTPRequest::parseBody() {
+inline int32_t CHTTPRequest::parseBody() {
   base::TraceScope scope("CHTTPRequest::parseBody");
   return scope.leave(takeBody(remaining()));
+}
+
+int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
+  if (bytes == nullptr || count == 0) {
+    return kInvalidArgument;
+  }
+  base::traceFormat(kTraceInfo, kModuleSource, "CHTTPRequest::parse %d bytes (header: %i)",
+                    static_cast<int>(count), headerFinished_ ? 1 : 0);
+  if (const int32_t result = appendUnfinished(bytes, count); failed(result)) {
+    return result;
+  }
+  cursor_ = 0;
+  end_ = pending_.size();
+  endReached_ = false;
+  traceRaw();
+  if (!headerFinished_) {
+    if (const int32_t result = parseLines(); result != kOk) {
+      return result;
+    }
+  }
+  return parseBody();
 }
 
 int32_t CHTTPRequest::completeBody(uint64_t count) {

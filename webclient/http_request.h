@@ -57,9 +57,9 @@ class CHTTPRequest : public IHTTPRequest,
   int32_t parseQuery(char* pairs, char* parts, uint64_t length);
   int32_t addQueryPair(const char* pair, std::string_view parts);
   int32_t parseHeaderLine(uint8_t* end);
-  int32_t keepHeader(const runtime::StringObject& name, const char* value);
+  [[gnu::always_inline]] int32_t keepHeader(const runtime::StringObject& name, const char* value);
   void readContentLength(const char* value);
-  int32_t parseBody();
+  [[gnu::always_inline]] int32_t parseBody();
   [[gnu::always_inline]] int32_t takeBody(uint64_t count);
   int32_t completeBody(uint64_t count);
   int32_t blockUnfinishedLine(uint64_t count) const;
