@@ -42,10 +42,6 @@ void JsonObjectRef::setBool(const std::string& key, bool value) {
   check(object_->SetBool(key.c_str(), value ? 1 : 0), kSetting);
 }
 
-void JsonObjectRef::setNull(const std::string& key) {
-  check(object_->SetNull(key.c_str()), kSetting);
-}
-
 JsonObjectRef JsonObjectRef::addObject(const std::string& key) {
   vexa::InterfaceHolder<vexa::IJsonObject> member;
   check(object_->AddObject(key.c_str(), member.put()), kSetting);

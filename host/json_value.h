@@ -25,7 +25,6 @@ class JsonObjectRef {
   void setText(const std::string& key, std::string_view text);
   void setInteger(const std::string& key, int64_t value);  // clamped to 32 bits
   void setBool(const std::string& key, bool value);
-  void setNull(const std::string& key);
   JsonObjectRef addObject(const std::string& key);
   JsonArrayRef addArray(const std::string& key);
 
