@@ -60,13 +60,13 @@ bool areEqualShort(const uint8_t* a, const uint8_t* b, uint64_t length) {
 
 // 0 for equal buffers; nothing else has a meaning.
 int32_t bufferCompare(const runtime::ByteBuffer* a, const runtime::ByteBuffer* b) {
-  if (a == nullptr || b == nullptr) {
+  if (a == nullptr || b == nullptr) [[unlikely]] {
     return a == b ? 0 : 1;
   }
-  if (a->length != b->length) {
+  if (a->length != b->length) [[unlikely]] {
     return 1;
   }
-  if (a->length - 1 < 2 * sizeof(uint64_t)) {
+  if (a->length - 1 < 2 * sizeof(uint64_t)) [[likely]] {
     return areEqualShort(a->data, b->data, a->length) ? 0 : 1;
   }
   return a->length == 0 ? 0 : std::memcmp(a->data, b->data, a->length);
