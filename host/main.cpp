@@ -47,9 +47,14 @@ void addGlobalOptions(CLI::App& app, Options& options) {
 
 // Behind "help", the names of commands are words like any others: "--" says so to the parser.
 std::vector<std::string> separateTopic(std::vector<std::string> arguments) {
-  if (!arguments.empty() && arguments[0] == "help") {
-    const auto isWord = [](const std::string& text) { return !text.starts_with('-'); };
-    arguments.insert(std::find_if(arguments.begin() + 1, arguments.end(), isWord), "--");
+  const auto isWord = [](const std::string& text) { return !text.starts_with('-'); };
+  auto command = arguments.begin();
+  while (command != arguments.end() && !isWord(*command)) {
+    const bool hasValue = *command == "--module" || *command == "--trace";
+    command += hasValue && arguments.end() - command > 1 ? 2 : 1;
+  }
+  if (command != arguments.end() && *command == "help") {
+    arguments.insert(std::find_if(command + 1, arguments.end(), isWord), "--");
   }
   return arguments;
 }

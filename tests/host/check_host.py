@@ -174,8 +174,9 @@ def check_command_line(checks, host, folder):
                   "for server|client|ca|person" in page
                   and re.match(r"\.TH VEXAHOST 1 \d{4}-\d\d-\d\d ", page), page[:200])
     checks.expect("... and describes --help once", page.count("\\-\\-help") == 1, page)
-    _, text = host.run("help", "ca", "issue")
-    checks.expect("help on a command shows how to call it", "vexahost ca issue [" in text, text)
+    for options in ([], ["--quiet"], ["--trace", "1"]):
+        _, text = host.run(*options, "help", "ca", "issue")
+        checks.expect("help on a command shows how to call it", "vexahost ca issue [" in text, text)
 
 
 def check_own_texts(checks, host):
