@@ -73,14 +73,14 @@ std::optional<std::string> expectedBytes(std::string_view text) {
 void check(std::string_view input) {
   const runtime::ByteBuffer record = recordOf(input);
   MadeBuffer text;
-  require(module::kCoreList.EncodeBase64(&record, &text.record) == kOk, "bytes can be encoded");
+  require(module::kCoreList.EncodeBase64(&record, text.put()) == kOk, "bytes can be encoded");
   require(text.view() == expectedText(input), "the same text");
   MadeBuffer back;
-  require(module::kCoreList.DecodeBase64(text.record, &back.record) == kOk, "it reads again");
+  require(module::kCoreList.DecodeBase64(text.get(), back.put()) == kOk, "it reads again");
   require(back.view() == input, "as the same bytes");
 
   MadeBuffer decoded;
-  const int32_t result = module::kCoreList.DecodeBase64(&record, &decoded.record);
+  const int32_t result = module::kCoreList.DecodeBase64(&record, decoded.put());
   const auto expected = expectedBytes(input);
   require(result == (expected ? kOk : kFail), "base64, or not");
   require(!expected || decoded.view() == *expected, "the same bytes");
@@ -90,7 +90,7 @@ void checkWithoutMemory(std::string_view input) {
   const runtime::ByteBuffer record = recordOf(input);
   MadeBuffer text;
   const FailingAllocation failing(seedOf(input, 0) % 4 + 1);
-  const int32_t result = module::kCoreList.EncodeBase64(&record, &text.record);
+  const int32_t result = module::kCoreList.EncodeBase64(&record, text.put());
   require(failing.hasFailed() ? failed(result) : result == kOk, "a failed allocation is told");
 }
 

@@ -175,22 +175,21 @@ void requireWanted(const Case& wanted, X509* made) {
 
 void check(std::string_view input) {
   Case wanted = caseOf(input);
-  runtime::Certificate* certificate = nullptr;
-  require(velmora_certificate_create(&certificate) == kOk, "an empty certificate");
-  if (build(wanted, certificate)) {
-    const std::string_view der = viewOf(*certificate->table->GetEncoding(certificate));
+  RuntimeObjectHolder<runtime::Certificate> certificate;
+  require(velmora_certificate_create(certificate.put()) == kOk, "an empty certificate");
+  if (build(wanted, certificate.get())) {
+    const std::string_view der = viewOf(*certificate->table->GetEncoding(certificate.get()));
     size_t used = 0;
     const OpenSslCertificate made = openSslCertificate(der, &used);
     if (made == nullptr) {
       require(!isRefusedForItsForm(), "OpenSSL reads it");
     } else {
       require(used == der.size(), "nothing behind it");
-      requireSame(certificate, made.get());
+      requireSame(certificate.get(), made.get());
       requireWanted(wanted, made.get());
       require(X509_verify(made.get(), X509_get0_pubkey(made.get())) == 1, "the signature is right");
     }
   }
-  certificate->table->header.Release(reinterpret_cast<runtime::Object*>(certificate));
 }
 
 }  // namespace

@@ -7,9 +7,7 @@ namespace {
 
 using velmora::commonTypes;
 
-void release(runtime::Certificate* certificate) {
-  certificate->table->header.Release(reinterpret_cast<runtime::Object*>(certificate));
-}
+using Certificate = RuntimeObjectHolder<runtime::Certificate>;
 
 void checkTable(runtime::Certificate* certificate) {
   const auto* const table = certificate->table;
@@ -19,35 +17,34 @@ void checkTable(runtime::Certificate* certificate) {
   }
   const runtime::PublicKey* const key = table->GetPublicKey(certificate);
   require(commonTypes().KeyCompare(key, key) == 0, "a key equals itself");
-  runtime::Certificate* again = nullptr;
+  Certificate again;
   const auto* const encoding = table->GetEncoding(certificate);
-  require(commonTypes().CertificateDecode(encoding, &again) == kOk, "an encoding reads again");
-  require(commonTypes().CertificateCompare(certificate, again) == 0, "as an equal certificate");
-  release(again);
+  require(commonTypes().CertificateDecode(encoding, again.put()) == kOk, "an encoding reads again");
+  require(commonTypes().CertificateCompare(certificate, again.get()) == 0,
+          "as an equal certificate");
 }
 
 void check(std::string_view input) {
   const runtime::ByteBuffer buffer{input.size(),
                                    reinterpret_cast<uint8_t*>(const_cast<char*>(input.data()))};
-  runtime::Certificate* certificate = nullptr;
-  const int32_t result = commonTypes().CertificateDecode(&buffer, &certificate);
-  require((result == kOk) == (certificate != nullptr), "a certificate exactly on success");
+  Certificate certificate;
+  const int32_t result = commonTypes().CertificateDecode(&buffer, certificate.put());
+  require((result == kOk) == static_cast<bool>(certificate), "a certificate exactly on success");
   size_t used = 0;
   const bool isDer = openSslCertificate(input, &used) != nullptr;
-  if (certificate == nullptr) {
+  if (!certificate) {
     return;
   }
-  const std::string_view encoding = viewOf(*certificate->table->GetEncoding(certificate));
+  const std::string_view encoding = viewOf(*certificate->table->GetEncoding(certificate.get()));
   require(!isDer || (used == input.size() && encoding == input), "nothing behind a certificate");
   const OpenSslCertificate expected = openSslCertificate(encoding, &used);
   if (expected != nullptr) {
     require(used == encoding.size(), "nothing behind the encoding");
-    requireSame(certificate, expected.get());
+    requireSame(certificate.get(), expected.get());
   } else {
     require(!isRefusedForItsForm(), "OpenSSL reads it, too");
   }
-  checkTable(certificate);
-  release(certificate);
+  checkTable(certificate.get());
 }
 
 }  // namespace

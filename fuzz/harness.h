@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "base/holders.h"
 #include "base/tables.h"
 #include "runtime/heap.h"
 #include "vexa/module.h"
@@ -14,7 +15,7 @@
 #include "vexa/traits.h"
 
 // What the fuzz targets share: a started module, a trace that is read, allocations that fail, and
-// references that release themselves.
+// owners of what the module hands out.
 extern "C" int32_t module_init(const vexa::runtime::RootList* root,
                                vexa::GetModuleInterfaceFunction* lookup);
 
@@ -106,57 +107,27 @@ inline uint64_t seedOf(std::string_view input, uint64_t purpose) {
   return hash ^ (hash >> 29);
 }
 
-// Holds one reference.
-template <class Interface>
-class Held {
- public:
-  Held() = default;
-  Held(const Held&) = delete;
-  Held& operator=(const Held&) = delete;
-  ~Held() {
-    if (object_ != nullptr) {
-      object_->Release();
-    }
-  }
-
-  explicit operator bool() const { return object_ != nullptr; }
-  Interface* operator->() const { return object_; }
-  Interface& operator*() const { return *object_; }
-  Interface** put() { return &object_; }
-
- private:
-  Interface* object_ = nullptr;
-};
-
 // A new object of one of the module's classes, by its main interface.
 template <class Class, class Interface>
 class Made {
  public:
   Made() {
-    require(Class::CreateInstance(&InterfaceTraits<Interface>::kId, &object_) == kOk, "an object");
+    require(Class::CreateInstance(&InterfaceTraits<Interface>::kId, object_.putVoid()) == kOk,
+            "an object");
   }
-  Made(const Made&) = delete;
-  Made& operator=(const Made&) = delete;
-  ~Made() { get().Release(); }
 
-  Interface& get() const { return *static_cast<Interface*>(object_); }
+  Interface& get() const { return *object_; }
 
  private:
-  void* object_ = nullptr;
+  InterfaceHolder<Interface> object_;
 };
 
 // A buffer record that the module hands out.
-struct MadeBuffer {
-  MadeBuffer() = default;
-  MadeBuffer(const MadeBuffer&) = delete;
-  MadeBuffer& operator=(const MadeBuffer&) = delete;
-  ~MadeBuffer() { base::bound.commonTypes->BufferRelease(record); }
+struct MadeBuffer : base::Buffer {
   std::string_view view() const {
-    return record != nullptr
-               ? std::string_view(reinterpret_cast<const char*>(record->data), record->length)
-               : std::string_view();
+    return *this ? std::string_view(reinterpret_cast<const char*>(get()->data), get()->length)
+                 : std::string_view();
   }
-  runtime::ByteBuffer* record = nullptr;
 };
 
 }  // namespace vexa::fuzz

@@ -238,12 +238,11 @@ using Lookup = int32_t (IHTTPRequest::*)(const char*, char**);
 
 void compareLookup(IHTTPRequest& request, Lookup lookup, const Table& expected,
                    const std::string& name) {
-  char* value = nullptr;
-  const int32_t result = (request.*lookup)(name.c_str(), &value);
+  base::Text value;
+  const int32_t result = (request.*lookup)(name.c_str(), value.put());
   const auto wanted = expected.get(normalised(name));
   require(result == (wanted ? kOk : kFail), "the same names are known");
-  require(wanted ? *wanted == value : value == nullptr, "a name has the same value");
-  startedModule().Free(value);
+  require(wanted ? *wanted == value.get() : !value, "a name has the same value");
 }
 
 void compareBody(IHTTPRequest& request, const std::optional<std::string>& expected) {

@@ -10,7 +10,7 @@
 // What the JSON fuzz targets share.
 namespace vexa::fuzz {
 
-inline int32_t parse(std::string_view text, Held<IJsonObject>& object) {
+inline int32_t parse(std::string_view text, InterfaceHolder<IJsonObject>& object) {
   // The parser only reads it.
   const runtime::ByteBuffer record{text.size(),
                                    reinterpret_cast<uint8_t*>(const_cast<char*>(text.data()))};
@@ -20,12 +20,9 @@ inline int32_t parse(std::string_view text, Held<IJsonObject>& object) {
 }
 
 inline std::string toText(IJsonObject& object) {
-  runtime::ByteBuffer* text = nullptr;
-  require(object.ToText(&text) == kOk, "every tree can be written");
-  std::string copy(reinterpret_cast<const char*>(text->data), text->length);
-  startedModule().Free(text->data);
-  startedModule().Free(text);
-  return copy;
+  MadeBuffer text;
+  require(object.ToText(text.put()) == kOk, "every tree can be written");
+  return std::string(text.view());
 }
 
 }  // namespace vexa::fuzz

@@ -353,7 +353,7 @@ void compare(std::string_view text) {
   } catch (const Refused&) {
     expected = nullptr;
   }
-  Held<IJsonObject> object;
+  InterfaceHolder<IJsonObject> object;
   const int32_t result = parse(text, object);
   require(result == (expected ? kOk : kFail), "both accept or both refuse");
   if (expected) {

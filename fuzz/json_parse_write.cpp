@@ -54,8 +54,8 @@ bool carries(IJsonArray& array) {
   bool all = true;
   for (uint64_t i = 0; i < array.GetCount(); ++i) {
     Value string;
-    Held<IJsonObject> object;
-    Held<IJsonArray> nested;
+    InterfaceHolder<IJsonObject> object;
+    InterfaceHolder<IJsonArray> nested;
     if (array.GetStringAt(i, string.put()) == kOk) {
       all = all && comesBack(string.view());
     } else if (array.GetObjectAt(i, object.put()) == kOk) {
@@ -78,8 +78,8 @@ bool carries(IJsonObject& object) {
     }
     const std::string name(key.view());
     Value string;
-    Held<IJsonObject> nested;
-    Held<IJsonArray> array;
+    InterfaceHolder<IJsonObject> nested;
+    InterfaceHolder<IJsonArray> array;
     if (object.GetString(name.c_str(), string.put()) == kOk) {
       all = all && comesBack(string.view());
     } else if (object.GetObject(name.c_str(), nested.put()) == kOk) {
@@ -92,7 +92,7 @@ bool carries(IJsonObject& object) {
 }
 
 void checkText(std::string_view text) {
-  Held<IJsonObject> object;
+  InterfaceHolder<IJsonObject> object;
   if (parse(text, object) != kOk) {
     return;
   }
@@ -100,7 +100,7 @@ void checkText(std::string_view text) {
   if (!carries(*object)) {
     return;
   }
-  Held<IJsonObject> again;
+  InterfaceHolder<IJsonObject> again;
   require(parse(written, again) == kOk, "what is written can be read");
   require(toText(*again) == written, "what is read again is written alike");
   // Equal texts of two trees that carry all they hold mean equal trees.

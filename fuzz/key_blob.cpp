@@ -88,14 +88,11 @@ void check(std::string_view input) {
   const runtime::RsaPrivateKey record{recordOf(version), recordOf(key.n),  recordOf(key.e),
                                       recordOf(key.d),   recordOf(key.p),  recordOf(key.q),
                                       recordOf(key.dp),  recordOf(key.dq), recordOf(key.u)};
-  runtime::ByteBuffer* const blob = capi::aux_convert_RSAPrivateKey_to_PVKBLOB(&record, purpose);
+  MadeBuffer blob;
+  blob.reset(capi::aux_convert_RSAPrivateKey_to_PVKBLOB(&record, purpose));
   const auto expected = expectedBlob(key, purpose);
-  require((blob != nullptr) == expected.has_value(), "a blob, or none");
-  require(
-      blob == nullptr ||
-          *expected == std::string_view(reinterpret_cast<const char*>(blob->data), blob->length),
-      "the same blob");
-  base::bound.commonTypes->BufferRelease(blob);
+  require(static_cast<bool>(blob) == expected.has_value(), "a blob, or none");
+  require(!blob || *expected == blob.view(), "the same blob");
 
   const FailingAllocation failing(seedOf(key.n, 0) % 2 + 1);
   require(capi::aux_convert_RSAPrivateKey_to_PVKBLOB(&record, purpose) == nullptr,

@@ -9,14 +9,6 @@ namespace {
 using OpenSslName = OpenSsl<X509_NAME, X509_NAME_free>;
 using OpenSslObject = OpenSsl<ASN1_OBJECT, ASN1_OBJECT_free>;
 
-template <class T>
-void release(T* object) {
-  if (object != nullptr) {
-    reinterpret_cast<runtime::Object*>(object)->table->Release(
-        reinterpret_cast<runtime::Object*>(object));
-  }
-}
-
 // --- Names ---
 
 // Whether some character of the text has a meaning besides itself.
@@ -51,28 +43,26 @@ void checkEncoding(runtime::Name* name) {
 }
 
 void checkNameText(std::string_view text) {
-  runtime::Name* name = nullptr;
-  const int32_t result = velmora::makeNameFromText(text, &name);
-  require(result == kOk || (result == kInvalidArgument && name == nullptr), "a name, or why not");
+  velmora::Ref<runtime::Name> name;
+  const int32_t result = velmora::makeNameFromText(text, name.put());
+  require(result == kOk || (result == kInvalidArgument && !name), "a name, or why not");
   const size_t equals = text.find('=');
   if (equals != std::string_view::npos && text.substr(0, equals) == "CN" &&
       isPlain(text.substr(equals + 1))) {
     require(result == kOk, "plain text is a common name");
     const std::string_view value = text.substr(equals + 1);
-    require(textOf(name) == "CN=" + escapedText(std::string(value)), "with its value");
+    require(textOf(name.get()) == "CN=" + escapedText(std::string(value)), "with its value");
   }
-  if (name == nullptr) {
+  if (!name) {
     return;
   }
-  checkEncoding(name);
-  const std::string written = textOf(name);
-  runtime::Name* again = nullptr;
-  const int32_t repeated = velmora::makeNameFromText(written, &again);
+  checkEncoding(name.get());
+  const std::string written = textOf(name.get());
+  velmora::Ref<runtime::Name> again;
+  const int32_t repeated = velmora::makeNameFromText(written, again.put());
   // A value that was given in hexadecimal digits may be of a type that its text does not tell.
   require(repeated == kOk || text.find('#') != std::string_view::npos, "its text reads again");
-  require(repeated != kOk || textOf(again) == written, "with the same text");
-  release(again);
-  release(name);
+  require(repeated != kOk || textOf(again.get()) == written, "with the same text");
 }
 
 // --- Object identifiers ---
@@ -110,26 +100,26 @@ bool isSmall(std::string_view text) {
 void checkObjectId(const std::string& text) {
   ERR_clear_error();
   const OpenSslObject expected(OBJ_txt2obj(text.c_str(), 1));
-  runtime::ObjectId* identifier = nullptr;
-  const int32_t result = velmora::commonTypes().ObjectIdFromText(text.c_str(), &identifier);
-  require((result == kOk) == (identifier != nullptr), "an identifier exactly on success");
+  velmora::Ref<runtime::ObjectId> identifier;
+  const int32_t result = velmora::commonTypes().ObjectIdFromText(text.c_str(), identifier.put());
+  require((result == kOk) == static_cast<bool>(identifier), "an identifier exactly on success");
   if (!looksLikeIdentifier(text)) {
     return require(result != kOk, "an identifier is digits and points");
   }
   if (isSmall(text)) {
     require((result == kOk) == (expected != nullptr), "both read it, or neither");
   }
-  if (identifier == nullptr) {
+  if (!identifier) {
     return;
   }
-  require(expected != nullptr && viewOf(velmora::contentOf(identifier)) ==
+  require(expected != nullptr && viewOf(velmora::contentOf(identifier.get())) ==
                                      viewOf(OBJ_get0_data(expected.get()),
                                             static_cast<int>(OBJ_length(expected.get()))),
           "the same identifier");
   velmora::Bytes written;
-  require(velmora::appendObjectIdText(velmora::contentOf(identifier), written), "it has a text");
+  require(velmora::appendObjectIdText(velmora::contentOf(identifier.get()), written),
+          "it has a text");
   require(viewOf(written.view()) == text, "the same text");
-  release(identifier);
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ struct Case {
   std::string_view data;
 };
 
-int32_t make(const Case& tested, Held<IScrambler>& made) {
+int32_t make(const Case& tested, InterfaceHolder<IScrambler>& made) {
   return module::kCoreList.CreateScramblerEx(tested.algorithm, tested.mode, tested.keyBits,
                                              made.put());
 }
@@ -33,7 +33,7 @@ std::string scrambled(IScrambler& scrambler, std::string_view data) {
   const runtime::ByteBuffer in{data.size(),
                                reinterpret_cast<uint8_t*>(const_cast<char*>(data.data()))};
   MadeBuffer out;
-  require(scrambler.Scramble(&in, &out.record) == kOk, "what has a key scrambles");
+  require(scrambler.Scramble(&in, out.put()) == kOk, "what has a key scrambles");
   return std::string(out.view());
 }
 
@@ -41,7 +41,7 @@ std::string unscrambled(IScrambler& scrambler, std::string_view data) {
   const runtime::ByteBuffer in{data.size(),
                                reinterpret_cast<uint8_t*>(const_cast<char*>(data.data()))};
   MadeBuffer out;
-  require(scrambler.Unscramble(&in, &out.record) == kOk, "what was scrambled comes back");
+  require(scrambler.Unscramble(&in, out.put()) == kOk, "what was scrambled comes back");
   return std::string(out.view());
 }
 
@@ -50,15 +50,14 @@ void checkText(IScrambler& scrambler, std::string_view data) {
   std::memcpy(text.data(), data.data(), text.size() * 2);
   text = text.substr(0, text.find(u'\0'));
   MadeBuffer out;
-  require(scrambler.ScrambleString(text.c_str(), &out.record) == kOk, "a text is scrambled");
-  char16_t* back = nullptr;
-  require(scrambler.UnscrambleString(out.record, &back) == kOk, "a text comes back");
-  require(text == back, "the same text");
-  startedModule().Free(back);
+  require(scrambler.ScrambleString(text.c_str(), out.put()) == kOk, "a text is scrambled");
+  base::RootBlock<char16_t> back;
+  require(scrambler.UnscrambleString(out.get(), back.put()) == kOk, "a text comes back");
+  require(text == back.get(), "the same text");
 }
 
 void check(const Case& tested) {
-  Held<IScrambler> first;
+  InterfaceHolder<IScrambler> first;
   require(make(tested, first) == kOk && first, "a scrambler is made");
   const std::string hidden = scrambled(*first, tested.data);
   require(scrambled(*first, tested.data) == hidden, "equal inputs give equal outputs");
@@ -66,7 +65,7 @@ void check(const Case& tested) {
   require(tested.data.size() < 8 || hidden != tested.data, "the data is hidden");
   checkText(*first, tested.data);
 
-  Held<IScrambler> other;
+  InterfaceHolder<IScrambler> other;
   require(make(tested, other) == kOk && other, "another scrambler is made");
   constexpr uint32_t kNeverTheSame = 64;  // of fewer bits, two keys can be equal
   require(tested.keyBits < kNeverTheSame || tested.data.size() < 16 ||
@@ -88,18 +87,18 @@ bool done(int32_t result, const void* out, const FailingAllocation& failing) {
 
 void checkWithoutMemory(const Case& tested, uint64_t seed) {
   const FailingAllocation failing(seed % 24 + 1);
-  Held<IScrambler> scrambler;
+  InterfaceHolder<IScrambler> scrambler;
   if (make(tested, scrambler) != kOk) {
     return require(failing.hasFailed() && !scrambler, "a failed allocation is told");
   }
   const runtime::ByteBuffer in{tested.data.size(),
                                reinterpret_cast<uint8_t*>(const_cast<char*>(tested.data.data()))};
   MadeBuffer out;
-  if (!done(scrambler->Scramble(&in, &out.record), out.record, failing)) {
+  if (!done(scrambler->Scramble(&in, out.put()), out.get(), failing)) {
     return;
   }
   MadeBuffer back;
-  if (done(scrambler->Unscramble(out.record, &back.record), back.record, failing)) {
+  if (done(scrambler->Unscramble(out.get(), back.put()), back.get(), failing)) {
     require(back.view() == tested.data, "the same data");
   }
 }

@@ -146,7 +146,8 @@ std::unique_ptr<char[]> exactly(const std::string& text) {
 class Parser {
  public:
   explicit Parser(const std::string& text) : text_(exactly(text)), expected_(split(text)) {
-    require(webclient::URLParser::CreateInstance(&IID_IURLParser, &object_) == kOk, "a parser");
+    require(webclient::URLParser::CreateInstance(&IID_IURLParser, object_.putVoid()) == kOk,
+            "a parser");
     const int32_t result = get()->parse(text_.get());
     require(result == (expected_.isValid ? kOk : kFail), "both accept or both refuse");
     require(get()->isValid() == expected_.isValid, "the same validity");
@@ -156,16 +157,15 @@ class Parser {
   }
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
-  ~Parser() { get()->Release(); }
 
-  IURLParser* get() const { return static_cast<IURLParser*>(object_); }
+  IURLParser* get() const { return object_.get(); }
   const char* text() const { return text_.get(); }
   const Origin& expected() const { return expected_; }
 
  private:
   std::unique_ptr<char[]> text_;
   Origin expected_;
-  void* object_ = nullptr;
+  InterfaceHolder<IURLParser> object_;
 };
 
 void compareOrigins(const Parser& a, const Parser& b) {

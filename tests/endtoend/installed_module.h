@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <string>
 
-#include "pal/windows_api.h"
 #include "vexa/module.h"
+#include "vexa/shared_library.h"
 
 // Builds of the module and the runtime, laid out in folders as an installation would have them.
 namespace vexa::test {
@@ -16,58 +16,31 @@ namespace vexa::test {
 namespace fs = std::filesystem;
 
 #if defined(_WIN32)
-inline constexpr char kModuleFile[] = "vexabase.dll";
-inline constexpr char kRuntimeFile[] = "velmora.dll";
 inline constexpr char kWrongRuntimeFile[] = "velmora_without_export.dll";
 #else
-inline constexpr char kModuleFile[] = "libvexabase.so";
-inline constexpr char kRuntimeFile[] = "velmora.so";
 inline constexpr char kWrongRuntimeFile[] = "velmora_without_export.so";
 #endif
 
 // Tests run in build/<preset>/tests.
 inline fs::path builtFiles() { return fs::absolute(fs::path("..") / "bin"); }
 
-// A loaded library; let go again at the end.
-class LoadedLibrary {
- public:
-  LoadedLibrary() = default;
-  explicit LoadedLibrary(const fs::path& file) : handle_(load(file)) {}
-  LoadedLibrary(const LoadedLibrary&) = delete;
-  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
-  ~LoadedLibrary() {
-    if (handle_ != nullptr) {
-      FreeLibrary(handle_);
-    }
-  }
-
-  explicit operator bool() const { return handle_ != nullptr; }
-  template <class Function>
-  Function find(const char* name) const {
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(handle_, name)));
-  }
-
- private:
-  static HMODULE load(fs::path file) {
+inline SharedLibrary loadLibrary(fs::path file) {
 #if defined(_WIN32)
-    if (file.native().size() >= MAX_PATH) {
-      return LoadLibraryW((L"\\\\?\\" + file.make_preferred().native()).c_str());
-    }
-#endif
-    return LoadLibraryA(file.string().c_str());
+  if (file.native().size() >= MAX_PATH) {
+    file = L"\\\\?\\" + file.make_preferred().native();
   }
-
-  HMODULE handle_ = nullptr;
-};
+#endif
+  return SharedLibrary::load(file);
+}
 
 // The module, loaded from a file as a host loads it.
 struct LoadedModule {
   explicit LoadedModule(const fs::path& file)
-      : library(file),
+      : library(loadLibrary(file)),
         init(library ? library.find<ModuleInitFunction>(kModuleInitExport) : nullptr),
         final(library ? library.find<ModuleFinalFunction>(kModuleFinalExport) : nullptr) {}
 
-  LoadedLibrary library;
+  SharedLibrary library;
   ModuleInitFunction init;
   ModuleFinalFunction final;
 };

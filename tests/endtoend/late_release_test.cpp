@@ -15,7 +15,7 @@ namespace {
 
 // A copy of the runtime in a folder of its own, and so at an address of its own.
 struct RuntimeCopy {
-  explicit RuntimeCopy(const fs::path& file) : library(file) {
+  explicit RuntimeCopy(const fs::path& file) : library(loadLibrary(file)) {
     const auto getRoot = library.find<runtime::GetRootListFunction>(runtime::kGetRootListExport);
     getRoot(0, 0, &root, 0, "", 0);
   }
@@ -31,7 +31,7 @@ struct RuntimeCopy {
     return library.find<decltype(&velmora_live_blocks)>("velmora_live_blocks")();
   }
 
-  LoadedLibrary library;
+  SharedLibrary library;
   const runtime::RootList* root = nullptr;
 };
 

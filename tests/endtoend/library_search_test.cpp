@@ -137,7 +137,7 @@ TEST(LibrarySearch, LooksNeitherInTheCurrentFolderNorInTheSystems) {
 TEST(ModuleLifetime, NestedStartsBindOnceAndReleaseAtTheLastEnd) {
   const Installation installation;
   const LoadedModule module(installation.put("app", kModuleFile));
-  const LoadedLibrary runtime(installation.put("app", kRuntimeFile));
+  const SharedLibrary runtime = loadLibrary(installation.put("app", kRuntimeFile));
   const auto bound = runtime.find<decltype(&velmora_bound_interfaces)>("velmora_bound_interfaces");
   ASSERT_NE(bound, nullptr);
   EXPECT_EQ(module.init(nullptr, nullptr), kOk);
@@ -155,7 +155,7 @@ TEST(ModuleLifetime, NestedStartsBindOnceAndReleaseAtTheLastEnd) {
 TEST(ModuleLifetime, AHostsRootListServesWithoutTheRuntimesFile) {
   const Installation installation;
   const LoadedModule module(installation.put("app", kModuleFile));
-  const LoadedLibrary runtime(installation.put("elsewhere", kRuntimeFile));
+  const SharedLibrary runtime = loadLibrary(installation.put("elsewhere", kRuntimeFile));
   const auto getRoot = runtime.find<runtime::GetRootListFunction>(runtime::kGetRootListExport);
   ASSERT_NE(getRoot, nullptr);
   const runtime::RootList* root = nullptr;
@@ -168,7 +168,7 @@ TEST(ModuleLifetime, AHostsRootListServesWithoutTheRuntimesFile) {
 TEST(ModuleLifetime, AThousandLoadsLeaveNoBlockBehind) {
   const Installation installation;
   const fs::path file = installation.put("app", kModuleFile);
-  const LoadedLibrary runtime(installation.put("app", kRuntimeFile));
+  const SharedLibrary runtime = loadLibrary(installation.put("app", kRuntimeFile));
   const auto liveBlocks = runtime.find<decltype(&velmora_live_blocks)>("velmora_live_blocks");
   ASSERT_NE(liveBlocks, nullptr);
   const uint64_t before = liveBlocks();

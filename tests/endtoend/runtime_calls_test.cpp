@@ -30,8 +30,8 @@ class RuntimeCalls : public testing::Test {
   }
 
   Installation installation;
-  LoadedModule module{installation.put("app", vexa::test::kModuleFile)};
-  fs::path runtimeFile{installation.put("app", kFakeRuntimeFile, vexa::test::kRuntimeFile)};
+  LoadedModule module{installation.put("app", kModuleFile)};
+  fs::path runtimeFile{installation.put("app", kFakeRuntimeFile, kRuntimeFile)};
   SharedLibrary library;
 };
 
@@ -96,17 +96,17 @@ TEST_F(RuntimeCalls, AStartWithoutARootListFailsAndNeedsItsEnd) {
 TEST_F(RuntimeCalls, AStartWithoutTheLibraryDoesNotCount) {
   fs::remove(runtimeFile);
   EXPECT_EQ(module.init(nullptr, nullptr), kFail);
-  installation.put("app", kFakeRuntimeFile, vexa::test::kRuntimeFile);
+  installation.put("app", kFakeRuntimeFile, kRuntimeFile);
   ASSERT_EQ(module.init(nullptr, nullptr), kOk);
   EXPECT_EQ(module.final(), kOk);
   EXPECT_FALSE(isRuntimeLoaded());
 }
 
 TEST_F(RuntimeCalls, AStartWithoutTheExportDoesNotCountAndLetsTheLibraryGo) {
-  installation.put("app", kWrongRuntimeFile, vexa::test::kRuntimeFile);
+  installation.put("app", kWrongRuntimeFile, kRuntimeFile);
   EXPECT_EQ(module.init(nullptr, nullptr), kFail);
   EXPECT_FALSE(isRuntimeLoaded());
-  installation.put("app", kFakeRuntimeFile, vexa::test::kRuntimeFile);
+  installation.put("app", kFakeRuntimeFile, kRuntimeFile);
   ASSERT_EQ(module.init(nullptr, nullptr), kOk);
   EXPECT_EQ(module.final(), kOk);
   EXPECT_FALSE(isRuntimeLoaded());

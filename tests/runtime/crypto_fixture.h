@@ -4,11 +4,11 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "runtime/runtime_fixture.h"
 #include "support/exact_bytes.h"
 #include "support/spy_runtime.h"
+#include "vexa/holders.h"
 #include "vexa/runtime/reference_crypto.h"
 
 namespace vexa::test {
@@ -43,55 +43,17 @@ inline std::string bytesOf(const runtime::ByteBuffer* buffer) {
              : std::string(reinterpret_cast<const char*>(buffer->data), buffer->length);
 }
 
-// One reference to a runtime object; the address is an out.
 template <class T>
-class Owned {
- public:
-  Owned() = default;
-  Owned(Owned&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-  Owned& operator=(Owned&& other) noexcept {
-    std::swap(object_, other.object_);
-    return *this;
-  }
-  ~Owned() { reset(); }
-
-  T* get() const { return object_; }
-  T* operator->() const { return object_; }
-  T** put() {
-    reset();
-    return &object_;
-  }
-  void reset() {
-    auto* const old = reinterpret_cast<runtime::Object*>(std::exchange(object_, nullptr));
-    if (old != nullptr) {
-      old->table->Release(old);
-    }
-  }
-
- private:
-  T* object_ = nullptr;
-};
+using Owned = RuntimeObjectHolder<T>;
 using OwnedCertificate = Owned<runtime::Certificate>;
 
 // Records that a table function releases.
-template <class T, void (*Release)(T*)>
-class Held {
- public:
-  Held() = default;
-  Held(Held&& other) noexcept : record_(std::exchange(other.record_, nullptr)) {}
-  ~Held() { reset(); }
-
-  T* get() const { return record_; }
-  T* operator->() const { return record_; }
-  T** put() {
-    reset();
-    return &record_;
-  }
-  void reset() { Release(std::exchange(record_, nullptr)); }
-
- private:
-  T* record_ = nullptr;
+template <class T, void (*kRelease)(T*)>
+struct HeldPolicy : PointerPolicy<T> {
+  static void release(T* record) { kRelease(record); }
 };
+template <class T, void (*kRelease)(T*)>
+using Held = Holder<HeldPolicy<T, kRelease>>;
 inline void releaseBuffer(runtime::ByteBuffer* buffer) {
   SpyRuntime::current().commonTypes.BufferRelease(buffer);
 }
