@@ -15,7 +15,6 @@
 namespace vexa::capi {
 namespace {
 
-constexpr int32_t kFailure = -1;
 // Containers of keys that live in the PSE; the user's name follows.
 constexpr std::u16string_view kPseContainerPrefix = u"\\\\.\\mem://orlind/";
 

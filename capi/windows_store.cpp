@@ -9,7 +9,6 @@ namespace vexa::capi {
 namespace {
 
 constexpr char16_t kProviderWithoutKey[] = u"Orlind CSP";
-constexpr int32_t kFailure = -1;
 
 static_assert(sizeof(CERT_CHAIN_PARA) == 32);
 static_assert(sizeof(CERT_CHAIN_POLICY_PARA) == 16);

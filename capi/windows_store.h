@@ -6,10 +6,11 @@
 #include "pal/windows_api.h"
 #include "vexa/runtime/records.h"
 
-// What the store import does with Windows' stores and key containers. 0 success, -1 failure;
+// What the store import does with Windows' stores and key containers. Results are kOk or kFailure;
 // failures are traced.
 namespace vexa::capi {
 
+inline constexpr int32_t kFailure = -1;
 inline constexpr char16_t kOwnStore[] = u"MY";
 inline constexpr char16_t kAuthorityStore[] = u"CA";
 inline constexpr char16_t kKeyProvider[] = u"Microsoft Enhanced Cryptographic Provider v1.0";

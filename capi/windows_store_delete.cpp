@@ -12,8 +12,6 @@
 namespace vexa::capi {
 namespace {
 
-constexpr int32_t kFailure = -1;
-
 enum class Match { kNo, kYes, kOutOfMemory };
 
 // Tells which certificates are to go.

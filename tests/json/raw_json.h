@@ -5,6 +5,7 @@
 
 #include "support/module_fixture.h"
 #include "support/raw_reference.h"
+#include "vexa/host.h"
 #include "vexa/json.h"
 
 namespace vexa::test {
@@ -101,21 +102,11 @@ class RawArray : public RawReference {
 };
 
 // A string object as a caller holds it.
-class StringHolder {
+class StringHolder : public vexa::String {
  public:
-  StringHolder() = default;
-  StringHolder(const StringHolder&) = delete;
-  StringHolder& operator=(const StringHolder&) = delete;
-  ~StringHolder() { SpyRuntime::current().strings.Clear(&string_); }
+  StringHolder() : String(SpyRuntime::current().strings) {}
 
-  StringOut get() { return &string_; }
-  std::string bytes() const {
-    const auto& strings = SpyRuntime::current().strings;
-    return {strings.GetText(&string_), strings.GetLength(&string_)};
-  }
-
- private:
-  runtime::StringObject string_{};
+  std::string bytes() const { return std::string(view()); }
 };
 
 }  // namespace vexa::test
