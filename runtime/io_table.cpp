@@ -12,32 +12,6 @@ namespace {
 
 extern const runtime::ObjectHeader streamHeader;
 
-// Two overlapping words.
-template <class Word>
-void copyEnds(uint8_t* to, const uint8_t* from, uint64_t count) {
-  Word first;
-  Word last;
-  std::memcpy(&first, from, sizeof(Word));
-  std::memcpy(&last, from + count - sizeof(Word), sizeof(Word));
-  std::memcpy(to, &first, sizeof(Word));
-  std::memcpy(to + count - sizeof(Word), &last, sizeof(Word));
-}
-
-// The longest piece that is copied without a call. Most are short.
-constexpr uint64_t kShortPiece = 16;
-
-inline void copyShort(uint8_t* to, const uint8_t* from, uint64_t count) {
-  if (count >= 8) {
-    copyEnds<uint64_t>(to, from, count);
-  } else if (count >= 4) {
-    copyEnds<uint32_t>(to, from, count);
-  } else if (count >= 2) {
-    copyEnds<uint16_t>(to, from, count);
-  } else if (count != 0) {
-    *to = *from;
-  }
-}
-
 // A growing block. One thread at a time; only the reference count is interlocked.
 struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr char kTypeName[] = "MemoryStream";
@@ -47,21 +21,6 @@ struct MemoryStream final : Counted<runtime::Stream> {
   MemoryStream() : Counted(&streamHeader) {}
 
   int32_t append(const void* source, uint64_t count) {
-    if (count > kShortPiece || count > capacity - length) {
-      return appendLong(source, count);
-    }
-    copyShort(bytes.get() + length, static_cast<const uint8_t*>(source), count);
-    length += count;
-    return kOk;
-  }
-
-  HeapBlock<uint8_t> bytes;
-  uint64_t length = 0;
-  uint64_t capacity = 0;
-
- private:
-  // What needs a call, kept out of the way of what does not.
-  [[gnu::noinline]] int32_t appendLong(const void* source, uint64_t count) {
     if (count > capacity - length && !grow(count)) {
       return kOutOfMemory;
     }
@@ -72,6 +31,11 @@ struct MemoryStream final : Counted<runtime::Stream> {
     return kOk;
   }
 
+  HeapBlock<uint8_t> bytes;
+  uint64_t length = 0;
+  uint64_t capacity = 0;
+
+ private:
   bool grow(uint64_t count) {
     if (count > ~uint64_t{0} - length) {
       return false;
