@@ -66,14 +66,14 @@ int32_t CScrambler::Initialize(uint32_t keyBits) {
   (void)base::GetCipherKeyBits(algorithm_, &tableBits);
   // Without a key the object stays as it is: its operations say so.
   (void)generateKey(algorithm_, tableBits != 0 ? tableBits : keyBits, key_.put());
-  if (mode_ != kChained && mode_ != kFeedback) {
+  if (mode_ != kScrambleChained && mode_ != kScrambleFeedback) {
     return scope.leave(kOk);
   }
   if (const int32_t result = makeVector(blockSize); failed(result)) {
     key_.reset();
     return scope.leave(result);
   }
-  if (mode_ == kFeedback) {
+  if (mode_ == kScrambleFeedback) {
     extraLength_ = blockSize;
   }
   return scope.leave(kOk);
@@ -99,15 +99,15 @@ int32_t CScrambler::checkArguments(const runtime::ByteBuffer* in, runtime::ByteB
 }
 
 // The items come in a fixed order; the mark of the reverse direction stands before the vector.
-template <uint32_t kItems>
+template <CScrambler::Direction kDirection>
 int32_t CScrambler::cipher(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
   uint64_t padding = kPadding;
-  CipherItems<kItems> items;
+  CipherItems<kDirection == Direction::kReverse ? kReverseItems : kForwardItems> items;
   items.add(runtime::kCipherKey, key_.get());
   items.add(runtime::kCipherAlgorithm, &algorithm_);
   items.add(runtime::kCipherPadding, &padding);
   items.add(runtime::kCipherMode, &mode_);
-  if constexpr (kItems == kReverseItems) {
+  if constexpr (kDirection == Direction::kReverse) {
     items.add(runtime::kCipherReverse, nullptr);
   }
   if (vector_.length != 0) {
@@ -156,13 +156,13 @@ int32_t CScrambler::UnscrambleString(const runtime::ByteBuffer* in, char16_t** t
 int32_t CScrambler::Scramble(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
   base::TraceScope scope("CScrambler::Scramble");
   const int32_t result = checkArguments(in, out);
-  return scope.leave(failed(result) ? result : cipher<kForwardItems>(in, out));
+  return scope.leave(failed(result) ? result : cipher<Direction::kForward>(in, out));
 }
 
 int32_t CScrambler::Unscramble(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
   base::TraceScope scope("CScrambler::Unscramble");
   const int32_t result = checkArguments(in, out);
-  return scope.leave(failed(result) ? result : cipher<kReverseItems>(in, out));
+  return scope.leave(failed(result) ? result : cipher<Direction::kReverse>(in, out));
 }
 
 int32_t CScrambler::CopyKeyTo(IScrambler* target) {

@@ -32,20 +32,19 @@ class CScrambler : public IScrambler, public base::CComObjectRoot {
   ~CScrambler() = default;
 
  private:
-  enum Algorithm : uint32_t { kDefaultAlgorithm = 6 };
-  enum Mode : uint32_t { kPlain = 0, kChained = 1, kFeedback = 2 };
+  enum class Direction { kForward, kReverse };
 
   int32_t makeVector(uint64_t blockSize);
   int32_t checkArguments(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) const;
-  template <uint32_t kItems>
+  template <Direction kDirection>
   int32_t cipher(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
 
   SymmetricKey key_;
-  uint32_t algorithm_ = kDefaultAlgorithm;
-  uint32_t mode_ = kPlain;
+  uint32_t algorithm_ = kDefaultCipher;
+  uint32_t mode_ = kScramblePlain;
   base::RootBlock<uint8_t> vectorBytes_;
   runtime::ByteBuffer vector_{};  // of those bytes; empty unless the mode asks for one
-  uint64_t extraLength_ = 0;      // the block size in mode kFeedback
+  uint64_t extraLength_ = 0;      // the block size in mode kScrambleFeedback
 };
 
 // Slots 8 and 9 of the core list; vexa/core.h has the contracts.
