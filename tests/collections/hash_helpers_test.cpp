@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "support/module_fixture.h"
+#include "two_interfaces.h"
 #include "vexa/http_request.h"
 
 // How the helpers of the item types order items. Tables ask them only where a key has bytes, so
@@ -58,6 +59,14 @@ TEST_F(HashHelpers, ObjectsCompareByIdentityAndNullComesFirst) {
   EXPECT_EQ(compare(kHashTableObject, nullptr, nullptr), 0);
   EXPECT_EQ(call<uint32_t>(first, 2), 0u) << "comparing keeps no reference";
   EXPECT_EQ(call<uint32_t>(second, 2), 0u);
+}
+
+TEST_F(HashHelpers, TwoInterfacesOfAnObjectAreEqual) {
+  TwoInterfaces one;
+  TwoInterfaces other;
+  EXPECT_EQ(compare(kHashTableObject, one.first(), one.second()), 0);
+  EXPECT_NE(compare(kHashTableObject, one.first(), other.first()), 0);
+  EXPECT_EQ(one.references(), 0u);
 }
 
 // Every byte alike, as the rule stands.

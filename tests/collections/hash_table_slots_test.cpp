@@ -10,6 +10,7 @@
 
 #include "support/module_fixture.h"
 #include "support/sweep.h"
+#include "two_interfaces.h"
 #include "vexa/hash_table.h"
 #include "vexa/http_request.h"
 
@@ -483,40 +484,6 @@ TEST_F(HashTable, TheFoldHashKeepsTheBitsAbove31) {
 }
 
 // --- Objects ---
-
-// An object with two interfaces, as a compiler lays them out: two tables, two addresses, one
-// identity.
-class TwoInterfaces {
- public:
-  void* first() { return &first_; }
-  void* second() { return &second_; }
-  uint32_t references() const { return references_; }
-
- private:
-  struct Interface {
-    void* const* table;
-    TwoInterfaces* object;
-  };
-
-  static int32_t queryInterface(Interface* self, const Guid* id, void** out) {
-    *out = *id == IID_IComponent ? &self->object->first_ : nullptr;
-    if (*out == nullptr) {
-      return kNoInterface;
-    }
-    addRef(self);
-    return kOk;
-  }
-  static uint32_t addRef(Interface* self) { return ++self->object->references_; }
-  static uint32_t release(Interface* self) { return --self->object->references_; }
-
-  static inline void* const kTable[] = {reinterpret_cast<void*>(queryInterface),
-                                        reinterpret_cast<void*>(addRef),
-                                        reinterpret_cast<void*>(release)};
-
-  Interface first_{kTable, this};
-  Interface second_{kTable, this};
-  uint32_t references_ = 0;
-};
 
 TEST_F(HashTable, TwoInterfacesOfAnObjectAreOneKey) {
   TwoInterfaces one;

@@ -445,6 +445,17 @@ TEST_F(Pkcs12Decoded, ACertificateWithoutAPublicKeyLeavesThatOfTheOneBefore) {
   releaseOpened();
 }
 
+TEST_F(Pkcs12Decoded, AnIdThatBeginsLikeAnotherIsAnotherOne) {
+  addCertificate(samples.root, "0101");
+  addCertificate(samples.jane, "01");
+  addCertificate(samples.authority, "");
+  addKey("key", "01");
+  ASSERT_EQ(open(), kOk);
+  EXPECT_THAT(subjects(),
+              ElementsAre("CN=Jane,O=Orlind", "CN=Root,O=Orlind", "CN=Authority,O=Orlind"));
+  releaseOpened();
+}
+
 TEST_F(Pkcs12Decoded, ACertificateWithTwoIdsIsListedWithTheFirstKeyThatNamesIt) {
   addCertificate(samples.root, "02");
   addCertificate(samples.jane, "02");
