@@ -212,7 +212,11 @@ def check_endpoint_texts(checks, host, folder):
         port = json.loads(ready.read_text())["port"]
         for sent, shown in [("%C3%A4", "ä"), ("%E2%82%AC", "€"), ("%F0%9F%98%80", "😀"),
                             ("%FF", "�"), ("%C3", "�"), ("%E0%80%80", "���"),
-                            ("%ED%A0%80", "���"), ("%F4%90%80%80", "����")]:
+                            ("%ED%A0%80", "���"), ("%ED%BF%BF", "���"), ("%ED%9F%BF", "\ud7ff"),
+                            ("%EE%80%80", "\ue000"), ("%C1%BF", "��"), ("%DF%BF", "\u07ff"),
+                            ("%E0%9F%BF", "���"), ("%E0%A0%80", "\u0800"),
+                            ("%F0%8F%BF%BF", "����"), ("%F0%90%80%80", "\U00010000"),
+                            ("%F4%8F%BF%BF", "\U0010ffff"), ("%F4%90%80%80", "����")]:
             body = fetch(f"http://127.0.0.1:{port}/v1/echo?x=a{sent}b")
             checks.expect(f"{sent} is told as {shown}", f"a{shown}b" in
                           json.dumps(json.loads(body), ensure_ascii=False), body)

@@ -187,6 +187,19 @@ TEST_P(HeadRefused, WithItsStatusAndItsReason) {
 INSTANTIATE_TEST_SUITE_P(Framing, HeadRefused, ::testing::ValuesIn(kRefused),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(Head, NoControlCharacterIsTaken) {
+  for (int c = 0; c <= 0x7F; ++c) {
+    const char character = static_cast<char>(c);
+    if (character == '\r' || character == '\n' || (c >= ' ' && c != 0x7F)) {
+      continue;
+    }
+    EXPECT_EQ(statusOf(request("", std::string("GET /a") + character + "b HTTP/1.1")), 400u) << c;
+    EXPECT_EQ(statusOf(request(std::string("X: a") + character + "b\r\n")),
+              character == '\t' ? 200u : 400u)
+        << c;
+  }
+}
+
 TEST(Head, HostMayBeMissingInHttp10Only) {
   EXPECT_EQ(statusOf("GET / HTTP/1.0\r\n\r\n"), 200u);
   EXPECT_EQ(statusOf("GET / HTTP/1.1\r\n\r\n"), 400u);
