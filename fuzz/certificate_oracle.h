@@ -290,6 +290,14 @@ inline bool isSound(const EVP_PKEY* key, const ASN1_BIT_STRING* encoding) {
   return true;
 }
 
+// Names are compared by their bytes here; X509_NAME_cmp passes over blanks and the case.
+inline std::string_view derOf(const X509_NAME* name) {
+  const unsigned char* der = nullptr;
+  size_t length = 0;
+  require(X509_NAME_get0_der(name, &der, &length) == 1, "a name has an encoding");
+  return viewOf(der, static_cast<int>(length));
+}
+
 // What OpenSSL says about a signature made with the certificate's own key; nothing of ones that
 // cannot be checked.
 inline std::optional<bool> isSignedByItself(X509* certificate) {
@@ -302,7 +310,7 @@ inline std::optional<bool> isSignedByItself(X509* certificate) {
   const X509_NAME* const subject = X509_get_subject_name(certificate);
   // No name equals no name, for the runtime at least.
   const bool isOwnIssuer = X509_NAME_entry_count(subject) != 0 &&
-                           X509_NAME_cmp(subject, X509_get_issuer_name(certificate)) == 0;
+                           derOf(subject) == derOf(X509_get_issuer_name(certificate));
   return isOwnIssuer && X509_verify(certificate, key) == 1;
 }
 
