@@ -65,6 +65,7 @@ def check_passwords(checks, host, folder):
     status, shown, echoes = type_password(host.command, folder, ["p12", "open", "jane.p12"],
                                           PASSWORD)
     checks.expect("a typed password opens a file", status == 0 and "Jane" in shown, shown)
+    checks.expect("the answer begins on a line of its own", ": \r\ncertificate" in shown, shown)
     checks.expect("nobody sees it", not echoes and PASSWORD not in shown, shown)
     status, shown, _ = type_password(host.command, folder, ["p12", "open", "jane.p12"], "wrong")
     checks.expect("a wrong one gives status 4", status == 4, (status, shown))
@@ -72,6 +73,7 @@ def check_passwords(checks, host, folder):
     checks.expect("no line at all gives status 4", status == 4, status)
     status, text = host.run("p12", "open", "jane.p12", "--password-stdin", text=PASSWORD + "\n")
     checks.expect("a line from a program will do", status == 0 and "Jane" in text, text)
+    checks.expect("... and is not asked for", host.error == "", host.error)
 
 
 def watch(command, folder, *arguments):
