@@ -157,8 +157,9 @@ void lookUpRapid(benchmark::State& state, Sizes sizes) {
   for (int size = sizes.least; size <= sizes.most; ++size) {
     Keyed& keyed = all.emplace_back();
     keyed.tree.Parse(vexa::bench::fewMembers(size).c_str());
-    for (const auto& member : keyed.tree.GetObject()) {
-      keyed.keys.emplace_back(member.name.GetString());
+    // Not by GetObject, which <windows.h> makes a macro of.
+    for (auto member = keyed.tree.MemberBegin(); member != keyed.tree.MemberEnd(); ++member) {
+      keyed.keys.emplace_back(member->name.GetString());
     }
   }
   for (auto _ : state) {
