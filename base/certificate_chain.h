@@ -14,9 +14,11 @@ using CertificateList = Holder<CertificateListPolicy<BoundRuntime>>;
 // is.
 [[nodiscard]] int32_t appendCertificate(runtime::CertificateList** head,
                                         runtime::Certificate* certificate);
+[[nodiscard]] int32_t appendCertificate(CertificateList& list, runtime::Certificate* certificate);
 
 // Makes a list in which each certificate stands once, out of candidates that are all known before:
-// sorted by their encodings, equal ones are found without comparing each with each.
+// sorted by their encodings, which it asks for, equal ones are found without comparing each with
+// each.
 class CertificateCollector {
  public:
   // The candidates, numbered from 0, none of them null. They outlive the collector.

@@ -11,8 +11,6 @@
 #include "pal/windows_api.h"
 
 namespace vexa::base {
-namespace {}  // namespace
-
 constinit char moduleFileName[MAX_PATH] = "unknown";
 
 namespace {
@@ -34,7 +32,11 @@ void traceFormatList(uint32_t flags, const char* source, const char* format, va_
   bound.notify->MessageList(flags & kTraceLevels, sourceOrDefault(source), 0, format, arguments);
 }
 
+// While tracing is unbound, no copy is made either.
 void traceWide(uint32_t flags, const char* source, const char16_t* text) {
+  if (!bound.notify) {
+    return;
+  }
   const auto converted = RootBlock<char>::ofBytes(std::char_traits<char16_t>::length(text) * 3 + 1);
   if (!converted) {
     return;
@@ -49,6 +51,9 @@ void traceWide(uint32_t flags, const char* source, const char16_t* text) {
 
 void traceWideFormatList(uint32_t flags, const char* source, const char16_t* format,
                          va_list arguments) {
+  if (!bound.notify) {
+    return;
+  }
   va_list measured;
   va_copy(measured, arguments);
   const uint64_t length = measureWide(format, measured);

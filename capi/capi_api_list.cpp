@@ -22,7 +22,7 @@ constexpr std::u16string_view kPseContainerPrefix = u"\\\\.\\mem://orlind/";
 // place of an earlier one, which is then neither.
 int32_t sortCertificates(const runtime::KeyObject* key,
                          const runtime::CertificateList* certificates, runtime::Certificate** own,
-                         base::CertificateCollector& authorities) {
+                         base::CertificateList& authorities) {
   for (; certificates != nullptr; certificates = certificates->next) {
     runtime::Certificate* const certificate = certificates->certificate;
     if (certificate == nullptr) {
@@ -32,15 +32,11 @@ int32_t sortCertificates(const runtime::KeyObject* key,
     if (key != nullptr && publicKey != nullptr &&
         base::bound.commonTypes->KeyCompare(publicKey, &key->publicKey) == 0) {
       *own = certificate;
-    } else if (failed(authorities.addCandidate(certificate))) {
+    } else if (failed(base::appendCertificate(authorities, certificate))) {
       return kFailure;
     }
   }
-  int32_t result = authorities.arrange();
-  for (uint64_t i = 0; i < authorities.size() && result == kOk; ++i) {
-    result = authorities.list(i);
-  }
-  return result == kOk ? kOk : kFailure;
+  return kOk;
 }
 
 // Adds one certificate to the store. It is added before its trust is checked: a root that is
@@ -155,7 +151,7 @@ int32_t CspImport(const char16_t* container, uint32_t importFlags, uint32_t chec
   base::TraceScope scope("CspImport");
   runtime::Certificate* own = nullptr;
   {
-    base::CertificateCollector authorities;
+    base::CertificateList authorities;
     if (sortCertificates(key, certificates, &own, authorities) != kOk) {
       return scope.leave(kFailure);
     }

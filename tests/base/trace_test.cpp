@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdarg>
+#include <utility>
 
 #include "support/module_fixture.h"
 #include "support/sweep.h"
@@ -139,6 +140,15 @@ TEST_F(TraceTest, NothingHappensWhileTracingIsUnbound) {
   }
   EXPECT_FALSE(isTraceOn(0, nullptr));
   EXPECT_THAT(spy.trace(), IsEmpty());
+}
+
+TEST_F(TraceTest, NoCopyIsMadeOfAWideTextThatNobodyHears) {
+  const void* const notify = std::exchange(bound.notify.pointer, BoundTables().notify.pointer);
+  const uint64_t before = spy.allocations();
+  traceWide(1, nullptr, u"a");
+  traceWideFormat(1, nullptr, u"%d", 1);
+  EXPECT_EQ(spy.allocations(), before);
+  bound.notify.pointer = notify;
 }
 
 TEST_F(TraceTest, WithoutMemoryAWideMessageIsNotSent) {

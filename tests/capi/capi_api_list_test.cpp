@@ -77,6 +77,15 @@ TEST_F(StoreImport, WithoutACertificateOfTheKeyNoStoreIsTouched) {
   EXPECT_TRUE(crypt().calls.empty());
 }
 
+TEST_F(StoreImport, AnEncodingIsAskedForOnlyOnItsWayIntoAStore) {
+  const CertificateChain alone{authority_};
+  EXPECT_EQ(cspImport(u"box", key(), alone.get()), -1);
+  EXPECT_EQ(authority_.fake.encodingCalls, 0u);
+  const CertificateChain chain{authority_, jane_};
+  EXPECT_EQ(cspImport(u"box", key(), chain.get()), 0);
+  EXPECT_EQ(authority_.fake.encodingCalls, 1u);
+}
+
 TEST_F(StoreImport, WithoutCertificatesOrKeyNoStoreIsTouched) {
   const CertificateChain chain{jane_};
   EXPECT_EQ(cspImport(u"box", key(), nullptr), -1);

@@ -29,6 +29,7 @@ struct FakeCertificate {
   runtime::Name* subject = nullptr;
   runtime::ByteBuffer encoding{};
   bool isEncoded = true;  // false: the certificate has no encoding
+  uint32_t encodingCalls = 0;
   const runtime::PublicKey* publicKey = nullptr;
   uint8_t selfSigned = 0;
   const uint8_t* keyUsage = nullptr;
@@ -59,6 +60,7 @@ struct FakeCertificate {
       t.GetIssuer = [](runtime::Certificate* c) { return self(c).issuer; };
       t.GetSubject = [](runtime::Certificate* c) { return self(c).subject; };
       t.GetEncoding = [](runtime::Certificate* c) -> const runtime::ByteBuffer* {
+        ++self(c).encodingCalls;
         return self(c).isEncoded ? &self(c).encoding : nullptr;
       };
       t.GetValueA = [](runtime::Certificate* c) -> void* { return &self(c).references; };
