@@ -6,6 +6,7 @@ run_gtest.py RESULTS [LAUNCHER...] -- PROGRAM [ARGS...]
 The program is asked for its cases first. Exit status 0: it ended with 0, and its report tells of
 each of these cases, none of which failed. What happened goes to RESULTS/NAME.json; a case that the
 report leaves out counts as failed. LAUNCHER starts the program where the machine cannot by itself.
+The program's temporary files (TMPDIR) go with it, and meet no one else's.
 """
 
 import json
@@ -13,6 +14,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 
 from counts import write_counts
 
@@ -66,13 +68,15 @@ class WineServer:
 def run_program(launcher, program, report):
     """(exit status, names listed, {name: outcome})."""
     command = [*launcher, *program]
-    # A relative path, because a Windows program reads the same file under another name.
-    environment = dict(os.environ, GTEST_OUTPUT=f"json:{os.path.relpath(report)}")
     listing = subprocess.run([*command, "--gtest_list_tests"], stdin=subprocess.DEVNULL,
                              stdout=subprocess.PIPE, text=True, errors="replace", check=False)
     report.unlink(missing_ok=True)
-    status = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL,
-                            check=False).returncode
+    with tempfile.TemporaryDirectory() as scratch:
+        # A relative path, because a Windows program reads the same file under another name.
+        environment = dict(os.environ, GTEST_OUTPUT=f"json:{os.path.relpath(report)}",
+                           TMPDIR=scratch)
+        status = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL,
+                                check=False).returncode
     return status, parse_list(listing.stdout), read_report(report)
 
 

@@ -18,6 +18,8 @@ WHOLE = {"Suite": ["One", "Two"], "Table/Cases": ["Three/0"]}
 # Prints LIST when asked for it, else does what the test wants.
 PROGRAM = """#!/bin/sh
 if [ "$1" = --gtest_list_tests ]; then cat "$0.list"; exit 0; fi
+echo "$TMPDIR" >"$0.tmpdir"
+touch "$TMPDIR/left_behind" || exit 1
 [ ! -f "$0.report" ] || cp "$0.report" "${GTEST_OUTPUT#json:}"
 exit $(cat "$0.status")
 """
@@ -53,6 +55,14 @@ class RunGtest(unittest.TestCase):
 
     def test_all_cases_passed(self):
         self.assertEqual(self.run_it(written=report(WHOLE))[:2], (0, (3, 0, 0)))
+
+    def test_temporary_files_have_a_folder_that_goes(self):
+        used = []
+        for _ in range(2):
+            self.run_it(written=report(WHOLE))
+            used.append(pathlib.Path(f"{self.program}.tmpdir").read_text().strip())
+        self.assertEqual(len({*used, tempfile.gettempdir()}), 3)
+        self.assertFalse(any(map(os.path.exists, used)))
 
     def test_a_failed_case_fails(self):
         self.assertEqual(self.run_it(written=report(WHOLE, ["Two"]), status=1)[:2], (1, (2, 1, 0)))
