@@ -38,9 +38,25 @@ class TraceCollector {
   decltype(velmora_collect_trace)* collect_;
 };
 
+// Whether there is a scheme (RFC 3986, section 3.1) and something to connect to.
+bool namesHost(std::string_view url) {
+  constexpr std::string_view kSeparator = "://";
+  constexpr std::string_view kOfSchemes =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+-.";
+  const size_t end = url.find_first_not_of(kOfSchemes);
+  if (end == 0 || end == std::string_view::npos || !url.substr(end).starts_with(kSeparator)) {
+    return false;
+  }
+  const std::string_view rest = url.substr(end + kSeparator.size());
+  return rest.find_first_of("/?#:") != 0 && !rest.empty();
+}
+
 }  // namespace
 
 ProxyDecision decideProxy(const Module& module, const std::string& url) {
+  if (!namesHost(url)) {
+    throw HostError("not a URL with scheme and host: " + url, ExitStatus::kUsage);
+  }
   const auto& list = module.list<vexa::NetworkList>();
   const std::u16string wideUrl = toUtf16(module, url);
   ProxyDecision decision;

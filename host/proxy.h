@@ -17,7 +17,7 @@ struct ProxyDecision {
 };
 
 // May take long: a script may have to be fetched. Any thread; one at a time gets told why. Throws
-// HostError.
+// HostError, with kUsage for a text that leads to no host.
 ProxyDecision decideProxy(const Module& module, const std::string& url);
 
 }  // namespace vexahost

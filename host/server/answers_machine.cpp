@@ -112,7 +112,15 @@ Outcome answerProxy(const Call& call) {
   if (!url) {
     return missingParameter(call, "url");
   }
-  const ProxyDecision decision = decideProxy(module, *url);
+  ProxyDecision decision;
+  try {
+    decision = decideProxy(module, *url);
+  } catch (const HostError& error) {
+    if (error.status() != ExitStatus::kUsage) {
+      throw;
+    }
+    return problem(module, 400, error.what());
+  }
   JsonObjectRef answer(module);
   answer.setText("url", *url);
   answer.setText("decision", decisionName(decision.kind));

@@ -81,6 +81,8 @@ def check_problems(checks, host):
         ("/v1/time?value=1&from=x", 400, "Bad Request", f"no such format: x {formats}"),
         ("/v1/url", 400, "Bad Request", "the parameter u is missing"),
         ("/v1/proxy", 400, "Bad Request", "the parameter url is missing"),
+        ("/v1/proxy?url=a.example", 400, "Bad Request",
+         "not a URL with scheme and host: a.example"),
         ("/v1/status?wait=x", 400, "Bad Request", "the parameter wait is not a number of seconds"),
         ("/v1/status?wait=1&since=x", 400, "Bad Request",
          "the parameter since is not a number of changes"),

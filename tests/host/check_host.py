@@ -135,6 +135,8 @@ def check_command_line(checks, host, folder):
         (["serve", "--port", "70000"], 2, "vexahost: --port: Value 70000 not in range 0 to 65535"),
         (["serve", "--port", "http"], 2, "vexahost: --port: Value http not in range 0 to 65535"),
         (["url"], 2, "vexahost: url is required"),
+        (["proxy", "a.example"], 2, "not a URL with scheme and host: a.example"),
+        (["proxy", "http:///path"], 2, "not a URL with scheme and host: http:///path"),
         (["own", "--pse", "no-such.p12", "--password-file", "pw"], 3,
          "no-such.p12: cannot be read: "),
         (["own", "--pse", "ca.pem", "--password-file", "pw"], 3, "ca.pem: not a PKCS#12 file"),
