@@ -9,6 +9,7 @@ namespace {
 
 constexpr uint32_t kLongestName = 258;  // characters of a library name
 constexpr char kLongPathPrefix[] = "\\\\?\\";
+constexpr char kLongPathShare[] = "UNC\\";  // behind that, in place of two backslashes
 
 bool hasSeparator(const char* name) { return std::strpbrk(name, PAL_PATH_SEPARATORS) != nullptr; }
 
@@ -49,6 +50,22 @@ HMODULE ownModule() {
     return nullptr;
   }
   return module;
+}
+
+// Ignores case in ASCII, as the system does in the words of a path.
+bool startsWith(const char* text, const char* start) {
+  for (; *start != '\0'; ++text, ++start) {
+    const bool isLetter = *start >= 'A' && *start <= 'Z';
+    if (*text != *start && !(isLetter && *text == *start - 'A' + 'a')) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Whether the path means the same wherever the current folder is.
+bool isComplete(const char* path) {
+  return *path != '\0' && (path[1] == ':' || std::strchr(PAL_PATH_SEPARATORS, *path) != nullptr);
 }
 
 // Empty until it is known.
@@ -105,13 +122,23 @@ bool ownFileName(char* buffer, uint32_t capacity) {
   return length != 0 && length < capacity;
 }
 
+const char* directoryOf(char* file) {
+  char* path = file;
+  if (startsWith(file, kLongPathPrefix)) {
+    path += sizeof(kLongPathPrefix) - 1;
+    if (startsWith(path, kLongPathShare)) {
+      path += sizeof(kLongPathShare) - 3;
+      *path = '\\';
+    }
+  }
+  PathRemoveFileSpecA(path);
+  return isComplete(path) ? path : "";
+}
+
 const char* ownDirectory() {
   char file[MAX_PATH] = {};
   if (*ownDirectoryPath == '\0' && ownFileName(file, sizeof(file))) {
-    const size_t prefix = sizeof(kLongPathPrefix) - 1;
-    const bool isLong = std::strncmp(file, kLongPathPrefix, prefix) == 0;
-    std::strcpy(ownDirectoryPath, isLong ? file + prefix : file);
-    PathRemoveFileSpecA(ownDirectoryPath);
+    std::strcpy(ownDirectoryPath, directoryOf(file));
   }
   return ownDirectoryPath;
 }

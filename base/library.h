@@ -25,6 +25,11 @@ HMODULE LoadModuleLibrary(const char* name, const char* directory, uint32_t flag
 // Loads from the system directory only. kOk or kFail.
 int32_t LoadSystemLibrary(const char* name, HMODULE* out);
 
+// The directory of a file, inside `file`, which is changed: without the prefix of long paths. Empty
+// when no complete path is left, as of a volume without a letter: a library in a folder "Volume{1}"
+// would be looked for from the current folder.
+const char* directoryOf(char* file);
+
 // The directory of the module's own file; empty when it cannot be had, as when it is longer than
 // Windows' old limit of MAX_PATH. Cached once it is known; one thread at a time.
 const char* ownDirectory();

@@ -122,6 +122,28 @@ TEST_F(LibrarySearchTest, LoadSystemLibraryLooksThereAlone) {
   EXPECT_THAT(fake.attempts, ElementsAre("/system/v.so", "/system/w.so"));
 }
 
+std::string directoryOf(std::string file) { return base::directoryOf(file.data()); }
+
+TEST_F(LibrarySearchTest, TheDirectoryOfAFileLosesTheLongPathPrefix) {
+  EXPECT_EQ(directoryOf("/app/module.so"), "/app");
+  EXPECT_EQ(directoryOf("c:/app/module.so"), "c:/app");
+  EXPECT_EQ(directoryOf("\\\\?\\c:/app/module.so"), "c:/app");
+  EXPECT_EQ(directoryOf("\\\\server/share/module.so"), "\\\\server/share");
+}
+
+TEST_F(LibrarySearchTest, AServersFolderWithTheLongPathPrefixStaysTheServers) {
+  EXPECT_EQ(directoryOf("\\\\?\\UNC\\server/share/module.so"), "\\\\server/share");
+  EXPECT_EQ(directoryOf("\\\\?\\unc\\server/share/module.so"), "\\\\server/share");
+}
+
+// The name would be completed from the current folder.
+TEST_F(LibrarySearchTest, AFileWithoutACompletePathHasNoDirectory) {
+  EXPECT_EQ(directoryOf("\\\\?\\Volume{1}/app/module.so"), "");
+  EXPECT_EQ(directoryOf("\\\\?\\GLOBALROOT/Device/app/module.so"), "");
+  EXPECT_EQ(directoryOf("app/module.so"), "");
+  EXPECT_EQ(directoryOf("module.so"), "");
+}
+
 // The directory is found once in a process.
 TEST_F(LibrarySearchTest, TheOwnDirectoryLosesTheLongPathPrefix) {
   fake.moduleFile = "\\\\?\\/app/bin/module.so";

@@ -134,6 +134,25 @@ TEST(LibrarySearch, LooksNeitherInTheCurrentFolderNorInTheSystems) {
   EXPECT_FALSE(startsAndEnds(module));
 }
 
+#if defined(_WIN32)
+// Without its prefix such a path names nothing, or what lies there from the current folder.
+TEST(LibrarySearch, DoesNotStartAtTheCurrentFolderForAPathThatNeedsItsPrefix) {
+  const Installation installation;
+  const fs::path file = installation.put("app", kModuleFile);
+  const fs::path prefixed = L"unix" / file.relative_path();  // as Wine names files of its system
+  const LoadedModule module(L"\\\\?\\" + prefixed.native());
+  if (module.init == nullptr) {
+    GTEST_SKIP() << "this system has no such paths";
+  }
+  installation.put(("current" / prefixed.parent_path()).string().c_str(), kRuntimeFile);
+  const fs::path before = fs::current_path();
+  fs::current_path(file.parent_path().parent_path() / "current");
+  EXPECT_EQ(module.init(nullptr, nullptr), kFail);
+  EXPECT_EQ(module.final(), kOk);
+  fs::current_path(before);
+}
+#endif
+
 TEST(ModuleLifetime, NestedStartsBindOnceAndReleaseAtTheLastEnd) {
   const Installation installation;
   const LoadedModule module(installation.put("app", kModuleFile));
