@@ -64,10 +64,8 @@ inline bool isTraceOn(uint32_t level, const char* source) {
          bound.notify->GetLevel(sourceOrDefault(source), level) >= level;
 }
 
-// Traces "{ name" at entry and "} result" at exit of an operation:
-//   TraceScope scope("URLParser::parse");
-//   ...
-//   return scope.leave(kFail);
+// Traces "{ name" at entry and "} result" at exit of an operation. By itself it is for operations
+// without a number to show, which show 0; `traced` below is for the others.
 class TraceScope {
  public:
   // Result as eight-wide hexadecimal; what every function of the module uses.
@@ -103,5 +101,14 @@ class TraceScope {
   uint32_t result_ = 0;
   const char* exitFormat_;  // borrowed; null: the exit line is "}"
 };
+
+// Runs an operation in a scope of its own and passes its result on. All that the operation holds
+// goes before the exit line comes.
+//   return traced("URLParser::getPort", [&] { return parts_.port; });
+template <class Operation>
+[[gnu::always_inline]] inline auto traced(const char* name, const Operation& operation) {
+  TraceScope scope(name);
+  return scope.leave(operation());
+}
 
 }  // namespace vexa::base

@@ -63,24 +63,25 @@ int32_t addAuthority(HCERTSTORE store, uint32_t checkRoot, runtime::Certificate*
 }
 
 int32_t CspImportCACerts(uint32_t checkRoot, const runtime::CertificateList* certificates) {
-  base::TraceScope scope("CspImportCACerts");
-  if (certificates == nullptr) {
-    return scope.leave(kOk);
-  }
-  base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(kAuthorityStore)));
-  if (!store) {
-    return scope.leave(failWithError("CertOpenSystemStore failed (Error: 0x%08x)"));
-  }
-  int32_t result = kOk;
-  for (; certificates != nullptr && result == kOk; certificates = certificates->next) {
-    if (certificates->certificate != nullptr) {
-      result = addAuthority(store.get(), checkRoot, certificates->certificate);
+  return base::traced("CspImportCACerts", [&] {
+    if (certificates == nullptr) {
+      return kOk;
     }
-  }
-  if (result == kFailure) {  // after a failure of Windows the store stays open
-    (void)store.release();
-  }
-  return scope.leave(result);
+    base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(kAuthorityStore)));
+    if (!store) {
+      return failWithError("CertOpenSystemStore failed (Error: 0x%08x)");
+    }
+    int32_t result = kOk;
+    for (; certificates != nullptr && succeeded(result); certificates = certificates->next) {
+      if (certificates->certificate != nullptr) {
+        result = addAuthority(store.get(), checkRoot, certificates->certificate);
+      }
+    }
+    if (result == kFailure) {  // after a failure of Windows the store stays open
+      (void)store.release();
+    }
+    return result;
+  });
 }
 
 // "CN" of the subject, and behind it the user whose PSE the container belongs to: "Jane (user)".
@@ -122,64 +123,67 @@ base::SecretBuffer makeKeyBlob(const runtime::PrivateKeyMaterial& material) {
 
 int32_t CspImportKey(const char16_t* container, uint32_t importFlags, const runtime::KeyObject* key,
                      runtime::Certificate* certificate) {
-  base::TraceScope scope("CspImportKey");
-  const runtime::ByteBuffer* const encoding =
-      certificate != nullptr ? certificate->table->GetEncoding(certificate) : nullptr;
-  base::String name;
-  if (encoding == nullptr || makeFriendlyName(certificate, container, name) != kOk) {
-    return scope.leave(kFailure);
-  }
-  CspImportRequest request = {.container = container,
-                              .friendlyName = name.text(),
-                              .blob = nullptr,
-                              .encoding = encoding,
-                              .deleteFirst = true,
-                              .importFlags = importFlags};
-  if (key == nullptr) {
-    return scope.leave(csp_import(request));
-  }
-  const base::SecretBuffer blob = makeKeyBlob(key->privateKey);
-  if (!blob) {
-    return scope.leave(kFailure);
-  }
-  request.blob = blob.get();
-  return scope.leave(csp_import(request));
+  return base::traced("CspImportKey", [&] {
+    const runtime::ByteBuffer* const encoding =
+        certificate != nullptr ? certificate->table->GetEncoding(certificate) : nullptr;
+    base::String name;
+    if (encoding == nullptr || failed(makeFriendlyName(certificate, container, name))) {
+      return kFailure;
+    }
+    CspImportRequest request = {.container = container,
+                                .friendlyName = name.text(),
+                                .blob = nullptr,
+                                .encoding = encoding,
+                                .deleteFirst = true,
+                                .importFlags = importFlags};
+    if (key == nullptr) {
+      return csp_import(request);
+    }
+    const base::SecretBuffer blob = makeKeyBlob(key->privateKey);
+    if (!blob) {
+      return kFailure;
+    }
+    request.blob = blob.get();
+    return csp_import(request);
+  });
 }
 
 int32_t CspImport(const char16_t* container, uint32_t importFlags, uint32_t checkRoot,
                   const runtime::KeyObject* key, const runtime::CertificateList* certificates) {
-  base::TraceScope scope("CspImport");
-  runtime::Certificate* own = nullptr;
-  {
-    base::CertificateList authorities;
-    if (sortCertificates(key, certificates, &own, authorities) != kOk) {
-      return scope.leave(kFailure);
+  return base::traced("CspImport", [&] {
+    runtime::Certificate* own = nullptr;
+    {
+      base::CertificateList authorities;
+      if (failed(sortCertificates(key, certificates, &own, authorities))) {
+        return kFailure;
+      }
+      if (own == nullptr) {
+        base::traceText(base::kTraceError, nullptr,
+                        "found no user certificate which belongs to the key");
+        return kFailure;
+      }
+      const int32_t result = CspImportCACerts(checkRoot, authorities.get());
+      if (failed(result)) {
+        base::traceText(base::kTraceError, nullptr, "failed to import the CA chain");
+        return result;
+      }
     }
-    if (own == nullptr) {
-      base::traceText(base::kTraceError, nullptr,
-                      "found no user certificate which belongs to the key");
-      return scope.leave(kFailure);
-    }
-    const int32_t result = CspImportCACerts(checkRoot, authorities.get());
-    if (failed(result)) {
-      base::traceText(base::kTraceError, nullptr, "failed to import the CA chain");
-      return scope.leave(result);
-    }
-  }
-  return scope.leave(CspImportKey(container, importFlags, key, own));
+    return CspImportKey(container, importFlags, key, own);
+  });
 }
 
 int32_t CspDeleteOwnCerts(const char16_t* container) {
-  base::TraceScope scope("CspDeleteOwnCerts");
-  (void)csp_delete_certs(kOwnStore, container, nullptr);
-  if (container == nullptr) {
-    return scope.leave(kOk);  // null names the user's default container, which is nobody's here
-  }
-  // There may be no such container.
-  HCRYPTPROV provider = 0;
-  (void)CryptAcquireContextW(&provider, pal::wide(container), pal::wide(kKeyProvider),
-                             PROV_RSA_FULL, CRYPT_DELETEKEYSET);
-  return scope.leave(kOk);
+  return base::traced("CspDeleteOwnCerts", [&] {
+    (void)csp_delete_certs(kOwnStore, container, nullptr);
+    if (container == nullptr) {
+      return kOk;  // null names the user's default container, which is nobody's here
+    }
+    // There may be no such container.
+    HCRYPTPROV provider = 0;
+    (void)CryptAcquireContextW(&provider, pal::wide(container), pal::wide(kKeyProvider),
+                               PROV_RSA_FULL, CRYPT_DELETEKEYSET);
+    return kOk;
+  });
 }
 
 int32_t DeleteCACertsByName(const char* name) {

@@ -39,7 +39,7 @@ int32_t makeContainerAnew(const char16_t* container, HCRYPTPROV* provider) {
 
 int32_t importKey(const CspImportRequest& request) {
   HCRYPTPROV provider = 0;
-  if (makeContainerAnew(request.container, &provider) != kOk) {
+  if (failed(makeContainerAnew(request.container, &provider))) {
     return kFailure;
   }
   HCRYPTKEY key = 0;
@@ -90,58 +90,57 @@ int32_t failWithError(base::TraceFormat<DWORD> format) {
 }
 
 int32_t csp_import(const CspImportRequest& request) {
-  base::TraceScope scope("csp_import");
-  base::traceWideFormat(base::kTraceDetail, nullptr, u"start creating key container %s",
-                        request.container);
-  if (request.deleteFirst) {
-    // What cannot be deleted is replaced or stays beside the new certificate.
-    (void)csp_delete_certs(kOwnStore, request.container, nullptr);
-  }
-  // Context, store, provider and key stay open for the life of the process: closing a provider
-  // would take away the container that the certificate in the store refers to.
-  const PCCERT_CONTEXT context = CertCreateCertificateContext(
-      X509_ASN_ENCODING, request.encoding->data, static_cast<DWORD>(request.encoding->length));
-  if (context == nullptr) {
-    return scope.leave(failWithError("can not create certificate context, error 0x%08x"));
-  }
-  const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(kOwnStore));
-  if (store == nullptr) {
-    return scope.leave(failWithError("CertOpenSystemStore failed (Error: 0x%08x)"));
-  }
-  if (request.blob != nullptr && importKey(request) != kOk) {
-    return scope.leave(kFailure);
-  }
-  if (setProviderInfo(context, request) != kOk) {
-    return scope.leave(kFailure);
-  }
-  if (request.friendlyName != nullptr && setFriendlyName(context, request.friendlyName) != kOk) {
-    return scope.leave(kFailure);
-  }
-  if (CertAddCertificateContextToStore(store, context, CERT_STORE_ADD_REPLACE_EXISTING, nullptr) ==
-      FALSE) {
-    return scope.leave(failWithError("import certs into store failed with error %08x"));
-  }
-  return scope.leave(kOk);
+  return base::traced("csp_import", [&] {
+    base::traceWideFormat(base::kTraceDetail, nullptr, u"start creating key container %s",
+                          request.container);
+    if (request.deleteFirst) {
+      // What cannot be deleted is replaced or stays beside the new certificate.
+      (void)csp_delete_certs(kOwnStore, request.container, nullptr);
+    }
+    // Context, store, provider and key stay open for the life of the process: closing a provider
+    // would take away the container that the certificate in the store refers to.
+    const PCCERT_CONTEXT context = CertCreateCertificateContext(
+        X509_ASN_ENCODING, request.encoding->data, static_cast<DWORD>(request.encoding->length));
+    if (context == nullptr) {
+      return failWithError("can not create certificate context, error 0x%08x");
+    }
+    const HCERTSTORE store = CertOpenSystemStoreW(0, pal::wide(kOwnStore));
+    if (store == nullptr) {
+      return failWithError("CertOpenSystemStore failed (Error: 0x%08x)");
+    }
+    if ((request.blob != nullptr && failed(importKey(request))) ||
+        failed(setProviderInfo(context, request)) ||
+        (request.friendlyName != nullptr &&
+         failed(setFriendlyName(context, request.friendlyName)))) {
+      return kFailure;
+    }
+    if (CertAddCertificateContextToStore(store, context, CERT_STORE_ADD_REPLACE_EXISTING,
+                                         nullptr) == FALSE) {
+      return failWithError("import certs into store failed with error %08x");
+    }
+    return kOk;
+  });
 }
 
 int32_t CspCheckCert(PCCERT_CONTEXT context) {
-  base::TraceScope scope("CspCheckCert");
-  CERT_CHAIN_PARA parameters{};
-  parameters.cbSize = sizeof(parameters);
-  base::ChainContext chain;
-  if (CertGetCertificateChain(nullptr, context, nullptr, nullptr, &parameters, 0, nullptr,
-                              chain.put()) == FALSE ||
-      !chain) {
-    return scope.leave(0);
-  }
-  CERT_CHAIN_POLICY_PARA policy{};
-  policy.cbSize = sizeof(policy);
-  CERT_CHAIN_POLICY_STATUS status{};
-  status.cbSize = sizeof(status);
-  const BOOL verified =
-      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain.get(), &policy, &status);
-  const bool trusted = verified != FALSE && static_cast<int32_t>(status.dwError) >= 0;
-  return scope.leave(trusted ? 1 : 0);
+  return base::traced("CspCheckCert", [&] {
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof(parameters);
+    base::ChainContext chain;
+    if (CertGetCertificateChain(nullptr, context, nullptr, nullptr, &parameters, 0, nullptr,
+                                chain.put()) == FALSE ||
+        !chain) {
+      return 0;
+    }
+    CERT_CHAIN_POLICY_PARA policy{};
+    policy.cbSize = sizeof(policy);
+    CERT_CHAIN_POLICY_STATUS status{};
+    status.cbSize = sizeof(status);
+    const BOOL verified =
+        CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain.get(), &policy, &status);
+    const bool trusted = verified != FALSE && static_cast<int32_t>(status.dwError) >= 0;
+    return trusted ? 1 : 0;
+  });
 }
 
 }  // namespace vexa::capi

@@ -31,7 +31,7 @@ class CertificateFilter {
   Match matchesIssuer(PCCERT_CONTEXT context) const {
     const runtime::ByteBuffer encoding = {context->cbCertEncoded, context->pbCertEncoded};
     base::RuntimeRef<runtime::Certificate> certificate;
-    if (base::bound.commonTypes->CertificateDecode(&encoding, certificate.put()) != kOk ||
+    if (failed(base::bound.commonTypes->CertificateDecode(&encoding, certificate.put())) ||
         !certificate) {
       return Match::kNo;
     }
@@ -114,18 +114,19 @@ int32_t deleteMatching(HCERTSTORE store, CertificateFilter& filter) {
 
 int32_t csp_delete_certs(const char16_t* storeName, const char16_t* container,
                          const char* filterText) {
-  base::TraceScope scope("csp_delete_certs");
-  CertificateFilter filter(container, filterText);
-  if (!filter.prepare()) {
-    return scope.leave(kFailure);
-  }
-  const base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(storeName)));
-  if (!store) {
-    base::traceWideFormat(base::kTraceDetail, nullptr, u"Can not open the '%s' Certificate store",
-                          storeName);
-    return scope.leave(kFailure);
-  }
-  return scope.leave(deleteMatching(store.get(), filter));
+  return base::traced("csp_delete_certs", [&] {
+    CertificateFilter filter(container, filterText);
+    if (!filter.prepare()) {
+      return kFailure;
+    }
+    const base::CertificateStore store(CertOpenSystemStoreW(0, pal::wide(storeName)));
+    if (!store) {
+      base::traceWideFormat(base::kTraceDetail, nullptr, u"Can not open the '%s' Certificate store",
+                            storeName);
+      return kFailure;
+    }
+    return deleteMatching(store.get(), filter);
+  });
 }
 
 }  // namespace vexa::capi

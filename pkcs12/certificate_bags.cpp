@@ -21,19 +21,18 @@ int compareIds(const runtime::ByteBuffer& a, const runtime::ByteBuffer& b) {
 }  // namespace
 
 int32_t CertificateBags::collect(const runtime::BagNode* bags) {
-  int32_t result = kOk;
-  for (const auto* node = bags; node != nullptr && result == kOk; node = node->next) {
+  for (const auto* node = bags; node != nullptr; node = node->next) {
     if (!isCertificateBag(node->bag)) {
       continue;
     }
-    if (node->bag->localKeyId != nullptr) {
-      result = byId_.append(size());
+    if (node->bag->localKeyId != nullptr && failed(byId_.append(size()))) {
+      return kOutOfMemory;
     }
-    if (result == kOk) {
-      result = bags_.append(node->bag);
+    if (failed(bags_.append(node->bag))) {
+      return kOutOfMemory;
     }
   }
-  return result == kOk ? makeGroups() : result;
+  return makeGroups();
 }
 
 int32_t CertificateBags::makeGroups() {
@@ -45,8 +44,8 @@ int32_t CertificateBags::makeGroups() {
     while (end != byId_.end() && compareIds(idOf(*end), idOf(*begin)) == 0) {
       ++end;
     }
-    if (const int32_t result = groups_.append({{begin, end}, false}); result != kOk) {
-      return result;
+    if (failed(groups_.append({{begin, end}, false}))) {
+      return kOutOfMemory;
     }
   }
   return kOk;

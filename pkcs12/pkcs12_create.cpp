@@ -3,6 +3,7 @@
 #include "base/heap.h"
 #include "base/holders.h"
 #include "base/trace.h"
+#include "pkcs12/in_order.h"
 #include "pkcs12/pkcs12.h"
 
 namespace vexa::pkcs12 {
@@ -26,13 +27,34 @@ class PfxBuilder {
   const runtime::PfxParameters* parameters() const { return parameters_.get(); }
 
   int32_t start() {
-    int32_t result = bound.pkcs12Types->ParametersCreate(parameters_.put());
-    if (result != kOk) {
-      return result;
-    }
-    if (result = bound.pkcs12Types->BagNodeCreate(&parameters_->contents); result != kOk) {
-      return result;
-    }
+    return inOrder([&] { return bound.pkcs12Types->ParametersCreate(parameters_.put()); },
+                   [&] { return bound.pkcs12Types->BagNodeCreate(&parameters_->contents); },
+                   [&] { return fillParameters(); });
+  }
+
+  int32_t addKeyBag() {
+    base::SafeBag bag;
+    return inOrder([&] { return createBag(bag, runtime::kKeyBag); }, [&] { return setName(bag); },
+                   [&] { return setKey(bag); }, [&] { return setLocalKeyId(bag); },
+                   [&] { return linkFirst(bag); });
+  }
+
+  int32_t addOwnCertificate(runtime::Certificate* certificate) {
+    base::SafeBag bag;
+    return inOrder([&] { return createBag(bag, runtime::kCertificateBag); },
+                   [&] { return setName(bag); }, [&] { return setLocalKeyId(bag); },
+                   [&] { return setCertificate(bag, certificate); }, [&] { return link(bag); });
+  }
+
+  int32_t addChainCertificate(runtime::Certificate* certificate) {
+    base::SafeBag bag;
+    return inOrder([&] { return createBag(bag, runtime::kCertificateBag); },
+                   [&] { return setCommonName(bag, certificate); },
+                   [&] { return setCertificate(bag, certificate); }, [&] { return link(bag); });
+  }
+
+ private:
+  int32_t fillParameters() {
     parameters_->version = kPfxVersion;
     parameters_->iterations = kIterations;
     parameters_->macDigest = bound.commonTypes->TextDuplicate(kMacDigest);
@@ -44,54 +66,6 @@ class PfxBuilder {
                : kOk;
   }
 
-  int32_t addKeyBag() {
-    base::SafeBag bag;
-    int32_t result = createBag(bag, runtime::kKeyBag);
-    if (result == kOk) {
-      bag->shrouded = 1;
-      result = setName(bag);
-    }
-    if (result == kOk) {
-      result = setKey(bag);
-    }
-    if (result == kOk) {
-      result = bound.commonTypes->BufferFromHex(kLocalKeyId, &bag->localKeyId);
-    }
-    if (result == kOk) {
-      last_ = parameters_->contents;
-      last_->bag = bag.release();
-    }
-    return result;
-  }
-
-  int32_t addOwnCertificate(runtime::Certificate* certificate) {
-    base::SafeBag bag;
-    int32_t result = createBag(bag, runtime::kCertificateBag);
-    if (result == kOk) {
-      result = setName(bag);
-    }
-    if (result == kOk) {
-      result = bound.commonTypes->BufferFromHex(kLocalKeyId, &bag->localKeyId);
-    }
-    if (result == kOk) {
-      result = setCertificate(bag, certificate);
-    }
-    return result == kOk ? link(bag) : result;
-  }
-
-  int32_t addChainCertificate(runtime::Certificate* certificate) {
-    base::SafeBag bag;
-    int32_t result = createBag(bag, runtime::kCertificateBag);
-    if (result == kOk) {
-      result = setCommonName(bag, certificate);
-    }
-    if (result == kOk) {
-      result = setCertificate(bag, certificate);
-    }
-    return result == kOk ? link(bag) : result;
-  }
-
- private:
   static int32_t createBag(base::SafeBag& bag, runtime::BagType type) {
     const int32_t result = bound.pkcs12Types->BagCreate(bag.put());
     if (result == kOk) {
@@ -101,41 +75,50 @@ class PfxBuilder {
   }
 
   int32_t setName(base::SafeBag& bag) const {
-    const int32_t result = bound.strings->Create(&bag->friendlyName);
-    return result != kOk
-               ? result
-               : bound.strings->AssignBytes(bag->friendlyName, bound.strings->GetText(&name_),
-                                            bound.strings->GetLength(&name_));
+    return inOrder([&] { return bound.strings->Create(&bag->friendlyName); },
+                   [&] {
+                     return bound.strings->AssignBytes(bag->friendlyName,
+                                                       bound.strings->GetText(&name_),
+                                                       bound.strings->GetLength(&name_));
+                   });
   }
 
   // Empty when the certificate has no subject.
   static int32_t setCommonName(base::SafeBag& bag, runtime::Certificate* certificate) {
-    const int32_t result = bound.strings->Create(&bag->friendlyName);
-    runtime::Name* const subject = certificate->table->GetSubject(certificate);
-    if (result != kOk || subject == nullptr) {
-      return result;
-    }
-    return subject->table->GetAttribute(subject, "CN", bag->friendlyName);
+    return inOrder([&] { return bound.strings->Create(&bag->friendlyName); },
+                   [&] {
+                     runtime::Name* const subject = certificate->table->GetSubject(certificate);
+                     return subject == nullptr
+                                ? kOk
+                                : subject->table->GetAttribute(subject, "CN", bag->friendlyName);
+                   });
+  }
+
+  static int32_t setLocalKeyId(base::SafeBag& bag) {
+    return bound.commonTypes->BufferFromHex(kLocalKeyId, &bag->localKeyId);
   }
 
   // The algorithm comes from the public half.
   int32_t setKey(base::SafeBag& bag) const {
-    int32_t result = bound.pkcs12Types->PrivateKeyInfoCreate(&bag->key);
-    if (result == kOk) {
-      result = bound.commonTypes->AlgorithmIdCopy(&bag->key->algorithm, &key_.publicKey.algorithm);
-    }
-    if (result != kOk) {
-      return result;
-    }
+    bag->shrouded = 1;
+    return inOrder([&] { return bound.pkcs12Types->PrivateKeyInfoCreate(&bag->key); },
+                   [&] {
+                     return bound.commonTypes->AlgorithmIdCopy(&bag->key->algorithm,
+                                                               &key_.publicKey.algorithm);
+                   },
+                   [&] { return setMaterial(bag->key->key); });
+  }
+
+  int32_t setMaterial(runtime::ByteBuffer& out) const {
     const uint64_t count = key_.privateKey.bitLength / 8;
-    bag->key->key.data = static_cast<uint8_t*>(base::allocate(count));
-    if (bag->key->key.data == nullptr) {
+    out.data = static_cast<uint8_t*>(base::allocate(count));
+    if (out.data == nullptr) {
       return kOutOfMemory;
     }
     if (count != 0) {
-      std::memcpy(bag->key->key.data, key_.privateKey.bytes, count);
+      std::memcpy(out.data, key_.privateKey.bytes, count);
     }
-    bag->key->key.length = count;
+    out.length = count;
     return kOk;
   }
 
@@ -144,7 +127,14 @@ class PfxBuilder {
     return object->table->Duplicate(object, reinterpret_cast<void**>(&bag->certificate));
   }
 
-  // A new node at the end.
+  // Into the node that the parameter record begins with.
+  int32_t linkFirst(base::SafeBag& bag) {
+    last_ = parameters_->contents;
+    last_->bag = bag.release();
+    return kOk;
+  }
+
+  // Into a new node at the end.
   int32_t link(base::SafeBag& bag) {
     runtime::BagNode* node = nullptr;
     const int32_t result = bound.pkcs12Types->BagNodeCreate(&node);
@@ -162,18 +152,11 @@ class PfxBuilder {
   runtime::BagNode* last_ = nullptr;
 };
 
-int32_t build(PfxBuilder& builder, const runtime::CertificateList* certificates) {
-  int32_t result = builder.start();
-  if (result == kOk) {
-    result = builder.addKeyBag();
-  }
-  if (result == kOk) {
-    result = builder.addOwnCertificate(certificates->certificate);
-  }
-  for (const auto* record = certificates->next; record != nullptr && result == kOk;
-       record = record->next) {
-    if (record->certificate != nullptr) {
-      result = builder.addChainCertificate(record->certificate);
+int32_t addChain(PfxBuilder& builder, const runtime::CertificateList* certificates) {
+  int32_t result = kOk;
+  for (; certificates != nullptr && result == kOk; certificates = certificates->next) {
+    if (certificates->certificate != nullptr) {
+      result = builder.addChainCertificate(certificates->certificate);
     }
   }
   return result;
@@ -184,15 +167,17 @@ int32_t build(PfxBuilder& builder, const runtime::CertificateList* certificates)
 int32_t aux_create_pkcs12(const runtime::StringObject* name, const runtime::KeyObject* key,
                           const runtime::CertificateList* certificates,
                           const runtime::StringObject* password, runtime::ByteBuffer** output) {
-  base::TraceScope scope("aux_create_pkcs12");
-  if (name == nullptr || key == nullptr || certificates == nullptr || output == nullptr ||
-      certificates->certificate == nullptr) {
-    return scope.leave(kInvalidArgument);
-  }
-  PfxBuilder builder(*name, *key);
-  const int32_t result = build(builder, certificates);
-  return scope.leave(result != kOk ? result
-                                   : bound.pkcs12->Encode(builder.parameters(), password, output));
+  return base::traced("aux_create_pkcs12", [&] {
+    if (name == nullptr || key == nullptr || certificates == nullptr || output == nullptr ||
+        certificates->certificate == nullptr) {
+      return kInvalidArgument;
+    }
+    PfxBuilder builder(*name, *key);
+    return inOrder([&] { return builder.start(); }, [&] { return builder.addKeyBag(); },
+                   [&] { return builder.addOwnCertificate(certificates->certificate); },
+                   [&] { return addChain(builder, certificates->next); },
+                   [&] { return bound.pkcs12->Encode(builder.parameters(), password, output); });
+  });
 }
 
 }  // namespace vexa::pkcs12

@@ -6,6 +6,7 @@
 #include "base/trace.h"
 #include "base/wipe.h"
 #include "pkcs12/certificate_bags.h"
+#include "pkcs12/in_order.h"
 #include "pkcs12/pkcs12.h"
 
 namespace vexa::pkcs12 {
@@ -20,17 +21,8 @@ class PfxReader {
   explicit PfxReader(const runtime::BagNode* bags) : bags_(bags) {}
 
   int32_t read() {
-    if (const int32_t result = collectCertificates(); result != kOk) {
-      return result;
-    }
-    for (const auto* node = bags_; node != nullptr; node = node->next) {
-      if (isKeyBag(node->bag)) {
-        if (const int32_t result = takeKey(*node->bag); result != kOk) {
-          return result;
-        }
-      }
-    }
-    return key_.get() == nullptr ? kFail : listAll();
+    return inOrder([&] { return collectCertificates(); }, [&] { return takeKeys(); },
+                   [&] { return key_ ? kOk : kFail; }, [&] { return listAll(); });
   }
 
   void handOut(runtime::KeyObject** key, runtime::CertificateList** certificates) {
@@ -44,11 +36,26 @@ class PfxReader {
   }
 
   int32_t collectCertificates() {
-    int32_t result = certificateBags_.collect(bags_);
+    return inOrder([&] { return certificateBags_.collect(bags_); }, [&] { return addCandidates(); },
+                   [&] { return certificates_.arrange(); });
+  }
+
+  int32_t addCandidates() {
+    int32_t result = kOk;
     for (uint64_t i = 0; i < certificateBags_.size() && result == kOk; ++i) {
       result = certificates_.addCandidate(certificateBags_[i].certificate);
     }
-    return result == kOk ? certificates_.arrange() : result;
+    return result;
+  }
+
+  int32_t takeKeys() {
+    int32_t result = kOk;
+    for (const auto* node = bags_; node != nullptr && result == kOk; node = node->next) {
+      if (isKeyBag(node->bag)) {
+        result = takeKey(*node->bag);
+      }
+    }
+    return result;
   }
 
   // The certificate that belongs to the key is in the list already and stays first.
@@ -62,17 +69,14 @@ class PfxReader {
 
   // A later key bag overwrites an earlier one.
   int32_t takeKey(const runtime::SafeBag& keyBag) {
-    if (keyBag.localKeyId != nullptr) {
-      if (const int32_t result = takeCertificatesOf(*keyBag.localKeyId); result != kOk) {
-        return result;
-      }
-    }
-    int32_t result = ensureKey();
-    if (result == kOk) {
-      result =
-          bound.commonTypes->AlgorithmIdCopy(&key_->privateKey.algorithm, &keyBag.key->algorithm);
-    }
-    return result == kOk ? takeMaterial(keyBag.key->key) : result;
+    return inOrder(
+        [&] { return keyBag.localKeyId != nullptr ? takeCertificatesOf(*keyBag.localKeyId) : kOk; },
+        [&] { return ensureKey(); },
+        [&] {
+          return bound.commonTypes->AlgorithmIdCopy(&key_->privateKey.algorithm,
+                                                    &keyBag.key->algorithm);
+        },
+        [&] { return takeMaterial(keyBag.key->key); });
   }
 
   // The certificates with the id of a key are listed, and each puts its public key in the place of
@@ -88,10 +92,9 @@ class PfxReader {
     }
     int32_t result = kOk;
     for (uint64_t i = 0; i < group->numbers.size() && result == kOk; ++i) {
-      result = certificates_.list(group->numbers[i]);
-      if (result == kOk) {
-        result = takePublicKey(certificateBags_[group->numbers[i]].certificate);
-      }
+      const uint64_t number = group->numbers[i];
+      result = inOrder([&] { return certificates_.list(number); },
+                       [&] { return takePublicKey(certificateBags_[number].certificate); });
     }
     return result;
   }
@@ -107,16 +110,16 @@ class PfxReader {
     return kOk;
   }
 
-  int32_t ensureKey() {
-    return key_.get() != nullptr ? kOk : bound.commonTypes->KeyCreate(key_.put());
-  }
+  int32_t ensureKey() { return key_ ? kOk : bound.commonTypes->KeyCreate(key_.put()); }
 
   int32_t takePublicKey(runtime::Certificate* certificate) {
-    const int32_t result = ensureKey();
-    const runtime::PublicKey* const publicKey = certificate->table->GetPublicKey(certificate);
-    return result != kOk || publicKey == nullptr
-               ? result
-               : bound.commonTypes->PublicKeyCopy(&key_->publicKey, publicKey);
+    return inOrder([&] { return ensureKey(); },
+                   [&] {
+                     const auto* const publicKey = certificate->table->GetPublicKey(certificate);
+                     return publicKey == nullptr
+                                ? kOk
+                                : bound.commonTypes->PublicKeyCopy(&key_->publicKey, publicKey);
+                   });
   }
 
   int32_t takeMaterial(const runtime::ByteBuffer& source) {
@@ -146,25 +149,26 @@ class PfxReader {
 
 int32_t aux_open_pkcs12(const runtime::ByteBuffer* data, const runtime::StringObject* password,
                         runtime::KeyObject** key, runtime::CertificateList** certificates) {
-  base::TraceScope scope("aux_open_pkcs12");
-  if (data == nullptr || key == nullptr || certificates == nullptr) {
-    return scope.leave(kInvalidArgument);
-  }
-  base::BagList bags;
-  uint8_t verified = 0;
-  const int32_t decoded = bound.pkcs12->Decode(data, nullptr, password, bags.put(), &verified);
-  if (verified == 0) {  // before the result, whatever that is
-    return scope.leave(kFail);
-  }
-  if (decoded != kOk) {
-    return scope.leave(decoded);
-  }
-  PfxReader reader(bags.get());
-  const int32_t result = reader.read();
-  if (result == kOk) {
-    reader.handOut(key, certificates);
-  }
-  return scope.leave(result);
+  return base::traced("aux_open_pkcs12", [&] {
+    if (data == nullptr || key == nullptr || certificates == nullptr) {
+      return kInvalidArgument;
+    }
+    base::BagList bags;
+    uint8_t verified = 0;
+    const int32_t decoded = bound.pkcs12->Decode(data, nullptr, password, bags.put(), &verified);
+    if (verified == 0) {  // before the result, whatever that is
+      return kFail;
+    }
+    if (decoded != kOk) {
+      return decoded;
+    }
+    PfxReader reader(bags.get());
+    const int32_t result = reader.read();
+    if (result == kOk) {
+      reader.handOut(key, certificates);
+    }
+    return result;
+  });
 }
 
 }  // namespace vexa::pkcs12

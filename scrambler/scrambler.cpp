@@ -56,27 +56,28 @@ void CScrambler::select(uint32_t algorithm, uint32_t mode) {
 }
 
 int32_t CScrambler::Initialize(uint32_t keyBits) {
-  base::TraceScope scope("CScrambler::Initialize");
-  if (key_) {
-    return scope.leave(kFail);
-  }
-  uint64_t blockSize = kStartBlockSize;
-  uint64_t tableBits = 0;
-  (void)base::GetCipherBlockSize(algorithm_, &blockSize);  // an unknown algorithm: size 0
-  (void)base::GetCipherKeyBits(algorithm_, &tableBits);
-  // Without a key the object stays as it is: its operations say so.
-  (void)generateKey(algorithm_, tableBits != 0 ? tableBits : keyBits, key_.put());
-  if (mode_ != kScrambleChained && mode_ != kScrambleFeedback) {
-    return scope.leave(kOk);
-  }
-  if (const int32_t result = makeVector(blockSize); failed(result)) {
-    key_.reset();
-    return scope.leave(result);
-  }
-  if (mode_ == kScrambleFeedback) {
-    extraLength_ = blockSize;
-  }
-  return scope.leave(kOk);
+  return base::traced("CScrambler::Initialize", [&] {
+    if (key_) {
+      return kFail;
+    }
+    uint64_t blockSize = kStartBlockSize;
+    uint64_t tableBits = 0;
+    (void)base::GetCipherBlockSize(algorithm_, &blockSize);  // an unknown algorithm: size 0
+    (void)base::GetCipherKeyBits(algorithm_, &tableBits);
+    // Without a key the object stays as it is: its operations say so.
+    (void)generateKey(algorithm_, tableBits != 0 ? tableBits : keyBits, key_.put());
+    if (mode_ != kScrambleChained && mode_ != kScrambleFeedback) {
+      return kOk;
+    }
+    if (const int32_t result = makeVector(blockSize); failed(result)) {
+      key_.reset();
+      return result;
+    }
+    if (mode_ == kScrambleFeedback) {
+      extraLength_ = blockSize;
+    }
+    return kOk;
+  });
 }
 
 int32_t CScrambler::makeVector(uint64_t blockSize) {
@@ -120,73 +121,78 @@ int32_t CScrambler::cipher(const runtime::ByteBuffer* in, runtime::ByteBuffer** 
 }
 
 int32_t CScrambler::ScrambleString(const char16_t* text, runtime::ByteBuffer** out) {
-  base::TraceScope scope("CScrambler::ScrambleString");
-  if (!key_) {
-    return scope.leave(kFail);
-  }
-  if (text == nullptr || out == nullptr) {
-    return scope.leave(kNullPointer);
-  }
-  // Only read from.
-  auto* bytes = reinterpret_cast<uint8_t*>(const_cast<char16_t*>(text));
-  const runtime::ByteBuffer input{std::char_traits<char16_t>::length(text) * sizeof(char16_t),
-                                  bytes};
-  return scope.leave(Scramble(&input, out));
+  return base::traced("CScrambler::ScrambleString", [&] {
+    if (!key_) {
+      return kFail;
+    }
+    if (text == nullptr || out == nullptr) {
+      return kNullPointer;
+    }
+    // Only read from.
+    auto* bytes = reinterpret_cast<uint8_t*>(const_cast<char16_t*>(text));
+    const runtime::ByteBuffer input{std::char_traits<char16_t>::length(text) * sizeof(char16_t),
+                                    bytes};
+    return Scramble(&input, out);
+  });
 }
 
 int32_t CScrambler::UnscrambleString(const runtime::ByteBuffer* in, char16_t** text) {
-  base::TraceScope scope("CScrambler::UnscrambleString");
-  if (text != nullptr) {
-    *text = nullptr;
-  }
-  if (!key_) {
-    return scope.leave(kFail);
-  }
-  if (in == nullptr || text == nullptr) {
-    return scope.leave(kNullPointer);
-  }
-  base::SecretBuffer plain;
-  if (const int32_t result = Unscramble(in, plain.put()); failed(result)) {
-    return scope.leave(result);
-  }
-  *text = copyAsText(*plain);
-  return scope.leave(*text != nullptr ? kOk : kOutOfMemory);
+  return base::traced("CScrambler::UnscrambleString", [&] {
+    if (text != nullptr) {
+      *text = nullptr;
+    }
+    if (!key_) {
+      return kFail;
+    }
+    if (in == nullptr || text == nullptr) {
+      return kNullPointer;
+    }
+    base::SecretBuffer plain;
+    if (const int32_t result = Unscramble(in, plain.put()); failed(result)) {
+      return result;
+    }
+    *text = copyAsText(*plain);
+    return *text != nullptr ? kOk : kOutOfMemory;
+  });
 }
 
 int32_t CScrambler::Scramble(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
-  base::TraceScope scope("CScrambler::Scramble");
-  const int32_t result = checkArguments(in, out);
-  return scope.leave(failed(result) ? result : cipher<Direction::kForward>(in, out));
+  return base::traced("CScrambler::Scramble", [&] {
+    const int32_t result = checkArguments(in, out);
+    return failed(result) ? result : cipher<Direction::kForward>(in, out);
+  });
 }
 
 int32_t CScrambler::Unscramble(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
-  base::TraceScope scope("CScrambler::Unscramble");
-  const int32_t result = checkArguments(in, out);
-  return scope.leave(failed(result) ? result : cipher<Direction::kReverse>(in, out));
+  return base::traced("CScrambler::Unscramble", [&] {
+    const int32_t result = checkArguments(in, out);
+    return failed(result) ? result : cipher<Direction::kReverse>(in, out);
+  });
 }
 
 int32_t CScrambler::CopyKeyTo(IScrambler* target) {
-  base::TraceScope scope("CScrambler::CopyKeyTo");
-  base::ComPtr<CScrambler> own;
-  if (target == nullptr || failed(target->QueryInterface(&kScramblerId, own.putVoid()))) {
-    return scope.leave(kInvalidArgument);
-  }
-  if (own.get() == this) {
-    return scope.leave(kOk);
-  }
-  own->key_.reset();
-  if (!key_ || !base::bound.crypt) {
-    return scope.leave(kOk);
-  }
-  // A shared key would be wiped under the other holder.
-  SymmetricKey copy;
-  const int32_t result =
-      key_->table->header.Duplicate(reinterpret_cast<runtime::Object*>(key_.get()), copy.putVoid());
-  if (failed(result) || !copy) {
-    return scope.leave(kOutOfMemory);
-  }
-  own->key_ = std::move(copy);
-  return scope.leave(kOk);
+  return base::traced("CScrambler::CopyKeyTo", [&] {
+    base::ComPtr<CScrambler> own;
+    if (target == nullptr || failed(target->QueryInterface(&kScramblerId, own.putVoid()))) {
+      return kInvalidArgument;
+    }
+    if (own.get() == this) {
+      return kOk;
+    }
+    own->key_.reset();
+    if (!key_ || !base::bound.crypt) {
+      return kOk;
+    }
+    // A shared key would be wiped under the other holder.
+    SymmetricKey copy;
+    const int32_t result = key_->table->header.Duplicate(
+        reinterpret_cast<runtime::Object*>(key_.get()), copy.putVoid());
+    if (failed(result) || !copy) {
+      return kOutOfMemory;
+    }
+    own->key_ = std::move(copy);
+    return kOk;
+  });
 }
 
 namespace {
@@ -217,14 +223,14 @@ int32_t createScrambler(const CipherChoice* choice, uint32_t keyBits, IScrambler
 }  // namespace
 
 int32_t CreateScrambler(uint32_t keyBits, IScrambler** out) {
-  base::TraceScope scope("CreateScrambler");
-  return scope.leave(createScrambler(nullptr, keyBits, out));
+  return base::traced("CreateScrambler", [&] { return createScrambler(nullptr, keyBits, out); });
 }
 
 int32_t CreateScramblerEx(uint32_t algorithm, uint32_t mode, uint32_t keyBits, IScrambler** out) {
-  base::TraceScope scope("CreateScramblerEx");
-  const CipherChoice choice{algorithm, mode};
-  return scope.leave(createScrambler(&choice, keyBits, out));
+  return base::traced("CreateScramblerEx", [&] {
+    const CipherChoice choice{algorithm, mode};
+    return createScrambler(&choice, keyBits, out);
+  });
 }
 
 }  // namespace vexa::scrambler

@@ -109,31 +109,32 @@ int32_t CHTTPRequest::parseLine(uint8_t* lineEnd) {
 // request-line = method SP request-target SP HTTP-version CRLF. A missing blank takes the token
 // from later lines.
 int32_t CHTTPRequest::parseRequestLine() {
-  base::TraceScope scope("CHTTPRequest::parseRequestLine");
-  skipWhitespace();
-  std::string_view token;
-  if (!takeToken(" ", token)) {
-    return scope.leave(kFail);
-  }
-  if (failed(takeMethod(token))) {
-    return scope.leave(kOutOfMemory);
-  }
-  if (!isMethodAllowed() || !takeToken(" ", token)) {
-    return scope.leave(kFail);
-  }
-  if (failed(takeUri(token)) || failed(parseURI())) {
-    return scope.leave(kOutOfMemory);
-  }
-  if (!takeToken("\r\n", token)) {
-    return scope.leave(kFail);
-  }
-  if (failed(protocolVersion_.assign(token))) {
-    return scope.leave(kOutOfMemory);
-  }
-  base::traceFormat(kTraceInfo, kModuleSource,
-                    "Request String parsed: method: %s, uri: %s, protocol version: %s",
-                    method_.text(), uri_.text(), protocolVersion_.text());
-  return scope.leave(kOk);
+  return base::traced("CHTTPRequest::parseRequestLine", [&] {
+    skipWhitespace();
+    std::string_view token;
+    if (!takeToken(" ", token)) {
+      return kFail;
+    }
+    if (failed(takeMethod(token))) {
+      return kOutOfMemory;
+    }
+    if (!isMethodAllowed() || !takeToken(" ", token)) {
+      return kFail;
+    }
+    if (failed(takeUri(token)) || failed(parseURI())) {
+      return kOutOfMemory;
+    }
+    if (!takeToken("\r\n", token)) {
+      return kFail;
+    }
+    if (failed(protocolVersion_.assign(token))) {
+      return kOutOfMemory;
+    }
+    base::traceFormat(kTraceInfo, kModuleSource,
+                      "Request String parsed: method: %s, uri: %s, protocol version: %s",
+                      method_.text(), uri_.text(), protocolVersion_.text());
+    return kOk;
+  });
 }
 
 // The bytes up to the separator, which is passed over. False: it does not come.
@@ -189,23 +190,23 @@ bool CHTTPRequest::isMethodAllowed() {
 // path [ "?" query ]. One block holds the path and, behind it, the query twice: once cut into
 // pairs, once into keys and values.
 int32_t CHTTPRequest::parseURI() {
-  base::TraceScope scope("CHTTPRequest::parseURI");
-  const std::string_view uri = uri_.view();
-  if (uri.empty()) {
-    return scope.leave(kOk);
-  }
-  const size_t pathLength = std::min(uri.find('?'), uri.size());
-  const std::string_view query = uri.substr(std::min(pathLength + 1, uri.size()));
-  target_ = base::RootBlock<char>::ofBytes(uri.size() + 1 + query.size() + 1);
-  if (!target_) {
-    return scope.leave(kOutOfMemory);
-  }
-  char* const text = target_.get();
-  std::memcpy(text, uri.data(), uri.size());
-  text[pathLength] = '\0';
-  std::memcpy(text + uri.size() + 1, query.data(), query.size());
-  return scope.leave(
-      parseQuery(text + uri.size() - query.size(), text + uri.size() + 1, query.size()));
+  return base::traced("CHTTPRequest::parseURI", [&] {
+    const std::string_view uri = uri_.view();
+    if (uri.empty()) {
+      return kOk;
+    }
+    const size_t pathLength = std::min(uri.find('?'), uri.size());
+    const std::string_view query = uri.substr(std::min(pathLength + 1, uri.size()));
+    target_ = base::RootBlock<char>::ofBytes(uri.size() + 1 + query.size() + 1);
+    if (!target_) {
+      return kOutOfMemory;
+    }
+    char* const text = target_.get();
+    std::memcpy(text, uri.data(), uri.size());
+    text[pathLength] = '\0';
+    std::memcpy(text + uri.size() + 1, query.data(), query.size());
+    return parseQuery(text + uri.size() - query.size(), text + uri.size() + 1, query.size());
+  });
 }
 
 // query = pair *( "&" pair ). Both copies have room for a terminator behind them.
@@ -253,25 +254,26 @@ inline int32_t CHTTPRequest::keepHeader(const runtime::StringObject& name, const
 // field-line = name ":" value. The line end is overwritten, so that the line is a text; name and
 // value become texts where they stand.
 int32_t CHTTPRequest::parseHeaderLine(uint8_t* lineEnd) {
-  base::TraceScope scope("CHTTPRequest::parseHeaderLine");
-  skipWhitespace();
-  if (atCursor() > lineEnd) {  // nothing but white space: the scanner went on into the next line
-    return scope.leave(kFail);
-  }
-  *lineEnd = 0;
-  const std::string_view line(reinterpret_cast<const char*>(atCursor()));
-  const size_t nameLength = std::min(line.find(':'), line.size());
-  if (nameLength == 0) {
-    return scope.leave(kFail);
-  }
-  runtime::StringObject name = terminated(trimmed(line.substr(0, nameLength)));
-  if (failed(base::bound.strings->Normalise(&name))) {
-    return scope.leave(kOutOfMemory);
-  }
-  const runtime::StringObject value =
-      terminated(trimmed(line.substr(std::min(nameLength + 1, line.size()))));
-  base::traceFormat(kTraceInfo, kModuleSource, "HTTP Header: %s = %s", name.text, value.text);
-  return scope.leave(keepHeader(name, value.text));
+  return base::traced("CHTTPRequest::parseHeaderLine", [&] {
+    skipWhitespace();
+    if (atCursor() > lineEnd) {  // nothing but white space: the scanner went on into the next line
+      return kFail;
+    }
+    *lineEnd = 0;
+    const std::string_view line(reinterpret_cast<const char*>(atCursor()));
+    const size_t nameLength = std::min(line.find(':'), line.size());
+    if (nameLength == 0) {
+      return kFail;
+    }
+    runtime::StringObject name = terminated(trimmed(line.substr(0, nameLength)));
+    if (failed(base::bound.strings->Normalise(&name))) {
+      return kOutOfMemory;
+    }
+    const runtime::StringObject value =
+        terminated(trimmed(line.substr(std::min(nameLength + 1, line.size()))));
+    base::traceFormat(kTraceInfo, kModuleSource, "HTTP Header: %s = %s", name.text, value.text);
+    return keepHeader(name, value.text);
+  });
 }
 
 // A negative value becomes a count that no body can have.
@@ -313,8 +315,7 @@ inline int32_t CHTTPRequest::takeBody(uint64_t count) {
 }
 
 inline int32_t CHTTPRequest::parseBody() {
-  base::TraceScope scope("CHTTPRequest::parseBody");
-  return scope.leave(takeBody(remaining()));
+  return base::traced("CHTTPRequest::parseBody", [&] { return takeBody(remaining()); });
 }
 
 int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {

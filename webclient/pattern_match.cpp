@@ -72,18 +72,19 @@ const Mismatch* findMismatch(HostCursor host, HostCursor pattern) {
 }  // namespace
 
 bool URLParser::pattern_match(const char* pattern) {
-  base::TraceScope scope("URLParser::pattern_match");
-  if (pattern == nullptr || !isValid() || !isHTTPS()) {
-    return scope.leave(false);
-  }
-  LocalUrlParser other;
-  if (failed(other->parse(pattern))) {
-    return scope.leave(false);
-  }
-  if (other->getProtocol() != getProtocol() || other->getPort() != getPort()) {
-    return scope.leave(false);
-  }
-  return scope.leave(matchHost(*other.get()));
+  return base::traced("URLParser::pattern_match", [&] {
+    if (pattern == nullptr || !isValid() || !isHTTPS()) {
+      return false;
+    }
+    LocalUrlParser other;
+    if (failed(other->parse(pattern))) {
+      return false;
+    }
+    if (other->getProtocol() != getProtocol() || other->getPort() != getPort()) {
+      return false;
+    }
+    return matchHost(*other.get());
+  });
 }
 
 bool URLParser::matchHost(const URLParser& pattern) const {

@@ -278,16 +278,17 @@ int32_t handOut(base::WideString& string, runtime::WideStringObject** out) {
 }  // namespace
 
 int32_t GetIEUserSettingProxy(const char16_t* url, runtime::WideStringObject** proxy) {
-  base::TraceScope scope("GetIEUserSettingProxy");
-  if (url == nullptr || proxy == nullptr) {
-    return scope.leave(kInvalidArgument);
-  }
-  ProxySearch search(url);
-  const int32_t result = search.run();
-  if (failed(result) || !search.hasProxy()) {
-    return scope.leave(result);
-  }
-  return scope.leave(handOut(search.proxy(), proxy));
+  return base::traced("GetIEUserSettingProxy", [&] {
+    if (url == nullptr || proxy == nullptr) {
+      return kInvalidArgument;
+    }
+    ProxySearch search(url);
+    const int32_t result = search.run();
+    if (failed(result) || !search.hasProxy()) {
+      return result;
+    }
+    return handOut(search.proxy(), proxy);
+  });
 }
 
 }  // namespace vexa::webclient

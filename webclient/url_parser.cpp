@@ -76,12 +76,13 @@ const base::InterfaceMapRow kMap[] = {
 const base::InterfaceMapRow* URLParser::InterfaceMap() { return kMap; }
 
 int32_t URLParser::parse(const char* url) {
-  base::TraceScope scope("URLParser::parse");
-  parts_ = {};
-  if (url != nullptr) {
-    scan(url);
-  }
-  return scope.leave(isValid() ? kOk : kFail);
+  return base::traced("URLParser::parse", [&] {
+    parts_ = {};
+    if (url != nullptr) {
+      scan(url);
+    }
+    return isValid() ? kOk : kFail;
+  });
 }
 
 // url = scheme host [ ":" port ] [ "/" path ]. The terminator is met by the scan itself, so the
@@ -130,28 +131,27 @@ void URLParser::takePath(const char* end) {
 }
 
 int32_t URLParser::getPort() {
-  base::TraceScope scope("URLParser::getPort");
-  return scope.leave(parts_.port);
+  return base::traced("URLParser::getPort", [&] { return parts_.port; });
 }
 
 bool URLParser::isHTTPS() {
-  base::TraceScope scope("URLParser::isHTTPS");
-  return scope.leave(parts_.protocol == kHttps);
+  return base::traced("URLParser::isHTTPS", [&] { return parts_.protocol == kHttps; });
 }
 
 bool URLParser::isValid() {
-  base::TraceScope scope("URLParser::isValid");
-  return scope.leave(parts_.port != 0 && parts_.hostLength != 0 && parts_.pathStart != nullptr);
+  return base::traced("URLParser::isValid", [&] {
+    return parts_.port != 0 && parts_.hostLength != 0 && parts_.pathStart != nullptr;
+  });
 }
 
 int64_t URLParser::getLength() {
-  base::TraceScope scope("URLParser::getLength");
-  return scope.leave(isValid() ? int64_t{parts_.pathStart - parts_.url} : int64_t{-1});
+  return base::traced("URLParser::getLength", [&] {
+    return isValid() ? int64_t{parts_.pathStart - parts_.url} : int64_t{-1};
+  });
 }
 
 uint32_t URLParser::getProtocol() const {
-  base::TraceScope scope("URLParser::getProtocol");
-  return scope.leave(parts_.protocol);
+  return base::traced("URLParser::getProtocol", [&] { return parts_.protocol; });
 }
 
 void URLParser::handleHost(const char* end, const char* begin) {
@@ -171,22 +171,23 @@ bool URLParser::cmp(IURLParser* other) { return compare(other, nullptr); }
 
 // `own` is what stands behind `other`; null while that is not known.
 bool URLParser::compare(IURLParser* other, const URLParser* own) {
-  base::TraceScope scope("URLParser::cmp");
-  if (other == nullptr || !other->isValid() || !isValid()) {
-    return scope.leave(false);
-  }
-  if (other == this) {
-    return scope.leave(true);
-  }
-  base::ComPtr<URLParser> asked;
-  if (own == nullptr) {
-    if (failed(other->QueryInterface(&kUrlParserId, asked.putVoid()))) {
-      return scope.leave(false);
+  return base::traced("URLParser::cmp", [&] {
+    if (other == nullptr || !other->isValid() || !isValid()) {
+      return false;
     }
-    own = asked.get();
-  }
-  return scope.leave(other->getPort() == getPort() && own->getProtocol() == getProtocol() &&
-                     own->parts_.hostLength == parts_.hostLength && sameHost(*own));
+    if (other == this) {
+      return true;
+    }
+    base::ComPtr<URLParser> asked;
+    if (own == nullptr) {
+      if (failed(other->QueryInterface(&kUrlParserId, asked.putVoid()))) {
+        return false;
+      }
+      own = asked.get();
+    }
+    return other->getPort() == getPort() && own->getProtocol() == getProtocol() &&
+           own->parts_.hostLength == parts_.hostLength && sameHost(*own);
+  });
 }
 
 // Whether hosts that differ in letter case are the same is for the string component to say.
@@ -203,10 +204,11 @@ bool URLParser::sameHost(const URLParser& other) const {
 }
 
 bool URLParser::cmpText(const char* url) {
-  base::TraceScope scope("URLParser::cmp");
-  LocalUrlParser other;
-  (void)other->parse(url);  // cmp asks whether it is valid
-  return scope.leave(compare(other.get(), other.get()));
+  return base::traced("URLParser::cmp", [&] {
+    LocalUrlParser other;
+    (void)other->parse(url);  // cmp asks whether it is valid
+    return compare(other.get(), other.get());
+  });
 }
 
 }  // namespace vexa::webclient

@@ -41,6 +41,18 @@ TEST_F(TraceTest, AScopesResultIs0UntilItIsSet) {
   EXPECT_THAT(spy.traceTexts(), ElementsAre("{ f", "}        0"));
 }
 
+TEST_F(TraceTest, WhatATracedOperationHoldsGoesBeforeItsExitLine) {
+  struct SpeaksAtTheEnd {
+    ~SpeaksAtTheEnd() { traceText(kTraceInfo, nullptr, "gone"); }
+  };
+  EXPECT_FALSE(traced("f", [&] {
+    const SpeaksAtTheEnd held;
+    return false;
+  }));
+  EXPECT_EQ(traced("g", [&] { return int64_t{-1}; }), -1);
+  EXPECT_THAT(spy.traceTexts(), ElementsAre("{ f", "gone", "}        0", "{ g", "} ffffffff"));
+}
+
 TEST_F(TraceTest, WithoutAnExitFormatTheExitLineIsABrace) {
   { TraceScope scope("f", nullptr); }
   EXPECT_THAT(spy.traceTexts(), ElementsAre("{ f", "}"));

@@ -237,6 +237,14 @@ TEST_F(Pkcs12, ABagThatCannotBeMadeEndsItWithItsOwnResult) {
   EXPECT_EQ(createFile(), kOk);
 }
 
+TEST_F(Pkcs12, APositiveResultOfTheRuntimeEndsItToo) {
+  spy.pkcs12Types.PrivateKeyInfoCreate = [](auto**) { return int32_t{kFalse}; };
+  spy.pkcs12.Encode = watchEncode;
+  seen = {};
+  EXPECT_EQ(createFile(), kFalse);
+  EXPECT_EQ(seen.calls, 0);
+}
+
 TEST_F(Pkcs12, BothTraceTheirScopes) {
   spy.pkcs12.Encode = watchEncode;
   spy.clearTrace();
