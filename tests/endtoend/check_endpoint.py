@@ -12,20 +12,20 @@ import email.utils
 import json
 import os
 import pathlib
+import re
 import select
 import subprocess
 import tempfile
 import threading
 
-from endpoint import (BODY_LIMIT, COMMAND, HEAD_LIMIT, TALK_SECONDS, Answer, Host, Reader,
-                      argument, as_json, run_checks)
+from endpoint import (ALLOWED, BODY_LIMIT, COMMAND, HEAD_LIMIT, Answer, Host, Reader,
+                      answers_already, argument, as_json, run_checks)
+from limits import check_limits
 
 DESCRIPTION = pathlib.Path(__file__).parent / "openapi.json"
-ALLOWED = "https://app.client.example"
 PATTERN = "https://*.client.example"
 DEVELOPMENT = "http://localhost:3000"
 MOST_WAITING = 128
-QUIET_SECONDS = 0.5
 
 
 def show(line, answer):
@@ -113,11 +113,15 @@ def check_whole_answers(checks, host):
          {"value": "116444736010000000", "from": "filetime", "to": "unix", "result": "1"}),
         ("PUT /v1/echo?a=b&c=",
          {"method": "PUT", "path": "/v1/echo", "protocol": "HTTP/1.1",
-          "parameters": {"a": "b", "c": ""}, "headers": {"Referer": "r"}, "bodyLength": 2,
-          "body": "hi"}),
+          "parameters": {"a": "b", "c": ""}, "headers": {"Origin": ALLOWED, "Referer": "r"},
+          "bodyLength": 2, "body": "hi"}),
+        ("/v1/echo?&b=1&c&b=2&=x",
+         {"method": "GET", "path": "/v1/echo", "protocol": "HTTP/1.1",
+          "parameters": {"b": "2", "c": ""}, "headers": {"Origin": ALLOWED, "Referer": "r"},
+          "bodyLength": 0}),
     ]:
         body = b"hi" if line.startswith("PUT") else None
-        answer = host.ask(line, "Referer: r", body=body)
+        answer = host.ask(line, "Referer: r", f"Origin: {ALLOWED}", body=body)
         checks.expect(f"{line} answers this and nothing more", answer.status == 200 and
                       as_json(answer.body) == expected, answer)
 
@@ -178,15 +182,18 @@ def check_token(checks, host, certificate):
     answer = host.ask("/v1/certificates", host.bearer())
     show("GET /v1/certificates", answer)
     own = (as_json(answer.body) or {}).get("certificates", [])
-    checks.expect("/v1/certificates shows the user's own",
-                  len(own) == 1 and "CN=Jane" in own[0]["subject"] and own[0]["uses"]["sign"], own)
+    name = "CN=Jane,O=Orlind,C=DE"
+    jane = {"subject": name, "issuer": name, "uses": {
+        "encrypt": True, "sign": True, "client": False, "ca": True, "root": True,
+        "selfIssued": False}}
+    checks.expect("/v1/certificates shows the user's own", own == [jane], own)
     for name, body in (("PEM", certificate.read_bytes()), ("DER", subprocess.run(
             ["openssl", "x509", "-in", certificate, "-outform", "DER"], capture_output=True,
             check=True).stdout)):
         answer = host.ask("POST /v1/certificates/inspect", body=body)
         found = (as_json(answer.body) or {}).get("certificates", [])
         checks.expect(f"/v1/certificates/inspect reads {name}",
-                      len(found) == 1 and "CN=Jane" in found[0]["subject"], answer)
+                      found == [jane], answer)
     answer = host.ask("POST /v1/certificates/inspect", body=b"nonsense")
     checks.expect("... and refuses what is no certificate", answer.status == 400, answer)
 
@@ -272,10 +279,24 @@ def check_framing(checks, host):
     with host.connect() as connection:
         reader = Reader(connection)
         connection.sendall(host.head(line, "Content-Length: 5", "Expect: 100-continue"))
-        checks.expect("Expect: 100-continue is answered", reader.head()[0] == 100)
+        checks.expect("Expect: 100-continue is answered",
+                      reader.until(b"\r\n\r\n") == b"HTTP/1.1 100 Continue")
         connection.sendall(b"hello")
         checks.expect("... and so is what follows",
                       (as_json(reader.answer().body) or {}).get("body") == "hello")
+        connection.sendall(host.head(line, "Content-Length: 5", "Expect: 100-continue"))
+        checks.expect("... each time", reader.head()[0] == 100)
+        connection.sendall(b"h")
+        connection.sendall(b"ello" + host.head(line, "Content-Length: 5", "Expect: 100-continue") +
+                           b"there")
+        told = [(as_json(reader.answer().body) or {}).get("body") for _ in range(2)]
+        checks.expect("... unless the body is there already", told == ["hello", "there"], told)
+    with host.connect() as connection:
+        connection.sendall(host.head("POST /v1/echo HTTP/1.0", "Content-Length: 5",
+                                     "Expect: 100-continue"))
+        connection.sendall(b"hello")
+        answer = Reader(connection).answer()
+        checks.expect("... or the client speaks HTTP/1.0", answer.status == 200, answer)
     body = b"x" * BODY_LIMIT
     answer = host.ask("POST /v1/echo", body=body)
     checks.expect("a body of the largest size is taken",
@@ -283,6 +304,11 @@ def check_framing(checks, host):
     answer = host.send(host.head(f"GET http://{host.name()}/v1/echo?a=b HTTP/1.1"))
     checks.expect("a target in absolute form is understood",
                   (as_json(answer.body) or {}).get("parameters") == {"a": "b"}, answer)
+    answer = host.send(host.head(f"POST http://{host.name()}/v1/echo?a=b HTTP/1.1",
+                                 "Content-Length: 5") + b"hello")
+    told = as_json(answer.body) or {}
+    checks.expect("... also with a body", (told.get("path"), told.get("body"), told.get("protocol"))
+                  == ("/v1/echo", "hello", "HTTP/1.1"), answer)
 
 
 def check_keep_alive(checks, host):
@@ -299,8 +325,11 @@ def check_keep_alive(checks, host):
                    for _ in range(100)]
         checks.expect("pipelined requests are answered in order",
                       numbers == [str(n) for n in range(100)], numbers)
-        connection.sendall(host.head("HEAD /v1/info HTTP/1.1") +
+        connection.sendall(host.head("HEAD /nothing HTTP/1.1") +
+                           host.head("HEAD /v1/info HTTP/1.1") +
                            host.head("GET /v1/info HTTP/1.1", "Connection: close"))
+        checks.expect("HEAD is told what is wrong by the status alone",
+                      reader.answer(to_head=True).status == 404)
         head = reader.answer(to_head=True)
         answer = reader.answer()
         checks.expect("HEAD tells the length and nothing more", head.status == 200 and
@@ -322,19 +351,63 @@ def check_keep_alive(checks, host):
                       [reader.answer().status, reader.answer().status] == [400, 200])
 
 
+def check_log(checks, host, log):
+    """Each answer is one line, which is there before the answer is."""
+    for request, words in [
+        (host.head("GET /v1/echo?log=1 HTTP/1.1", f"Origin: {ALLOWED}", "Connection: close"),
+         f"GET /v1/echo?log=1 {ALLOWED}"),
+        (host.head("GET /nothing HTTP/1.0"), "GET /nothing -"),
+        (b"NONSENSE\r\n\r\n", "- - -"),
+    ]:
+        with host.connect() as connection:
+            client = "{}:{}".format(*connection.getsockname())
+            connection.sendall(request)
+            answer = b""
+            while piece := connection.recv(65536):
+                answer += piece
+        status = answer.split(b" ")[1].decode()
+        line = log.read_text().splitlines()[-1]
+        checks.expect(f"the log tells of {words}", re.fullmatch(
+            r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z " + re.escape(f"{client} {status} {len(answer)} ")
+            + r"\d+\.\d{3}ms " + re.escape(words), line), (line, answer))
+
+
 def check_common_headers(checks, host):
-    for what, answer in (("200", host.ask("/v1/info")), ("404", host.ask("/nothing")),
-                         ("204", host.ask("OPTIONS /v1/info")),
-                         ("400", host.send(b"NONSENSE\r\n\r\n"))):
-        date = answer.headers.get("date", "")
-        checks.expect(f"{what} has a date", date.endswith(" GMT") and
-                      email.utils.parsedate_to_datetime(date), answer)
-        checks.expect(f"{what} is neither kept nor guessed at",
-                      answer.headers.get("cache-control") == "no-store" and
-                      answer.headers.get("x-content-type-options") == "nosniff" and
-                      answer.headers.get("vary") == "Origin", answer)
-    checks.expect("204 has no length",
-                  "content-length" not in host.ask("OPTIONS /v1/info").headers)
+    common = {"cache-control": "no-store", "x-content-type-options": "nosniff", "vary": "Origin",
+              "cross-origin-resource-policy": "same-origin"}
+    as_page = {"access-control-allow-origin": ALLOWED}
+    preflight = {"access-control-allow-methods": "GET, HEAD, OPTIONS",
+                 "access-control-max-age": "600"}
+    origin = f"Origin: {ALLOWED}"
+    for what, answer, status, more in [
+        ("an answer", host.ask("/v1/info"), 200, {"content-type": "application/json"}),
+        ("a page's answer", host.ask("/v1/info", origin), 200,
+         {"content-type": "application/json"} | as_page),
+        ("the console", host.ask("/"), 200,
+         {"content-type": "text/html; charset=utf-8", "referrer-policy": "no-referrer"}),
+        ("OPTIONS", host.ask("OPTIONS /v1/info"), 204, {"allow": "GET, HEAD, OPTIONS"}),
+        ("OPTIONS *", host.ask("OPTIONS *"), 204,
+         {"allow": "GET, HEAD, POST, PUT, DELETE, TRACE, OPTIONS"}),
+        ("a preflight", host.ask("OPTIONS /v1/info", origin, "Access-Control-Request-Method: GET"),
+         204, preflight | as_page),
+        ("404", host.ask("/nothing"), 404, {}),
+        ("405", host.ask("DELETE /v1/info"), 405, {"allow": "GET, HEAD, OPTIONS"}),
+        ("401", host.ask("/v1/certificates"), 401, {"www-authenticate": "Bearer"}),
+        ("what cannot be read", host.send(b"NONSENSE\r\n\r\n"), 400, {"connection": "close"}),
+    ]:
+        expected = common | more
+        if status >= 400:
+            expected["content-type"] = "application/problem+json"
+        headers = dict(answer.headers)
+        date = headers.pop("date", "")
+        length = headers.pop("content-length", None)
+        headers.pop("content-security-policy", None)
+        checks.expect(f"{what} has these headers and no others",
+                      (answer.status, headers) == (status, expected), answer)
+        checks.expect("... a date", date.endswith(" GMT") and
+                      email.utils.parsedate_to_datetime(date), date)
+        checks.expect("... and a length, unless it is 204",
+                      (length is None) == (status == 204), length)
 
 
 def check_waiting(checks, host):
@@ -375,23 +448,6 @@ def check_waiting(checks, host):
                       data and isinstance(data["changes"], int), data)
 
 
-def answers_already(connections):
-    """The statuses of those that are answered; the others say nothing for a moment."""
-    statuses, waiting = [], list(connections)
-    while told := select.select(waiting, [], [], QUIET_SECONDS if statuses else TALK_SECONDS)[0]:
-        waiting = [connection for connection in waiting if connection not in told]
-        statuses += map(status_of, told)
-    return statuses
-
-
-def status_of(connection):
-    """0 when the other side broke off."""
-    try:
-        return Reader(connection).head()[0]
-    except OSError:
-        return 0
-
-
 def check_crowd(checks, host, clients=8, requests=20):
     """Several clients at once, each with its own text."""
     wrong = []
@@ -409,39 +465,6 @@ def check_crowd(checks, host, clients=8, requests=20):
     for thread in threads:
         thread.join()
     checks.expect(f"{clients} clients at once each get their own answers", not wrong, wrong[:1])
-
-
-def check_limits(checks, host):
-    head = host.head("POST /v1/json HTTP/1.1", f"Origin: {ALLOWED}",
-                     f"Content-Length: {BODY_LIMIT}")
-    unfinished, refused = [], 0
-    for _ in range(60):
-        connection = host.connect()
-        try:
-            connection.sendall(head + b"x" * (BODY_LIMIT - 1))
-        except OSError:
-            refused += 1
-        unfinished.append(connection)
-    answers = answers_already(unfinished)
-    checks.expect("unfinished bodies have a budget", refused + len(answers) > 0 and
-                  all(status in (0, 503) for status in answers), (refused, answers))
-    for connection in unfinished:
-        connection.close()
-    checks.expect("... which is given back", host.ask(
-        "POST /v1/echo", body=b"x" * BODY_LIMIT).status == 200)
-    idle = [host.connect() for _ in range(300)]
-    checks.expect("idle connections make room", host.ask("/v1/info").status == 200)
-    for connection in idle:
-        connection.close()
-
-
-def check_slow(checks, host):
-    with host.connect() as connection:
-        connection.sendall(host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")[:-2])
-        answer = Reader(connection).answer()
-        checks.expect("a request that does not end answers 408", answer.status == 408, answer)
-        checks.expect("... and an allowed page can read it",
-                      answer.headers.get("access-control-allow-origin") == ALLOWED, answer)
 
 
 def check_starts(checks, command, host):
@@ -482,6 +505,9 @@ def check_end(checks, host, folder):
                   host.lines[-5:])
     checks.expect("the ready file is gone", not (folder / "ready").exists())
     log = (folder / "log").read_text().splitlines()
+    checks.expect("the last lines of the log tell of the streams", all(
+        re.search(r" 200 \d+ \d+\.\d{3}ms GET /v1/events -$", line) for line in
+        [line for line in log if "/v1/events" in line][-5:]), log[-9:])
     checks.expect("the log has lines of eight words", len(log) > 100 and
                   all(len(line.split(" ")) == 8 for line in log), log[:3])
     checks.expect("... and no token", host.token not in "\n".join(log))
@@ -551,7 +577,9 @@ def check_host(checks, options, folder):
     if not up:
         return host
     ready = as_json((folder / "ready").read_text()) or {}
-    checks.expect("the ready file names the port", ready.get("port") == host.port, ready)
+    checks.expect("the ready file names the port and the URL", ready == {
+        "port": host.port, "url": f"http://127.0.0.1:{host.port}"} and
+        not (folder / "ready.part").exists(), ready)
     check_answers(checks, host)
     check_page(checks, host)
     check_token(checks, host, folder / "jane.pem")
@@ -559,13 +587,13 @@ def check_host(checks, options, folder):
     check_origins(checks, host)
     check_framing(checks, host)
     check_keep_alive(checks, host)
+    check_log(checks, host, folder / "log")
     check_common_headers(checks, host)
     check_waiting(checks, host)
     if options.power:
         check_power(checks, host, options.power)
     check_crowd(checks, host)
     check_limits(checks, host)
-    check_slow(checks, host)
     if options.descriptors:
         check_descriptors(checks, options.command)
     check_starts(checks, options.command, host)

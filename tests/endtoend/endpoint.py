@@ -5,6 +5,7 @@ import json
 import pathlib
 import queue
 import re
+import select
 import signal
 import socket
 import subprocess
@@ -20,6 +21,8 @@ STOP_SECONDS = 30
 TALK_SECONDS = 30
 BODY_LIMIT = 1048576
 HEAD_LIMIT = 32 * 1024
+ALLOWED = "https://app.client.example"  # an origin that the checks allow
+QUIET_SECONDS = 0.5
 
 Answer = collections.namedtuple("Answer", "status headers body")
 NO_ANSWER = Answer(0, {}, b"")
@@ -175,6 +178,23 @@ class Reader:
             return not self.bytes and not self._more()
         except OSError:
             return True
+
+
+def answers_already(connections):
+    """The statuses of those that are answered; the others say nothing for a moment."""
+    statuses, waiting = [], list(connections)
+    while told := select.select(waiting, [], [], QUIET_SECONDS if statuses else TALK_SECONDS)[0]:
+        waiting = [connection for connection in waiting if connection not in told]
+        statuses += map(status_of, told)
+    return statuses
+
+
+def status_of(connection):
+    """0 when the other side broke off."""
+    try:
+        return Reader(connection).head()[0]
+    except OSError:
+        return 0
 
 
 def as_json(body):

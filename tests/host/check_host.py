@@ -14,6 +14,7 @@ import subprocess
 import sys
 import tempfile
 
+from answers import check_answers
 from counts import COMMAND, run_checks
 from issuing import check_keys, check_profiles, check_refusals
 from pki import PASSWORD, make_chain, openssl
@@ -374,6 +375,7 @@ def check(checks, options):
         host = Host(options.command, folder)
         make_chain(folder)
         check_texts(checks, host)
+        check_answers(checks, host, folder)
         check_command_line(checks, host, folder)
         check_texts_beyond_ascii(checks, host, folder)
         check_pkcs12(checks, host, folder)

@@ -1,0 +1,111 @@
+"""How much, how many and how long: the limits of the endpoint, and what happens beyond them."""
+
+from endpoint import ALLOWED, BODY_LIMIT, Reader, answers_already
+
+MOST_CONNECTIONS = 256
+MOST_TOLD = 64  # that there are too many
+MOST_REQUESTS = 1000  # of a connection
+
+
+def check_unfinished(checks, host):
+    head = host.head("POST /v1/json HTTP/1.1", f"Origin: {ALLOWED}",
+                     f"Content-Length: {BODY_LIMIT}")
+    unfinished, refused = [], 0
+    for _ in range(60):
+        connection = host.connect()
+        try:
+            connection.sendall(head + b"x" * (BODY_LIMIT - 1))
+        except OSError:
+            refused += 1
+        unfinished.append(connection)
+    answers = answers_already(unfinished)
+    checks.expect("unfinished bodies have a budget", refused + len(answers) > 0 and
+                  all(status in (0, 503) for status in answers), (refused, answers))
+    for connection in unfinished:
+        connection.close()
+    checks.expect("... which is given back", host.ask(
+        "POST /v1/echo", body=b"x" * BODY_LIMIT).status == 200)
+
+
+def check_connections(checks, host):
+    idle = [host.connect() for _ in range(300)]
+    checks.expect("idle connections make room", host.ask("/v1/info").status == 200)
+    for connection in idle:
+        connection.close()
+    request = host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")
+
+    def begin():
+        """A connection that is no longer idle."""
+        connection = host.connect()
+        connection.sendall(request[:1])
+        return connection
+
+    def end(connection):
+        connection.sendall(request[1:])
+        return Reader(connection).answer()
+
+    last = host.connect()
+    busy = [begin() for _ in range(MOST_CONNECTIONS - 1)]
+    last.sendall(request + request[:1])
+    checks.expect(f"{MOST_CONNECTIONS} connections are served", Reader(last).answer().status == 200)
+    told = [begin() for _ in range(MOST_TOLD)]
+    with host.connect() as connection:
+        checks.expect("more than a few above are closed", Reader(connection).is_at_end())
+    answers = [end(connection) for connection in told]
+    checks.expect("... and those few are told that there are too many", all(
+        answer.status == 503 and b"too many connections" in answer.body and
+        answer.headers.get("retry-after") == "1" and answer.headers.get("connection") == "close" and
+        answer.headers.get("access-control-allow-origin") == ALLOWED for answer in answers),
+        [answer.status for answer in answers])
+    checks.expect("... while the others are served", end(busy[0]).status == 200)
+    for connection in (last, *busy, *told):
+        connection.close()
+    checks.expect("... and there is room again when they have gone",
+                  [host.ask("/v1/info").status for _ in range(3)][-1] == 200)
+
+
+def check_requests(checks, host):
+    """What one connection may ask."""
+    with host.connect() as connection:
+        reader, answers = Reader(connection), []
+        while len(answers) < MOST_REQUESTS:
+            connection.sendall(host.head("GET /nothing HTTP/1.1") * 100)
+            answers += [reader.answer() for _ in range(100)]
+        checks.expect(f"a connection ends with its request {MOST_REQUESTS}",
+                      [number for number, answer in enumerate(answers, 1)
+                       if answer.headers.get("connection") == "close"] == [MOST_REQUESTS] and
+                      {answer.status for answer in answers} == {404} and reader.is_at_end())
+    poll = host.head("GET /v1/status?wait=1 HTTP/1.1")
+    with host.connect() as connection:
+        connection.sendall(poll + host.head("GET /v1/echo?after=1 HTTP/1.1"))
+        reader = Reader(connection)
+        checks.expect("what comes while it waits is answered afterwards",
+                      b"changes" in reader.answer().body and b"after" in reader.answer().body)
+    with host.connect() as connection:
+        connection.sendall(poll + b"x" * 128 * 1024)
+        checks.expect("... unless it is too much", Reader(connection).is_at_end())
+    with host.connect() as connection:
+        connection.sendall(host.head("POST /v1/echo HTTP/1.1", f"Content-Length: {BODY_LIMIT + 1}") +
+                           b"x" * BODY_LIMIT)
+        reader = Reader(connection)
+        answer = reader.answer()
+        checks.expect("who is refused can read it while still sending", answer.status == 413 and
+                      answer.headers.get("connection") == "close" and reader.is_at_end(), answer)
+
+
+def check_slow(checks, host):
+    with host.connect() as idle, host.connect() as connection:
+        connection.sendall(host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")[:-2])
+        answer = Reader(connection).answer()
+        checks.expect("a request that does not end answers 408", answer.status == 408, answer)
+        checks.expect("... and an allowed page can read it",
+                      answer.headers.get("access-control-allow-origin") == ALLOWED, answer)
+        checks.expect("a connection that asks for nothing ends in that time, too",
+                      Reader(idle).is_at_end())
+
+
+def check_limits(checks, host):
+    check_unfinished(checks, host)
+    check_connections(checks, host)
+    check_requests(checks, host)
+    check_slow(checks, host)
