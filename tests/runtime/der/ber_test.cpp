@@ -59,6 +59,69 @@ TEST_F(BerTest, BerNestedTooDeeplyIsRefused) {
   EXPECT_FALSE(velmora::derFromBer(viewOf(ber), der));
 }
 
+// Elements in each other, the innermost one primitive.
+std::string nested(const char* tag, int levels) {
+  std::string all;
+  for (int i = 0; i < levels; ++i) {
+    all += fromHex(tag) + '\x80';
+  }
+  all += fromHex("0401aa");
+  return all + std::string(2 * static_cast<size_t>(levels), '\0');
+}
+
+TEST_F(BerTest, ThirtyTwoLevelsAroundAnElementAreRead) {
+  for (const char* const tag : {"30", "24", "a0"}) {
+    for (const int levels : {1, 32, 33}) {
+      const ExactBytes ber(nested(tag, levels));
+      Bytes der;
+      EXPECT_EQ(velmora::derFromBer(viewOf(ber), der), levels <= 32) << tag << " " << levels;
+    }
+  }
+}
+
+TEST_F(BerTest, EveryTypeOfStringMayComeInPieces) {
+  for (const char* const tag : {"04", "0c", "12", "13", "14", "16", "1a", "1c", "1e"}) {
+    std::string constructed = fromHex(tag);
+    constructed[0] = static_cast<char>(constructed[0] | 0x20);
+    const std::string pieces = fromHex(tag) + fromHex("0161") + fromHex(tag) + fromHex("0162");
+    const ExactBytes definite(constructed + '\x06' + pieces);
+    const ExactBytes indefinite(constructed + '\x80' + pieces + std::string(2, '\0'));
+    for (const ExactBytes* const ber : {&definite, &indefinite}) {
+      Bytes der;
+      EXPECT_TRUE(velmora::derFromBer(viewOf(*ber), der)) << tag;
+      EXPECT_EQ(hexOf(der), std::string(tag) + "026162");
+    }
+  }
+}
+
+TEST_F(BerTest, APieceOfAStringIsAString) {
+  for (const char* const hex : {"2403020105", "24053003020105",
+                                "2480020105"
+                                "0000"}) {
+    const ExactBytes ber(fromHex(hex));
+    Bytes der;
+    EXPECT_FALSE(velmora::derFromBer(viewOf(ber), der)) << hex;
+  }
+}
+
+TEST_F(BerTest, LongLengthsBecomeTheShortest) {
+  const ExactBytes ber(
+      fromHex("308400000006"
+              "02810105"
+              "0500"));
+  Bytes der;
+  ASSERT_TRUE(velmora::derFromBer(viewOf(ber), der));
+  EXPECT_EQ(hexOf(der), "30050201050500");
+}
+
+TEST_F(BerTest, MemoryThatIsShortIsNotMalformedInputTakenForDer) {
+  const ExactBytes ber(fromHex("30800201050000"));
+  Bytes der;
+  spy.failAllocation(1);
+  EXPECT_FALSE(velmora::derFromBer(viewOf(ber), der));
+  EXPECT_TRUE(der.failed());
+}
+
 // Where it ends before it is complete; the bytes lie before the end of their memory.
 
 // A literal, without the zero byte behind it.

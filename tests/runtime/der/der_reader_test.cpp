@@ -1,10 +1,12 @@
 #include "runtime/der/der_reader.h"
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/der/der_writer.h"
 
 namespace vexa::test {
 namespace {
 
+using velmora::Bytes;
 using velmora::DerReader;
 
 velmora::ByteView viewOf(const ExactBytes& bytes) { return {bytes.data(), bytes.size()}; }
@@ -81,6 +83,60 @@ TEST_F(DerReaderTest, NegativeIntegersAreNoUnsignedNumbers) {
   EXPECT_FALSE(velmora::derUnsigned(viewOf(negative)));
   EXPECT_EQ(velmora::derUnsigned(viewOf(padded))->size(), 1u);
   EXPECT_EQ(velmora::derSmallInteger(viewOf(padded)), 128u);
+}
+
+TEST_F(DerReaderTest, SmallIntegersHaveOneToFourBytes) {
+  const auto read = [](const char* hex) {
+    const ExactBytes content(fromHex(hex));
+    return velmora::derSmallInteger(viewOf(content));
+  };
+  EXPECT_EQ(read("00"), 0u);
+  EXPECT_EQ(read("7f"), 127u);
+  EXPECT_EQ(read("0100"), 256u);
+  EXPECT_EQ(read("7fffffff"), 0x7FFFFFFFu);
+  for (const char* const hex : {"", "80", "ff", "80000000", "007fffffff"}) {
+    EXPECT_EQ(read(hex), std::nullopt) << hex;
+  }
+}
+
+TEST_F(DerReaderTest, UnsignedNumbersLoseTheirLeadingZeros) {
+  const auto read = [](const char* hex) {
+    const ExactBytes content(fromHex(hex));
+    const auto number = velmora::derUnsigned(viewOf(content));
+    return number ? toHex(number->data(), number->size()) : "none";
+  };
+  EXPECT_EQ(read("00"), "");
+  EXPECT_EQ(read("0080"), "80");
+  EXPECT_EQ(read("000001"), "01");
+  EXPECT_EQ(read("7f00"), "7f00");
+  EXPECT_EQ(read(""), "none");
+  EXPECT_EQ(read("80"), "none");
+}
+
+TEST_F(DerReaderTest, BitStringsOfWholeBytesBeginWithAZero) {
+  const auto read = [](const char* hex) {
+    const ExactBytes content(fromHex(hex));
+    const auto bytes = velmora::derBitStringBytes(viewOf(content));
+    return bytes ? toHex(bytes->data(), bytes->size()) : "none";
+  };
+  EXPECT_EQ(read("00"), "");
+  EXPECT_EQ(read("00a0"), "a0");
+  EXPECT_EQ(read("04a0"), "none");
+  EXPECT_EQ(read("01"), "none");
+  EXPECT_EQ(read(""), "none");
+}
+
+TEST_F(DerReaderTest, LengthsOfEveryWidthAreRead) {
+  for (const size_t length : {0u, 127u, 128u, 255u, 256u, 65535u, 65536u}) {
+    Bytes whole;
+    const std::string content(length, 'x');
+    velmora::DerWriter(whole).element(velmora::kOctetString,
+                                      {reinterpret_cast<const uint8_t*>(content.data()), length});
+    const ExactBytes exact(
+        std::string_view(reinterpret_cast<const char*>(whole.data()), whole.size()));
+    EXPECT_EQ(velmora::derContent(viewOf(exact), velmora::kOctetString)->size(), length);
+    EXPECT_FALSE(velmora::derContent(viewOf(exact).first(exact.size() - 1), velmora::kOctetString));
+  }
 }
 
 }  // namespace
