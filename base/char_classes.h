@@ -14,9 +14,6 @@ enum CharClass : uint32_t {
   kQuotedPlain = 0x2000,  // "!" to "~" but the double quote and the backslash
 };
 
-// What the end of the text classifies as: equal to no character, member of no class.
-inline constexpr int kEndOfText = -1;
-
 namespace internal {
 constexpr std::array<uint32_t, 256> makeCharClasses() {
   std::array<uint32_t, 256> table{};

@@ -204,6 +204,25 @@ void growing(benchmark::State& state) {
 }
 BENCHMARK(growing)->Name("http_request/growing/vexabase")->Arg(1)->Arg(2)->Arg(4);
 
+// Heads of lines that cannot be read, each of which asks for something that stands far behind it.
+std::string manyLines(const std::string& line, size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    text += line;
+  }
+  return text + "GET / HTTP/1.1\r\n\r\n";
+}
+
+void growingWhite(benchmark::State& state) {
+  ours(state, manyLines(" \r\n", static_cast<size_t>(state.range(0)) * 100'000), kWhole);
+}
+BENCHMARK(growingWhite)->Name("http_request/white lines/vexabase")->Arg(1)->Arg(2)->Arg(4);
+
+void growingDark(benchmark::State& state) {
+  ours(state, manyLines("a\r\n", static_cast<size_t>(state.range(0)) * 100'000), kWhole);
+}
+BENCHMARK(growingDark)->Name("http_request/lines without a blank/vexabase")->Arg(1)->Arg(2)->Arg(4);
+
 BENCHMARK(createAndRelease)->Name("http_request/create and release/vexabase");
 
 }  // namespace

@@ -104,6 +104,10 @@ GROWING = {
     "JSON write, 4 MB": ("json", [f"json/write growing/vexabase/{i}" for i in (6, 7, 8)]),
     "HTTP request, head of 4 MB": (
         "http_request", [f"http_request/growing/vexabase/{i}" for i in (1, 2, 4)]),
+    "HTTP request, 400 KB of lines of white space": (
+        "http_request", [f"http_request/white lines/vexabase/{i}" for i in (1, 2, 4)]),
+    "HTTP request, 400 KB of lines without a blank": (
+        "http_request", [f"http_request/lines without a blank/vexabase/{i}" for i in (1, 2, 4)]),
     "URL, host of 4 MB": ("url", [f"url/growing/vexabase/{i}" for i in (1, 2, 4)]),
     "Certificate with 60,000 purposes": (
         "certificates",

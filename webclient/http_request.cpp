@@ -18,6 +18,7 @@ using base::kTraceInfo;
 
 constexpr const char* kMethods[] = {"OPTIONS", "GET",    "HEAD",  "POST",
                                     "PUT",     "DELETE", "TRACE", "CONNECT"};
+constexpr size_t kLongestMethod = 7;
 constexpr std::string_view kKeptHeaders[] = {"Referer", "Origin"};
 constexpr std::string_view kContentLength = "Content-Length";
 constexpr size_t kUsualName = 32;  // longer names cost a lookup a block
@@ -74,14 +75,17 @@ int32_t CHTTPRequest::parseLines() {
     uint8_t* const lineEnd =
         findLineEnd(atCursor() + std::exchange(searched_, 0), pending_.data() + end_);
     if (lineEnd == nullptr) {
-      return waitForLineEnd();
+      break;
     }
     if (parseLine(lineEnd) == kOutOfMemory) {
       return kOutOfMemory;
     }
     cursor_ = static_cast<uint64_t>(lineEnd + 2 - pending_.data());
   }
-  return kOk;
+  if (!refusedMethod_.empty() && failed(takeMethod(std::exchange(refusedMethod_, {})))) {
+    return kOutOfMemory;
+  }
+  return headerFinished_ ? kOk : waitForLineEnd();
 }
 
 int32_t CHTTPRequest::waitForLineEnd() {
@@ -107,18 +111,23 @@ int32_t CHTTPRequest::parseLine(uint8_t* lineEnd) {
 }
 
 // request-line = method SP request-target SP HTTP-version CRLF. A missing blank takes the token
-// from later lines.
+// from later lines: what is searched and copied for one line must not be so again for each of them.
 int32_t CHTTPRequest::parseRequestLine() {
   return base::traced("CHTTPRequest::parseRequestLine", [&] {
     skipWhitespace();
     std::string_view token;
-    if (!takeToken(" ", token)) {
+    if (!takeWord(token)) {
+      return kFail;
+    }
+    refusedMethod_ = {};
+    if (token.size() > kLongestMethod) {
+      refusedMethod_ = token;
       return kFail;
     }
     if (failed(takeMethod(token))) {
       return kOutOfMemory;
     }
-    if (!isMethodAllowed() || !takeToken(" ", token)) {
+    if (!isMethodAllowed() || !takeWord(token)) {
       return kFail;
     }
     if (failed(takeUri(token)) || failed(parseURI())) {
@@ -146,6 +155,21 @@ bool CHTTPRequest::takeToken(std::string_view separator, std::string_view& token
   }
   token = rest.substr(0, found);
   cursor_ += found + separator.size();
+  return true;
+}
+
+// The bytes up to the next blank.
+bool CHTTPRequest::takeWord(std::string_view& token) {
+  if (!dark_.holds(cursor_)) {
+    const auto* const blank =
+        static_cast<const uint8_t*>(std::memchr(atCursor(), ' ', remaining()));
+    dark_ = {cursor_, blank != nullptr ? static_cast<uint64_t>(blank - pending_.data()) : end_};
+  }
+  if (dark_.end == end_) {
+    return false;
+  }
+  token = {reinterpret_cast<const char*>(atCursor()), dark_.end - cursor_};
+  cursor_ = dark_.end + 1;
   return true;
 }
 
@@ -329,7 +353,7 @@ int32_t CHTTPRequest::parse(const uint8_t* bytes, uint64_t count) {
   }
   cursor_ = 0;
   end_ = pending_.size();
-  endReached_ = false;
+  white_ = dark_ = {};
   traceRaw();
   if (!headerFinished_) {
     if (const int32_t result = parseLines(); result != kOk) {
@@ -361,20 +385,16 @@ int32_t CHTTPRequest::blockBody(uint64_t count) const {
   return kFail;
 }
 
-int CHTTPRequest::peek() {
-  if (cursor_ >= end_) {
-    endReached_ = true;
-    return base::kEndOfText;
-  }
-  return *atCursor();
-}
-
 void CHTTPRequest::skipWhitespace() {
-  for (int c = peek();
-       c != base::kEndOfText && base::isInClass(static_cast<uint8_t>(c), base::kWhitespace);
-       c = peek()) {
+  if (white_.holds(cursor_)) {
+    cursor_ = white_.end;
+    return;
+  }
+  white_.begin = cursor_;
+  while (cursor_ < end_ && base::isInClass(*atCursor(), base::kWhitespace)) {
     ++cursor_;
   }
+  white_.end = cursor_;
 }
 
 int32_t CHTTPRequest::getBodyData(runtime::ByteBuffer* body) {

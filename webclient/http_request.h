@@ -65,12 +65,11 @@ class CHTTPRequest : public IHTTPRequest,
   int32_t blockUnfinishedLine(uint64_t count) const;
   int32_t blockBody(uint64_t count) const;
 
-  // The scanner: what stands at the cursor, or kEndOfText, which also sets the flag.
-  int peek();
   void skipWhitespace();
   uint8_t* atCursor() const { return pending_.data() + cursor_; }
   uint64_t remaining() const { return end_ - cursor_; }
   bool takeToken(std::string_view separator, std::string_view& token);
+  bool takeWord(std::string_view& token);
 
   // The trace is asked whether it is on; only then is there something to write.
   void traceUnfinished() const {
@@ -93,11 +92,20 @@ class CHTTPRequest : public IHTTPRequest,
   [[gnu::cold]] void writeAll();
   void dumpTable(const char* title, const collections::TextTable& table) const;
 
-  bool endReached_ = false;
+  // Pending bytes that were looked at, and of which none is what was looked for.
+  struct Searched {
+    uint64_t begin = 0;
+    uint64_t end = 0;
+    bool holds(uint64_t at) const { return begin <= at && at < end; }
+  };
+
   uint64_t cursor_ = 0;  // of the pending bytes, the first one that is not consumed
   uint64_t end_ = 0;
   base::RootVector<uint8_t> pending_;
-  uint64_t searched_ = 0;  // so many pending bytes are known to begin no line end
+  uint64_t searched_ = 0;           // so many pending bytes are known to begin no line end
+  Searched white_;                  // nothing but white space
+  Searched dark_;                   // no blank
+  std::string_view refusedMethod_;  // of the pending bytes; becomes the method if no other comes
   bool headerFinished_ = false;
   ShortText<16> method_;
   base::String uri_;

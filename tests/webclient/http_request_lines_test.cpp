@@ -14,6 +14,13 @@ class HttpRequestLines : public HttpRequestTest {
     return std::string(request.getMethod()) + " " + request.getURI() + " " +
            request.getProtocolVersion();
   }
+  static std::string repeated(const char* piece, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+      text += piece;
+    }
+    return text;
+  }
 };
 
 TEST_F(HttpRequestLines, WhiteSpaceBeforeTheMethodIsSkipped) {
@@ -93,6 +100,54 @@ TEST_F(HttpRequestLines, AMissingBlankTakesTheTargetFromLaterLines) {
 TEST_F(HttpRequestLines, ALineWithoutAnyBlankIsDropped) {
   EXPECT_EQ(request.parse("GET\r\n\r\n"), kOk);
   EXPECT_EQ(requestLine(), "  ");
+}
+
+TEST_F(HttpRequestLines, ManyLinesOfWhiteSpaceLeadToTheLinesBehindThem) {
+  const std::string white = repeated(" \r\n\t\r\n", 100);
+  EXPECT_EQ(request.parse(white + "GET /a HTTP/1.1\r\n" + white + "Origin: o\r\n" + white + "\r\n"),
+            kOk);
+  EXPECT_EQ(requestLine(), "GET /a HTTP/1.1");
+  EXPECT_EQ(request.header("Origin"), "o");
+}
+
+TEST_F(HttpRequestLines, AMethodThatThereIsNotStaysUntilTheNextOne) {
+  EXPECT_EQ(request.parse("unheardOf / HTTP/1.1\r\n"), kMoreNeeded);
+  EXPECT_STREQ(request.getMethod(), "UNHEARDOF");
+  EXPECT_FALSE(request.isMethodAllowed());
+  EXPECT_EQ(request.parse("a\r\nge unheardOf\r\n\r\n"), kOk);
+  EXPECT_STREQ(request.getMethod(), "GE") << "the first line's reaches into the second one";
+  renew();
+  EXPECT_EQ(request.parse("a\r\nb\r\nunheardOf\r\nx y\r\n\r\n"), kOk);
+  EXPECT_STREQ(request.getMethod(), "X");
+  renew();
+  EXPECT_EQ(request.parse("a\r\nunheardOf\r\nb \r\n\r\n"), kOk);
+  EXPECT_STREQ(request.getMethod(), "B");
+  renew();
+  EXPECT_EQ(request.parse("a\r\nunheardOf\r\n b\r\n\r\n"), kOk);
+  EXPECT_STREQ(request.getMethod(), "UNHEARDOF\r\n") << "there is no other blank";
+}
+
+TEST_F(HttpRequestLines, AMethodThatFindsNoMemoryIsReported) {
+  sweepAllocations(spy, [this] {
+    const RawRequest fresh = another();
+    return fresh && fresh.parse(std::string(100, 'm') + " / HTTP/1.1\r\n\r\n") == kOk;
+  });
+}
+
+// Each line's method is all that comes before the next blank, which is far away.
+TEST_F(HttpRequestLines, ManyLinesWithoutABlankAreNotCopiedForEachOfThem) {
+  static uint64_t normalised;
+  static int32_t (*normalise)(runtime::StringObject*);
+  normalised = 0;
+  normalise = spy.strings.Normalise;
+  spy.strings.Normalise = [](runtime::StringObject* text) {
+    normalised += text->length;
+    return normalise(text);
+  };
+  const std::string text = repeated("a\r\n", 300) + "b c\r\n\r\n";
+  EXPECT_EQ(request.parse(text), kOk);
+  EXPECT_STREQ(request.getMethod(), "B");
+  EXPECT_LE(normalised, text.size());
 }
 
 TEST_F(HttpRequestLines, QueriesMayHaveEmptyPairsKeysAndValues) {
