@@ -5,11 +5,10 @@ mutate.py [FOLDER...] [COUNT] [--seed N] [--report FILE]
 
 COUNT edits (20) of each folder's sources are drawn at random; the seed makes a run repeatable. A
 folder may be one of the tree's or one within. Each edit is built and run against the tests of its
-folder, programs first and then checks from outside, in a copy of the tree under build/mutate; a lock
-that was dropped also against the tests of many threads, under ThreadSanitizer. An edit that does not
-compile, or that the optimiser turns into the very same code, does not count. Exit status 0: in every
-folder at least 95 % of those that count were caught. Ctrl-C ends a folder early and tells how far it
-came.
+folder, quick ones first, in a copy of the tree under build/mutate; a lock that was dropped also
+against the tests of many threads, under ThreadSanitizer. An edit that does not compile, or that the
+optimiser turns into the very same code, does not count. Exit status 0: in every folder at least 95 %
+of those that count were caught. Ctrl-C ends a folder early and tells how far it came.
 """
 
 import argparse
@@ -42,6 +41,8 @@ PROGRAMS = {"host": ("vexahost", "vexabase", "velmora")}
 BAR = 0.95
 # How much longer than without an edit the tests may take; then they count as hanging.
 PATIENCE, LEAST_SECONDS = 4, 20
+# Tests up to here go first: most edits are caught by them.
+QUICK_SECONDS = 5
 
 
 def run(command, seconds=1800, **options):
@@ -84,6 +85,13 @@ def configure(preset):
         sys.exit(f"mutate: cannot configure\n{output[-2000:]}")
 
 
+def quick_tests(costs):
+    """The names of the tests that took QUICK_SECONDS at most, by the file that CTest keeps: a line
+    "NAME RUNS SECONDS" each, and behind "---" those that failed."""
+    lines = (line.split() for line in costs.partition("---")[0].splitlines())
+    return sorted(line[0] for line in lines if len(line) == 3 and float(line[2]) <= QUICK_SECONDS)
+
+
 class Tests:
     """The tests of some folders: how to build and to run them."""
 
@@ -95,6 +103,7 @@ class Tests:
         self._labels = "^(" + "|".join(places) + ")$"
         self._jobs = os.environ.get("VEXA_JOBS", "2")
         self._seconds = None  # that they take without an edit
+        self._quick = ""
         if not self._targets:
             sys.exit(f"mutate: no tests of {places}")
 
@@ -102,19 +111,22 @@ class Tests:
         return run(["cmake", "--build", self._build, "-j", self._jobs, "--target", *self._targets])
 
     def passed(self):
-        """Programs go first: they are quicker than checks from outside."""
-        limit = 1800 if self._seconds is None else max(LEAST_SECONDS, PATIENCE * self._seconds)
-        start = time.monotonic()
-        passed = self._run(limit, "-R") and self._run(limit, "-E")
+        """Left alone, CTest begins with the slowest."""
         if self._seconds is None:
+            start = time.monotonic()
+            passed = self._run(1800)
             self._seconds = time.monotonic() - start
-        return passed
+            costs = self._build / "Testing" / "Temporary" / "CTestCostData.txt"
+            self._quick = "^(" + "|".join(quick_tests(costs.read_text())) + ")$"
+            return passed
+        limit = max(LEAST_SECONDS, PATIENCE * self._seconds)
+        return self._run(limit, "-R", self._quick) and self._run(limit, "-E", self._quick)
 
-    def _run(self, limit, take_or_leave):
+    def _run(self, limit, *choice):
         with tempfile.TemporaryDirectory() as folder:
             environment = dict(os.environ, GTEST_FAIL_FAST="1", VEXA_FAIL_FAST="1", TMPDIR=folder)
-            command = ["ctest", "--test-dir", self._build, "-L", self._labels, take_or_leave,
-                       "_test$", "--stop-on-failure", "-j", self._jobs]
+            command = ["ctest", "--test-dir", self._build, "-L", self._labels, *choice,
+                       "--stop-on-failure", "-j", self._jobs]
             return run(command, limit, env=environment)[0] == 0
 
 
