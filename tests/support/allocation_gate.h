@@ -13,7 +13,7 @@ void neverFail();
 // False: this allocation has to fail.
 bool pass();
 
-// Since the last failAt or neverFail.
+// Since the last failAt; an operation that says neverFail midway still tells what was refused.
 uint64_t passed();
 uint64_t refused();
 

@@ -238,6 +238,11 @@ TEST_F(HttpRequestLines, ReplacedBytesAreSearchedFromTheirStart) {
   EXPECT_EQ(request.replace("GET /b HTTP/1.1\r\n\r\n"), kOk);
   EXPECT_EQ(request.parse("!"), kOk);
   EXPECT_STREQ(request.getURI(), "/b");
+  renew();
+  EXPECT_EQ(request.parse("GET / HTTP/1.1\r\nOrigin: a long one"), kMoreNeeded);
+  EXPECT_EQ(request.replace("Origin: o\r\n\r\n"), kOk);
+  EXPECT_EQ(request.parse("!"), kOk) << "its end stands where no line end was before";
+  EXPECT_EQ(request.header("Origin"), "o");
 }
 
 TEST_F(HttpRequestLines, MoreBytesThanThereCanBeAreRefused) {

@@ -60,6 +60,19 @@ TEST_F(HttpRequestResults, ARequestLineWhoseVersionDoesNotEndFails) {
   EXPECT_THAT(resultsOf("CHTTPRequest::parseRequestLine"), ElementsAre("80004005"));
 }
 
+TEST_F(HttpRequestResults, AUriThatCannotBeSplitSaysThatMemoryIsShort) {
+  const uint64_t before = spy.allocations();
+  ASSERT_EQ(request.parse("GET /a HTTP/1.1\r\n"), kMoreNeeded);
+  const uint64_t needed = spy.allocations() - before;
+  renew();
+  spy.clearTrace();
+  spy.failAllocation(needed);
+  EXPECT_EQ(request.parse("GET /a HTTP/1.1\r\n"), kOutOfMemory);
+  spy.allowAllocations();
+  EXPECT_THAT(resultsOf("CHTTPRequest::parseURI"), ElementsAre("8007000e"));
+  EXPECT_THAT(resultsOf("CHTTPRequest::parseRequestLine"), ElementsAre("8007000e"));
+}
+
 TEST_F(HttpRequestResults, AHeaderLineSaysWhetherItWasRead) {
   EXPECT_EQ(request.parse("GET / HTTP/1.1\r\nOrigin: o\r\n"), kMoreNeeded);
   EXPECT_THAT(resultsOf("CHTTPRequest::parseHeaderLine"), ElementsAre("0"));

@@ -10,7 +10,18 @@
 namespace vexa::test {
 namespace {
 
-class HttpRequest : public HttpRequestTest {};
+class HttpRequest : public HttpRequestTest {
+ protected:
+  // The n-th text that is normalised from now on (1: the next one) finds no memory.
+  void failNormaliseAt(int n) {
+    static int left = 0;
+    static auto* const normalise = spy.strings.Normalise;
+    left = n;
+    spy.strings.Normalise = [](runtime::StringObject* text) {
+      return --left == 0 ? kOutOfMemory : normalise(text);
+    };
+  }
+};
 
 constexpr char kGet[] = "GET /a?x=1&y=2 HTTP/1.1\r\nOrigin: o\r\n\r\n";
 
@@ -175,11 +186,24 @@ TEST_F(HttpRequest, LookUpsNeedANameAndAPlace) {
 
 TEST_F(HttpRequest, ANameThatCannotBeNormalisedIsReportedAsShortMemory) {
   ASSERT_EQ(request.parse("GET /a?x=1 HTTP/1.1\r\nOrigin: o\r\n\r\n"), kOk);
-  spy.strings.Normalise = [](runtime::StringObject*) -> int32_t { return kFail; };
+  failNormaliseAt(1);
   char* value = nullptr;
   EXPECT_EQ(request.getHeader("Origin", &value), kOutOfMemory);
+  failNormaliseAt(1);
   EXPECT_EQ(request.getQueryParameter("x", &value), kOutOfMemory);
   EXPECT_EQ(value, nullptr);
+}
+
+// Dropped as a bad line, it would be missing from a request that calls itself complete.
+TEST_F(HttpRequest, ALineThatCannotBeNormalisedIsShortMemoryAndNoBadLine) {
+  const std::string text = "GET /a?x=1 HTTP/1.1\r\nOrigin: o\r\nX-Other: v\r\n\r\n";
+  for (const int n : {1, 2, 3, 4}) {  // the method, the parameter, both headers
+    failNormaliseAt(n);
+    EXPECT_EQ(request.parse(text), kOutOfMemory) << n;
+    renew();
+  }
+  failNormaliseAt(5);
+  EXPECT_EQ(request.parse(text), kOk);
 }
 
 // --- Memory ---
@@ -195,13 +219,26 @@ TEST_F(HttpRequest, EveryFailedAllocationIsReportedAndNothingIsLost) {
     }
     const int32_t result = fresh.parse(text);
     if (result == kOk) {
-      allocation_gate::neverFail();
+      allocation_gate::neverFail();  // the look-ups below are others' concern
       EXPECT_EQ(fresh.all(), "POST|/a?x=1&y=2&a&b&c&d&e&f&g&h|/a|HTTP/1.1|o|r|1|2|hi");
     } else {
       EXPECT_EQ(result, kOutOfMemory);
     }
     return result == kOk;
   });
+}
+
+TEST_F(HttpRequest, EveryFailedAllocationOfALongMethodOrVersionIsReported) {
+  const std::string word(100, 'A');
+  for (const std::string& line : {word + " / HTTP/1.1", "GET / " + word}) {
+    EXPECT_GE(sweepAllocations(spy,
+                               [this, &line] {
+                                 const RawRequest fresh = another();
+                                 return fresh && fresh.parse(line + "\r\n\r\n") == kOk;
+                               }),
+              2)
+        << "the pending bytes and the word";
+  }
 }
 
 TEST_F(HttpRequest, EveryFailedAllocationOfALookUpIsReported) {
