@@ -226,6 +226,22 @@ TEST_F(ClassRegistryTest, TheRegistryRegistersWithItsFirstKeptListAlone) {
   EXPECT_EQ(test::allocation_gate::liveProcessBlocks(), nodes);
 }
 
+TEST_F(ClassRegistryTest, KeptListsOutliveObjectsThatAreReleasedFirst) {
+  class Older final : public ISingleton {
+   public:
+    int32_t Load() override { return kOk; }
+    int32_t Unload(uint32_t /*pass*/) override {
+      keptAtEnd = classFactories().count();
+      return kOk;
+    }
+    uint64_t keptAtEnd = 0;
+  } older;
+  ASSERT_EQ(RegisterSingleton(&older, kReleaseFirst), kOk);
+  ASSERT_NE(classFactories().GetFactory(kOther, true), nullptr);
+  stop();
+  EXPECT_EQ(older.keptAtEnd, 1u);
+}
+
 TEST_F(ClassRegistryTest, WithoutTheKeepFlagNothingIsCached) {
   const ClassFactoryList* theirs = classFactories().GetFactory(kOther, false);
   ASSERT_NE(theirs, nullptr);
@@ -254,6 +270,16 @@ TEST_F(ClassRegistryTest, RoutingTriesTheModulesOwnClassesFirst) {
   EXPECT_EQ(RouteCreateInstance("routecomponent", "test.routed", &kAnyId, &out), kOk);
   EXPECT_NE(out, nullptr);
   EXPECT_THAT(spy.rootCallNames(), Not(Contains("ClassFactory.1")));
+}
+
+TEST_F(ClassRegistryTest, AnEmptyNameIsNotTheHostsWhileThereIsNone) {
+  static FactoryRecord nameless{"", "test.nameless", createSeven};
+  spy.addInterface("", kClassFactoryListName, &spy.component.list);
+  void* out = nullptr;
+  EXPECT_EQ(RouteCreateInstance("", "test.nameless", &kAnyId, &out), kOk);
+  EXPECT_NE(out, nullptr) << "the module's own classes were tried";
+  EXPECT_EQ(RouteCreateInstance("", "their.class", &kAnyId, &out), kOk);
+  EXPECT_EQ(classFactories().count(), 1u) << "the list is kept like any other";
 }
 
 TEST_F(ClassRegistryTest, APositiveResultOfTheModulesOwnClassesIsTheResult) {

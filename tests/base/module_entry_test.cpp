@@ -155,6 +155,30 @@ TEST_F(ModuleEntry, AFailedCompanionCallReturnsItsOwnResult) {
   companionResult = kOk;
 }
 
+TEST_F(ModuleEntry, ACompanionThatIsNotGivenLeavesTheOneBefore) {
+  spy.pkcs12.GetTypes = countCompanion;
+  companionResult = kOk;
+  ASSERT_EQ(module_init(&spy.root, nullptr), kOk);
+  EXPECT_FALSE(base::bound.pkcs12Types) << "null counts as none";
+  EXPECT_NE(base::bound.pkcs12Types.pointer, nullptr);
+  spy.pkcs12.GetTypes = [](const runtime::Pkcs12TypesTable** out) {
+    *out = &SpyRuntime::current().pkcs12Types;
+    return kOk;
+  };
+  ASSERT_EQ(module_init(nullptr, nullptr), kOk);
+  EXPECT_EQ(base::bound.pkcs12Types.pointer, &spy.pkcs12Types);
+  spy.pkcs12.GetTypes = [](const runtime::Pkcs12TypesTable** out) {
+    static const runtime::Pkcs12TypesTable left = {};
+    *out = &left;
+    return kFail;
+  };
+  EXPECT_EQ(module_init(nullptr, nullptr), kFail);
+  EXPECT_EQ(base::bound.pkcs12Types.pointer, &spy.pkcs12Types) << "what a failure left is nothing";
+  for (int ends = 0; ends < 3; ++ends) {
+    EXPECT_EQ(module_final(), kOk);
+  }
+}
+
 TEST_F(ModuleEntry, StartsAgainAfterAFullEnd) {
   for (int i = 0; i < 3; ++i) {
     spy.clearRootCalls();

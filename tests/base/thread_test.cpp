@@ -26,7 +26,18 @@ DWORD WINAPI meet(void* argument) {
   return 0;
 }
 
-TEST(Thread, AnEmptyHolderHasNothingToWaitFor) {
+// Each test leaves as many kernel objects open as there were before.
+class ThreadTest : public testing::Test {
+ protected:
+#if !defined(_WIN32)
+  void TearDown() override { EXPECT_EQ(pal::posix::openHandles(), handles_); }
+
+  const size_t handles_ = pal::posix::openHandles();
+#endif
+  inline static Meeting lasting;  // for a thread of which nobody tells when it has let go
+};
+
+TEST_F(ThreadTest, AnEmptyHolderHasNothingToWaitFor) {
   Thread thread;
   EXPECT_FALSE(thread.Wait(0));
   thread.Terminate();
@@ -35,7 +46,7 @@ TEST(Thread, AnEmptyHolderHasNothingToWaitFor) {
   EXPECT_EQ(thread.id(), 0u);
 }
 
-TEST(Thread, WaitTimesOutWhileItRunsAndClosesWhenItHasEnded) {
+TEST_F(ThreadTest, WaitTimesOutWhileItRunsAndClosesWhenItHasEnded) {
   Meeting meeting;
   Thread thread;
   Thread::Start(&thread, meet, &meeting);
@@ -50,23 +61,22 @@ TEST(Thread, WaitTimesOutWhileItRunsAndClosesWhenItHasEnded) {
   EXPECT_EQ(thread.id(), 0u);
 }
 
-TEST(Thread, TerminateEndsItByForceAndKeepsTheId) {
-  static Meeting meeting;  // nobody tells when the thread has let go of it
+TEST_F(ThreadTest, TerminateEndsItByForceAndKeepsTheId) {
   Thread thread;
-  Thread::Start(&thread, meet, &meeting);
-  ASSERT_TRUE(meeting.entered.Wait(kLong));
+  Thread::Start(&thread, meet, &lasting);
+  ASSERT_TRUE(lasting.entered.Wait(kLong));
   const uint32_t id = thread.id();
   thread.Terminate();
   EXPECT_EQ(thread.handle(), nullptr);
   EXPECT_EQ(thread.id(), id);
   EXPECT_FALSE(thread.Wait(0));
-  meeting.mayLeave.Signal();
+  lasting.mayLeave.Signal();
   constexpr uint32_t kMoreThanItTakesToLeave = 200;
-  EXPECT_FALSE(meeting.left.Wait(kMoreThanItTakesToLeave)) << "it runs no more";
-  EXPECT_TRUE(meeting.mayLeave.Wait(0)) << "and took no signal";
+  EXPECT_FALSE(lasting.left.Wait(kMoreThanItTakesToLeave)) << "it runs no more";
+  EXPECT_TRUE(lasting.mayLeave.Wait(0)) << "and took no signal";
 }
 
-TEST(Thread, ADetachedThreadRunsWithoutAHolderAndLeavesNoHandleOpen) {
+TEST_F(ThreadTest, ADetachedThreadRunsWithoutAHolderAndLeavesNoHandleOpen) {
   Meeting meeting;
 #if !defined(_WIN32)
   const size_t handles = pal::posix::openHandles();
@@ -80,7 +90,24 @@ TEST(Thread, ADetachedThreadRunsWithoutAHolderAndLeavesNoHandleOpen) {
   EXPECT_TRUE(meeting.left.Wait(kLong));
 }
 
-TEST(Thread, CloseForgetsARunningThread) {
+TEST_F(ThreadTest, AHolderLetsGoOfTheFirstThreadWhenItStartsAnother) {
+  Meeting first;
+  Meeting second;
+  Thread thread;
+  Thread::Start(&thread, meet, &first);
+  ASSERT_TRUE(first.entered.Wait(kLong));
+  const uint32_t id = thread.id();
+  Thread::Start(&thread, meet, &second);
+  ASSERT_TRUE(second.entered.Wait(kLong));
+  EXPECT_NE(thread.id(), id);
+  first.mayLeave.Signal();
+  EXPECT_TRUE(first.left.Wait(kLong)) << "it runs on";
+  EXPECT_FALSE(thread.Wait(0)) << "the second one is held";
+  second.mayLeave.Signal();
+  EXPECT_TRUE(thread.Wait(kLong));
+}
+
+TEST_F(ThreadTest, CloseForgetsARunningThread) {
   Meeting meeting;
   Thread thread;
   Thread::Start(&thread, meet, &meeting);

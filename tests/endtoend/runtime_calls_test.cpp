@@ -84,10 +84,17 @@ TEST_F(RuntimeCalls, AStartWithoutARootListFailsAndNeedsItsEnd) {
   EXPECT_EQ(fake.bound, 0);
   EXPECT_EQ(module.final(), kOk);
   EXPECT_EQ(fake.released, 0) << "there was none";
-  fake.givesRoot = true;
-  EXPECT_EQ(module.init(nullptr, nullptr), kOk);
+  stopWatching();
+  EXPECT_FALSE(isRuntimeLoaded()) << "that end has let the library go";
+  FakeVelmora& again = watch();
+  again.givesRoot = false;
+  EXPECT_EQ(module.init(nullptr, nullptr), kFail);
+  again.givesRoot = true;
+  EXPECT_EQ(module.init(nullptr, nullptr), kOk) << "a start before that end";
   EXPECT_EQ(module.final(), kOk);
-  EXPECT_EQ(fake.released, 1);
+  EXPECT_EQ(again.released, 0);
+  EXPECT_EQ(module.final(), kOk);
+  EXPECT_EQ(again.released, 1);
   stopWatching();
   EXPECT_FALSE(isRuntimeLoaded());
 }
