@@ -120,6 +120,18 @@ TEST_F(JsonMemory, AParsedStringSetAnewEndsWithItsTreeThoughNobodyAskedForItsNam
   EXPECT_EQ(spy.liveBlocks(), before);
 }
 
+TEST_F(JsonMemory, AParsedStringSetAnewKeepsItsNameBeyondItsTree) {
+  auto object = parse(R"({"key":"old"})");
+  const test::ExactBytes bytes("newer");
+  const runtime::ByteBuffer record = bytes.buffer();
+  const auto value = ComPtr<JsonValue>::share(object->valueAt(0));
+  ASSERT_EQ(value->SetValue(reinterpret_cast<uintptr_t>(&record)), kOk);
+  object.reset();
+  ASSERT_NE(value->GetName(), nullptr);
+  EXPECT_STREQ(base::bound.strings->GetText(value->GetName()), "key");
+  EXPECT_STREQ(value->GetStringPtr(), "newer");
+}
+
 TEST_F(JsonMemory, ParsedValuesBecomeObjectsOfTheirKindOnce) {
   const auto object =
       parse(R"({"n":null,"i":-7,"s":"text","a":[1],"o":{"k":2},"t":true,"f":false})");

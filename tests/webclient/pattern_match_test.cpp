@@ -62,6 +62,8 @@ constexpr PatternCase kPatternCases[] = {
      kWildcardBetween},
     {"TwoStarsAreNoWildcard", "https://a.example.com/x", "https://**", false, kWildcardBetween},
     {"OneStarIsNoWildcard", "https://a", "https://*", false, kWildcardBetween},
+    {"WildcardTakesAStar", "https://*.example.com/x", "https://*.example.com", true, nullptr},
+    {"StarInTheUrlAlone", "https://a.*.com", "https://a.b.com", false, kPartsDiffer},
     {"StarMeetsAStarInTheUrl", "https://a.*.com", "https://a.*.com", false, kWildcardBetween},
     {"OneStarMeetsAStar", "https://*", "https://*", false, kWildcardBetween},
     {"StarAndDotAreTooShort", "https://a.example.com", "https://*.", false, kWildcardBetween},

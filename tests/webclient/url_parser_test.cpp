@@ -45,6 +45,7 @@ constexpr ParseCase kParseCases[] = {
     {"PortBehindAVerticalTab", "http://a:\v80/x", kOk, 80, false, 12},
     {"PortBehindAFormFeed", "http://a:\f80/x", kOk, 80, false, 12},
     {"PortBehindACarriageReturn", "http://a:\r80/x", kOk, 80, false, 12},
+    {"PortBehindSeveralSpaces", "http://a: \t \r8/x", kOk, 8, false, 14},
     {"PortWithAPlus", "http://a:+80/x", kOk, 80, false, 12},
     {"SecondColonEndsThePort", "http://a:80:1", kOk, 80, false, 13},
     {"ColonInThePath", "http://a/x:1", kOk, 80, false, 8},
