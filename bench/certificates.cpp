@@ -151,11 +151,30 @@ void openPairs(benchmark::State& state) {
   }
 }
 
+// A name of one part with so many types.
+void readTypes(benchmark::State& state) {
+  std::string name = "1.2.0=a";
+  for (int64_t type = 1; type < state.range(0); ++type) {
+    name += "+1.2." + std::to_string(type) + "=a";
+  }
+  const auto setSubject = RUNTIME(velmora_certificate_set_subject);
+  CertificateRef certificate;
+  need(RUNTIME(velmora_certificate_create)(certificate.put()));
+  for (auto _ : state) {
+    need(setSubject(certificate.get(), name.c_str()));
+  }
+}
+
 BENCHMARK(decodePurposes)
     ->Name("certificates/purposes growing/vexabase")
     ->Arg(15'000)
     ->Arg(30'000)
     ->Arg(60'000);
 BENCHMARK(openPairs)->Name("certificates/pairs growing/vexabase")->Arg(250)->Arg(500)->Arg(1'000);
+BENCHMARK(readTypes)
+    ->Name("certificates/types growing/vexabase")
+    ->Arg(2'000)
+    ->Arg(4'000)
+    ->Arg(8'000);
 
 }  // namespace

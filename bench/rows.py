@@ -112,6 +112,8 @@ GROWING = {
     "Certificate with 60,000 purposes": (
         "certificates",
         [f"certificates/purposes growing/vexabase/{i}" for i in (15000, 30000, 60000)]),
+    "Text of a name with 8,000 types in one part": (
+        "certificates", [f"certificates/types growing/vexabase/{i}" for i in (2000, 4000, 8000)]),
     "PKCS#12 with 1,000 keys and certificates": (
         "certificates", [f"certificates/pairs growing/vexabase/{i}" for i in (250, 500, 1000)]),
 }

@@ -1,6 +1,7 @@
 #include "runtime/certificates/name.h"
 
 #include "runtime/der/asn1_string.h"
+#include "runtime/der/element_list.h"
 #include "runtime/string_bytes.h"
 
 namespace vexa::velmora {
@@ -13,7 +14,6 @@ struct NameObject : Counted<runtime::Name> {
   NameObject() : Counted(&kTable) {}
 
   Bytes encoding;
-  size_t relativeNames = 0;
 };
 
 // RFC 4514, section 3, and the descriptors of the same registry that certificates use.
@@ -98,39 +98,14 @@ std::optional<size_t> countRelativeNames(ByteView sequence) {
   return count;
 }
 
-// The relative names of a name that was checked when it was made, in the order of the encoding.
-class RelativeNames {
- public:
-  explicit RelativeNames(const NameObject& name) {
-    views_.resize(name.relativeNames * sizeof(ByteView));
-    if (views_.failed()) {
-      return;
-    }
-    DerReader reader(*derContent(name.encoding.view(), kSequence));
-    for (; !reader.atEnd(); ++count_) {
-      new (views_.data() + count_ * sizeof(ByteView)) ByteView(reader.takeAny()->content);
-    }
-  }
-
-  // Memory was short; there are none then.
-  bool failed() const { return views_.failed(); }
-  size_t count() const { return count_; }
-  ByteView operator[](size_t index) const {
-    return reinterpret_cast<const ByteView*>(views_.data())[index];
-  }
-
- private:
-  Bytes views_;
-  size_t count_ = 0;
-};
-
 // Calls `use` with each attribute in the order of the text form until it answers false. False when
 // memory was short.
 template <class Use>
 bool forEachAttribute(const NameObject& name, Use&& use) {
-  const RelativeNames relativeNames(name);
-  for (size_t index = relativeNames.count(); index-- != 0;) {
-    DerReader reader(relativeNames[index]);
+  const ElementList relativeNames(*derContent(name.encoding.view(), kSequence));
+  const std::span<const DerElement> elements = relativeNames.elements();
+  for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
+    DerReader reader(element->content);
     for (bool first = true; !reader.atEnd(); first = false) {
       if (!use(*takeAttribute(reader), first)) {
         return true;
@@ -273,7 +248,6 @@ int32_t makeName(ByteView encoding, runtime::Name** out) {
     return kOutOfMemory;
   }
   name->encoding = std::move(copy);
-  name->relativeNames = *count;
   *out = name;
   return kOk;
 }

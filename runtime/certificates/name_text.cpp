@@ -3,6 +3,7 @@
 #include "runtime/certificates/name.h"
 #include "runtime/der/asn1_string.h"
 #include "runtime/der/der_writer.h"
+#include "runtime/der/element_list.h"
 #include "runtime/hex.h"
 #include "runtime/utf.h"
 
@@ -103,42 +104,49 @@ class NameTextReader {
   // relativeDistinguishedName = attribute *( "+" attribute ), a SET OF in DER: in the order of the
   // encodings.
   bool relativeName(Bytes& out) {
-    Bytes sorted;
+    Bytes attributes;
     do {
-      Bytes encoding;
-      if (!attribute(encoding) || !insertSorted(encoding, sorted)) {
+      if (!attribute(attributes)) {
         return false;
       }
     } while (takeChar('+'));
-    DerWriter(out).element(kSet, sorted);
-    return true;
-  }
-
-  bool insertSorted(const Bytes& attribute, Bytes& sorted) {
-    if (attribute.failed()) {
-      sorted.fail();
-    }
-    if (sorted.failed()) {
+    if (attributes.failed()) {
+      out.fail();
       return true;
     }
-    const ByteView type = typeOf(attribute.view());
-    size_t position = 0;
-    DerReader reader(sorted.view());
-    while (!reader.atEnd()) {
-      const ByteView other = reader.takeAny()->whole;
-      if (equalBytes(typeOf(other), type)) {
-        return refuse("a type stands twice between two commas");
-      }
-      if (compareBytes(other, attribute.view()) < 0) {
-        position = static_cast<size_t>(other.data() + other.size() - sorted.data());
-      }
+    ElementList list(attributes.view());
+    DerWriter writer(out);
+    if (list.failed()) {
+      writer.fail();
+      return true;
     }
-    sorted.insert(position, attribute.view());
+    const size_t set = writer.begin(kSet);
+    if (!writeSorted(list.elements(), writer)) {
+      return false;
+    }
+    writer.end(set);
     return true;
   }
 
-  static ByteView typeOf(ByteView attribute) {
-    return DerReader(*derContent(attribute, kSequence)).takeAny()->content;
+  bool writeSorted(std::span<DerElement> attributes, DerWriter& writer) {
+    std::sort(attributes.begin(), attributes.end(),
+              [](const auto& a, const auto& b) { return compareBytes(typeOf(a), typeOf(b)) < 0; });
+    const auto twice = std::adjacent_find(
+        attributes.begin(), attributes.end(),
+        [](const auto& a, const auto& b) { return equalBytes(typeOf(a), typeOf(b)); });
+    if (twice != attributes.end()) {
+      return refuse("a type stands twice between two commas");
+    }
+    std::sort(attributes.begin(), attributes.end(),
+              [](const auto& a, const auto& b) { return compareBytes(a.whole, b.whole) < 0; });
+    for (const DerElement& attribute : attributes) {
+      writer.raw(attribute.whole);
+    }
+    return true;
+  }
+
+  static ByteView typeOf(const DerElement& attribute) {
+    return DerReader(attribute.content).takeAny()->content;
   }
 
   // attribute = type "=" ( "#" hexstring / string )

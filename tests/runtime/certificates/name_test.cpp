@@ -183,6 +183,7 @@ TEST_F(NameTest, ValuesThatTheirTypeDoesNotAllowAreRefusedAndSayWhy) {
            Refusal{"DC=ä", "DC and emailAddress take ASCII"},
            Refusal{"emailAddress=ä@b", "DC and emailAddress take ASCII"},
            Refusal{"CN=a+CN=b", "a type stands twice"},
+           Refusal{"CN=a+O=x+1.2.3.4=b+2.5.4.3=c", "a type stands twice"},
            Refusal{"CN", "a part has no"},
            Refusal{"XX=y", "a type is neither"},
            Refusal{"CN=#0C", "behind \"#\" stands something that is not the DER"},
@@ -221,6 +222,22 @@ TEST_F(NameTest, AttributesOfOneRelativeNameAreSorted) {
   const Owned<runtime::Name> other = name("L=Zz+O=X+CN=Y");
   EXPECT_EQ(types.NameCompare(one.get(), other.get()), 0);
   EXPECT_EQ(text(one.get()), "CN=Y+O=X+L=Zz");  // the shorter ones come first
+}
+
+TEST_F(NameTest, ManyAttributesOfOneRelativeNameAreSorted) {
+  std::string rising;
+  std::string falling;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string attribute = "1.2." + std::to_string(i) + "=" + std::to_string(i % 7);
+    rising += (i == 0 ? "" : "+") + attribute;
+    falling = attribute + (i == 0 ? "" : "+") + falling;
+  }
+  const Owned<runtime::Name> one = name(rising.c_str());
+  const Owned<runtime::Name> other = name(falling.c_str());
+  EXPECT_EQ(types.NameCompare(one.get(), other.get()), 0);
+  const std::string sorted = text(one.get());
+  EXPECT_EQ(sorted.substr(0, 27), "1.2.0=#0C0130+1.2.1=#0C0131");
+  EXPECT_EQ(sorted.substr(sorted.rfind('+')), "+1.2.999=#0C0135");
 }
 
 TEST_F(NameTest, ControlCharactersAreEscaped) {
