@@ -30,6 +30,17 @@ class ClassRegistryTest : public test::ModuleTest {
     EXPECT_EQ(classFactories().count(), 0u) << "the cache is empty after the last end";
   }
 
+  // Whose lists were given back.
+  std::vector<std::string> releasedComponents() const {
+    std::vector<std::string> components;
+    for (const test::RootCall& call : spy.rootCalls()) {
+      if (call.kind == test::RootCall::kRelease && call.name == kClassFactoryListName) {
+        components.push_back(call.component.value_or(""));
+      }
+    }
+    return components;
+  }
+
   int object = 0;
 };
 
@@ -206,15 +217,23 @@ TEST_F(ClassRegistryTest, KeptListsAreReleasedLastToFirst) {
     spy.addInterface(names[i].c_str(), kClassFactoryListName, &lists[i]);
     EXPECT_EQ(classFactories().GetFactory(names[i].c_str(), true), &lists[i]);
   }
+  // Each with its name: what is released, or the list that goes.
+  static std::vector<std::string> released;
+  static auto* const releaseText = spy.commonTypes.TextRelease;
+  static auto* const releaseList = spy.root.ReleaseInterface;
+  released.clear();
+  spy.commonTypes.TextRelease = [](char* text) {
+    released.emplace_back(text);
+    releaseText(text);
+  };
+  spy.root.ReleaseInterface = [](const void** table) {
+    released.emplace_back("a list");
+    releaseList(table);
+  };
   spy.clearRootCalls();
-  stop();
-  std::vector<std::string> released;
-  for (const test::RootCall& call : spy.rootCalls()) {
-    if (call.name == kClassFactoryListName) {
-      released.push_back(call.component.value_or(""));
-    }
-  }
-  EXPECT_THAT(released, ElementsAre("third", "second", "first"));
+  EXPECT_EQ(classFactories().Unload(0), kOk);
+  EXPECT_THAT(released, ElementsAre("third", "a list", "second", "a list", "first", "a list"));
+  EXPECT_THAT(releasedComponents(), ElementsAre("third", "second", "first"));
 }
 
 TEST_F(ClassRegistryTest, TheRegistryRegistersWithItsFirstKeptListAlone) {
@@ -242,6 +261,17 @@ TEST_F(ClassRegistryTest, KeptListsOutliveObjectsThatAreReleasedFirst) {
   EXPECT_EQ(older.keptAtEnd, 1u);
 }
 
+TEST_F(ClassRegistryTest, EachKeptListIsFoundAgain) {
+  ClassFactoryList second = spy.component.list;
+  spy.addInterface("second", kClassFactoryListName, &second);
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(classFactories().GetFactory(kOther, true), &spy.component.list);
+    EXPECT_EQ(classFactories().GetFactory("second", true), &second);
+  }
+  EXPECT_EQ(classFactories().count(), 2u);
+  EXPECT_THAT(spy.rootCallNames(), ElementsAre("ClassFactory.1", "ClassFactory.1"));
+}
+
 TEST_F(ClassRegistryTest, WithoutTheKeepFlagNothingIsCached) {
   const ClassFactoryList* theirs = classFactories().GetFactory(kOther, false);
   ASSERT_NE(theirs, nullptr);
@@ -255,6 +285,16 @@ TEST_F(ClassRegistryTest, AComponentThatIsNotThereFails) {
   void* out = nullptr;
   EXPECT_EQ(RouteCreateInstance("nobody", "c", &kAnyId, &out), kFail);
   EXPECT_EQ(classFactories().GetFactory("nobody", true), nullptr);
+  EXPECT_EQ(classFactories().count(), 0u);
+}
+
+TEST_F(ClassRegistryTest, AComponentThatGivesNothingButSuccessIsNotThere) {
+  spy.root.GetInterface = [](const char*, const char*, const void** table) {
+    *table = nullptr;
+    return kOk;
+  };
+  EXPECT_EQ(classFactories().GetFactory(kOther, true), nullptr);
+  EXPECT_EQ(classFactories().GetFactory(kOther, false), nullptr);
   EXPECT_EQ(classFactories().count(), 0u);
 }
 

@@ -113,6 +113,27 @@ TEST_F(ComObjectTest, QueryInterfaceForAnUnknownIdStoresNullAndLeavesTheCount) {
   EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
 }
 
+TEST_F(ComObjectTest, EveryByteOfAnIdCounts) {
+  const InterfaceMapRow map[] = {{&kFirstId, 0, kMapOffset}, mapEnd()};
+  EXPECT_EQ(findInterface(this, map, kFirstId), this);
+  for (size_t i = 0; i < sizeof(Guid); ++i) {
+    Guid other = kFirstId;
+    reinterpret_cast<uint8_t*>(&other)[i] ^= 1;
+    EXPECT_EQ(findInterface(this, map, other), nullptr) << "byte " << i;
+  }
+}
+
+TEST_F(ComObjectTest, IUnknownIsTheFirstRowOrNone) {
+  uint8_t object[16] = {};
+  const InterfaceMapRow none[] = {mapEnd()};
+  const InterfaceMapRow hidden[] = {{&kHiddenId, 0, 7}, {&kFirstId, 8, kMapOffset}, mapEnd()};
+  const InterfaceMapRow second[] = {{&kFirstId, 8, kMapOffset}, mapEnd()};
+  EXPECT_EQ(findInterface(object, none, IID_IComponent), nullptr);
+  EXPECT_EQ(findInterface(object, hidden, IID_IComponent), nullptr);
+  EXPECT_EQ(findInterface(object, hidden, kFirstId), object + 8);
+  EXPECT_EQ(findInterface(object, second, IID_IComponent), object + 8);
+}
+
 TEST_F(ComObjectTest, ASecondInterfaceLiesAtItsOffsetAndSharesTheCount) {
   void* object = createSample();
   void* second = nullptr;
@@ -138,12 +159,23 @@ TEST_F(ComObjectTest, AddRefAndReleaseReturnTheNewCount) {
 }
 
 TEST_F(ComObjectTest, TheDestructorKeepsTheMemoryWithoutBit0) {
-  ComPtr<CComObject<Sample>> object;
-  ASSERT_EQ(createObject(object), kOk);
-  void* const block = object.release();
-  EXPECT_EQ(test::call<void*>(block, 4, uint32_t{0}), block);
-  EXPECT_EQ(Sample::alive, 0);
-  processFree(block);
+  for (const uint32_t flags : {0u, 2u, 0xFFFFFFFEu}) {
+    ComPtr<CComObject<Sample>> object;
+    ASSERT_EQ(createObject(object), kOk);
+    void* const block = object.release();
+    EXPECT_EQ(test::call<void*>(block, 4, flags), block);
+    EXPECT_EQ(Sample::alive, 0);
+    processFree(block);
+  }
+}
+
+TEST_F(ComObjectTest, TheDestructorFreesTheMemoryWithBit0) {
+  for (const uint32_t flags : {1u, 3u, 0xFFFFFFFFu}) {
+    const int64_t before = test::allocation_gate::liveProcessBlocks();
+    void* const object = createSample();
+    EXPECT_EQ(test::call<void*>(object, 4, flags), object);
+    EXPECT_EQ(test::allocation_gate::liveProcessBlocks(), before);
+  }
 }
 
 TEST_F(ComObjectTest, AnObjectWithoutTheAskedInterfaceIsDestroyedAgain) {
@@ -166,6 +198,36 @@ TEST_F(ComObjectTest, AFailedCreationGivesNullAndOutOfMemory) {
   });
 }
 
+class Unfinished : public IFirst, public CFactoryImpl<Unfinished>, public CComObjectRoot {
+ public:
+  static inline int alive = 0;
+  static inline int32_t result = kOk;
+
+  static const InterfaceMapRow* InterfaceMap() {
+    static const InterfaceMapRow map[] = {mapRow<Unfinished, IFirst>(kFirstId), mapEnd()};
+    return map;
+  }
+  int32_t First() override { return 1; }
+  int32_t FinalConstruct() { return result; }
+
+ protected:
+  Unfinished() { ++alive; }
+  ~Unfinished() { --alive; }
+};
+
+TEST_F(ComObjectTest, AnObjectThatCannotBeFinishedIsDestroyedAgain) {
+  const int64_t before = test::allocation_gate::liveProcessBlocks();
+  Unfinished::result = kAccessDenied;
+  void* object = &spy;
+  EXPECT_EQ(Unfinished::CreateInstance(&kFirstId, &object), kAccessDenied);
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(Unfinished::alive, 0);
+  EXPECT_EQ(test::allocation_gate::liveProcessBlocks(), before);
+  Unfinished::result = kFalse;
+  EXPECT_EQ(Unfinished::CreateInstance(&kFirstId, &object), kOk);
+  EXPECT_EQ(test::call<uint32_t>(object, 2), 0u);
+}
+
 // --- Singletons ---
 
 class OneOfAKind : public IFirst, public CSingletonFactoryImpl<OneOfAKind>, public CComObjectRoot {
@@ -178,6 +240,8 @@ class OneOfAKind : public IFirst, public CSingletonFactoryImpl<OneOfAKind>, publ
     return map;
   }
   int32_t First() override { return 1; }
+  int32_t Load() override { return loadResult; }
+  static inline int32_t loadResult = kOk;
 
  protected:
   OneOfAKind() { ++alive; }
@@ -234,18 +298,34 @@ TEST_F(ComObjectTest, AnObjectThatIsReleasedBetweenEndAndStartIsDestroyed) {
   EXPECT_EQ(Sample::alive, 0);
 }
 
+// Neither without its memory nor without its place in the registry that ends it.
 TEST_F(ComObjectTest, ASingletonThatCannotBeMadeIsMadeByTheNextCall) {
-  test::allocation_gate::failAt(1, false);
-  void* object = nullptr;
-  const int32_t result = OneOfAKind::CreateInstance(&kFirstId, &object);
-  const bool refused = test::allocation_gate::refused() != 0;
-  test::allocation_gate::neverFail();
-  if (refused) {
-    EXPECT_EQ(result, kOutOfMemory);
-    EXPECT_EQ(object, nullptr);
-    object = oneOfAKind();
+  for (const uint64_t n : {1u, 2u}) {
+    void* object = nullptr;
+    test::allocation_gate::failAt(n, false);
+    const int32_t result = OneOfAKind::CreateInstance(&kFirstId, &object);
+    const bool refused = test::allocation_gate::refused() != 0;
+    test::allocation_gate::neverFail();
+    if (refused) {
+      EXPECT_EQ(result, kOutOfMemory) << n;
+      EXPECT_EQ(object, nullptr) << n;
+      EXPECT_EQ(OneOfAKind::alive, 0) << n;
+    } else {
+      test::call<uint32_t>(object, 2);
+    }
   }
-  test::call<uint32_t>(object, 2);
+  EXPECT_EQ(test::call<uint32_t>(oneOfAKind(), 2), 1u);
+}
+
+TEST_F(ComObjectTest, ASingletonThatDoesNotLoadIsNotThere) {
+  OneOfAKind::loadResult = kAccessDenied;
+  void* object = &spy;
+  EXPECT_EQ(OneOfAKind::CreateInstance(&kFirstId, &object), kAccessDenied);
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(OneOfAKind::alive, 0);
+  OneOfAKind::loadResult = kFalse;
+  EXPECT_EQ(test::call<uint32_t>(oneOfAKind(), 2), 1u) << "a positive result is no failure";
+  OneOfAKind::loadResult = kOk;
 }
 
 // --- Containers ---

@@ -36,8 +36,9 @@ PAL_REPLACE(DWORD, GetModuleFileNameA, (HMODULE, LPSTR path, DWORD size)) {
   return copyOut(FakeLibraries::instance().moduleFile, path, size);
 }
 PAL_REPLACE(BOOL, GetModuleHandleExA, (DWORD, LPCSTR name, HMODULE* module)) {
-  *module = reinterpret_cast<HMODULE>(const_cast<char*>(name));
-  return TRUE;
+  const bool isKnown = FakeLibraries::instance().isModuleKnown;
+  *module = isKnown ? reinterpret_cast<HMODULE>(const_cast<char*>(name)) : nullptr;
+  return isKnown ? TRUE : FALSE;
 }
 PAL_REPLACE(UINT, GetSystemDirectoryA, (LPSTR path, UINT size)) {
   return copyOut(FakeLibraries::instance().systemDirectory, path, size);

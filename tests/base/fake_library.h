@@ -10,6 +10,7 @@ struct FakeLibraries {
   std::vector<std::string> attempts;  // in order
   std::string systemDirectory = "/system";
   std::string moduleFile = "/app/bin/module.so";
+  bool isModuleKnown = false;  // nor is it when the program is loaded
 
   static FakeLibraries& instance();
 };

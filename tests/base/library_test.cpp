@@ -16,7 +16,10 @@ using testing::IsEmpty;
 
 class LibrarySearchTest : public testing::Test {
  protected:
-  void SetUp() override { fake = {}; }
+  void SetUp() override {
+    fake = {};
+    fake.isModuleKnown = true;
+  }
 
   bool load(const char* name, const char* directory, uint32_t flags) {
     return LoadModuleLibrary(name, directory, flags, nullptr, 0) != nullptr;
@@ -45,8 +48,9 @@ TEST_F(LibrarySearchTest, ANameWithABackslashAndNoExtensionIsLoadedExactlyAsGive
 TEST_F(LibrarySearchTest, NamesOf259CharactersAndMoreFail) {
   EXPECT_FALSE(load(std::string(259, 'a').c_str(), "/app", 0));
   EXPECT_THAT(fake.attempts, IsEmpty());
-  HMODULE module = nullptr;
+  auto module = reinterpret_cast<HMODULE>(&fake);
   EXPECT_EQ(LoadSystemLibrary(std::string(259, 'a').c_str(), &module), kFail);
+  EXPECT_EQ(module, nullptr);
   EXPECT_THAT(fake.attempts, IsEmpty());
   EXPECT_FALSE(load((std::string(257, 'a') + "\\").c_str(), "/app", 0));
   EXPECT_EQ(fake.attempts.size(), 1u) << "258 characters are tried";
@@ -144,8 +148,27 @@ TEST_F(LibrarySearchTest, AFileWithoutACompletePathHasNoDirectory) {
   EXPECT_EQ(directoryOf("module.so"), "");
 }
 
+TEST_F(LibrarySearchTest, TheOwnFileNameNeedsRoomForAllOfIt) {
+  std::string room(fake.moduleFile.size() + 1, '?');
+  EXPECT_TRUE(ownFileName(room.data(), static_cast<uint32_t>(room.size())));
+  EXPECT_EQ(room.c_str(), fake.moduleFile);
+  EXPECT_FALSE(ownFileName(room.data(), static_cast<uint32_t>(room.size()) - 1));
+}
+
+TEST_F(LibrarySearchTest, WithoutAModuleThereIsNoFileName) {
+  fake.isModuleKnown = false;
+  char room[kPathCapacity] = {};
+  EXPECT_FALSE(ownFileName(room, sizeof(room)));
+  fake.isModuleKnown = true;
+  fake.moduleFile.clear();
+  EXPECT_FALSE(ownFileName(room, sizeof(room)));
+}
+
 // The directory is found once in a process.
 TEST_F(LibrarySearchTest, TheOwnDirectoryLosesTheLongPathPrefix) {
+  fake.isModuleKnown = false;
+  EXPECT_STREQ(ownDirectory(), "") << "not yet";
+  fake.isModuleKnown = true;
   fake.moduleFile = "\\\\?\\/app/bin/module.so";
   EXPECT_STREQ(ownDirectory(), "/app/bin");
 }

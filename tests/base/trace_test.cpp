@@ -139,6 +139,25 @@ TEST_F(TraceTest, ALevelIsOnUpToTheCurrentOne) {
   EXPECT_TRUE(isTraceOn(5, nullptr));
 }
 
+TEST_F(TraceTest, TheLevelIsAskedForWithTheSourceAndTheLevelInQuestion) {
+  static std::string asked;
+  spy.notify.GetLevel = [](const char* source, uint32_t level) {
+    asked = source + (" " + std::to_string(level));
+    return uint32_t{2};
+  };
+  EXPECT_TRUE(isTraceOn(2, kModuleSource));
+  EXPECT_EQ(asked, "vexabase 2");
+  EXPECT_FALSE(isTraceOn(3, nullptr));
+  EXPECT_EQ(asked, defaultTraceSource() + std::string(" 3"));
+}
+
+TEST_F(TraceTest, WideMessagesKeepTheirSource) {
+  traceWide(kTraceInfo, kModuleSource, u"a");
+  traceWideFormat(kTraceInfo, kModuleSource, u"%s", u"b");
+  EXPECT_THAT(spy.trace(),
+              ElementsAre(TraceLine{4, "vexabase", "a"}, TraceLine{4, "vexabase", "b"}));
+}
+
 TEST_F(TraceTest, NothingHappensWhileTracingIsUnbound) {
   stop();
   spy.clearTrace();

@@ -90,14 +90,16 @@ struct SpyEntries {
     return kOk;
   }
 
-  static void message(uint32_t level, const char* source, uint64_t, const char* format, ...) {
+  static void message(uint32_t level, const char* source, uint64_t zero, const char* format, ...) {
+    EXPECT_EQ(zero, 0u) << format;
     va_list arguments;
     va_start(arguments, format);
     theSpy->note(level, source, render(format, arguments));
     va_end(arguments);
   }
-  static void messageList(uint32_t level, const char* source, uint64_t, const char* format,
+  static void messageList(uint32_t level, const char* source, uint64_t zero, const char* format,
                           va_list arguments) {
+    EXPECT_EQ(zero, 0u) << format;
     theSpy->note(level, source, render(format, arguments));
   }
   static uint32_t getLevel(const char* source, uint32_t /*level*/) {
