@@ -5,6 +5,7 @@ names and compile-time checks are left alone; what stands in texts is changed on
 is meant for it.
 """
 
+import itertools
 import re
 from typing import NamedTuple
 
@@ -26,6 +27,10 @@ RESULTS = ["kOk", "kFalse", "kFail", "kInvalidArgument", "kNullPointer", "kOutOf
 CALL = re.compile(r"^\s*(\(void\)\s*)?[A-Za-z_][\w:.>()*\[\]-]*\([^;{}]*\);\s*$")
 LOCK = re.compile(r"^\s*(?:\w+::)*ScopedLock \w+\(.*\);\s*$")
 STORE = re.compile(r"^\s*\*?[a-z][\w.>\[\]-]* [|&^+-]?= [^;{}]+;\s*$")
+# An object at the margin that is there for what its constructor does.
+RECORD = re.compile(r"^(?:\w+::)*[A-Z]\w+ \w+(?:\{.*\})?;\s*$")
+# An entry of a table.
+ENTRY = re.compile(r"^(\s+\.\w+ = )(.*?)(,?\s*)$")
 # The numbers of a GUID: any others would name what it names just as well.
 GUID = re.compile(r"0x\w{8}, 0x\w{4}, 0x\w{4}, \{")
 DECLARES = re.compile(r"^\s*(#|//|using |namespace |template|static_assert|class |struct |enum "
@@ -107,6 +112,8 @@ def _drops(line, code):
         yield "call", ""
     elif STORE.match(code):
         yield "store", ""
+    elif RECORD.match(code):
+        yield "record", ""
 
 
 def _texts(line, code):
@@ -118,6 +125,13 @@ def _texts(line, code):
             yield "text", line[:at] + ("x" if line[at] != "x" else "y") + line[at + 1:]
 
 
+def _entry_of_another(line_above, line):
+    """An entry has the value of the one above it."""
+    above, here = ENTRY.match(line_above), ENTRY.match(line)
+    if above and here:
+        yield "entry", here.group(1) + above.group(2) + here.group(3)
+
+
 EDITS = (_comparisons, _logic, _constants, _arithmetic, _conditions, _results, _drops, _texts)
 
 
@@ -125,7 +139,8 @@ def mutations_of(text):
     """Every mutation of a source, from its top to its end."""
     found = []
     inside_check = False
-    for number, line in enumerate(text.split("\n")):
+    lines = text.split("\n")
+    for number, (line_above, line) in enumerate(zip(["", *lines], lines)):
         code = blank_texts(line)
         inside_check |= "static_assert" in code or "VEXA_SLOT" in code
         if inside_check:
@@ -133,7 +148,7 @@ def mutations_of(text):
             continue
         if DECLARES.match(line) or GUID.search(code) or not code.strip():
             continue
-        for edit in EDITS:
-            found.extend(Mutation(kind, number, line, new) for kind, new in edit(line, code)
-                         if new != line)
+        made = itertools.chain(_entry_of_another(line_above, line),
+                               *(edit(line, code) for edit in EDITS))
+        found.extend(Mutation(kind, number, line, new) for kind, new in made if new != line)
     return found
