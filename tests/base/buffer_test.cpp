@@ -83,6 +83,16 @@ TEST_F(BufferSlots, BufferFromBytesCopiesAndTerminates) {
   release(buffer);
 }
 
+TEST_F(BufferSlots, EveryLengthIsCopiedWhole) {
+  const std::string bytes = "0123456789";
+  for (uint64_t length = 0; length <= bytes.size(); ++length) {
+    ASSERT_EQ(fromBytes(bytes.data(), length, &buffer), kOk);
+    EXPECT_EQ(buffer->length, length);
+    EXPECT_EQ(reinterpret_cast<const char*>(buffer->data), bytes.substr(0, length));
+    release(buffer);
+  }
+}
+
 TEST_F(BufferSlots, ALengthThatLeavesNoRoomForTheTerminatorFails) {
   buffer = reinterpret_cast<ByteBuffer*>(this);
   EXPECT_EQ(fromBytes("a", UINT64_MAX, &buffer), kBufferFail);

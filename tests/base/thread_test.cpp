@@ -66,7 +66,16 @@ TEST_F(ThreadTest, TerminateEndsItByForceAndKeepsTheId) {
   Thread::Start(&thread, meet, &lasting);
   ASSERT_TRUE(lasting.entered.Wait(kLong));
   const uint32_t id = thread.id();
+#if defined(_WIN32)
+  const KernelHandle own(OpenThread(THREAD_QUERY_INFORMATION | SYNCHRONIZE, FALSE, id));
+#endif
   thread.Terminate();
+#if defined(_WIN32)
+  DWORD exitCode = 99;
+  EXPECT_EQ(WaitForSingleObject(own.get(), kLong), DWORD{WAIT_OBJECT_0});
+  EXPECT_TRUE(GetExitCodeThread(own.get(), &exitCode));
+  EXPECT_EQ(exitCode, 0u);
+#endif
   EXPECT_EQ(thread.handle(), nullptr);
   EXPECT_EQ(thread.id(), id);
   EXPECT_FALSE(thread.Wait(0));

@@ -80,6 +80,22 @@ TEST(WideFormat, ADirectiveThatIsCutShortEndsTheText) {
   EXPECT_EQ(format(u"a%q"), u"aq") << "what is no conversion stands for itself";
 }
 
+void formatInto(std::u16string& room, uint64_t length, const char16_t* text, ...) {
+  va_list arguments;
+  va_start(arguments, text);
+  formatWide(room.data(), length, text, arguments);
+  va_end(arguments);
+}
+
+TEST(WideFormat, FillsItsRoomAndNoMore) {
+  for (uint64_t length = 0; length < 8; ++length) {
+    std::u16string room(9, u'?');
+    formatInto(room, length, u"%d%s", 12, u"345");
+    const std::u16string fits = std::u16string(u"12345").substr(0, length);
+    EXPECT_EQ(room, fits + u'\0' + std::u16string(room.size() - fits.size() - 1, u'?')) << length;
+  }
+}
+
 // --- Fields of numbers are cut to a length that a line of a trace can bear; those of texts are
 // not.
 
