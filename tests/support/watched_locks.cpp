@@ -1,5 +1,7 @@
 #include "support/watched_locks.h"
 
+#include <utility>
+
 #include "pal/windows_api.h"
 
 namespace vexa::test {
@@ -8,12 +10,15 @@ namespace {
 thread_local int held = 0;
 thread_local int heldAtSignal = -1;
 thread_local int entries = 0;
+thread_local std::function<void()> signalHook;
 
 }  // namespace
 
 int heldLocks() { return held; }
 
 int heldLocksAtSignal() { return heldAtSignal; }
+
+void onSignal(std::function<void()> hook) { signalHook = std::move(hook); }
 
 int lockEntries() { return entries; }
 
@@ -39,7 +44,13 @@ void WINAPI __wrap_LeaveCriticalSection(LPCRITICAL_SECTION section) {
 
 BOOL WINAPI __wrap_SetEvent(HANDLE event) {
   vexa::test::heldAtSignal = vexa::test::held;
-  return __real_SetEvent(event);
+  const BOOL result = __real_SetEvent(event);
+  // Not for the events that it sets itself.
+  if (const auto hook = std::exchange(vexa::test::signalHook, nullptr)) {
+    hook();
+    vexa::test::signalHook = hook;
+  }
+  return result;
 }
 
 }  // extern "C"

@@ -35,7 +35,9 @@ BUILD = COPY / "build" / "mutate"
 FOLDERS = ("base", "collections", "json", "webclient", "monitor", "certs", "pkcs12", "capi",
            "scrambler", "time", "pal", "module", "runtime", "host")
 # Tests of other folders that look after a folder, too; built and run when its own see nothing.
-ALSO = {"base": ("module", "endtoend"), "module": ("conformance", "endtoend"),
+# What the lists of the module offer is tested where it is written.
+ALSO = {"base": ("module", "endtoend"),
+        "module": ("conformance", "endtoend", "base", "pkcs12", "scrambler"),
         "host": ("endpoint",)}
 # What the checks of a folder start.
 PROGRAMS = {"host": ("vexahost", "vexabase", "velmora")}
