@@ -438,14 +438,16 @@ def check_waiting(checks, host):
         reader = Reader(connection)
         connection.sendall(host.head("GET /v1/events HTTP/1.1", f"Origin: {ALLOWED}"))
         status, headers = reader.head()
-        data = reader.event()
-        show("GET /v1/events", Answer(status, headers, json.dumps(data).encode()))
+        block = reader.until(b"\n\n").decode().splitlines()
+        data = as_json("".join(line.removeprefix("data: ") for line in block[1:]))
+        show("GET /v1/events", Answer(status, headers, "\n".join(block).encode()))
         checks.expect("/v1/events is a stream of events", status == 200 and
                       headers.get("content-type") == "text/event-stream" and
                       "content-length" not in headers and
                       headers.get("access-control-allow-origin") == ALLOWED, headers)
-        checks.expect("... whose first one tells the state",
-                      data and isinstance(data["changes"], int), data)
+        checks.expect("... whose first one tells the state", data ==
+                      {"changes": changes, "cause": data["cause"]} and block[0] == f"id: {changes}"
+                      and all(line.startswith("data: ") for line in block[1:]), block)
 
 
 def check_crowd(checks, host, clients=8, requests=20):

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Whoever waits at the endpoint learns of real network changes, made in a namespace of the test's own.
+"""Whoever waits at the endpoint, or for `vexahost monitor`, learns of real network changes, made in a
+namespace of the test's own.
 
 check_events.py [--report FILE] -- COMMAND...
 
@@ -9,11 +10,14 @@ receives the counts.
 
 import os
 import pathlib
+import select
+import signal
 import subprocess
 import sys
 
 from endpoint import COMMAND, Host, Reader, argument, as_json, run_checks
 
+TRIES = 20
 NAMESPACE = f"vexa-events-{os.getpid()}"
 
 
@@ -60,8 +64,38 @@ def check_inside(checks, command):
                   host.left_no_block(), host.lines[-3:])
 
 
+def change_until_told(process):
+    """Interfaces come and go until the process says something; what it says. A change at the very
+    moment when it begins to watch may be the state that it begins with."""
+    for _ in range(TRIES):
+        if not ip("link", "add", "vexa0", "type", "veth", "peer", "name", "vexa1"):
+            ip("link", "del", "vexa0")
+        if select.select([process.stdout], [], [], 2.0)[0]:
+            break
+    return process.stdout.readline().decode().rstrip()
+
+
+def check_monitor(checks, command):
+    """`vexahost monitor`, in the namespace."""
+    for options, first, change in [
+        ([], "watching the network every 1 s (Ctrl-C ends)", "change {}"),
+        (["--json"], '{"watchingEverySeconds":1}', '{{"change":{}}}'),
+    ]:
+        with subprocess.Popen([*command, *options, "monitor", "--interval", "1"], bufsize=0,
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE) as process:
+            said = [process.stdout.readline().decode().rstrip()]
+            said += [change_until_told(process) for _ in range(2)]
+            process.send_signal(signal.SIGINT)
+            process.stdout.read()
+        checks.expect(f"monitor {' '.join(options)} counts the changes", said ==
+                      [first, change.format(1), change.format(2)], said)
+        checks.expect("... and ends well with Ctrl-C", process.returncode == 0, process.returncode)
+    ip("link", "del", "vexa0")
+
+
 def check(checks, options):
     if options.inside:
+        check_monitor(checks, options.command)
         check_addresses(checks, options.command)
         check_inside(checks, options.command)
     elif ip("netns", "add", NAMESPACE) and ip("-n", NAMESPACE, "link", "set", "lo", "up"):

@@ -107,5 +107,14 @@ def check_slow(checks, host):
 def check_limits(checks, host):
     check_unfinished(checks, host)
     check_connections(checks, host)
-    check_requests(checks, host)
-    check_slow(checks, host)
+    with host.connect() as stream:
+        stream.sendall(host.head("GET /v1/events HTTP/1.1"))
+        reader = Reader(stream)
+        status, headers = reader.head()
+        checks.expect("a stream ends with its connection", status == 200 and
+                      headers.get("connection") == "close", headers)
+        reader.until(b"\n\n")
+        check_requests(checks, host)
+        check_slow(checks, host)
+        checks.expect("a stream without news is kept open by comments",
+                      reader.until(b"\n\n") == b": still here")

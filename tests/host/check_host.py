@@ -16,7 +16,7 @@ import tempfile
 
 from answers import check_answers
 from counts import COMMAND, run_checks
-from issuing import check_keys, check_profiles, check_refusals
+from issuing import check_contents, check_keys, check_profiles, check_refusals
 from pki import PASSWORD, make_chain, openssl
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -381,6 +381,7 @@ def check(checks, options):
         check_pkcs12(checks, host, folder)
         check_issuing(checks, host, folder)
         check_profiles(checks, host, folder)
+        check_contents(checks, host, folder)
         check_keys(checks, host, folder)
         check_refusals(checks, host, folder)
         check_bundle(checks, host, folder)

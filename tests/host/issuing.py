@@ -1,6 +1,7 @@
 """What `vexahost ca issue` and `vexahost p12 create` make of their options, by OpenSSL's judgement."""
 
 import re
+from datetime import datetime, timedelta
 
 from pki import AUTHORITY, PASSWORD, openssl
 
@@ -64,6 +65,59 @@ def check_profiles(checks, host, folder):
                   "notBefore=Jan 31 00:00:00 2025 GMT\nnotAfter=Dec 31 23:59:59 2049 GMT\n", text)
     text = extensions(folder, "deep.pem", "extendedKeyUsage")
     checks.expect("... for the purposes given", "1.2.3.4, Code Signing" in text, text)
+
+
+def check_contents(checks, host, folder):
+    """What a certificate is good for, and how long, by the words that were given."""
+    new_curve = ["--curve", "P-256", "--p12-out", "new.p12", "--p12-password-file", "pw"]
+    jane = ["--like", "jane.pem"]
+    for options, constraints, usage, purposes in [
+        (jane, "CA:FALSE", "Digital Signature, Non Repudiation", None),
+        (["--for", "client", *jane], "CA:FALSE", "Digital Signature",
+         "TLS Web Client Authentication"),
+        (["--for", "client", "--eku", "codeSigning", *jane], "CA:FALSE", "Digital Signature",
+         "Code Signing"),
+        (["--for", "client", "--usage", "2", *jane], "CA:FALSE", "Key Encipherment",
+         "TLS Web Client Authentication"),
+        (["--for", "person", *jane], "CA:FALSE",
+         "Digital Signature, Non Repudiation, Key Encipherment",
+         "E-mail Protection, TLS Web Client Authentication"),
+        (["--for", "server", "--san", "DNS:a.example", *new_curve], "CA:FALSE",
+         "Digital Signature", "TLS Web Server Authentication"),
+        (["--for", "ca", *jane], "CA:TRUE", "Certificate Sign, CRL Sign", None),
+        (["--ca", "--usage", "5", *jane], "CA:TRUE", "Certificate Sign", None),
+    ]:
+        issue(host, "CN=Use", "use.pem", *options)
+        words = ["X509v3 Basic Constraints: critical", constraints, "X509v3 Key Usage: critical",
+                 usage, *(["X509v3 Extended Key Usage: ", purposes] if purposes else [])]
+        _, text = openssl(folder, "x509", "-in", "use.pem", "-noout", "-ext",
+                          "basicConstraints,keyUsage,extendedKeyUsage")
+        checks.expect(f"ca issue {' '.join(options)} is for {usage}",
+                      [line.strip() for line in text.splitlines()] ==
+                      [word.strip() for word in words], (text, host.error))
+    _, text = host.run("p12", "open", "new.p12", "--password-file", "pw")
+    checks.expect("the new key comes with the chain of its certificate", text ==
+                  "certificate  CN=Use\ncertificate  CN=Test Root,O=Orlind,C=DE\n"
+                  "private key  yes, of the first certificate\n", text)
+    for options, days in [([], 365), (["--days", "10"], 10)]:
+        issue(host, "CN=Days", "days.pem", *jane, *options)
+        _, text = openssl(folder, "x509", "-in", "days.pem", "-noout", "-dates")
+        begin, end = (datetime.strptime(line.partition("=")[2], "%b %d %H:%M:%S %Y %Z")
+                      for line in text.splitlines())
+        checks.expect(f"it begins a minute ago and ends in {days} days",
+                      end - begin == timedelta(days=days, minutes=1), text)
+        status, text = openssl(folder, "verify", "-CAfile", "ca.pem", "days.pem")
+        checks.expect("... and is valid now", status == 0, text)
+    status, _ = issue(host, "CN=Chain", "chain.pem", *new_curve, issuer=[
+        "--issuer-key", "jane.key", "--issuer-cert", "jane.pem", "--issuer-cert", "ca.pem"])
+    checks.expect("--issuer-cert takes the signer's first", status == 3 and
+                  "authority" in host.error, (status, host.error))
+    status, _ = issue(host, "CN=Chain", "chain.pem", *new_curve, issuer=[
+        "--issuer-key", "ca.key", "--issuer-cert", "ca.pem", "--issuer-cert", "self.pem"])
+    _, text = host.run("p12", "open", "new.p12", "--password-file", "pw")
+    checks.expect("... and more of them, for the file of the new key", status == 0 and
+                  [line.split("=")[-1] for line in text.splitlines()[:3]] ==
+                  ["Chain", "DE", "Self"], text)
 
 
 def check_keys(checks, host, folder):
