@@ -198,7 +198,22 @@ TEST_F(IssueTest, AnAuthorityMustBeAbleToBeOne) {
   expectRefused(nameless, key, nullptr, "an authority needs a name");
 }
 
+TEST_F(IssueTest, WhatIsMissingIsTold) {
+  OwnedCertificate made;
+  ASSERT_EQ(velmora_certificate_create(made.put()), kOk);
+  expectRefused(made, key, nullptr, "the certificate has no validity");
+  ASSERT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
+            kOk);
+  expectRefused(made, key, nullptr, "the certificate has no public key");
+  expectRefused(prepared("CN=x"), privateKey("not a key"), nullptr,
+                "the issuer's key is neither an RSA key nor one on a known curve");
+}
+
 TEST_F(IssueTest, TheValidityMustBeOne) {
+  const OwnedCertificate moment = prepared("CN=x");
+  ASSERT_EQ(velmora_certificate_set_validity(moment.get(), "20250101T000000", "20250101T000000"),
+            kOk);
+  EXPECT_EQ(velmora_certificate_sign(moment.get(), key.get(), nullptr), kOk) << "a moment is one";
   const OwnedCertificate made = prepared("CN=x");
   ASSERT_EQ(velmora_certificate_set_validity(made.get(), "20250101T000000", "20240101T000000"),
             kOk);
@@ -215,7 +230,11 @@ TEST_F(IssueTest, SettersSayWhatWasWrong) {
   EXPECT_EQ(velmora_certificate_set_serial(made.get(), zeros, 2), kInvalidArgument);
   EXPECT_EQ(reason(), "a serial number is positive and has at most 20 bytes");
   const uint8_t ones[21] = {1};
+  EXPECT_EQ(velmora_certificate_set_serial(made.get(), ones, 20), kOk);
   EXPECT_EQ(velmora_certificate_set_serial(made.get(), ones, 21), kInvalidArgument);
+  EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240101", "20250101T000000"),
+            kInvalidArgument);
+  EXPECT_EQ(reason(), "a time is written YYYYMMDDThhmmss");
   EXPECT_EQ(velmora_certificate_set_basic_constraints(made.get(), 0, 1), kInvalidArgument);
   EXPECT_EQ(reason(), "a path length is for authorities");
   EXPECT_EQ(velmora_certificate_add_extended_key_usage(made.get(), "serverauth"), kInvalidArgument);
@@ -241,35 +260,50 @@ TEST_F(IssueTest, AlternativeNamesAreWrittenAsTheirKind) {
 }
 
 TEST_F(IssueTest, MalformedAlternativeNamesAreRefused) {
+  struct Case {
+    std::initializer_list<const char*> names;
+    const char* reason;
+  };
   const OwnedCertificate made = prepared("CN=x");
-  for (const char* name : {"",
-                           "a.example",
-                           "DNS:",
-                           "DNS:a..b",
-                           "DNS:-a",
-                           "DNS:a-",
-                           "DNS:a b",
-                           "DNS:ä",
-                           "DNS:a.*",
-                           "email:",
-                           "email:x",
-                           "email:@b",
-                           "URI:x",
-                           "URI::",
-                           "URI:a:",
-                           "URI:a:b c",
-                           "IP:1.2.3",
-                           "IP:1.2.3.4.5",
-                           "IP:1.2.3.256",
-                           "IP:1:2",
-                           "IP:1::2::3",
-                           "IP:12345::",
-                           "IP:1:2:3:4:5:6:7:8::",
-                           "IP:1:2:3:4:5:6:7:",
-                           "IP:"}) {
-    EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), name), kInvalidArgument) << name;
-    EXPECT_NE(velmora_certificate_reason(made.get()), nullptr) << name;
+  for (const Case& each :
+       {Case{{"", "a.example", "DNS", "dns:a"},
+             "an alternative name begins with DNS:, email:, URI: or IP:"},
+        Case{{"DNS:", "DNS:a..b", "DNS:-a", "DNS:a-", "DNS:a b", "DNS:ä", "DNS:a.*", "DNS:a."},
+             "behind DNS: stands no host name"},
+        Case{{"email:", "email:x", "email:@b", "email:a@", "email:a@b@c", "email:ä@b"},
+             "behind email: stands no mail address"},
+        Case{{"URI:x", "URI::", "URI:a:", "URI:a:b c", "URI:a b:c", "URI:ä:b"},
+             "behind URI: stands no address with a scheme"},
+        Case{{"IP:1.2.3", "IP:1.2.3.4.5", "IP:1.2.3.256", "IP:1:2", "IP:1::2::3",
+              "IP:12345::", "IP:1:2:3:4:5:6:7:8::", "IP:1:2:3:4:5:6:7:", "IP:1:2:3:4:5:6:7:8:9",
+              "IP:", "IP:1.2.3.", "IP:a.2.3.4"},
+             "behind IP: stands no IPv4 or IPv6 address"}}) {
+    for (const char* const name : each.names) {
+      EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), name), kInvalidArgument)
+          << name;
+      EXPECT_STREQ(velmora_certificate_reason(made.get()), each.reason) << name;
+    }
   }
+}
+
+TEST_F(IssueTest, HostNamesHave253CharactersInLabelsOf63) {
+  const OwnedCertificate made = prepared("CN=x");
+  const auto isTaken = [&made](const std::string& name) {
+    return velmora_certificate_add_alternative_name(made.get(), ("DNS:" + name).c_str()) == kOk;
+  };
+  const std::string label(63, 'a');
+  const std::string three = label + "." + label + "." + label + ".";
+  EXPECT_TRUE(isTaken(label));
+  EXPECT_FALSE(isTaken(label + "a"));
+  EXPECT_TRUE(isTaken(three + std::string(61, 'a')));
+  EXPECT_FALSE(isTaken(three + std::string(62, 'a')));
+}
+
+TEST_F(IssueTest, AddressesOfSixteenBytesMayHaveAGapOfOneGroup) {
+  const OwnedCertificate made = prepared("CN=x");
+  EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), "IP:1:2:3:4:5:6:7::"), kOk);
+  EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), "IP:::1"), kOk);
+  EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), "IP:255.255.255.255"), kOk);
 }
 
 // Through 2049 as UTCTime, from 2050 on as GeneralizedTime (RFC 5280, 4.1.2.5).

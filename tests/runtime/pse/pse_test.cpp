@@ -2,14 +2,14 @@
 #include <filesystem>
 #include <fstream>
 
-#include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
 
 namespace vexa::test {
 namespace {
 
-class PseTest : public CryptoTest {
+class PseTest : public PfxTest {
  protected:
   using OwnList = runtime::OwnCertificateList;
   static void releaseList(OwnList* list) { SpyRuntime::current().pse.OwnListRelease(list); }
@@ -22,7 +22,7 @@ class PseTest : public CryptoTest {
   void TearDown() override {
     EXPECT_EQ(velmora_pse_configure(nullptr, nullptr), kOk);
     std::filesystem::remove(file_);
-    CryptoTest::TearDown();
+    PfxTest::TearDown();
   }
 
   void write(std::string_view content) {
@@ -175,6 +175,33 @@ TEST_F(PseTest, WhatCannotBeReadSaysWhy) {
   EXPECT_EQ(velmora_pse_configure(std::filesystem::temp_directory_path().string().c_str(), ""),
             kOk);
   EXPECT_LT(velmora_pse_reload(), 0) << "a folder";
+}
+
+TEST_F(PseTest, AFileOfMoreThan64MebibytesIsNotRead) {
+  constexpr uint64_t kMost = 64 << 20;
+  use("");
+  std::filesystem::resize_file(file_, kMost);
+  EXPECT_EQ(velmora_pse_reload(), kFail) << "read, and no such file";
+  std::filesystem::resize_file(file_, kMost + 1);
+  EXPECT_EQ(velmora_pse_reload(), kAccessDenied);
+}
+
+TEST_F(PseTest, ACertificateThatTheFileHoldsTwiceIsListedOnce) {
+  const HeldParameters made = parameters();
+  made->iterations = 1;
+  addRsaKey(made.get(), samples::kLeafKey, 0);
+  for (const std::string_view der : {samples::kLeaf, samples::kPlain, samples::kLeaf}) {
+    addCertificate(made.get(), der);  // the first two have one key
+  }
+  String password("secret");
+  HeldBuffer pfx;
+  ASSERT_EQ(spy.pkcs12.Encode(made.get(), password.get(), pfx.put()), kOk);
+  use(bytesOf(pfx.get()));
+  const HeldList head = list(opened());
+  ASSERT_NE(head.get(), nullptr);
+  ASSERT_NE(head->next, nullptr);
+  EXPECT_NE(head->record, head->next->record);
+  EXPECT_EQ(head->next->next, nullptr);
 }
 
 TEST_F(PseTest, AFileMayHaveANameInAnyScript) {
