@@ -29,6 +29,7 @@
 
 #include <comdef.h>
 #include <iphlpapi.h>
+#include <ntsecapi.h>
 #include <shlwapi.h>
 #include <wincrypt.h>
 #include <winhttp.h>
@@ -77,6 +78,7 @@
 #include "pal/posix/library.h"
 #include "pal/posix/paths.h"
 #include "pal/posix/power.h"
+#include "pal/posix/random.h"
 #include "pal/posix/sync.h"
 #include "pal/posix/types.h"
 #include "pal/posix/winhttp.h"

@@ -22,6 +22,7 @@ using LONG = std::int32_t;
 using ULONG = std::uint32_t;
 using LONGLONG = std::int64_t;
 using ULONGLONG = std::uint64_t;
+using BOOLEAN = std::uint8_t;
 using DWORD_PTR = std::uintptr_t;
 using ULONG_PTR = std::uintptr_t;
 using INT_PTR = std::intptr_t;
