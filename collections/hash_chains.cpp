@@ -1,5 +1,6 @@
 #include "collections/hash_chains.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -10,7 +11,11 @@ namespace {
 
 constexpr uint64_t kDefaultBuckets = 31;
 // As many entries as a walk along one chain passes faster than an array is made and looked through.
-constexpr uint32_t kMaxUnspread = 8;
+constexpr uint64_t kMaxUnspread = 8;
+// As many entries as chains alone find well enough, even if all of them meet in one.
+constexpr uint64_t kMaxUnindexed = 64;
+// So many lists an index gets for each entry; it grows when less than two are left.
+constexpr uint64_t kListsEach = 4;
 
 // A copy that a helper made, given back to it unless it is kept.
 class CopiedItem {
@@ -40,12 +45,22 @@ class CopiedItem {
   bool made_ = false;
 };
 
+void hang(HashChains::Node& node, HashChains::Node*& chain) {
+  node.next = chain;
+  node.link = &chain;
+  if (chain != nullptr) {
+    chain->link = &node.next;
+  }
+  chain = &node;
+}
+
 }  // namespace
 
 HashChains::HashChains(IHashTableHelperKey& key, IHashTableHelper& value, uint64_t buckets,
                        Room room)
     : key_(key),
       value_(value),
+      hasTextKeys_(&key == &textHelper || &key == &borrowedTextHelper),
       bucketCount_(buckets != 0 ? buckets : kDefaultBuckets),
       room_(room) {
   for (const uint64_t limit : {uint64_t{0xFF}, uint64_t{0xFFFF}, uint64_t{0xFFFFFF}}) {
@@ -69,7 +84,8 @@ int32_t HashChains::spread() {
   }
   heads_ = std::move(heads);
   while (Node* const node = oldestFirst) {
-    oldestFirst = std::exchange(node->next, std::exchange(chainOf(node->record), node));
+    oldestFirst = node->next;
+    hang(*node, chainOf(node->record));
   }
   return kOk;
 }
@@ -80,25 +96,23 @@ int32_t HashChains::put(void* key, void* value) {
     return result;
   }
   base::RootBlock<uint8_t> bytes(probe.bytes);
-  Node** chain = &chainOf(probe);
-  if (Node* const node = *linkTo(chain, probe, key); node != nullptr) {
+  if (Node* const node = nodeOf(probe, key); node != nullptr) {
     bytes.reset();
     return replace(*node, value);
   }
-  if (!heads_ && unspreadCount_ == kMaxUnspread) {
+  if (!heads_ && count_ == kMaxUnspread) {
     if (const int32_t result = spread(); failed(result)) {
       return result;
     }
-    chain = &chainOf(probe);
   }
-  const int32_t result = insert(*chain, probe, key, value);
+  const int32_t result = insert(probe, key, value);
   if (succeeded(result)) {
     bytes.release();  // they belong to the node now
   }
   return result;
 }
 
-int32_t HashChains::insert(Node*& chain, const HashTableKeyRecord& record, void* key, void* value) {
+int32_t HashChains::insert(HashTableKeyRecord record, void* key, void* value) {
   const bool hasRoom = roomTaken_ < room_.count;
   auto block =
       base::RootBlock<Node>(hasRoom ? nullptr : static_cast<Node*>(base::allocate(sizeof(Node))));
@@ -114,12 +128,33 @@ int32_t HashChains::insert(Node*& chain, const HashTableKeyRecord& record, void*
   if (const int32_t result = valueCopy.copy(value); failed(result)) {
     return result;
   }
-  *node = {chain, keyCopy.keep(), valueCopy.keep(), record};
-  chain = node;
+  node->key = keyCopy.keep();
+  node->value = valueCopy.keep();
+  node->record = record;
+  hang(*node, chainOf(record));
   block.release();
   roomTaken_ += hasRoom ? 1 : 0;
-  unspreadCount_ += heads_ ? 0 : 1;
+  ++count_;
+  if (index_) {
+    index_.add(*node);
+  }
+  if (count_ > std::max(kMaxUnindexed, index_.room())) {
+    growIndex();
+  }
   return kOk;
+}
+
+// Without memory the one that there is stays, or none.
+void HashChains::growIndex() {
+  const bool isFirst = !index_;
+  if (!index_.grow(kListsEach * count_) || !isFirst) {
+    return;
+  }
+  for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {
+    for (Node* node = heads_[i]; node != nullptr; node = node->next) {
+      index_.addOlder(*node);
+    }
+  }
 }
 
 int32_t HashChains::replace(Node& node, void* value) {
@@ -137,13 +172,14 @@ int32_t HashChains::remove(void* key) {
   if (const int32_t result = makeProbe(key, probe); failed(result)) {
     return result;
   }
-  Node** const link = linkTo(&chainOf(probe), probe, key);
-  Node* const node = *link;
+  Node* const node = nodeOf(probe, key);
   if (node == nullptr) {
     return kFalse;
   }
-  *link = node->next;
-  unspreadCount_ -= heads_ ? 0 : 1;
+  if (index_) {
+    index_.remove(*node);
+  }
+  unhang(*node);
   freeNode(node);
   return kOk;
 }
@@ -168,8 +204,8 @@ int32_t HashChains::keyAt(uint64_t index, void** key) const {
 }
 
 void HashChains::removeAll() {
+  index_.drop();
   freeChain(unspread_);
-  unspreadCount_ = 0;
   roomTaken_ = 0;
   if (heads_) {
     for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {
@@ -178,7 +214,21 @@ void HashChains::removeAll() {
   }
 }
 
-uint64_t HashChains::sumOfBytes(const HashTableKeyRecord& record) const {
+uint64_t HashChains::stepsTo(void* key) const {
+  HashTableKeyRecord probe{};
+  if (failed(makeProbe(key, probe))) {
+    return 0;
+  }
+  uint64_t steps = 0;
+  const Node* node = index_ ? index_.listOf(probe) : chainOf(probe);
+  while (node != nullptr) {
+    ++steps;
+    node = matches(*node, probe, key) ? nullptr : index_ ? node->nextInList : node->next;
+  }
+  return steps;
+}
+
+uint64_t HashChains::sumOfBytes(HashTableKeyRecord record) const {
   uint64_t sum = 0;
   for (uint64_t i = 0; i < record.number; ++i) {
     const uint32_t term = uint32_t{record.bytes[i]} << (8 * (i % keyByteWidth_) % 32);
@@ -187,7 +237,7 @@ uint64_t HashChains::sumOfBytes(const HashTableKeyRecord& record) const {
   return sum;
 }
 
-bool HashChains::matchBytes(const Node& node, const HashTableKeyRecord& probe, void* key) const {
+bool HashChains::matchBytes(const Node& node, HashTableKeyRecord probe, void* key) const {
   return std::memcmp(node.record.bytes, probe.bytes, probe.number) == 0 &&
          key_.CompareItems(key, node.key) == 0;
 }
@@ -245,9 +295,17 @@ uint64_t HashChains::placeOf(const Node& node) const {
 
 void HashChains::freeChain(Node*& chain) {
   while (Node* const node = chain) {
-    chain = node->next;
+    unhang(*node);
     freeNode(node);
   }
+}
+
+void HashChains::unhang(Node& node) {
+  *node.link = node.next;
+  if (node.next != nullptr) {
+    node.next->link = node.link;
+  }
+  --count_;
 }
 
 void HashChains::freeNode(Node* node) {

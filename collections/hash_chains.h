@@ -4,23 +4,21 @@
 
 #include "base/heap.h"
 #include "collections/hash_helpers.h"
+#include "collections/hash_index.h"
 #include "vexa/hash_table.h"
 #include "vexa/results.h"
 
 namespace vexa::collections {
 
 // Entries in a fixed number of chains, by the bucket that a key's record falls into: what stands
-// behind every hash table. The first few entries share one chain, so that a table that stays nearly
-// empty needs no array of chains; that shows nowhere, since keys are matched by their whole records
-// and handed out in the order of the buckets all the same. Not thread-safe.
+// behind every hash table. Two things show nowhere, since keys are matched by their whole records
+// and handed out in the order of the buckets all the same: the first few entries share one chain,
+// so that a table that stays nearly empty needs no array of chains; and many are found by an index,
+// so that a table with more entries than buckets, or with keys that somebody chose for one bucket,
+// is as quick as any. Without memory for an index the chains answer alone. Not thread-safe.
 class HashChains {
  public:
-  struct Node {
-    Node* next;
-    void* key;
-    void* value;
-    HashTableKeyRecord record;
-  };
+  using Node = HashNode;
   // Where the first entries lie that need no block of their own; as long as the chains live.
   struct Room {
     Node* nodes = nullptr;
@@ -53,7 +51,7 @@ class HashChains {
     if (const int32_t result = makeProbe(key, probe); failed(result)) {
       return result;
     }
-    const Node* const node = *linkTo(&chainOf(probe), probe, key);
+    const Node* const node = nodeOf(probe, key);
     if (node == nullptr) {
       return kFalse;
     }
@@ -63,63 +61,80 @@ class HashChains {
   int32_t keyAt(uint64_t index, void** key) const;
   void removeAll();
 
+  // How many entries a look-up of the key passes, the one that it finds included.
+  uint64_t stepsTo(void* key) const;
+
  private:
   // What most tables hold needs no call to find its way.
   int32_t makeProbe(void* key, HashTableKeyRecord& probe) const {
-    return &key_ == &textHelper ? textHelper.HashTableHelper_String::MakeKeyRecord(key, &probe)
-                                : key_.MakeKeyRecord(key, &probe);
+    if (hasTextKeys_) {
+      probe = {foldHash(static_cast<const char*>(key)), nullptr};
+      return kOk;
+    }
+    HashTableKeyRecord made{};
+    const int32_t result = key_.MakeKeyRecord(key, &made);
+    probe = made;
+    return result;
   }
   int32_t copyValue(void* value, void** copy) const {
     return &value_ == &textHelper ? textHelper.HashTableHelper_String::CopyItem(value, copy)
                                   : value_.CopyItem(value, copy);
   }
 
-  uint64_t bucketOf(const HashTableKeyRecord& record) const {
+  uint64_t bucketOf(HashTableKeyRecord record) const {
     return (record.bytes == nullptr ? record.number : sumOfBytes(record)) % bucketCount_;
   }
-  uint64_t sumOfBytes(const HashTableKeyRecord& record) const;
-  Node*& chainOf(const HashTableKeyRecord& record) {
+  uint64_t sumOfBytes(HashTableKeyRecord record) const;
+  Node*& chainOf(HashTableKeyRecord record) {
     return heads_ ? heads_[bucketOf(record)] : unspread_;
   }
-  Node* const& chainOf(const HashTableKeyRecord& record) const {
+  Node* chainOf(HashTableKeyRecord record) const {
     return heads_ ? heads_[bucketOf(record)] : unspread_;
   }
   uint64_t usedFrom(uint64_t bucket) const;
 
   // Without bytes the numbers decide alone, so two texts of one hash are one key.
-  bool matches(const Node& node, const HashTableKeyRecord& probe, void* key) const {
+  bool matches(const Node& node, HashTableKeyRecord probe, void* key) const {
     return node.record.number == probe.number &&
            (node.record.bytes == nullptr) == (probe.bytes == nullptr) &&
            (probe.bytes == nullptr || matchBytes(node, probe, key));
   }
-  bool matchBytes(const Node& node, const HashTableKeyRecord& probe, void* key) const;
+  bool matchBytes(const Node& node, HashTableKeyRecord probe, void* key) const;
 
-  // Where the node of the key hangs, or the end of its chain.
-  template <class Link>
-  Link* linkTo(Link* link, const HashTableKeyRecord& probe, void* key) const {
-    while (*link != nullptr && !matches(**link, probe, key)) {
-      link = &(*link)->next;
+  // The first one in a chain or a list that matches.
+  template <Node* Node::*kNext>
+  Node* firstOf(Node* node, HashTableKeyRecord probe, void* key) const {
+    while (node != nullptr && !matches(*node, probe, key)) {
+      node = node->*kNext;
     }
-    return link;
+    return node;
+  }
+  Node* nodeOf(HashTableKeyRecord probe, void* key) const {
+    return index_ ? firstOf<&Node::nextInList>(index_.listOf(probe), probe, key)
+                  : firstOf<&Node::next>(chainOf(probe), probe, key);
   }
 
   const Node* nodeAt(uint64_t index) const;
   uint64_t placeOf(const Node& node) const;
-  int32_t insert(Node*& chain, const HashTableKeyRecord& record, void* key, void* value);
+  int32_t insert(HashTableKeyRecord record, void* key, void* value);
+  void growIndex();
   bool isInRoom(const Node* node) const {
     return node >= room_.nodes && node < room_.nodes + room_.count;
   }
   int32_t replace(Node& node, void* value);
   void freeChain(Node*& chain);
+  void unhang(Node& node);
   void freeNode(Node* node);
 
   IHashTableHelperKey& key_;
   IHashTableHelper& value_;
+  const bool hasTextKeys_;
   uint64_t bucketCount_;
   uint32_t keyByteWidth_ = 1;
-  uint32_t unspreadCount_ = 0;
+  uint64_t count_ = 0;
   Node* unspread_ = nullptr;  // the one chain while there is no array
   base::RootBlock<Node*> heads_;
+  HashIndex index_;
   const Room room_;
   uint32_t roomTaken_ = 0;  // until everything is removed
 };

@@ -42,6 +42,11 @@ int32_t HashTableHelper_String::CompareItems(void* a, void* b) {
   return base::bound.strings->TextCompare(static_cast<const char*>(a), static_cast<const char*>(b));
 }
 
+int32_t HashTableHelper_String::MakeKeyRecord(void* item, HashTableKeyRecord* record) {
+  *record = {foldHash(static_cast<const char*>(item)), nullptr};
+  return kOk;
+}
+
 int32_t BorrowedTextHelper::CopyItem(void* item, void** copy) {
   *copy = item;
   return kOk;

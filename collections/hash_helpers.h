@@ -44,10 +44,7 @@ class HashTableHelper_String : public IHashTableHelperKey {
   }
   int32_t FreeItem(void* item) override;
   int32_t CompareItems(void* a, void* b) override;
-  int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override {
-    *record = {foldHash(static_cast<const char*>(item)), nullptr};
-    return kOk;
-  }
+  int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override;
 };
 
 // Pointer-sized numbers.

@@ -13,13 +13,19 @@
 // A table worked on by a list of steps, against a model over std::map: every result, every value
 // and the order of the keys must be the same. The first byte chooses the items, the second the
 // number of buckets; then each byte is a step and the key that it is done with:
-//   bits 0 to 2   put, put, put, remove, contains, get, all keys, remove all
-//   bits 3 to 7   the key, of 32
+//   bits 0 to 2   put, put, put many, remove, contains, get, all keys, remove all
+//   bits 3 to 7   the key, of 32; at each fourth step one of the many others
 // The list runs twice: once undisturbed, once with one allocation that fails.
 namespace vexa::fuzz {
 namespace {
 
 constexpr uint64_t kBuckets[] = {0, 1, 2, 7, 31, 255, 256, 257, 1000, 65536};
+
+// The keys that a step names by itself; behind them lie as many more for each.
+constexpr uintptr_t kFewKeys = 32;
+constexpr uintptr_t kMany = 16;
+// Tables with no more entries have no index, whose memory may fail.
+constexpr size_t kUnindexed = 64;
 
 // --- Keys of the three kinds: numbers, texts (two of which share their hash), byte strings ---
 
@@ -27,6 +33,9 @@ enum Kind { kNumbers, kTexts, kBytes, kKinds };
 
 // Texts of one or two letters; "aQ" and "ba" have the same hash.
 std::string textOf(uintptr_t key) {
+  if (key >= kFewKeys) {
+    return std::to_string(key);
+  }
   return key == 0 ? "aQ" : key == 1 ? "ba" : std::string(1 + key % 2, static_cast<char>('A' + key));
 }
 
@@ -85,6 +94,7 @@ class Model {
   }
   void remove(uintptr_t key) { entries_.erase(identity(key)); }
   void clear() { entries_.clear(); }
+  size_t size() const { return entries_.size(); }
 
   std::vector<uintptr_t> keys() const {
     std::vector<Entry> sorted;
@@ -160,13 +170,16 @@ class Table {
 
   // False: memory was short.
   bool run(uint8_t step, uint64_t number) {
-    const uintptr_t key = step >> 3;
+    const uintptr_t named = step >> 3;
+    const uintptr_t others = kFewKeys + named * kMany;
+    const uintptr_t key = number % 4 == 3 ? others + number % kMany : named;
     bytesHelper.made = nullptr;
     switch (step & 7) {
       case 0:
       case 1:
-      case 2:
         return put(key, number);
+      case 2:
+        return putMany(others, number);
       case 3:
         return look(table_->Remove(item(key)), key) && (model_.remove(key), true);
       case 4:
@@ -181,6 +194,8 @@ class Table {
         return true;
     }
   }
+
+  size_t entries() const { return model_.size(); }
 
   bool sameKeys() const {
     const std::vector<uintptr_t> keys = model_.keys();
@@ -213,6 +228,15 @@ class Table {
     }
     require(result == (isSame ? kFalse : kOk), "the result of a put");
     model_.put(key, value);
+    return true;
+  }
+
+  bool putMany(uintptr_t first, uint64_t number) {
+    for (uintptr_t key = first; key < first + kMany; ++key) {
+      if (!put(key, number)) {
+        return false;
+      }
+    }
     return true;
   }
 
@@ -264,7 +288,12 @@ void check(std::string_view input) {
   number = 0;
   for (const char step : starved ? steps : std::string_view()) {
     const bool done = starved.run(static_cast<uint8_t>(step), ++number);
-    require(done != failing.hasFailed(), "out of memory is told, and only then");
+    if (done && failing.hasFailed()) {
+      require(starved.entries() > kUnindexed, "out of memory is told");
+      require(starved.sameKeys(), "a table does without its index");
+      return;
+    }
+    require(done != failing.hasFailed(), "out of memory is told only then");
     if (!done) {
       return;  // whether a value that could not be replaced is gone, the model does not know
     }

@@ -1,0 +1,396 @@
+#include "collections/hash_index.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <list>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "collections/hash_chains.h"
+#include "collections/hash_helpers.h"
+#include "support/module_fixture.h"
+
+// Tables with more entries than chains alone are asked for.
+namespace vexa::test {
+namespace {
+
+using collections::HashChains;
+
+constexpr uint64_t kLarge = 1024;  // no block of an entry is as large, each of an index is
+
+// What a key's record holds, and a mark that tells keys of one record apart.
+struct Key {
+  uint64_t number = 0;
+  std::string bytes;
+  bool hasBytes = false;
+  int mark = 0;
+};
+
+// Hands out keys and values themselves, and writes down each call.
+class LoggedHelper final : public IHashTableHelperKey {
+ public:
+  int32_t CopyItem(void* item, void** copy) override {
+    log.push_back({'c', item, nullptr});
+    *copy = item;
+    return untilFailure != 0 && --untilFailure == 0 ? kFail : kOk;
+  }
+  int32_t FreeItem(void* item) override {
+    log.push_back({'f', item, nullptr});
+    return kOk;
+  }
+  int32_t CompareItems(void* a, void* b) override {
+    log.push_back({'=', a, b});
+    return static_cast<const Key*>(a)->mark == static_cast<const Key*>(b)->mark ? 0 : 1;
+  }
+  int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override {
+    log.push_back({'k', item, nullptr});
+    const Key& key = *static_cast<const Key*>(item);
+    *record = {key.number, nullptr};
+    if (key.hasBytes) {
+      record->number = key.bytes.size();
+      record->bytes = static_cast<uint8_t*>(base::allocate(key.bytes.size() + 1));
+      std::memcpy(record->bytes, key.bytes.data(), key.bytes.size());
+      made = record->bytes;
+    }
+    return kOk;
+  }
+
+  struct Call {
+    char name;
+    const void* a;
+    const void* b;
+    friend bool operator==(const Call&, const Call&) = default;
+  };
+  std::vector<Call> log;
+  uint8_t* made = nullptr;  // by the last record
+  int untilFailure = 0;     // so many copies; 0: none fails
+};
+
+// The same table without chains of its own making: buckets are lists that are walked.
+class PlainTable {
+ public:
+  PlainTable(LoggedHelper& helper, uint64_t buckets) : helper_(helper), buckets_(buckets) {}
+
+  // `isShort`: there is no memory for another entry.
+  int32_t put(Key* key, void* value, bool isShort) {
+    note('k', key);
+    auto& bucket = bucketOf(*key);
+    const auto found = find(bucket, *key);
+    if (found == bucket.end()) {
+      return isShort ? kOutOfMemory : insert(bucket, key, value);
+    }
+    if (found->value == value) {
+      return kFalse;
+    }
+    note('f', found->value);
+    return helper_.CopyItem(value, &found->value);
+  }
+
+  int32_t remove(Key* key) {
+    note('k', key);
+    auto& bucket = bucketOf(*key);
+    const auto found = find(bucket, *key);
+    if (found == bucket.end()) {
+      return kFalse;
+    }
+    release(*found);
+    bucket.erase(found);
+    return kOk;
+  }
+
+  int32_t get(Key* key, void** value) {
+    note('k', key);
+    auto& bucket = bucketOf(*key);
+    const auto found = find(bucket, *key);
+    *value = found == bucket.end() ? nullptr : found->value;
+    if (found == bucket.end()) {
+      return kFalse;
+    }
+    note('c', found->value);
+    return kOk;
+  }
+
+  void removeAll() {
+    for (auto& bucket : buckets_) {
+      std::for_each(bucket.begin(), bucket.end(), [this](Entry& entry) { release(entry); });
+      bucket.clear();
+    }
+  }
+
+  std::vector<void*> keys() const {
+    std::vector<void*> keys;
+    for (const auto& bucket : buckets_) {
+      for (const Entry& entry : bucket) {
+        keys.push_back(entry.key);
+      }
+    }
+    return keys;
+  }
+
+ private:
+  struct Entry {
+    Key* key;
+    void* value;
+  };
+
+  void note(char name, const void* a, const void* b = nullptr) {
+    helper_.log.push_back({name, a, b});
+  }
+
+  std::list<Entry>& bucketOf(const Key& key) {
+    uint64_t sum = key.number;
+    if (key.hasBytes) {
+      sum = 0;
+      for (size_t i = 0; i < key.bytes.size(); ++i) {
+        const uint64_t width = buckets_.size() > 255 ? 2 : 1;
+        sum += uint64_t{static_cast<uint8_t>(key.bytes[i])} << (8 * (i % width));
+      }
+    }
+    return buckets_[sum % buckets_.size()];
+  }
+
+  std::list<Entry>::iterator find(std::list<Entry>& bucket, Key& key) {
+    return std::find_if(bucket.begin(), bucket.end(), [&](const Entry& entry) {
+      if (entry.key->hasBytes != key.hasBytes) {
+        return false;
+      }
+      if (!key.hasBytes) {
+        return entry.key->number == key.number;
+      }
+      if (entry.key->bytes != key.bytes) {
+        return false;
+      }
+      note('=', &key, entry.key);
+      return entry.key->mark == key.mark;
+    });
+  }
+
+  int32_t insert(std::list<Entry>& bucket, Key* key, void* value) {
+    void* copy = nullptr;
+    if (failed(helper_.CopyItem(key, &copy))) {
+      return kFail;
+    }
+    if (failed(helper_.CopyItem(value, &copy))) {
+      note('f', key);
+      return kFail;
+    }
+    bucket.push_front({key, value});
+    return kOk;
+  }
+
+  void release(const Entry& entry) {
+    note('f', entry.key);
+    note('f', entry.value);
+  }
+
+  LoggedHelper& helper_;
+  std::vector<std::list<Entry>> buckets_;
+};
+
+// Keys that meet: in one bucket, in one number, in their bytes, in the number of their bytes.
+std::vector<Key> meetingKeys(uint64_t buckets) {
+  std::vector<Key> keys;
+  for (uint64_t i = 0; i < 300; ++i) {
+    keys.push_back({i * buckets, "", false, 0});
+    keys.push_back({i * 0x9E3779B97F4A7C15, "", false, 0});
+  }
+  for (uint64_t i = 0; i < 24; ++i) {
+    keys.push_back({i, "", false, 1});
+    for (int mark = 0; mark < 3; ++mark) {
+      keys.push_back({0, std::string(i, 'b'), true, mark});
+      keys.push_back({0, std::string(i, '\0') + "b", true, mark});
+      keys.push_back({0, "b" + std::string(i, '\0'), true, mark});
+    }
+  }
+  return keys;
+}
+
+bool largeBlocksFail = false;
+bool smallBlocksFail = false;
+runtime::RootList plainRoot;
+
+void* allocateSome(uint64_t size) {
+  return (size >= kLarge ? largeBlocksFail : smallBlocksFail) ? nullptr : plainRoot.Allocate(size);
+}
+
+class Index : public ModuleTest {
+ protected:
+  void SetUp() override {
+    ModuleTest::SetUp();
+    plainRoot = spy.root;
+    spy.root.Allocate = allocateSome;
+    largeBlocksFail = smallBlocksFail = false;
+  }
+
+  // What a look-up made is the caller's.
+  void freeProbe() { base::freeBlock(std::exchange(ours.made, nullptr)); }
+
+  static std::vector<void*> keysOf(const HashChains& chains) {
+    std::vector<void*> keys;
+    for (void* key = nullptr; chains.keyAt(keys.size(), &key) == kOk;) {
+      keys.push_back(key);
+    }
+    return keys;
+  }
+
+  void expectSameEverywhere(const HashChains& chains, PlainTable& plain, std::vector<Key>& keys) {
+    ASSERT_EQ(keysOf(chains), plain.keys());
+    for (Key& key : keys) {
+      void* value = nullptr;
+      void* expected = nullptr;
+      ASSERT_EQ(chains.get(&key, &value), plain.get(&key, &expected));
+      ASSERT_EQ(value, expected);
+      freeProbe();
+    }
+    expectSameCalls();
+  }
+  void expectSameCalls() {
+    ASSERT_TRUE(ours.log == theirs.log);
+    ours.log.clear();
+    theirs.log.clear();
+  }
+
+  void runAgainstThePlainOne(uint64_t buckets, bool sometimesShort);
+
+  LoggedHelper ours;
+  LoggedHelper theirs;
+};
+
+void Index::runAgainstThePlainOne(uint64_t buckets, bool sometimesShort) {
+  std::vector<Key> keys = meetingKeys(buckets);
+  std::vector<int> values(4);
+  std::minstd_rand random(static_cast<uint32_t>(buckets));
+  HashChains chains(ours, ours, buckets);
+  PlainTable plain(theirs, buckets);
+  ASSERT_EQ(chains.spread(), kOk);
+  for (int step = 0; step < 12'000; ++step) {
+    Key& key = keys[random() % keys.size()];
+    void* const value = &values[random() % values.size()];
+    largeBlocksFail = sometimesShort && step / 512 % 3 != 2;
+    const bool grows = step / 1500 % 2 == 0;  // then most are removed again
+    const auto choice = random() % 1000;
+    ours.untilFailure = theirs.untilFailure =
+        choice % 16 == 0 ? 1 + static_cast<int>(random() % 2) : 0;
+    if (choice == 0) {
+      chains.removeAll();
+      plain.removeAll();
+    } else if (choice < (grows ? 200u : 700u)) {
+      ASSERT_EQ(chains.remove(&key), plain.remove(&key));
+      freeProbe();
+    } else {
+      smallBlocksFail = choice % 16 == 1 && !key.hasBytes;
+      ASSERT_EQ(chains.put(&key, value), plain.put(&key, value, smallBlocksFail));
+      smallBlocksFail = false;
+      ours.made = nullptr;
+    }
+    ours.untilFailure = theirs.untilFailure = 0;
+    expectSameCalls();
+    if (step % 250 == 0) {
+      expectSameEverywhere(chains, plain, keys);
+    }
+  }
+  chains.removeAll();
+  plain.removeAll();
+  expectSameCalls();
+}
+
+TEST_F(Index, ManyEntriesAreThoseOfAPlainTable) {
+  for (const uint64_t buckets : {1u, 3u, 31u, 257u, 1000u}) {
+    runAgainstThePlainOne(buckets, false);
+  }
+}
+
+TEST_F(Index, WithoutMemoryForAnIndexNothingIsDifferent) {
+  for (const uint64_t buckets : {1u, 31u, 257u}) {
+    runAgainstThePlainOne(buckets, true);
+  }
+}
+
+// --- What an entry costs ---
+
+// Texts that all fall into the first of the buckets of a request's parameters.
+std::vector<std::string> meetingTexts(size_t count) {
+  std::vector<std::string> texts;
+  for (uint32_t i = 0; texts.size() < count; ++i) {
+    const std::string text = "K" + std::to_string(i);
+    if (collections::foldHash(text.c_str()) % 257 == 0) {
+      texts.push_back(text);
+    }
+  }
+  return texts;
+}
+
+// Over all keys, how many entries are looked at until each is found.
+uint64_t stepsToAll(const HashChains& chains, const std::vector<std::string>& texts) {
+  uint64_t steps = 0;
+  for (const std::string& text : texts) {
+    steps += chains.stepsTo(const_cast<char*>(text.c_str()));
+  }
+  return steps;
+}
+
+TEST_F(Index, KeysOfOneBucketAreFoundAtOnce) {
+  const auto texts = meetingTexts(2000);
+  HashChains chains(collections::borrowedTextHelper, collections::borrowedTextHelper, 257);
+  for (size_t i = 0; i < texts.size(); ++i) {
+    auto* const text = const_cast<char*>(texts[i].c_str());
+    // New ones are looked for, too.
+    ASSERT_LT(chains.stepsTo(text), 70u) << i;
+    ASSERT_EQ(chains.put(text, text), kOk);
+  }
+  EXPECT_LT(stepsToAll(chains, texts), 3 * texts.size());
+}
+
+// Bytes whose words are the same twice, so that a careless digest loses them.
+TEST_F(Index, KeysOfBytesAreFoundAtOnce) {
+  HashChains chains(ours, ours, 1);
+  std::vector<Key> keys(500);
+  for (size_t i = 0; i < keys.size(); ++i) {
+    const std::string word = std::to_string(10'000'000 + i);
+    keys[i] = {0, word + word, true, 0};
+    ASSERT_EQ(chains.put(&keys[i], nullptr), kOk);
+  }
+  uint64_t steps = 0;
+  for (Key& key : keys) {
+    steps += chains.stepsTo(&key);
+    freeProbe();
+  }
+  EXPECT_LT(steps, 3 * keys.size());
+}
+
+TEST_F(Index, WithoutMemoryTheChainsAnswerAlone) {
+  const auto texts = meetingTexts(200);
+  largeBlocksFail = true;
+  HashChains chains(collections::borrowedTextHelper, collections::borrowedTextHelper, 257);
+  ASSERT_EQ(chains.spread(), kOutOfMemory) << "that array is as large";
+  largeBlocksFail = false;
+  ASSERT_EQ(chains.spread(), kOk);
+  largeBlocksFail = true;
+  for (const std::string& text : texts) {
+    ASSERT_EQ(chains.put(const_cast<char*>(text.c_str()), nullptr), kOk);
+  }
+  EXPECT_EQ(stepsToAll(chains, texts), 200 * 201 / 2) << "one chain, to its end";
+  largeBlocksFail = false;
+  char another[] = "another";
+  ASSERT_EQ(chains.put(another, nullptr), kOk);
+  EXPECT_LT(stepsToAll(chains, texts), 3 * texts.size()) << "the next entry brings the index";
+}
+
+TEST_F(Index, EmptiedTablesGiveItsMemoryBack) {
+  const auto texts = meetingTexts(300);
+  HashChains chains(collections::borrowedTextHelper, collections::borrowedTextHelper, 31);
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string& text : texts) {
+      ASSERT_EQ(chains.put(const_cast<char*>(text.c_str()), nullptr), kOk);
+    }
+    EXPECT_EQ(spy.liveBlocks(), 300 + 2) << "entries, buckets, lists";
+    chains.removeAll();
+    EXPECT_EQ(spy.liveBlocks(), 1) << "the buckets";
+  }
+}
+
+}  // namespace
+}  // namespace vexa::test
