@@ -89,6 +89,25 @@ inline void clear(uint8_t* bytes, uint64_t size) {
   }
 }
 
+template <uint64_t count>
+void copyEnds(uint8_t* target, const uint8_t* bytes, uint64_t size) {
+  std::memcpy(target, bytes, count);
+  std::memcpy(target + size - count, bytes + size - count, count);
+}
+
+// Most texts without a call.
+inline void copy(uint8_t* target, const uint8_t* bytes, uint64_t size) {
+  if (size - 8 > 64 - 8) {
+    std::memcpy(target, bytes, size);
+  } else if (size > 32) {
+    copyEnds<32>(target, bytes, size);
+  } else if (size > 16) {
+    copyEnds<16>(target, bytes, size);
+  } else {
+    copyEnds<8>(target, bytes, size);
+  }
+}
+
 enum class Content { kZero, kAny };
 
 // Gives a block that was free to `origin`. The slack stays out of bounds.
@@ -342,11 +361,14 @@ void freeBlock(void* block) {
 }
 
 void* duplicateText(const void* text, uint64_t size) {
-  void* copy = allocateKept(Origin::kText, size, size, Content::kAny);
-  if (copy == nullptr) {
-    copy = allocateSlowly(Origin::kText, size);
+  void* block = allocateKept(Origin::kText, size, size, Content::kAny);
+  if (block == nullptr) {
+    block = allocateSlowly(Origin::kText, size);
   }
-  return copy == nullptr ? nullptr : std::memcpy(copy, text, size);
+  if (block != nullptr) {
+    copy(static_cast<uint8_t*>(block), static_cast<const uint8_t*>(text), size);
+  }
+  return block;
 }
 
 void freeText(void* text) {
