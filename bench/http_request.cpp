@@ -223,6 +223,41 @@ void growingDark(benchmark::State& state) {
 }
 BENCHMARK(growingDark)->Name("http_request/lines without a blank/vexabase")->Arg(1)->Arg(2)->Arg(4);
 
+// --- Parameters that somebody chose, beside ordinary ones ---
+
+constexpr size_t kQuery = 32'768;
+
+std::string queryRequest(const std::string& query) {
+  return "GET /?" + query.substr(0, kQuery) + " HTTP/1.1\r\n\r\n";
+}
+
+std::string ordinaryQuery() {
+  std::string query;
+  for (int i = 0; query.size() < kQuery; ++i) {
+    query += "parameter" + std::to_string(i) + "=some+ordinary+value&";
+  }
+  return queryRequest(query);
+}
+
+// Keys that all fall into one of the 257 buckets of a request's table.
+std::string collidingQuery() {
+  std::string query;
+  for (uint32_t i = 0; query.size() < kQuery; ++i) {
+    const std::string key = std::to_string(i);
+    uint64_t hash = 0;
+    for (const char c : key) {
+      hash = (hash << 4 | hash >> 28) ^ static_cast<uint8_t>(c);
+    }
+    query += hash % 257 == 0 ? key + "&" : "";
+  }
+  return queryRequest(query);
+}
+
+BENCHMARK_CAPTURE(ours, ordinary, ordinaryQuery(), kWhole)
+    ->Name("http_request/query of 32 KiB/ordinary/vexabase");
+BENCHMARK_CAPTURE(ours, colliding, collidingQuery(), kWhole)
+    ->Name("http_request/query of 32 KiB/colliding/vexabase");
+
 BENCHMARK(createAndRelease)->Name("http_request/create and release/vexabase");
 
 }  // namespace

@@ -18,7 +18,7 @@ import sys
 import tempfile
 
 import page
-from rows import GROWING, MOST_GROWTH, ROWS
+from rows import CHOSEN, GROWING, MOST_CHOSEN, MOST_GROWTH, ROWS
 
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 
@@ -39,7 +39,8 @@ def run(command, arguments):
 def run_all(folder, suffix, runner, arguments):
     """The same of all programs in a folder, which need not have each of them."""
     times = {}
-    for program in sorted({row.program for row in ROWS} | {program for program, _ in GROWING.values()}):
+    others = (*GROWING.values(), *CHOSEN.values())
+    for program in sorted({row.program for row in ROWS} | {program for program, _ in others}):
         file = folder / f"{program}{suffix}"
         if file.exists():
             print(f"== {file.name}", file=sys.stderr)
@@ -79,6 +80,13 @@ def growth(times):
             for name, (_, names) in GROWING.items() if all(each in times for each in names)]
 
 
+def chosen(times):
+    """How many times as long an input takes that was made to be slow."""
+    return [{"name": name, "times": round(times[slow] / times[ordinary], 2),
+             "bounded": times[slow] / times[ordinary] <= MOST_CHOSEN}
+            for name, (_, (slow, ordinary)) in CHOSEN.items() if slow in times and ordinary in times]
+
+
 def processor():
     """What the processor calls itself."""
     try:
@@ -114,6 +122,7 @@ def main():
         "machine": machine(),
         "rows": [found for found in (judged(row, times, wine) for row in ROWS) if found],
         "growing": growth(times),
+        "chosen": chosen(times),
     }
     if options.json:
         json.dump(report, sys.stdout, indent=2)

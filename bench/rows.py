@@ -119,3 +119,12 @@ GROWING = {
 }
 # Four times the input may take so many times as long: caches end somewhere between.
 MOST_GROWTH = 6.0
+
+# What somebody made to be slow, and an ordinary input of its size.
+CHOSEN = {
+    "HTTP query of 32 KiB, keys of one bucket": (
+        "http_request", [f"http_request/query of 32 KiB/{keys}/vexabase"
+                         for keys in ("colliding", "ordinary")]),
+}
+# So many times as long it may take.
+MOST_CHOSEN = 10.0

@@ -8,7 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "bench"))
 import page  # pylint: disable=wrong-import-position
 import report  # pylint: disable=wrong-import-position
-from rows import GROWING, ROWS  # pylint: disable=wrong-import-position
+from rows import CHOSEN, GROWING, ROWS  # pylint: disable=wrong-import-position
 
 PAGE = (ROOT / "docs" / "performance.md").read_text(encoding="utf-8")
 CHART = (ROOT / "docs" / "performance.svg").read_text(encoding="utf-8")
@@ -23,7 +23,7 @@ def is_registered(program, name):
 class BenchPage(unittest.TestCase):
 
     def test_the_page_has_the_rows_of_the_benchmarks(self):
-        wanted = [row.name for row in ROWS] + list(GROWING)
+        wanted = [row.name for row in ROWS] + list(GROWING) + list(CHOSEN)
         self.assertEqual(page.names_in(PAGE), wanted)
 
     def test_the_chart_has_every_row_with_a_peer(self):
@@ -37,8 +37,8 @@ class BenchPage(unittest.TestCase):
                 self.assertTrue(is_registered(row.program, row.peer), row.peer)
                 self.assertNotEqual(row.peer_name, "", row.peer)
 
-    def test_what_grows_has_its_benchmarks(self):
-        for program, names in GROWING.values():
+    def test_what_grows_or_is_chosen_has_its_benchmarks(self):
+        for program, names in (*GROWING.values(), *CHOSEN.values()):
             for name in names:
                 self.assertTrue(is_registered(program, name), name)
 
@@ -74,6 +74,12 @@ class Verdicts(unittest.TestCase):
         for last, linear in ((5, True), (16, False)):
             self.assertEqual([each["linear"] for each in report.growth(dict(zip(names, (1, 2, last))))],
                              [linear])
+
+    def test_an_input_that_costs_too_much_is_told(self):
+        (_, names), = CHOSEN.values()
+        for slow, bounded in ((10, True), (11, False)):
+            self.assertEqual([each["bounded"] for each in report.chosen(dict(zip(names, (slow, 1))))],
+                             [bounded])
 
 
 if __name__ == "__main__":
