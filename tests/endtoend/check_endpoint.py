@@ -345,6 +345,13 @@ def check_keep_alive(checks, host):
                       reader.answer().status == 200 and reader.is_at_end())
     with host.connect() as connection:
         reader = Reader(connection)
+        origin = f"Origin: {ALLOWED}"
+        connection.sendall(host.head("GET /v1/info HTTP/1.1", origin) +
+                           host.head("GET /v1/info HTTP/1.1"))
+        told = [reader.answer().headers.get("access-control-allow-origin") for _ in range(2)]
+        checks.expect("each request has its own origin", told == [ALLOWED, None], told)
+    with host.connect() as connection:
+        reader = Reader(connection)
         connection.sendall(host.head("POST /v1/json HTTP/1.1", "Content-Length: 1") + b"x" +
                            host.head("GET /v1/info HTTP/1.1"))
         checks.expect("a request that fails leaves the connection",

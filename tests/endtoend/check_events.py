@@ -57,9 +57,16 @@ def check_inside(checks, command):
     answer = Reader(poll).answer()
     checks.expect("a long poll ends with it",
                   (as_json(answer.body) or {}).get("changes", 0) > first["changes"], answer)
+    poll = host.connect()
+    poll.sendall(host.head("GET /v1/status?wait=60 HTTP/1.1") +
+                 host.head("GET /v1/status?wait=60&since=0 HTTP/1.1"))
     ip("link", "del", "vexa0")
     event = events.event()
     checks.expect("... and of one that went away", event and event["cause"] == "network", event)
+    reader = Reader(poll)
+    later = [(as_json(reader.answer().body) or {}).get("changes", 0) for _ in range(2)]
+    checks.expect("a long poll without a number waits for the next change", later[0] >
+                  as_json(answer.body)["changes"] and later[1] >= later[0], (later, answer))
     checks.expect("Ctrl-C ends the host and its streams", host.stop() == 0 and
                   host.left_no_block(), host.lines[-3:])
 

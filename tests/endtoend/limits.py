@@ -30,6 +30,9 @@ def check_unfinished(checks, host):
 def check_connections(checks, host):
     idle = [host.connect() for _ in range(300)]
     checks.expect("idle connections make room", host.ask("/v1/info").status == 200)
+    idle[-1].sendall(host.head("GET /v1/info HTTP/1.1"))
+    checks.expect("... those first that have been idle for longest",
+                  Reader(idle[0]).is_at_end() and Reader(idle[-1]).answer().status == 200)
     for connection in idle:
         connection.close()
     request = host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")
