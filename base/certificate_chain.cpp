@@ -38,13 +38,6 @@ int32_t appendCertificate(runtime::CertificateList** head, runtime::Certificate*
   return *link == nullptr ? kOutOfMemory : kOk;
 }
 
-int32_t appendCertificate(CertificateList& list, runtime::Certificate* certificate) {
-  runtime::CertificateList* head = list.release();
-  const int32_t result = appendCertificate(&head, certificate);
-  list.reset(head);
-  return result;
-}
-
 int32_t CertificateCollector::addCandidate(runtime::Certificate* certificate) {
   const uint64_t number = candidates_.size();
   return candidates_.append(

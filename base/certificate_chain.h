@@ -14,7 +14,6 @@ using CertificateList = Holder<CertificateListPolicy<BoundRuntime>>;
 // is.
 [[nodiscard]] int32_t appendCertificate(runtime::CertificateList** head,
                                         runtime::Certificate* certificate);
-[[nodiscard]] int32_t appendCertificate(CertificateList& list, runtime::Certificate* certificate);
 
 // Makes a list in which each certificate stands once, out of candidates that are all known before:
 // sorted by their encodings, which it asks for, equal ones are found without comparing each with

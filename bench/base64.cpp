@@ -52,16 +52,13 @@ void countPlain(benchmark::State& state) {
 using Code = int32_t (*)(const ByteBuffer* in, ByteBuffer** out);
 
 void convert(benchmark::State& state, Code code, std::string text) {
-  const auto& root = loadedModule().root();
   const ByteBuffer in{text.size(), reinterpret_cast<uint8_t*>(text.data())};
   for (auto _ : state) {
-    ByteBuffer* out = nullptr;
-    if (code(&in, &out) != vexa::kOk) {
+    auto out = vexa::bench::buffer();
+    if (code(&in, out.put()) != vexa::kOk) {
       std::abort();
     }
     benchmark::DoNotOptimize(out->data);
-    root.Free(out->data);
-    root.Free(out);
   }
   countPlain(state);
 }
@@ -71,13 +68,13 @@ const vexa::CoreList& core() { return loadedModule().list<vexa::CoreList>(); }
 void encode(benchmark::State& state) { convert(state, core().EncodeBase64, plainBytes()); }
 void decode(benchmark::State& state) { convert(state, core().DecodeBase64, inLines("\r\n")); }
 
-using Context = std::unique_ptr<EVP_ENCODE_CTX, decltype(&EVP_ENCODE_CTX_free)>;
+using Context = vexa::FunctionHolder<EVP_ENCODE_CTX, EVP_ENCODE_CTX_free>;
 
 void encodeOpenssl(benchmark::State& state) {
   const std::string plain = plainBytes();
   for (auto _ : state) {
     const auto out = std::make_unique_for_overwrite<uint8_t[]>((kPlain / kLine + 1) * 66);
-    const Context context(EVP_ENCODE_CTX_new(), EVP_ENCODE_CTX_free);
+    const Context context(EVP_ENCODE_CTX_new());
     int written = 0;
     EVP_EncodeInit(context.get());
     EVP_EncodeUpdate(context.get(), out.get(), &written,
@@ -92,7 +89,7 @@ void decodeOpenssl(benchmark::State& state) {
   const std::string text = inLines("\n");
   for (auto _ : state) {
     const auto out = std::make_unique_for_overwrite<uint8_t[]>(text.size());
-    const Context context(EVP_ENCODE_CTX_new(), EVP_ENCODE_CTX_free);
+    const Context context(EVP_ENCODE_CTX_new());
     int written = 0;
     EVP_DecodeInit(context.get());
     if (EVP_DecodeUpdate(context.get(), out.get(), &written,

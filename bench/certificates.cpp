@@ -20,6 +20,8 @@
 namespace {
 
 using namespace vexa::runtime;
+using vexa::BufferHolder;
+using vexa::KeyHolder;
 using vexa::bench::loadedModule;
 using CertificateRef = vexa::RuntimeObjectHolder<Certificate>;
 
@@ -62,21 +64,20 @@ CertificateRef certificateOf(const KeyObject* key, int64_t purposes) {
   return owned;
 }
 
-KeyObject* newKey() {
-  KeyObject* key = nullptr;
-  need(RUNTIME(velmora_key_generate_ec)("P-256", &key));
+KeyHolder newKey() {
+  KeyHolder key(loadedModule().tables());
+  need(RUNTIME(velmora_key_generate_ec)("P-256", key.put()));
   return key;
 }
 
 void decodePurposes(benchmark::State& state) {
-  KeyObject* const key = newKey();
-  const CertificateRef made = certificateOf(key, state.range(0));
+  const KeyHolder key = newKey();
+  const CertificateRef made = certificateOf(key.get(), state.range(0));
   const ByteBuffer* const encoding = made->table->GetEncoding(made.get());
   for (auto _ : state) {
     CertificateRef read;
     need(types().CertificateDecode(encoding, read.put()));
   }
-  types().KeyRelease(key);
 }
 
 void append(const Pkcs12TypesTable& bags, BagNode**& end, SafeBag* bag) {
@@ -105,49 +106,51 @@ SafeBag* keyBag(const Pkcs12TypesTable& bags, const KeyObject& key) {
   return bag;
 }
 
+struct ParametersPolicy : vexa::PointerPolicy<PfxParameters> {
+  void release(PfxParameters* parameters) const { bags->ParametersRelease(parameters); }
+
+  const Pkcs12TypesTable* bags;
+};
+using Parameters = vexa::Holder<ParametersPolicy>;
+
 // So many keys, then the certificate of each; no iterations worth the name.
-ByteBuffer* fileOf(int64_t count, const StringObject* password) {
+BufferHolder fileOf(int64_t count, const StringObject* password) {
   const auto& pkcs12 = table<Pkcs12Table>();
   const Pkcs12TypesTable* bags = nullptr;
   need(pkcs12.GetTypes(&bags));
-  PfxParameters* parameters = nullptr;
-  need(bags->ParametersCreate(&parameters));
+  Parameters parameters(ParametersPolicy{{}, bags});
+  need(bags->ParametersCreate(parameters.put()));
   parameters->version = 3;
   parameters->iterations = 1;
   parameters->macDigest = types().TextDuplicate("SHA-1");
   parameters->bagEncryption1 = types().TextDuplicate("pbeWithSHA1And128BitRC4");
   parameters->bagEncryption2 = types().TextDuplicate("pbeWithSHA1And3-KeyTripleDES-CBC");
   BagNode** end = &parameters->contents;
-  std::vector<KeyObject*> keys;
+  std::vector<KeyHolder> keys;
   for (int64_t i = 0; i < count; ++i) {
     keys.push_back(newKey());
     append(*bags, end, keyBag(*bags, *keys.back()));
   }
-  for (KeyObject* const key : keys) {
+  for (const KeyHolder& key : keys) {
     SafeBag* const bag = bagOf(*bags, kCertificateBag);
-    bag->certificate = certificateOf(key, 0).release();
+    bag->certificate = certificateOf(key.get(), 0).release();
     append(*bags, end, bag);
-    types().KeyRelease(key);
   }
-  ByteBuffer* file = nullptr;
-  need(pkcs12.Encode(parameters, password, &file));
-  bags->ParametersRelease(parameters);
+  auto file = vexa::bench::buffer();
+  need(pkcs12.Encode(parameters.get(), password, file.put()));
   return file;
 }
 
 void openPairs(benchmark::State& state) {
   const auto& strings = table<StringTable>();
-  StringObject* password = nullptr;
-  need(strings.Create(&password));
-  need(strings.AssignBytes(password, "pw", 2));
-  const ByteBuffer* const file = fileOf(state.range(0), password);
+  vexa::String password(strings);
+  need(password.assign("pw"));
+  const BufferHolder file = fileOf(state.range(0), password.get());
   const auto& core = loadedModule().list<vexa::CoreList>();
   for (auto _ : state) {
-    KeyObject* key = nullptr;
-    CertificateList* certificates = nullptr;
-    need(core.OpenPkcs12(file, password, &key, &certificates));
-    types().KeyRelease(key);
-    types().CertificateListRelease(certificates);
+    KeyHolder key(loadedModule().tables());
+    vexa::CertificateListHolder certificates(loadedModule().tables());
+    need(core.OpenPkcs12(file.get(), password.get(), key.put(), certificates.put()));
   }
 }
 

@@ -37,10 +37,12 @@ void count(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-HashTable_void* makeTable(uint32_t types) {
+using Table = vexa::InterfaceHolder<HashTable_void>;
+
+Table makeTable(uint32_t types) {
   static const auto& list = loadedModule().list<vexa::HashTableList>();
-  HashTable_void* table = nullptr;
-  if (list.CreateHashTable(&table, types, kBuckets) != vexa::kOk || table == nullptr) {
+  Table table;
+  if (list.CreateHashTable(table.put(), types, kBuckets) != vexa::kOk || !table) {
     std::abort();
   }
   return table;
@@ -48,7 +50,7 @@ HashTable_void* makeTable(uint32_t types) {
 
 void* textItem(const std::string& text) { return const_cast<char*>(text.c_str()); }
 
-void fill(HashTable_void* table, const std::vector<std::string>& names) {
+void fill(const Table& table, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     if (table->Put(textItem(name), const_cast<char*>(kValue)) != vexa::kOk) {
       std::abort();
@@ -69,9 +71,8 @@ void fill(Map& map, const std::vector<std::string>& names) {
 void put(benchmark::State& state) {
   const auto names = keys(state.range(0));
   for (auto _ : state) {
-    HashTable_void* const table = makeTable(kTexts);
+    const Table table = makeTable(kTexts);
     fill(table, names);
-    table->Release();
   }
   count(state);
 }
@@ -88,19 +89,17 @@ void putMap(benchmark::State& state) {
 
 void get(benchmark::State& state) {
   const auto names = keys(state.range(0));
-  HashTable_void* const table = makeTable(kTexts);
+  const Table table = makeTable(kTexts);
   fill(table, names);
   for (auto _ : state) {
     for (const std::string& name : names) {
-      void* value = nullptr;
-      if (table->Get(textItem(name), &value) != vexa::kOk) {
+      auto value = vexa::bench::block<char>();
+      if (table->Get(textItem(name), value.putVoid()) != vexa::kOk) {
         std::abort();
       }
-      benchmark::DoNotOptimize(value);
-      loadedModule().root().Free(value);
+      benchmark::DoNotOptimize(value.get());
     }
   }
-  table->Release();
   count(state);
 }
 
@@ -132,7 +131,7 @@ void findMap(benchmark::State& state) {
 
 // Numbers as keys and values: nothing is copied, so this is the chain walk alone.
 void contains(benchmark::State& state) {
-  HashTable_void* const table = makeTable(kNumbers);
+  const Table table = makeTable(kNumbers);
   const auto number = [](int64_t i) { return reinterpret_cast<void*>(i * 7919); };
   for (int64_t i = 0; i < state.range(0); ++i) {
     (void)table->Put(number(i), number(i + 1));
@@ -142,7 +141,6 @@ void contains(benchmark::State& state) {
       benchmark::DoNotOptimize(table->Contains(number(i)));
     }
   }
-  table->Release();
   count(state);
 }
 

@@ -25,6 +25,7 @@ namespace {
 
 namespace http = boost::beast::http;
 using vexa::IHTTPRequest;
+using vexa::bench::block;
 using vexa::bench::create;
 using vexa::bench::loadedModule;
 using Request = vexa::InterfaceHolder<IHTTPRequest>;
@@ -64,15 +65,13 @@ void countBytes(benchmark::State& state, const std::string& request) {
 // --- The module ---
 
 void askHeader(IHTTPRequest& request, const char* name) {
-  char* value = nullptr;
-  benchmark::DoNotOptimize(request.getHeader(name, &value));
-  loadedModule().root().Free(value);
+  auto value = block<char>();
+  benchmark::DoNotOptimize(request.getHeader(name, value.put()));
 }
 
 void askParameter(IHTTPRequest& request, const char* name) {
-  char* value = nullptr;
-  benchmark::DoNotOptimize(request.getQueryParameter(name, &value));
-  loadedModule().root().Free(value);
+  auto value = block<char>();
+  benchmark::DoNotOptimize(request.getQueryParameter(name, value.put()));
 }
 
 void askAll(IHTTPRequest& request) {

@@ -43,13 +43,12 @@ void ours(benchmark::State& state) {
       (void)response->addHeader(name, value);
     }
     (void)response->setBody(body.c_str());
-    uint8_t* buffer = nullptr;
+    auto buffer = vexa::bench::block<uint8_t>();
     size = 0;
-    if (response->serialize(&buffer, &size) != vexa::kOk) {
+    if (response->serialize(buffer.put(), &size) != vexa::kOk) {
       std::abort();
     }
     benchmark::DoNotOptimize(buffer[size - 1]);
-    loadedModule().root().Free(buffer);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(size));
 }

@@ -55,13 +55,15 @@ void describe(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(source.text.size()));
 }
 
-IJsonObject* parse(const std::string& text) {
+using Object = vexa::InterfaceHolder<IJsonObject>;
+
+Object parse(const std::string& text) {
   static const auto& api = loadedModule().list<vexa::JsonApiList>();
   // The parser only reads it.
   const vexa::runtime::ByteBuffer record{
       text.size(), reinterpret_cast<uint8_t*>(const_cast<char*>(text.data()))};
-  IJsonObject* object = nullptr;
-  if (api.Parse(&record, &object) != vexa::kOk) {
+  Object object;
+  if (api.Parse(&record, object.put()) != vexa::kOk) {
     std::abort();
   }
   return object;
@@ -70,7 +72,7 @@ IJsonObject* parse(const std::string& text) {
 void parseVexa(benchmark::State& state) {
   const std::string& text = document(state.range(0)).text;
   for (auto _ : state) {
-    parse(text)->Release();
+    (void)parse(text);
   }
   describe(state);
 }
@@ -89,18 +91,14 @@ void parseRapid(benchmark::State& state) {
 }
 
 void writeVexa(benchmark::State& state) {
-  const auto& root = loadedModule().root();
-  IJsonObject* const object = parse(document(state.range(0)).text);
+  const Object object = parse(document(state.range(0)).text);
   for (auto _ : state) {
-    vexa::runtime::ByteBuffer* text = nullptr;
-    if (object->ToText(&text) != vexa::kOk) {
+    auto text = vexa::bench::buffer();
+    if (object->ToText(text.put()) != vexa::kOk) {
       std::abort();
     }
     benchmark::DoNotOptimize(text->data);
-    root.Free(text->data);
-    root.Free(text);
   }
-  object->Release();
   describe(state);
 }
 
@@ -125,15 +123,14 @@ struct Sizes {
 
 void lookUpVexa(benchmark::State& state, Sizes sizes) {
   struct Keyed {
-    IJsonObject* object;
+    Object object;
     std::vector<std::string> keys;
   };
   std::vector<Keyed> all;
   for (int size = sizes.least; size <= sizes.most; ++size) {
-    IJsonObject* const object = parse(vexa::bench::fewMembers(size));
-    all.push_back({object, {}});
+    auto& [object, keys] = all.emplace_back(Keyed{parse(vexa::bench::fewMembers(size)), {}});
     for (uint64_t i = 0; i < object->GetCount(); ++i) {
-      all.back().keys.emplace_back(object->GetKeyPtrAt(i));
+      keys.emplace_back(object->GetKeyPtrAt(i));
     }
   }
   for (auto _ : state) {
@@ -142,9 +139,6 @@ void lookUpVexa(benchmark::State& state, Sizes sizes) {
         benchmark::DoNotOptimize(object->GetTypeOf(key.c_str()));
       }
     }
-  }
-  for (const auto& each : all) {
-    each.object->Release();
   }
 }
 

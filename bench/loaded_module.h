@@ -28,6 +28,14 @@ inline const Module& loadedModule() {
   return module;
 }
 
+// A byte buffer that the module hands out.
+inline BufferHolder buffer() { return BufferHolder(loadedModule().tables()); }
+// A block that it hands out.
+template <class T>
+BlockHolder<T> block() {
+  return BlockHolder<T>(loadedModule().tables());
+}
+
 // A new object with one reference.
 template <class Interface>
 InterfaceHolder<Interface> create() {

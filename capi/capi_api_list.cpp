@@ -32,7 +32,7 @@ int32_t sortCertificates(const runtime::KeyObject* key,
     if (key != nullptr && publicKey != nullptr &&
         base::bound.commonTypes->KeyCompare(publicKey, &key->publicKey) == 0) {
       *own = certificate;
-    } else if (failed(base::appendCertificate(authorities, certificate))) {
+    } else if (failed(base::appendCertificate(authorities.inOut(), certificate))) {
       return kFailure;
     }
   }

@@ -156,15 +156,16 @@ void requireWanted(const Case& wanted, X509* made) {
     require(ASN1_STRING_type(time) == (isShort ? V_ASN1_UTCTIME : V_ASN1_GENERALIZEDTIME),
             "the type of the time");
   }
-  const OpenSsl<BIGNUM, BN_free> number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(made), nullptr));
+  const FunctionHolder<BIGNUM, BN_free> number(
+      ASN1_INTEGER_to_BN(X509_get0_serialNumber(made), nullptr));
   require(!BN_is_negative(number.get()), "a serial number is positive");
   std::string serial(static_cast<size_t>(BN_num_bytes(number.get())), '\0');
   BN_bn2bin(number.get(), reinterpret_cast<unsigned char*>(serial.data()));
   require(wanted.serial.empty() || serial == significant(wanted.serial), "the serial number");
   bool isRead = false;
-  const OpenSsl<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> purposes(
+  const FunctionHolder<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> purposes(
       extension<EXTENDED_KEY_USAGE>(made, NID_ext_key_usage, isRead));
-  const int count = purposes != nullptr ? sk_ASN1_OBJECT_num(purposes.get()) : 0;
+  const int count = purposes ? sk_ASN1_OBJECT_num(purposes.get()) : 0;
   require(static_cast<size_t>(count) == wanted.purposes.size(), "as many purposes");
   for (int i = 0; i < count; ++i) {
     require(dottedText(sk_ASN1_OBJECT_value(purposes.get(), i)) ==
@@ -181,7 +182,7 @@ void check(std::string_view input) {
     const std::string_view der = viewOf(*certificate->table->GetEncoding(certificate.get()));
     size_t used = 0;
     const OpenSslCertificate made = openSslCertificate(der, &used);
-    if (made == nullptr) {
+    if (!made) {
       require(!isRefusedForItsForm(), "OpenSSL reads it");
     } else {
       require(used == der.size(), "nothing behind it");

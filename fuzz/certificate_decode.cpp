@@ -31,14 +31,14 @@ void check(std::string_view input) {
   const int32_t result = commonTypes().CertificateDecode(&buffer, certificate.put());
   require((result == kOk) == static_cast<bool>(certificate), "a certificate exactly on success");
   size_t used = 0;
-  const bool isDer = openSslCertificate(input, &used) != nullptr;
+  const bool isDer = static_cast<bool>(openSslCertificate(input, &used));
   if (!certificate) {
     return;
   }
   const std::string_view encoding = viewOf(*certificate->table->GetEncoding(certificate.get()));
   require(!isDer || (used == input.size() && encoding == input), "nothing behind a certificate");
   const OpenSslCertificate expected = openSslCertificate(encoding, &used);
-  if (expected != nullptr) {
+  if (expected) {
     require(used == encoding.size(), "nothing behind the encoding");
     requireSame(certificate.get(), expected.get());
   } else {

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,13 +21,7 @@
 // Certificates as OpenSSL reads them, held against what the runtime says of the same bytes.
 namespace vexa::fuzz {
 
-template <class T, void (*Release)(T*)>
-struct Freed {
-  void operator()(T* object) const { Release(object); }
-};
-template <class T, void (*Release)(T*)>
-using OpenSsl = std::unique_ptr<T, Freed<T, Release>>;
-using OpenSslCertificate = OpenSsl<X509, X509_free>;
+using OpenSslCertificate = FunctionHolder<X509, X509_free>;
 
 inline std::string_view viewOf(const void* bytes, int length) {
   return {static_cast<const char*>(bytes), static_cast<size_t>(length)};
@@ -220,25 +213,25 @@ T* extension(const X509* certificate, int nid, bool& isRead) {
 
 inline void requireSameKeyUsage(const uint8_t* flags, const X509* certificate) {
   bool isRead = false;
-  const OpenSsl<ASN1_BIT_STRING, ASN1_BIT_STRING_free> bits(
+  const FunctionHolder<ASN1_BIT_STRING, ASN1_BIT_STRING_free> bits(
       extension<ASN1_BIT_STRING>(certificate, NID_key_usage, isRead));
   if (!isRead) {
     return;
   }
-  require((flags == nullptr) == (bits == nullptr), "key usage, or none");
-  for (int i = 0; bits != nullptr && i < runtime::kKeyUsageFlags; ++i) {
+  require((flags == nullptr) == !bits, "key usage, or none");
+  for (int i = 0; bits && i < runtime::kKeyUsageFlags; ++i) {
     require(flags[i] == ASN1_BIT_STRING_get_bit(bits.get(), i), "the same key usage");
   }
 }
 
 inline void requireSamePurposes(const runtime::ExtendedKeyUsage* usage, const X509* certificate) {
   bool isRead = false;
-  const OpenSsl<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> purposes(
+  const FunctionHolder<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free> purposes(
       extension<EXTENDED_KEY_USAGE>(certificate, NID_ext_key_usage, isRead));
   if (!isRead) {
     return;
   }
-  const int count = purposes != nullptr ? sk_ASN1_OBJECT_num(purposes.get()) : 0;
+  const int count = purposes ? sk_ASN1_OBJECT_num(purposes.get()) : 0;
   for (int i = 0; i < count; ++i, usage = usage->next) {
     const ASN1_OBJECT* const expected = sk_ASN1_OBJECT_value(purposes.get(), i);
     require(usage != nullptr &&
@@ -252,13 +245,14 @@ inline void requireSamePurposes(const runtime::ExtendedKeyUsage* usage, const X5
 inline void requireSameConstraints(const velmora::CertificateObject& read,
                                    const X509* certificate) {
   bool isRead = false;
-  const OpenSsl<BASIC_CONSTRAINTS, BASIC_CONSTRAINTS_free> constraints(
+  const FunctionHolder<BASIC_CONSTRAINTS, BASIC_CONSTRAINTS_free> constraints(
       extension<BASIC_CONSTRAINTS>(certificate, NID_basic_constraints, isRead));
   if (!isRead) {
     return;
   }
-  require(read.basicConstraints.has_value() == (constraints != nullptr), "constraints, or none");
-  if (constraints != nullptr) {
+  require(read.basicConstraints.has_value() == static_cast<bool>(constraints),
+          "constraints, or none");
+  if (constraints) {
     require((read.basicConstraints->cA != 0) == (constraints->ca != 0), "a CA, or not");
     const bool hasLength = constraints->pathlen != nullptr;
     require(read.pathLength.has_value() == hasLength, "a length of path, or none");
@@ -282,7 +276,7 @@ inline bool isSound(const EVP_PKEY* key, const ASN1_BIT_STRING* encoding) {
   for (const char* const name : {OSSL_PKEY_PARAM_RSA_N, OSSL_PKEY_PARAM_RSA_E}) {
     BIGNUM* number = nullptr;
     const bool isRead = EVP_PKEY_get_bn_param(key, name, &number) == 1;
-    const OpenSsl<BIGNUM, BN_free> owned(number);
+    const FunctionHolder<BIGNUM, BN_free> owned(number);
     if (!isRead || !BN_is_odd(number) || BN_is_one(number)) {
       return false;
     }

@@ -1,5 +1,6 @@
 #include <functional>
 
+#include "base/string.h"
 #include "json_harness.h"
 
 // Parses any text, and writes what came out. What is written parses back to an equal tree, and is
@@ -30,33 +31,15 @@ bool comesBack(std::string_view string) {
   return true;
 }
 
-// A string object of String.1 that releases its text.
-class Value {
- public:
-  Value() = default;
-  Value(const Value&) = delete;
-  Value& operator=(const Value&) = delete;
-  ~Value() { startedModule().Free(object_.text); }
-
-  runtime::StringObject* put() { return &object_; }
-  std::string_view view() const {
-    return object_.text == nullptr ? std::string_view()
-                                   : std::string_view(object_.text, object_.length);
-  }
-
- private:
-  runtime::StringObject object_{};
-};
-
 bool carries(IJsonObject& object);
 
 bool carries(IJsonArray& array) {
   bool all = true;
   for (uint64_t i = 0; i < array.GetCount(); ++i) {
-    Value string;
+    base::String string;
     InterfaceHolder<IJsonObject> object;
     InterfaceHolder<IJsonArray> nested;
-    if (array.GetStringAt(i, string.put()) == kOk) {
+    if (array.GetStringAt(i, string.get()) == kOk) {
       all = all && comesBack(string.view());
     } else if (array.GetObjectAt(i, object.put()) == kOk) {
       all = carries(*object) && all;
@@ -70,17 +53,17 @@ bool carries(IJsonArray& array) {
 bool carries(IJsonObject& object) {
   bool all = true;
   for (uint64_t i = 0; i < object.GetCount(); ++i) {
-    Value key;
-    require(object.GetKeyAt(i, key.put()) == kOk, "every member has a key");
+    base::String key;
+    require(object.GetKeyAt(i, key.get()) == kOk, "every member has a key");
     if (!isWrittenAsItIs(key.view())) {
       all = false;
       continue;  // it may hold a zero byte, behind which a lookup does not see
     }
     const std::string name(key.view());
-    Value string;
+    base::String string;
     InterfaceHolder<IJsonObject> nested;
     InterfaceHolder<IJsonArray> array;
-    if (object.GetString(name.c_str(), string.put()) == kOk) {
+    if (object.GetString(name.c_str(), string.get()) == kOk) {
       all = all && comesBack(string.view());
     } else if (object.GetObject(name.c_str(), nested.put()) == kOk) {
       all = carries(*nested) && all;

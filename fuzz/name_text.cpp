@@ -6,8 +6,8 @@
 namespace vexa::fuzz {
 namespace {
 
-using OpenSslName = OpenSsl<X509_NAME, X509_NAME_free>;
-using OpenSslObject = OpenSsl<ASN1_OBJECT, ASN1_OBJECT_free>;
+using OpenSslName = FunctionHolder<X509_NAME, X509_NAME_free>;
+using OpenSslObject = FunctionHolder<ASN1_OBJECT, ASN1_OBJECT_free>;
 
 // --- Names ---
 
@@ -25,7 +25,7 @@ void checkEncoding(runtime::Name* name) {
   const unsigned char* const end = cursor + der.size();
   ERR_clear_error();
   const OpenSslName read(d2i_X509_NAME(nullptr, &cursor, static_cast<long>(der.size())));
-  if (read == nullptr) {
+  if (!read) {
     return require(!isRefusedForItsForm(), "OpenSSL reads the name, too");
   }
   require(cursor == end, "nothing behind the name");
@@ -107,14 +107,14 @@ void checkObjectId(const std::string& text) {
     return require(result != kOk, "an identifier is digits and points");
   }
   if (isSmall(text)) {
-    require((result == kOk) == (expected != nullptr), "both read it, or neither");
+    require((result == kOk) == static_cast<bool>(expected), "both read it, or neither");
   }
   if (!identifier) {
     return;
   }
-  require(expected != nullptr && viewOf(velmora::contentOf(identifier.get())) ==
-                                     viewOf(OBJ_get0_data(expected.get()),
-                                            static_cast<int>(OBJ_length(expected.get()))),
+  require(expected && viewOf(velmora::contentOf(identifier.get())) ==
+                          viewOf(OBJ_get0_data(expected.get()),
+                                 static_cast<int>(OBJ_length(expected.get()))),
           "the same identifier");
   velmora::Bytes written;
   require(velmora::appendObjectIdText(velmora::contentOf(identifier.get()), written),

@@ -48,11 +48,11 @@ void freeSafes(STACK_OF(PKCS7) * safes) { sk_PKCS7_pop_free(safes, PKCS7_free); 
 void freeBags(STACK_OF(PKCS12_SAFEBAG) * bags) {
   sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free);
 }
-using Buffer = OpenSsl<unsigned char, freeBytes>;
-using File = OpenSsl<PKCS12, PKCS12_free>;
-using Safes = OpenSsl<STACK_OF(PKCS7), freeSafes>;
-using SafeBags = OpenSsl<STACK_OF(PKCS12_SAFEBAG), freeBags>;
-using KeyInfo = OpenSsl<PKCS8_PRIV_KEY_INFO, PKCS8_PRIV_KEY_INFO_free>;
+using Buffer = FunctionHolder<unsigned char, freeBytes>;
+using File = FunctionHolder<PKCS12, PKCS12_free>;
+using Safes = FunctionHolder<STACK_OF(PKCS7), freeSafes>;
+using SafeBags = FunctionHolder<STACK_OF(PKCS12_SAFEBAG), freeBags>;
+using KeyInfo = FunctionHolder<PKCS8_PRIV_KEY_INFO, PKCS8_PRIV_KEY_INFO_free>;
 
 // OpenSSL did not decrypt: it must have stumbled over what an element holds.
 void requireUnreadElement() {
@@ -99,7 +99,7 @@ void appendKey(const PKCS8_PRIV_KEY_INFO* info, Bag bag, Bags& out) {
 // another target to say.
 std::optional<std::string> certificateOf(const PKCS12_SAFEBAG* bag) {
   const OpenSslCertificate certificate(PKCS12_SAFEBAG_get1_cert(bag));
-  if (certificate == nullptr) {
+  if (!certificate) {
     return std::nullopt;
   }
   unsigned char* der = nullptr;
@@ -188,18 +188,18 @@ bool appendSafe(PKCS7* safe, Bags& out) {
   const SafeBags bags(
       wholeItem<STACK_OF(PKCS12_SAFEBAG)>(content, ASN1_ITEM_rptr(PKCS12_SAFEBAGS)));
   appendBags(bags.get(), out);
-  return bags != nullptr;
+  return static_cast<bool>(bags);
 }
 
 // What a file holds that the runtime has read; nothing when OpenSSL cannot tell.
 std::optional<Bags> expectedBags(std::string_view file) {
   const File pfx(wholeItem<PKCS12>(file, ASN1_ITEM_rptr(PKCS12)));
-  if (pfx == nullptr) {
+  if (!pfx) {
     return std::nullopt;
   }
   require(PKCS12_verify_mac(pfx.get(), kPassword, kPasswordLength) == 1, "and its MAC is right");
   const Safes safes(PKCS12_unpack_authsafes(pfx.get()));
-  if (safes == nullptr) {
+  if (!safes) {
     require(!isRefusedForItsForm(), "OpenSSL reads the safes, too");
     return std::nullopt;
   }

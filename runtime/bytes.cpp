@@ -59,6 +59,13 @@ void wipe(void* block, size_t length) {
   wipe(room, sizeof(room));
 }
 
+void freeSecret(void* block, size_t length) {
+  if (block != nullptr) {
+    wipe(block, length);
+    freeBlock(block);
+  }
+}
+
 Bytes& Bytes::operator=(Bytes&& other) noexcept {
   if (this != &other) {
     reset();
@@ -105,10 +112,7 @@ void Bytes::assign(ByteView bytes) {
 }
 
 void Bytes::reset() {
-  if (data_ != nullptr) {
-    wipe(data_, size_);
-    freeBlock(data_);
-  }
+  freeSecret(data_, size_);
   data_ = nullptr;
   size_ = capacity_ = 0;
   failed_ = false;
@@ -130,10 +134,7 @@ bool Bytes::reserve(size_t capacity) {
     return false;
   }
   copyBytes(block, view());
-  if (data_ != nullptr) {
-    wipe(data_, size_);
-    freeBlock(data_);
-  }
+  freeSecret(data_, size_);
   data_ = block;
   capacity_ = roomy;
   return true;
@@ -173,10 +174,7 @@ int32_t assignBuffer(runtime::ByteBuffer* target, ByteView bytes) {
 }
 
 void clearBuffer(runtime::ByteBuffer* buffer) {
-  if (buffer->data != nullptr) {
-    wipe(buffer->data, buffer->length);
-    freeBlock(buffer->data);
-  }
+  freeSecret(buffer->data, buffer->length);
   *buffer = {};
 }
 

@@ -19,6 +19,8 @@ int compareBytes(ByteView a, ByteView b);
 
 // Overwrites with zeros in a way that the compiler keeps.
 void wipe(void* block, size_t length);
+// Wipes and frees a block of the root heap; null is ignored.
+void freeSecret(void* block, size_t length);
 // Overwrites what functions that have returned left on the stack below the caller: libgcrypt's
 // digests of one call keep their result there.
 void wipeStack();

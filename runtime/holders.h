@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <type_traits>
 
 #include "runtime/heap.h"
 #include "vexa/holders.h"
@@ -43,5 +44,29 @@ void releaseChain(Node* head, Drop drop) {
     drop(*node);
   }
 }
+
+// A chain in the making: each node goes behind the last one. `Owner` holds the first.
+template <class Owner>
+class Chain {
+ public:
+  using Node = std::remove_pointer_t<typename Owner::Type>;
+
+  void append(Node* node) {
+    if (last_ == nullptr) {
+      nodes_.reset(node);
+    } else {
+      last_->next = node;
+    }
+    last_ = node;
+  }
+  Node* release() {
+    last_ = nullptr;
+    return nodes_.release();
+  }
+
+ private:
+  Owner nodes_;
+  Node* last_ = nullptr;
+};
 
 }  // namespace vexa::velmora

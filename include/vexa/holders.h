@@ -61,6 +61,8 @@ class Holder : private Policy {
     reset();
     return &value_;
   }
+  // For slots that use again what is held, or put something else in its place.
+  Type* inOut() { return &value_; }
   void** putVoid() { return reinterpret_cast<void**>(put()); }
   // The caller owns it from now on.
   Type release() { return std::exchange(value_, Policy::empty()); }
@@ -82,6 +84,15 @@ struct PointerPolicy {
   using Type = T*;
   static constexpr Type empty() { return nullptr; }
 };
+
+// What one function gives back, such as a handle of a C library:
+//   using Certificate = FunctionHolder<X509, X509_free>;
+template <class T, auto kRelease>
+struct FunctionPolicy : PointerPolicy<T> {
+  static void release(T* thing) { kRelease(thing); }
+};
+template <class T, auto kRelease>
+using FunctionHolder = Holder<FunctionPolicy<T, kRelease>>;
 
 // One reference to an object of the module.
 template <class Interface>

@@ -30,9 +30,9 @@ constexpr runtime::TypeOperations typeOperations = {
 };
 
 void bufferRelease(runtime::ByteBuffer* buffer) {
-  if (buffer != nullptr) {
-    freeBlock(buffer->data);
-    freeBlock(buffer);
+  const HeapBlock<runtime::ByteBuffer> record(buffer);
+  if (record) {
+    const HeapBlock<uint8_t> data(record->data);
   }
 }
 

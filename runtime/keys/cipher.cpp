@@ -74,7 +74,7 @@ bool makeWorkKey(const CipherAlgorithm& algorithm, ByteView key, WorkKey& out) {
 CipherHandle open(const CipherOperation& operation, int mode) {
   WorkKey key;
   if (!makeWorkKey(*operation.algorithm, operation.key, key)) {
-    return nullptr;
+    return {};
   }
   return openCipher(operation.algorithm->cipher, mode, {key.bytes, operation.algorithm->keyBytes});
 }

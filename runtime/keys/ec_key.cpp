@@ -5,8 +5,8 @@
 namespace vexa::velmora {
 namespace {
 
-using Point = std::unique_ptr<gcry_mpi_point, Closer<gcry_mpi_point_release>>;
-using Context = std::unique_ptr<gcry_context, Closer<gcry_ctx_release>>;
+using Point = FunctionHolder<gcry_mpi_point, gcry_mpi_point_release>;
+using Context = FunctionHolder<gcry_context, gcry_ctx_release>;
 
 }  // namespace
 
@@ -67,29 +67,27 @@ int32_t appendPoint(const Curve& curve, ByteView secret, Bytes& out) {
   if (!libraryReady()) {
     return kFail;
   }
-  gcry_ctx_t made = nullptr;
-  if (gcry_mpi_ec_new(&made, nullptr, curve.libraryName) != 0) {
+  Context context;
+  if (gcry_mpi_ec_new(context.put(), nullptr, curve.libraryName) != 0) {
     return kOutOfMemory;
   }
-  const Context context(made);
-  gcry_mpi_t number = nullptr;
-  if (gcry_mpi_scan(&number, GCRYMPI_FMT_USG, secret.data(), secret.size(), nullptr) != 0) {
+  Mpi d;
+  if (gcry_mpi_scan(d.put(), GCRYMPI_FMT_USG, secret.data(), secret.size(), nullptr) != 0) {
     return kOutOfMemory;
   }
-  const Mpi d(number);
-  const Mpi order(gcry_mpi_ec_get_mpi("n", made, 1));
+  const Mpi order(gcry_mpi_ec_get_mpi("n", context.get(), 1));
   if (gcry_mpi_cmp_ui(d.get(), 0) <= 0 || !order || gcry_mpi_cmp(d.get(), order.get()) >= 0) {
     return kInvalidArgument;
   }
-  const Point generator(gcry_mpi_ec_get_point("g", made, 1));
+  const Point generator(gcry_mpi_ec_get_point("g", context.get(), 1));
   const Point product(gcry_mpi_point_new(0));
   const Mpi x(gcry_mpi_new(0));
   const Mpi y(gcry_mpi_new(0));
   if (!generator) {
     return kFail;
   }
-  gcry_mpi_ec_mul(product.get(), d.get(), generator.get(), made);
-  if (gcry_mpi_ec_get_affine(x.get(), y.get(), product.get(), made) != 0) {
+  gcry_mpi_ec_mul(product.get(), d.get(), generator.get(), context.get());
+  if (gcry_mpi_ec_get_affine(x.get(), y.get(), product.get(), context.get()) != 0) {
     return kFail;
   }
   out.append(uint8_t{4});

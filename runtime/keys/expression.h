@@ -9,17 +9,19 @@ namespace vexa::velmora {
 // libgcrypt's %b takes a length and a pointer.
 inline int lengthArgument(ByteView bytes) { return static_cast<int>(bytes.size()); }
 
-// Null when memory is short or the format does not fit.
+// Empty when memory is short or the format does not fit.
 template <class... Arguments>
 Sexp buildExpression(const char* format, Arguments... arguments) {
-  gcry_sexp_t expression = nullptr;
-  return gcry_sexp_build(&expression, nullptr, format, arguments...) == 0 ? Sexp(expression)
-                                                                          : nullptr;
+  Sexp expression;
+  if (gcry_sexp_build(expression.put(), nullptr, format, arguments...) != 0) {
+    return {};
+  }
+  return expression;
 }
 
-using Mpi = std::unique_ptr<gcry_mpi, Closer<gcry_mpi_release>>;
+using Mpi = FunctionHolder<gcry_mpi, gcry_mpi_release>;
 
-// The number behind a token; null when there is none.
+// The number behind a token; empty when there is none.
 Mpi takeNumber(gcry_sexp_t expression, const char* token);
 
 // Writes a number of at most 2,048 bytes as an INTEGER; a larger one fails the writer.

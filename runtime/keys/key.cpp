@@ -20,10 +20,7 @@ bool equalRsaKeys(ByteView a, ByteView b) {
 template <class Key>
 void clearKeyRecord(Key* key) {
   clearAlgorithm(&key->algorithm);
-  if (key->bytes != nullptr) {
-    wipe(key->bytes, static_cast<size_t>(key->bitLength / 8));
-    freeBlock(key->bytes);
-  }
+  freeSecret(key->bytes, static_cast<size_t>(key->bitLength / 8));
   *key = {};
 }
 
@@ -206,12 +203,11 @@ int32_t makeKey(runtime::KeyObject** out) {
 }
 
 void releaseKey(runtime::KeyObject* key) {
-  if (key == nullptr) {
-    return;
+  const HeapBlock<runtime::KeyObject> record(key);
+  if (record) {
+    clearKeyRecord(&key->publicKey);
+    clearKeyRecord(&key->privateKey);
   }
-  clearKeyRecord(&key->publicKey);
-  clearKeyRecord(&key->privateKey);
-  freeBlock(key);
 }
 
 int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out) {
@@ -238,18 +234,11 @@ int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out) {
 }
 
 void releaseRsaPrivateKey(runtime::RsaPrivateKey* key) {
-  if (key == nullptr) {
-    return;
+  const HeapBlock<runtime::RsaPrivateKey> record(key);
+  for (int i = 0; key != nullptr && i < kRsaPrivateIntegers; ++i) {
+    const runtime::BigInteger& integer = integersOf(key)[i];
+    freeSecret(integer.bytes, static_cast<size_t>(integer.length));
   }
-  for (int i = 0; i < kRsaPrivateIntegers; ++i) {
-    runtime::BigInteger& integer = integersOf(key)[i];
-    if (integer.bytes == nullptr) {
-      continue;
-    }
-    wipe(integer.bytes, static_cast<size_t>(integer.length));
-    freeBlock(integer.bytes);
-  }
-  freeBlock(key);
 }
 
 }  // namespace vexa::velmora

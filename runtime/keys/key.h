@@ -63,19 +63,11 @@ std::optional<RsaPrivateNumbers> readRsaPrivateKey(ByteView der);
 int32_t makeKey(runtime::KeyObject** out);
 // Wipes the private bytes; null is ignored.
 void releaseKey(runtime::KeyObject* key);
-// Owns a key object.
-struct KeyObjectPolicy : PointerPolicy<runtime::KeyObject> {
-  static void release(runtime::KeyObject* key) { releaseKey(key); }
-};
-using KeyHolder = Holder<KeyObjectPolicy>;
+using KeyHolder = FunctionHolder<runtime::KeyObject, releaseKey>;
 
 int32_t decodeRsaPrivateKey(ByteView der, runtime::RsaPrivateKey** out);
 // Wipes the numbers; null is ignored.
 void releaseRsaPrivateKey(runtime::RsaPrivateKey* key);
-// Owns an RSA private key.
-struct RsaPrivateKeyPolicy : PointerPolicy<runtime::RsaPrivateKey> {
-  static void release(runtime::RsaPrivateKey* key) { releaseRsaPrivateKey(key); }
-};
-using RsaPrivateKeyHolder = Holder<RsaPrivateKeyPolicy>;
+using RsaPrivateKeyHolder = FunctionHolder<runtime::RsaPrivateKey, releaseRsaPrivateKey>;
 
 }  // namespace vexa::velmora

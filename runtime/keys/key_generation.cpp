@@ -43,9 +43,11 @@ bool writeRsaPrivateKey(gcry_sexp_t pair, uint32_t bits, Bytes& out) {
 }
 
 Sexp generate(const Sexp& parameters) {
-  gcry_sexp_t generated = nullptr;
-  const bool made = parameters && gcry_pk_genkey(&generated, parameters.get()) == 0;
-  return Sexp(made ? generated : nullptr);
+  Sexp generated;
+  if (!parameters || gcry_pk_genkey(generated.put(), parameters.get()) != 0) {
+    return {};
+  }
+  return generated;
 }
 
 }  // namespace
@@ -76,7 +78,7 @@ int32_t generateEcKey(const char* name, runtime::KeyObject** out) {
     return kFail;
   }
   const Sexp pair = generate(buildExpression("(genkey (ecc (curve %s)))", curve->libraryName));
-  const Mpi d = pair ? takeNumber(pair.get(), "d") : nullptr;
+  const Mpi d = pair ? takeNumber(pair.get(), "d") : Mpi();
   Bytes secret;
   if (!d || !appendNumber(d.get(), curve->orderBytes, secret)) {
     return kFail;

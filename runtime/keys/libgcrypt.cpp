@@ -96,36 +96,34 @@ bool libraryReady() {
 
 CipherHandle openCipher(int algorithm, int mode, ByteView key) {
   if (!libraryReady()) {
-    return nullptr;
+    return {};
   }
-  gcry_cipher_hd_t handle = nullptr;
-  if (gcry_cipher_open(&handle, algorithm, mode, 0) != 0) {
-    return nullptr;
+  CipherHandle handle;
+  if (gcry_cipher_open(handle.put(), algorithm, mode, 0) != 0) {
+    return {};
   }
-  CipherHandle owner(handle);
   // The keys of old PKCS#12 files are derived, not chosen: a weak one must open its file too.
-  static_cast<void>(gcry_cipher_ctl(handle, GCRYCTL_SET_ALLOW_WEAK_KEY, nullptr, 1));
-  const gcry_error_t set = gcry_cipher_setkey(handle, key.data(), key.size());
+  static_cast<void>(gcry_cipher_ctl(handle.get(), GCRYCTL_SET_ALLOW_WEAK_KEY, nullptr, 1));
+  const gcry_error_t set = gcry_cipher_setkey(handle.get(), key.data(), key.size());
   if (set != 0 && gcry_err_code(set) != GPG_ERR_WEAK_KEY) {
-    return nullptr;
+    return {};
   }
-  return owner;
+  return handle;
 }
 
 bool hmac(int algorithm, ByteView key, ByteView data, uint8_t* digest) {
   if (!libraryReady()) {
     return false;
   }
-  gcry_md_hd_t handle = nullptr;
-  if (gcry_md_open(&handle, algorithm, GCRY_MD_FLAG_HMAC) != 0) {
+  DigestHandle handle;
+  if (gcry_md_open(handle.put(), algorithm, GCRY_MD_FLAG_HMAC) != 0) {
     return false;
   }
-  const DigestHandle owner(handle);
-  if (gcry_md_setkey(handle, key.data(), key.size()) != 0) {
+  if (gcry_md_setkey(handle.get(), key.data(), key.size()) != 0) {
     return false;
   }
-  gcry_md_write(handle, data.data(), data.size());
-  const uint8_t* result = gcry_md_read(handle, algorithm);
+  gcry_md_write(handle.get(), data.data(), data.size());
+  const uint8_t* result = gcry_md_read(handle.get(), algorithm);
   if (result == nullptr) {
     return false;
   }

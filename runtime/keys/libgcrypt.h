@@ -2,9 +2,8 @@
 
 #include <gcrypt.h>
 
-#include <memory>
-
 #include "runtime/bytes.h"
+#include "runtime/holders.h"
 
 // libgcrypt: started once, its handles held by owners.
 namespace vexa::velmora {
@@ -14,18 +13,11 @@ namespace vexa::velmora {
 // outlives its use. Blocks are not locked: nothing else in the process is.
 bool libraryReady();
 
-template <auto Close>
-struct Closer {
-  template <class T>
-  void operator()(T* handle) const {
-    Close(handle);
-  }
-};
-using Sexp = std::unique_ptr<gcry_sexp, Closer<gcry_sexp_release>>;
-using CipherHandle = std::unique_ptr<gcry_cipher_handle, Closer<gcry_cipher_close>>;
-using DigestHandle = std::unique_ptr<gcry_md_handle, Closer<gcry_md_close>>;
+using Sexp = FunctionHolder<gcry_sexp, gcry_sexp_release>;
+using CipherHandle = FunctionHolder<gcry_cipher_handle, gcry_cipher_close>;
+using DigestHandle = FunctionHolder<gcry_md_handle, gcry_md_close>;
 
-// Null when libgcrypt refuses. A key of the wrong length is refused.
+// Empty when libgcrypt refuses. A key of the wrong length is refused.
 CipherHandle openCipher(int algorithm, int mode, ByteView key);
 
 // `digest` has the length of the algorithm's digest. The key may be empty.

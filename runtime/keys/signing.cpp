@@ -59,12 +59,7 @@ int32_t sign(const Sexp& data, const Sexp& key, Sexp& out) {
   if (!data || !key) {
     return kOutOfMemory;
   }
-  gcry_sexp_t result = nullptr;
-  if (gcry_pk_sign(&result, data.get(), key.get()) != 0) {
-    return kFail;
-  }
-  out.reset(result);
-  return kOk;
+  return gcry_pk_sign(out.put(), data.get(), key.get()) == 0 ? kOk : kFail;
 }
 
 int32_t signRsa(const RsaNumbers& numbers, ByteView data, Bytes& signature) {

@@ -101,7 +101,7 @@ CipherHandle open(const KeyAndIv& material) {
       openCipher(material.cipher, material.mode, {material.key, material.keyLength});
   if (handle && material.ivLength != 0 &&
       gcry_cipher_setiv(handle.get(), material.iv, material.ivLength) != 0) {
-    return nullptr;
+    return {};
   }
   return handle;
 }

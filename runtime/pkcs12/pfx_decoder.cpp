@@ -39,11 +39,8 @@ int32_t toDer(ByteView ber, Bytes& storage, ByteView& der) {
 class PfxDecoder {
  public:
   PfxDecoder(const Password& password, bool& verified) : password_(password), verified_(verified) {}
-  ~PfxDecoder() { releaseBagList(first_); }
-  PfxDecoder(const PfxDecoder&) = delete;
-  PfxDecoder& operator=(const PfxDecoder&) = delete;
 
-  runtime::BagNode* release() { return std::exchange(first_, nullptr); }
+  runtime::BagNode* release() { return bags_.release(); }
 
   // What the reading that failed ran into; what it returned tells the rest.
   PfxProblem problem() const { return problem_; }
@@ -351,8 +348,7 @@ class PfxDecoder {
     if (failed(result)) {
       return result;
     }
-    *last_ = node;
-    last_ = &node->next;
+    bags_.append(node);
     result = pkcs12TypesTable.BagCreate(&node->bag);
     if (failed(result)) {
       return result;
@@ -412,8 +408,7 @@ class PfxDecoder {
   DerivationBudget budget_;
   bool& verified_;
   PfxProblem problem_ = PfxProblem::kNotPfx;
-  runtime::BagNode* first_ = nullptr;
-  runtime::BagNode** last_ = &first_;
+  Chain<BagList> bags_;
 };
 
 }  // namespace

@@ -16,16 +16,16 @@ int32_t create(Record** out) {
 }
 
 void releaseKeyInfo(runtime::PrivateKeyInfo* info) {
-  if (info == nullptr) {
-    return;
+  const HeapBlock<runtime::PrivateKeyInfo> record(info);
+  if (record) {
+    clearAlgorithm(&info->algorithm);
+    clearBuffer(&info->key);
   }
-  clearAlgorithm(&info->algorithm);
-  clearBuffer(&info->key);
-  freeBlock(info);
 }
 
 void releaseBag(runtime::SafeBag* bag) {
-  if (bag == nullptr) {
+  const HeapBlock<runtime::SafeBag> record(bag);
+  if (!record) {
     return;
   }
   if (bag->type == runtime::kKeyBag) {
@@ -34,23 +34,22 @@ void releaseBag(runtime::SafeBag* bag) {
     Ref<runtime::Certificate> certificate(bag->certificate);
   }
   stringTable.Destroy(bag->friendlyName);
-  if (bag->localKeyId != nullptr) {
-    clearBuffer(bag->localKeyId);
-    freeBlock(bag->localKeyId);
+  const HeapBlock<runtime::ByteBuffer> localKeyId(bag->localKeyId);
+  if (localKeyId) {
+    clearBuffer(localKeyId.get());
   }
-  freeBlock(bag);
 }
 
 void releaseParameters(runtime::PfxParameters* parameters) {
-  if (parameters == nullptr) {
+  const HeapBlock<runtime::PfxParameters> record(parameters);
+  if (!record) {
     return;
   }
-  releaseBagList(parameters->contents);
+  const BagList contents(parameters->contents);
   for (char* name :
        {parameters->macDigest, parameters->bagEncryption1, parameters->bagEncryption2}) {
     freeComponentText(name);
   }
-  freeBlock(parameters);
 }
 
 }  // namespace

@@ -71,32 +71,17 @@ struct CertificateBefore {
   bool operator()(ByteView a, ByteView b) const { return compareBytes(a, b) < 0; }
 };
 
-// A list under construction.
-class OwnListHolder {
- public:
-  OwnListHolder() = default;
-  OwnListHolder(const OwnListHolder&) = delete;
-  OwnListHolder& operator=(const OwnListHolder&) = delete;
-  ~OwnListHolder() { releaseOwnNodes(head_); }
-
-  // A node at the end that takes over the reference; false when the record or the node is missing.
-  bool append(runtime::OwnCertificateRecord* owned) {
-    auto* const node = owned == nullptr ? nullptr : makeBlock<OwnList>().release();
-    if (node == nullptr) {
-      dropOwnRecord(owned);
-      return false;
-    }
-    node->record = owned;
-    *end_ = node;
-    end_ = &node->next;
-    return true;
+// Puts a record, whose reference it takes over, at the end; false when there is none, or no node.
+bool append(Chain<OwnNodes>& list, runtime::OwnCertificateRecord* owned) {
+  auto* const node = owned == nullptr ? nullptr : makeBlock<OwnList>().release();
+  if (node == nullptr) {
+    dropOwnRecord(owned);
+    return false;
   }
-  OwnList* release() { return std::exchange(head_, nullptr); }
-
- private:
-  OwnList* head_ = nullptr;
-  OwnList** end_ = &head_;
-};
+  node->record = owned;
+  list.append(node);
+  return true;
+}
 
 }  // namespace
 
@@ -129,10 +114,10 @@ void releaseOwnNodes(OwnList* head) {
 
 int32_t copyOwnNodes(const OwnList* head, OwnList** out) {
   *out = nullptr;
-  OwnListHolder list;
+  Chain<OwnNodes> list;
   for (; head != nullptr; head = head->next) {
     shareOwnRecord(head->record);
-    if (!list.append(head->record)) {
+    if (!append(list, head->record)) {
       return kOutOfMemory;
     }
   }
@@ -145,7 +130,7 @@ int32_t ownRecordsOf(const runtime::BagNode* bags, OwnList** out) {
   const KeyIndex keys(bags);
   const CertificateIndex certificates(bags);
   std::set<ByteView, CertificateBefore> listed;
-  OwnListHolder list;
+  Chain<OwnNodes> list;
   for (const runtime::BagNode* node = bags; node != nullptr; node = node->next) {
     if (node->bag->type != runtime::kCertificateBag || !keys.hasKeyOf(*node->bag)) {
       continue;
@@ -154,7 +139,7 @@ int32_t ownRecordsOf(const runtime::BagNode* bags, OwnList** out) {
     if (!listed.insert(viewOf(*certificate->table->GetEncoding(certificate))).second) {
       continue;
     }
-    if (!list.append(recordFor(certificate, certificates.issuerOf(certificate)))) {
+    if (!append(list, recordFor(certificate, certificates.issuerOf(certificate)))) {
       return kOutOfMemory;
     }
   }

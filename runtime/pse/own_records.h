@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/holders.h"
 #include "vexa/runtime/pkcs12.h"
 
 // Own-certificate records. While anybody holds the record of a certificate, everybody who asks for
@@ -12,6 +13,7 @@ void dropOwnRecord(runtime::OwnCertificateRecord* record);
 // Nodes with one reference each; released with OwnListRelease.
 using OwnList = runtime::OwnCertificateList;
 void releaseOwnNodes(OwnList* head);
+using OwnNodes = FunctionHolder<OwnList, releaseOwnNodes>;
 // The same records in the same order, each with one reference more.
 int32_t copyOwnNodes(const OwnList* head, OwnList** out);
 

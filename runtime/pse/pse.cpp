@@ -87,13 +87,8 @@ int32_t readFile(const std::string& file, Bytes& out) {
   return kOk;
 }
 
-struct BagListOwner {
-  ~BagListOwner() { releaseBagList(bags); }
-  runtime::BagNode* bags = nullptr;
-};
-
-int32_t readOwnRecords(const Configuration& configuration, OwnList** out) {
-  *out = nullptr;
+int32_t readOwnRecords(const Configuration& configuration, OwnNodes& out) {
+  out.reset();
   if (configuration.file.empty()) {
     return kOk;
   }
@@ -106,13 +101,13 @@ int32_t readOwnRecords(const Configuration& configuration, OwnList** out) {
   if (password.failed()) {
     return kOutOfMemory;
   }
-  BagListOwner owner;
+  BagList bags;
   bool verified = false;
-  result = decodePfx(content.view(), password, &owner.bags, verified);
+  result = decodePfx(content.view(), password, bags.put(), verified);
   if (failed(result)) {
     return result;
   }
-  return ownRecordsOf(owner.bags, out);
+  return ownRecordsOf(bags.get(), out.put());
 }
 
 struct PseObject : Counted<runtime::Pse> {
@@ -120,21 +115,20 @@ struct PseObject : Counted<runtime::Pse> {
   static const runtime::PseTable kTable;
 
   PseObject() : Counted(&kTable) {}
-  ~PseObject() { releaseOwnNodes(own); }
 
   Lock lock;
   uint64_t identity = 0;  // of the configuration that was read
   uint64_t generation = 0;
-  OwnList* own = nullptr;
+  OwnNodes own;
 };
 
 int32_t readLocked(PseObject& pse, const Configuration& configuration) {
-  OwnList* own = nullptr;
-  const int32_t result = withoutExceptions([&] { return readOwnRecords(configuration, &own); });
+  OwnNodes own;
+  const int32_t result = withoutExceptions([&] { return readOwnRecords(configuration, own); });
   if (failed(result)) {
     return result;
   }
-  releaseOwnNodes(std::exchange(pse.own, own));
+  pse.own = std::move(own);
   pse.identity = configuration.identity;
   pse.generation = configuration.generation;
   return kOk;
@@ -163,7 +157,7 @@ int32_t listOwnCertificates(runtime::Pse* self, const void*, const void*, OwnLis
   PseObject& pse = *static_cast<PseObject*>(self);
   const std::lock_guard lock(pse.lock);
   const int32_t result = refreshLocked(pse);
-  return failed(result) ? result : copyOwnNodes(pse.own, list);
+  return failed(result) ? result : copyOwnNodes(pse.own.get(), list);
 }
 
 constinit const runtime::PseTable PseObject::kTable = {
@@ -192,10 +186,8 @@ int32_t reloadPse() {
       const std::lock_guard lock(configurationLock);
       ++configured.generation;
     }
-    OwnList* own = nullptr;
-    const int32_t result = readOwnRecords(currentConfiguration(), &own);
-    releaseOwnNodes(own);
-    return result;
+    OwnNodes own;
+    return readOwnRecords(currentConfiguration(), own);
   });
 }
 

@@ -24,7 +24,7 @@ TEST(MonitorMemory, ACreationThatFailsLeavesNothing) {
       EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
       EXPECT_EQ(object != nullptr, result == kOk);
     }
-    RawMonitor(object).release();
+    RawReference(object).reset();
     EXPECT_EQ(module_final(), kOk);
     return succeeded(result);
   });

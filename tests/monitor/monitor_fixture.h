@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/trace.h"
+#include "base/windows_holders.h"
 #include "fake_adapters.h"
 #include "pal/windows_api.h"
 #include "raw_monitor.h"
@@ -16,19 +17,14 @@ namespace vexa::test {
 // A Windows event with manual reset, as a host would supply.
 class HostEvent {
  public:
-  HostEvent() : handle_(CreateEventA(nullptr, TRUE, FALSE, nullptr)) {}
-  HostEvent(const HostEvent&) = delete;
-  HostEvent& operator=(const HostEvent&) = delete;
-  ~HostEvent() { CloseHandle(handle_); }
-
-  void* get() const { return handle_; }
-  bool isSet() const { return WaitForSingleObject(handle_, 0) == WAIT_OBJECT_0; }
-  void set() const { SetEvent(handle_); }
+  void* get() const { return handle_.get(); }
+  bool isSet() const { return WaitForSingleObject(get(), 0) == WAIT_OBJECT_0; }
+  void set() const { SetEvent(get()); }
   // For as long as it takes.
-  void wait() const { WaitForSingleObject(handle_, INFINITE); }
+  void wait() const { WaitForSingleObject(get(), INFINITE); }
 
  private:
-  HANDLE handle_;
+  base::KernelHandle handle_{CreateEventA(nullptr, TRUE, FALSE, nullptr)};
 };
 
 // A message of the monitor: level 4, without a source name of its own.

@@ -1,24 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <vector>
 
 #include "pal/windows_api.h"
 
 namespace {
 
-// Owns a handle.
-class Handle {
- public:
-  explicit Handle(HANDLE handle) : handle_(handle) {}
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  ~Handle() { CloseHandle(handle_); }
-  HANDLE get() const { return handle_; }
-
- private:
-  HANDLE handle_;
+struct Closes {
+  void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
+using Handle = std::unique_ptr<void, Closes>;
 
 HANDLE automaticEvent() { return CreateEventA(nullptr, FALSE, FALSE, nullptr); }
 HANDLE manualEvent() { return CreateEventA(nullptr, TRUE, FALSE, nullptr); }

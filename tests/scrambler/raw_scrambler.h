@@ -3,53 +3,48 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
-#include <utility>
 
+#include "base/holders.h"
 #include "scrambler/scrambler.h"
 #include "support/bound_fixture.h"
 #include "support/exact_bytes.h"
-#include "support/slot.h"
+#include "support/raw_reference.h"
 
 namespace vexa::test {
 
 // A byte buffer as a caller holds it.
 class OutBuffer {
  public:
-  OutBuffer() = default;
-  OutBuffer(const OutBuffer&) = delete;
-  OutBuffer& operator=(const OutBuffer&) = delete;
-  ~OutBuffer() { SpyRuntime::current().commonTypes.BufferRelease(buffer_); }
-
-  runtime::ByteBuffer** put() { return &buffer_; }
-  runtime::ByteBuffer* get() const { return buffer_; }
+  // With what is there already, which the operations use again.
+  runtime::ByteBuffer** put() { return buffer_.inOut(); }
+  runtime::ByteBuffer* get() const { return buffer_.get(); }
   std::string bytes() const {
-    return buffer_ == nullptr
-               ? std::string()
-               : std::string(reinterpret_cast<const char*>(buffer_->data), buffer_->length);
+    return buffer_ ? std::string(reinterpret_cast<const char*>(buffer_->data), buffer_->length)
+                   : std::string();
   }
 
  private:
-  runtime::ByteBuffer* buffer_ = nullptr;
+  base::Buffer buffer_;
 };
 
 // A scrambler with its operations by slot.
-class RawScrambler {
+class RawScrambler : public RawReference {
  public:
   RawScrambler() = default;
   RawScrambler(uint32_t algorithm, uint32_t mode, uint32_t keyBits) {
     IScrambler* made = nullptr;
     EXPECT_EQ(scrambler::CreateScramblerEx(algorithm, mode, keyBits, &made), kOk);
-    object_ = made;
+    *put() = made;
   }
-  RawScrambler(const RawScrambler&) = delete;
-  RawScrambler& operator=(const RawScrambler&) = delete;
+  RawScrambler(RawScrambler&&) = default;
+  RawScrambler& operator=(RawScrambler&&) = default;
   ~RawScrambler() { release(); }
 
   // With the defaults of the class.
   void create(uint32_t keyBits) {
     IScrambler* made = nullptr;
     EXPECT_EQ(scrambler::CreateScrambler(keyBits, &made), kOk);
-    object_ = made;
+    *put() = made;
   }
   // An object that was not initialised.
   void createBare(uint32_t algorithm = 12, uint32_t mode = 0) {
@@ -58,28 +53,28 @@ class RawScrambler {
     ASSERT_EQ(result, kOk);
     made->AddRef();
     made->select(algorithm, mode);
-    object_ = static_cast<IScrambler*>(made);
+    *put() = static_cast<IScrambler*>(made);
   }
   void release() {
-    if (void* const object = std::exchange(object_, nullptr); object != nullptr) {
-      EXPECT_EQ(call<uint32_t>(object, 2), 0u);
+    if (*this) {
+      EXPECT_EQ(RawReference::release(), 0u);
     }
   }
 
-  int32_t initialize(uint32_t keyBits) { return call<int32_t>(object_, 3, keyBits); }
+  int32_t initialize(uint32_t keyBits) { return call<int32_t>(get(), 3, keyBits); }
   int32_t scrambleString(const char16_t* text, runtime::ByteBuffer** out) {
-    return call<int32_t>(object_, 4, text, out);
+    return call<int32_t>(get(), 4, text, out);
   }
   int32_t unscrambleString(const runtime::ByteBuffer* in, char16_t** text) {
-    return call<int32_t>(object_, 5, in, text);
+    return call<int32_t>(get(), 5, in, text);
   }
   int32_t scramble(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
-    return call<int32_t>(object_, 6, in, out);
+    return call<int32_t>(get(), 6, in, out);
   }
   int32_t unscramble(const runtime::ByteBuffer* in, runtime::ByteBuffer** out) {
-    return call<int32_t>(object_, 7, in, out);
+    return call<int32_t>(get(), 7, in, out);
   }
-  int32_t copyKeyTo(void* target) { return call<int32_t>(object_, 8, target); }
+  int32_t copyKeyTo(void* target) { return call<int32_t>(get(), 8, target); }
 
   // Of these bytes; fails the test when there is no result.
   std::string scrambled(std::string_view bytes) {
@@ -102,11 +97,6 @@ class RawScrambler {
     const runtime::ByteBuffer record = in.buffer();
     return scramble(&record, out.put()) == kOk;
   }
-
-  void* get() { return object_; }
-
- private:
-  void* object_ = nullptr;
 };
 
 }  // namespace vexa::test

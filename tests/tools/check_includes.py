@@ -21,8 +21,6 @@ LAYERS = {
     "collections": ("include", "pal", "base"),
     **{service: ("include", "pal", "base") for service in SERVICES},
     "webclient": ("include", "pal", "base", "collections"),
-    "pkcs12": ("include", "pal", "base", "certs"),
-    "capi": ("include", "pal", "base", "certs"),
     "module": ("include", "pal", "base", "collections", *SERVICES),
     "runtime": ("include",),
     "host": ("include",),
