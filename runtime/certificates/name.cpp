@@ -104,8 +104,8 @@ template <class Use>
 bool forEachAttribute(const NameObject& name, Use&& use) {
   const ElementList relativeNames(*derContent(name.encoding.view(), kSequence));
   const std::span<const DerElement> elements = relativeNames.elements();
-  for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
-    DerReader reader(element->content);
+  for (size_t index = elements.size(); index-- != 0;) {
+    DerReader reader(elements[index].content);
     for (bool first = true; !reader.atEnd(); first = false) {
       if (!use(*takeAttribute(reader), first)) {
         return true;
