@@ -49,9 +49,9 @@ void Connection::abort() {
   timer_.cancel();
 }
 
-std::optional<Connection::Clock::time_point> Connection::idleSince() const {
-  return state_ == State::kReading && !head_ && input_.empty() ? std::optional(begun_)
-                                                               : std::nullopt;
+std::optional<Connection::Clock::time_point> Connection::owedNothingSince() const {
+  const bool isOwedNothing = state_ == State::kReading || state_ == State::kDraining;
+  return isOwedNothing && !isTooMany_ ? std::optional(begun_) : std::nullopt;
 }
 
 // --- reading -----------------------------------------------------------------------------------
@@ -78,7 +78,7 @@ void Connection::take(const asio::error_code& error, size_t count) {
   if (state_ == State::kDraining) {
     return read();
   }
-  const bool isNewRequest = idleSince().has_value();
+  const bool isNewRequest = isIdle();
   if (!endpoint_.budget().take(count)) {
     return state_ == State::kReading ? refuse({503, "too many unfinished requests; try again"})
                                      : abort();
@@ -198,7 +198,7 @@ void Connection::armTimer() {
 }
 
 void Connection::expired() {
-  if (idleSince()) {
+  if (isIdle()) {
     return abort();
   }
   switch (state_) {

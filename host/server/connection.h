@@ -55,13 +55,15 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   void start();
   // Drops the client, whatever it is waiting for.
   void abort();
-  // When nothing of a request is here: since when that is so.
-  std::optional<Clock::time_point> idleSince() const;
+  // When no answer is due, as no request is there, or not all of it, or the last answer has gone:
+  // since when the client has had its place or begun its request. Never of one too many.
+  std::optional<Clock::time_point> owedNothingSince() const;
 
  private:
   enum class State { kReading, kWaiting, kWorking, kWriting, kStreaming, kDraining, kClosed };
 
   // Reading: connection.cpp.
+  bool isIdle() const { return state_ == State::kReading && !head_ && input_.empty(); }
   void read();
   void take(const asio::error_code& error, size_t count);
   void advance();

@@ -32,7 +32,7 @@ bool Server::run() {
                     if (!std::exchange(hasComplained_, true)) {
                       std::fprintf(stderr, "vexahost: no room for more connections\n");
                     }
-                    endLongestIdle();
+                    makeRoom();
                   });
   context_.run();
   // What was cancelled ends here.
@@ -42,7 +42,7 @@ bool Server::run() {
 }
 
 void Server::accept(asio::ip::tcp::socket socket) {
-  const bool isFull = connections_.size() >= kMostConnections && !endLongestIdle();
+  const bool isFull = connections_.size() >= kMostConnections && !makeRoom();
   if (connections_.size() >= kMostConnections + kMostTold) {
     return;  // which closes it
   }
@@ -55,12 +55,13 @@ void Server::accept(asio::ip::tcp::socket socket) {
   }
 }
 
-// Whoever asks for nothing has to make room. False: there is no such connection.
-bool Server::endLongestIdle() {
+// Whoever has been without an answer to wait for longest has to go: neither idle clients nor those
+// that send a request drop by drop keep others out. False: there is no such connection.
+bool Server::makeRoom() {
   Connection* longest = nullptr;
   for (Connection* const connection : connections_) {
-    const auto since = connection->idleSince();
-    if (since && (longest == nullptr || *since < *longest->idleSince())) {
+    const auto since = connection->owedNothingSince();
+    if (since && (longest == nullptr || *since < *longest->owedNothingSince())) {
       longest = connection;
     }
   }

@@ -1,5 +1,7 @@
 """How much, how many and how long: the limits of the endpoint, and what happens beyond them."""
 
+import socket
+
 from endpoint import ALLOWED, BODY_LIMIT, Reader, answers_already
 
 MOST_CONNECTIONS = 256
@@ -27,6 +29,25 @@ def check_unfinished(checks, host):
         "POST /v1/echo", body=b"x" * BODY_LIMIT).status == 200)
 
 
+class Crowd:
+    """Requests of which the first byte has come."""
+
+    def __init__(self, host, count):
+        self.request = host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")
+        self.connections = []
+        for _ in range(count):
+            self.connections.append(host.connect())
+            self.connections[-1].sendall(self.request[:1])
+
+    def answer(self, connection):
+        connection.sendall(self.request[1:])
+        return Reader(connection).answer()
+
+    def close(self):
+        for connection in self.connections:
+            connection.close()
+
+
 def check_connections(checks, host):
     idle = [host.connect() for _ in range(300)]
     checks.expect("idle connections make room", host.ask("/v1/info").status == 200)
@@ -35,33 +56,47 @@ def check_connections(checks, host):
                   Reader(idle[0]).is_at_end() and Reader(idle[-1]).answer().status == 200)
     for connection in idle:
         connection.close()
-    request = host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")
+    slow = Crowd(host, MOST_CONNECTIONS)
+    checks.expect(f"{MOST_CONNECTIONS} connections are served",
+                  slow.answer(slow.connections.pop(0)).status == 200)
+    newest = Crowd(host, MOST_CONNECTIONS)
+    checks.expect("requests that have been coming for longest make room for others",
+                  host.ask("/v1/info").status == 200 and
+                  all(Reader(connection).is_at_end() for connection in slow.connections))
+    checks.expect("... and the latest of them are served",
+                  newest.answer(newest.connections[-1]).status == 200)
+    slow.close()
+    newest.close()
+    check_crowded(checks, host)
 
-    def begin():
-        """A connection that is no longer idle."""
+
+def stuck(host):
+    """A connection that does not take its answers."""
+    connection = socket.socket()
+    connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 2048)
+    connection.connect(("127.0.0.1", host.port))
+    connection.sendall(host.head("GET / HTTP/1.1") * 400)
+    return connection
+
+
+def check_crowded(checks, host):
+    """As many connections as there may be, each of which waits for an answer."""
+    busy = [stuck(host) for _ in range(MOST_CONNECTIONS // 2)]
+    for _ in range(MOST_CONNECTIONS // 2):
         connection = host.connect()
-        connection.sendall(request[:1])
-        return connection
-
-    def end(connection):
-        connection.sendall(request[1:])
-        return Reader(connection).answer()
-
-    last = host.connect()
-    busy = [begin() for _ in range(MOST_CONNECTIONS - 1)]
-    last.sendall(request + request[:1])
-    checks.expect(f"{MOST_CONNECTIONS} connections are served", Reader(last).answer().status == 200)
-    told = [begin() for _ in range(MOST_TOLD)]
+        connection.sendall(host.head("GET /v1/status?wait=60 HTTP/1.1"))
+        busy.append(connection)
+    told = Crowd(host, MOST_TOLD)
     with host.connect() as connection:
         checks.expect("more than a few above are closed", Reader(connection).is_at_end())
-    answers = [end(connection) for connection in told]
+    answers = [told.answer(connection) for connection in told.connections]
     checks.expect("... and those few are told that there are too many", all(
         answer.status == 503 and b"too many connections" in answer.body and
         answer.headers.get("retry-after") == "1" and answer.headers.get("connection") == "close" and
         answer.headers.get("access-control-allow-origin") == ALLOWED for answer in answers),
         [answer.status for answer in answers])
-    checks.expect("... while the others are served", end(busy[0]).status == 200)
-    for connection in (last, *busy, *told):
+    told.close()
+    for connection in busy:
         connection.close()
     checks.expect("... and there is room again when they have gone",
                   [host.ask("/v1/info").status for _ in range(3)][-1] == 200)
