@@ -1,3 +1,4 @@
+#include <set>
 #include <string>
 
 #include "runtime/crypto_fixture.h"
@@ -98,6 +99,71 @@ TEST_F(BuilderEncoding, ADuplicateHasTheCallsOfItsSetters) {
   EXPECT_EQ(velmora_certificate_setter_call(copy.get(), 1, &call), kOk);
   EXPECT_EQ(call.slot, 61u);
   EXPECT_EQ(velmora_certificate_setter_call(copy.get(), 2, &call), kInvalidArgument);
+}
+
+TEST_F(BuilderEncoding, ADuplicateHasEverythingThatItsSourceHas) {
+  const OwnedCertificate made = prepared();
+  const uint8_t flags[runtime::kKeyUsageFlags] = {0, 0, 0, 0, 0, 1, 1};
+  const uint8_t serial[] = {1, 2, 3};
+  EXPECT_EQ(velmora_certificate_set_issuer(made.get(), "CN=x"), kOk);
+  EXPECT_EQ(velmora_certificate_set_serial(made.get(), serial, sizeof(serial)), kOk);
+  EXPECT_EQ(made->table->SetKeyUsage(made.get(), flags, 1), kOk);
+  EXPECT_EQ(velmora_certificate_set_basic_constraints(made.get(), 1, 3), kOk);
+  EXPECT_EQ(velmora_certificate_add_extended_key_usage(made.get(), "serverAuth"), kOk);
+  EXPECT_EQ(velmora_certificate_add_extended_key_usage(made.get(), "1.2.3"), kOk);
+  EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), "DNS:a.example"), kOk);
+  EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+  OwnedCertificate copy;
+  ASSERT_EQ(made->table->header.Duplicate(reinterpret_cast<runtime::Object*>(made.get()),
+                                          reinterpret_cast<void**>(copy.put())),
+            kOk);
+  EXPECT_EQ(velmora_certificate_sign(copy.get(), key.get(), nullptr), kOk);
+  EXPECT_EQ(toHex(copy->table->GetEncoding(copy.get())->data,
+                  copy->table->GetEncoding(copy.get())->length),
+            signedHex(made));
+}
+
+TEST_F(BuilderEncoding, WhatMustBeUnderstoodIsMarkedSo) {
+  const OwnedCertificate authority = prepared();
+  EXPECT_EQ(velmora_certificate_set_basic_constraints(authority.get(), 1, -1), kOk);
+  const std::string authorityHex = signedHex(authority);
+  EXPECT_NE(authorityHex.find("0603551d130101ff04"), std::string::npos) << "basic constraints";
+  EXPECT_NE(authorityHex.find("0603551d0f0101ff04"), std::string::npos) << "key usage";
+  for (const bool hasSubject : {false, true}) {
+    const OwnedCertificate made = prepared();
+    EXPECT_EQ(velmora_certificate_set_subject(made.get(), hasSubject ? "CN=x" : ""), kOk);
+    EXPECT_EQ(velmora_certificate_add_alternative_name(made.get(), "DNS:a.example"), kOk);
+    const std::string hex = signedHex(made);
+    EXPECT_EQ(hex.find("0603551d110101ff04") != std::string::npos, !hasSubject)
+        << "alternative names, where they are the only ones";
+    EXPECT_NE(hex.find("0603551d11"), std::string::npos);
+  }
+}
+
+TEST_F(BuilderEncoding, OnlyAnIssuerThatIsKnownHasAKeyIdentifier) {
+  EXPECT_NE(signedHex(prepared()).find("0603551d23"), std::string::npos) << "its own";
+  const OwnedCertificate made = prepared();
+  EXPECT_EQ(velmora_certificate_set_issuer(made.get(), "CN=Somebody"), kOk);
+  const std::string hex = signedHex(made);
+  EXPECT_EQ(hex.find("0603551d23"), std::string::npos);
+  EXPECT_NE(hex.find("0603551d0e"), std::string::npos) << "the subject's";
+}
+
+// RFC 5280, 4.1.2.2: positive, and enough chance that none comes twice.
+TEST_F(BuilderEncoding, SerialNumbersArePositiveAndDiffer) {
+  std::set<std::string> serials;
+  for (int i = 0; i < 16; ++i) {
+    const std::string hex = signedHex(prepared());
+    const size_t version = hex.find("a003020102");
+    ASSERT_NE(version, std::string::npos);
+    ASSERT_EQ(hex.substr(version + 10, 2), "02");
+    const size_t length = std::stoul(hex.substr(version + 12, 2), nullptr, 16);
+    EXPECT_TRUE(length >= 8 && length <= 20) << length;
+    const std::string serial = hex.substr(version + 14, 2 * length);
+    EXPECT_LT(serial[0], '8') << serial;
+    serials.insert(serial);
+  }
+  EXPECT_EQ(serials.size(), 16u);
 }
 
 // Longer ones only serve to keep us busy: nobody says then that the signature is wrong.

@@ -289,6 +289,27 @@ TEST_F(CipherTest, KeysAreMadeForKnownCiphersInTheirLength) {
   EXPECT_EQ(newKey(16384, 6)->table->GetBitLength(newKey(16384, 6).get()), 16384u);
 }
 
+// A longer list is one that runs in a circle.
+TEST_F(CipherTest, ParametersAreLookedForAmongSixtyFour) {
+  uint32_t algorithm = 6;
+  uint64_t size = 0;
+  for (const size_t count : {1u, 64u, 65u}) {
+    std::deque<runtime::CipherItem> items(count);
+    for (size_t i = 1; i < count; ++i) {
+      items[i - 1].next = &items[i];
+    }
+    items.back().tag = runtime::kCipherAlgorithm;
+    items.back().value = &algorithm;
+    EXPECT_EQ(spy.crypt.GetOutputSize(&items.front(), 9, &size),
+              count <= 64 ? kOk : kInvalidArgument)
+        << count;
+  }
+  EXPECT_EQ(size, 9u);
+  runtime::CipherItem circle{};
+  circle.next = &circle;
+  EXPECT_EQ(spy.crypt.GetOutputSize(&circle, 9, &size), kInvalidArgument);
+}
+
 TEST_F(CipherTest, TwoKeysDiffer) {
   const auto a = newKey(256, 12);
   const auto b = newKey(256, 12);

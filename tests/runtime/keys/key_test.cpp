@@ -1,3 +1,4 @@
+#include "runtime/keys/key.h"
 #include "runtime/crypto_fixture.h"
 #include "runtime/keys/libgcrypt.h"
 #include "runtime/samples.h"
@@ -49,8 +50,37 @@ TEST_F(KeyTest, RsaKeysAreEqualAsNumbers) {
                                 "020211d7"
                                 "020103"),
                         "0500");
+  const PublicKey otherExponent(types,
+                                fromHex("3007"
+                                        "020211d5"
+                                        "020105"),
+                                "0500");
+  EXPECT_NE(types.KeyCompare(&key.record, &otherExponent.record), 0);
   EXPECT_EQ(types.KeyCompare(&key.record, &padded.record), 0);
   EXPECT_NE(types.KeyCompare(&key.record, &other.record), 0);
+}
+
+// What the library is not asked to calculate with.
+TEST_F(KeyTest, SoundRsaKeysAreOddAndOfModestSize) {
+  const auto isSound = [](size_t modulusBytes, uint8_t modulusEnd, std::string exponentHex) {
+    std::string modulus(modulusBytes, '\xC3');
+    modulus.back() = static_cast<char>(modulusEnd);
+    const std::string exponent = fromHex(exponentHex);
+    return velmora::isSoundRsaKey(
+        {{reinterpret_cast<const uint8_t*>(modulus.data()), modulus.size()},
+         {reinterpret_cast<const uint8_t*>(exponent.data()), exponent.size()}});
+  };
+  EXPECT_TRUE(isSound(64, 1, "010001"));
+  EXPECT_FALSE(isSound(63, 1, "010001"));
+  EXPECT_TRUE(isSound(2048, 1, "010001"));
+  EXPECT_FALSE(isSound(2049, 1, "010001"));
+  EXPECT_FALSE(isSound(64, 2, "010001"));
+  for (const char* const good : {"03", "0101", "0100000000000001"}) {
+    EXPECT_TRUE(isSound(64, 1, good)) << good;
+  }
+  for (const char* const bad : {"", "01", "02", "0100", "010000000000000001"}) {
+    EXPECT_FALSE(isSound(64, 1, bad)) << bad;
+  }
 }
 
 TEST_F(KeyTest, AbsentAndNullParametersAreTheSame) {

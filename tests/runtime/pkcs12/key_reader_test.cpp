@@ -74,6 +74,30 @@ TEST_F(KeyReaderTest, UnknownCurvesAndKindsAreToldApart) {
   EXPECT_EQ(reason(), "the key is neither a sound RSA key nor one on P-256, P-384 or P-521");
 }
 
+// A key on a curve is a number from 1 to the order of its points less one.
+TEST_F(KeyReaderTest, NumbersThatAreNoKeysOfTheirCurveAreRefused) {
+  constexpr char kOrder[] = "ffffffff00000000ffffffffffffffffbce6faada7179e84f3b9cac2fc632551";
+  const std::string sample(samples::kEcKey);
+  ASSERT_EQ(toHex(sample.data() + 2, 5), "0201010420");
+  const auto withNumber = [&sample](std::string number) {
+    std::string der = sample;
+    return der.replace(7, number.size(), number);
+  };
+  std::string order = fromHex(kOrder);
+  HeldKey key;
+  EXPECT_EQ(read(withNumber(order), nullptr, key), kNotImplemented);
+  --order.back();
+  EXPECT_EQ(read(withNumber(order), nullptr, key), kOk);
+  key.reset();
+  EXPECT_EQ(read(withNumber(std::string(32, '\0')), nullptr, key), kNotImplemented);
+  EXPECT_EQ(read(withNumber(std::string(31, '\0') + '\1'), nullptr, key), kOk);
+  key.reset();
+  std::string version = sample;
+  version[4] = 2;
+  EXPECT_EQ(read(version, nullptr, key), kInvalidArgument);
+  EXPECT_EQ(reason(), "this is not the encoding of a private key");
+}
+
 TEST_F(KeyReaderTest, EncryptedKeysOpenWithTheirPassword) {
   HeldKey plain, key;
   ASSERT_EQ(read(samples::kEcKey, nullptr, plain), kOk);
