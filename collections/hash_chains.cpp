@@ -14,8 +14,9 @@ constexpr uint64_t kDefaultBuckets = 31;
 constexpr uint64_t kMaxUnspread = 8;
 // As many entries as chains alone find well enough, even if all of them meet in one.
 constexpr uint64_t kMaxUnindexed = 64;
-// So many lists an index gets for each entry; it grows when less than two are left.
-constexpr uint64_t kListsEach = 4;
+// Up to so many lists an index has four for each entry, so that nearly all are of one; where there
+// are more entries, one for each will do.
+constexpr uint64_t kManyLists = 8192;
 
 // A copy that a helper made, given back to it unless it is kept.
 class CopiedItem {
@@ -44,6 +45,11 @@ class CopiedItem {
   void* item_ = nullptr;
   bool made_ = false;
 };
+
+// How many lists an index of so many entries has at least. It is made with twice as many.
+uint64_t fewestLists(uint64_t entries) {
+  return std::max(entries, std::min(4 * entries, kManyLists));
+}
 
 void hang(HashChains::Node& node, HashChains::Node*& chain) {
   node.next = chain;
@@ -138,7 +144,7 @@ int32_t HashChains::insert(HashTableKeyRecord record, void* key, void* value) {
   if (index_) {
     index_.add(*node);
   }
-  if (count_ > std::max(kMaxUnindexed, index_.room())) {
+  if (count_ > kMaxUnindexed && fewestLists(count_) > index_.lists()) {
     growIndex();
   }
   return kOk;
@@ -147,7 +153,7 @@ int32_t HashChains::insert(HashTableKeyRecord record, void* key, void* value) {
 // Without memory the one that there is stays, or none.
 void HashChains::growIndex() {
   const bool isFirst = !index_;
-  if (!index_.grow(kListsEach * count_) || !isFirst) {
+  if (!index_.grow(2 * fewestLists(count_)) || !isFirst) {
     return;
   }
   for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {

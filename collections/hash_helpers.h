@@ -8,14 +8,18 @@
 
 namespace vexa::collections {
 
-// The hash of a text: its bytes folded into 64 bits. Null gives 0.
+// The hash of a text: its bytes folded into 64 bits, each by
+//   hash = (hash << 4 | hash >> 28) ^ byte
+// which is no 32-bit rotation: what is shifted above bit 31 stays. Null gives 0.
+//
+// Each step has to wait for the one before, so bytes are taken two at a time. Of the first ones
+// nothing comes back in, since they leave the bits above 27 alone. Later the first byte of a pair,
+// four bits further left, does not reach what comes back in with the second.
 inline uint64_t foldHash(const char* text) {
   uint64_t hash = 0;
   if (text == nullptr) {
     return hash;
   }
-  // So many bytes leave the bits above 27 alone, and nothing comes back in from there: two at a
-  // time, since each step has to wait for the one before.
   constexpr int kLowPairs = 3;
   for (int i = 0; i < kLowPairs; ++i, text += 2) {
     const uint64_t first = static_cast<uint8_t>(text[0]);
@@ -28,11 +32,17 @@ inline uint64_t foldHash(const char* text) {
     }
     hash = (hash << 8) ^ (first << 4) ^ second;
   }
-  // Not a 32-bit rotation: what is shifted above bit 31 stays.
-  for (; *text != '\0'; ++text) {
-    hash = ((hash << 4) | (hash >> 28)) ^ static_cast<uint8_t>(*text);
+  for (;; text += 2) {
+    const uint64_t first = static_cast<uint8_t>(text[0]);
+    if (first == 0) {
+      return hash;
+    }
+    const uint64_t second = static_cast<uint8_t>(text[1]);
+    if (second == 0) {
+      return (hash << 4 | hash >> 28) ^ first;
+    }
+    hash = (((hash << 8) ^ (first << 4)) | hash >> 24 | hash >> 56) ^ second;
   }
-  return hash;
 }
 
 // Keys and values that are texts. Copies are made by the string component.

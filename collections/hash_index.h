@@ -26,10 +26,9 @@ class HashIndex {
  public:
   // So many lists or more, with the entries that are there. False when memory is short: unchanged.
   [[nodiscard]] bool grow(uint64_t lists);
+  uint64_t lists() const { return lists_ ? mask_ + 1 : 0; }
   void drop() { lists_.reset(); }
   explicit operator bool() const { return static_cast<bool>(lists_); }
-  // So many entries at most keep the lists short.
-  uint64_t room() const { return lists_ ? (mask_ + 1) / 2 : 0; }
 
   // The list where a record's entry is, if there is one.
   HashNode* listOf(HashTableKeyRecord record) const { return lists_[placeOf(record)]; }
