@@ -42,7 +42,8 @@ TEST(WinHttp, SettingsNeedAPlace) {
 }
 
 TEST(WinHttp, DetectionFindsNothingHere) {
-  LPWSTR url = nullptr;
+  WCHAR before[] = {0};
+  LPWSTR url = before;
   SetLastError(0);
   EXPECT_FALSE(WinHttpDetectAutoProxyConfigUrl(
       WINHTTP_AUTO_DETECT_TYPE_DHCP | WINHTTP_AUTO_DETECT_TYPE_DNS_A, &url));

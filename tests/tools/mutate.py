@@ -263,6 +263,8 @@ def parse_arguments():
 
 
 def main():
+    # Ignored in what a script starts in the background.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     arguments = parse_arguments()
     copy_tree()
     configure("mutate")

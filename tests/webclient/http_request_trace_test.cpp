@@ -104,6 +104,14 @@ TEST_F(HttpRequestTrace, EveryStepIsToldOnTheWay) {
   }
 }
 
+TEST_F(HttpRequestTrace, APieceSaysWhetherTheHeaderIsFinished) {
+  EXPECT_EQ(request.parse("POST / HTTP/1.1\r\nContent-Length: 3\r\n\r\n"), kMoreNeeded);
+  EXPECT_EQ(request.parse("ab"), kMoreNeeded);
+  const std::vector<std::string> texts = messages();
+  EXPECT_THAT(texts, Contains("CHTTPRequest::parse 38 bytes (header: 0)"));
+  EXPECT_THAT(texts, Contains("CHTTPRequest::parse 2 bytes (header: 1)"));
+}
+
 TEST_F(HttpRequestTrace, TheRawBytesAreShownBetweenTwoLines) {
   spy.setTraceLevel(4);
   EXPECT_EQ(request.parse("GET / "), kMoreNeeded);

@@ -75,6 +75,22 @@ TEST_F(HttpResponse, ABufferThatIsLargeEnoughIsWrittenInPlace) {
   EXPECT_EQ(text, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
 }
 
+TEST_F(HttpResponse, ABufferOfExactlyTheLengthIsLargeEnough) {
+  constexpr uint64_t kLength = 38;  // of "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"
+  buffer = static_cast<uint8_t*>(spy.root.Allocate(kLength));
+  uint8_t* const before = buffer;
+  size = kLength;
+  EXPECT_EQ(serialise(), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+  EXPECT_EQ(buffer, before);
+  EXPECT_EQ(size, kLength);
+}
+
+TEST_F(HttpResponse, NoBufferHasNoRoomWhateverTheSizeSays) {
+  size = 500;
+  EXPECT_EQ(serialise(), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+  EXPECT_EQ(size, 38u);
+}
+
 TEST_F(HttpResponse, SerialisingNeedsBothPlaces) {
   EXPECT_EQ(response.serialize(nullptr, &size), kNullPointer);
   EXPECT_EQ(response.serialize(&buffer, nullptr), kNullPointer);
@@ -90,7 +106,18 @@ TEST_F(HttpResponse, TheDumpStandsBetweenTwoBanners) {
   spy.setTraceLevel(4);
   const std::string text = serialise();
   const std::string banner = "****************** HTTP Response ******************";
-  EXPECT_THAT(spy.traceTexts(4), testing::ElementsAre(banner, text, banner));
+  EXPECT_THAT(spy.trace(),
+              testing::ElementsAre(TraceLine{4, "vexabase", banner}, TraceLine{4, "vexabase", text},
+                                   TraceLine{4, "vexabase", banner}));
+}
+
+TEST_F(HttpResponse, TheDumpComesFromLevel4OfTheModuleOn) {
+  spy.setTraceLevel(3);
+  (void)serialise();
+  spy.setTraceLevel(0);
+  spy.setTraceLevel(base::defaultTraceSource(), 5);
+  (void)serialise();
+  EXPECT_THAT(spy.trace(), testing::IsEmpty());
 }
 
 TEST_F(HttpResponse, ALengthThatIsAsItWasCountedIsNotTold) {

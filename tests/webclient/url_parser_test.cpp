@@ -185,6 +185,16 @@ TEST_F(UrlParser, OpensAScopeNamedAfterEachOperation) {
   EXPECT_EQ(firstScope([&] { (void)url.patternMatch("http://a"); }), "{ URLParser::pattern_match");
 }
 
+TEST_F(UrlParser, AComparisonAsksForTheSchemesOfBoth) {
+  RawUrlParser url("https://a");
+  RawUrlParser other("https://a");
+  spy.clearTrace();
+  EXPECT_TRUE(url.cmp(other.get()));
+  const std::vector<std::string> texts = spy.traceTexts();
+  EXPECT_EQ(std::count(texts.begin(), texts.end(), "{ URLParser::getProtocol"), 2);
+  EXPECT_EQ(texts.back(), "}        1");
+}
+
 // --- cmp ---
 
 struct CmpCase {

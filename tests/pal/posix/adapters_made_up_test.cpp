@@ -5,8 +5,13 @@
 #include <netinet/in.h>
 #include <netpacket/packet.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <numeric>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -39,22 +44,24 @@ class MadeUpAdapters : public testing::Test {
   MadeUpAdapters() { entries = &list_; }
   ~MadeUpAdapters() override { entries = nullptr; }
 
-  void add(const char* name, void* address, unsigned flags = IFF_UP | IFF_RUNNING) {
+  void add(const char* name, void* address, unsigned flags = IFF_UP | IFF_RUNNING,
+           void* mask = nullptr) {
     ifaddrs entry{};
     entry.ifa_name = const_cast<char*>(name);
     entry.ifa_flags = flags;
     entry.ifa_addr = static_cast<sockaddr*>(address);
+    entry.ifa_netmask = static_cast<sockaddr*>(mask);
     list_.push_back(entry);
   }
 
-  ULONG get() {
+  ULONG get(ULONG family = AF_UNSPEC) {
     ULONG size = 0;
-    const ULONG result = GetAdaptersAddresses(AF_UNSPEC, 0, nullptr, nullptr, &size);
+    const ULONG result = GetAdaptersAddresses(family, 0, nullptr, nullptr, &size);
     if (result != ERROR_BUFFER_OVERFLOW) {
       return result;
     }
-    block_.assign((size + 7) / 8, 0);
-    return GetAdaptersAddresses(AF_UNSPEC, 0, nullptr, first(), &size);
+    block_.assign((size + 7) / 8, ~std::uint64_t{0});
+    return GetAdaptersAddresses(family, 0, nullptr, first(), &size);
   }
 
   IP_ADAPTER_ADDRESSES* first() { return reinterpret_cast<IP_ADAPTER_ADDRESSES*>(block_.data()); }
@@ -113,6 +120,92 @@ TEST_F(MadeUpAdapters, AnAddressWithoutAMaskHasNoPrefix) {
   ASSERT_EQ(get(), NO_ERROR);
   ASSERT_NE(first()->FirstUnicastAddress, nullptr);
   EXPECT_EQ(first()->FirstUnicastAddress->OnLinkPrefixLength, 0);
+}
+
+// An interface with a hardware address and one address of each family.
+class FullAdapter : public MadeUpAdapters {
+ protected:
+  FullAdapter() {
+    link_.sll_family = AF_PACKET;
+    link_.sll_hatype = ARPHRD_ETHER;
+    link_.sll_halen = 6;
+    std::iota(std::begin(link_.sll_addr), std::end(link_.sll_addr), std::uint8_t{0xF1});
+    four_.sin_family = AF_INET;
+    four_.sin_addr.s_addr = htonl(0x0A000102);
+    fourMask_.sin_family = AF_INET;
+    fourMask_.sin_addr.s_addr = htonl(0xFFFFF000);
+    six_.sin6_family = AF_INET6;
+    six_.sin6_addr.s6_addr[15] = 7;
+    sixMask_.sin6_family = AF_INET6;
+    std::fill_n(sixMask_.sin6_addr.s6_addr, 8, std::uint8_t{0xFF});
+    add("lo", &link_);
+    add("lo", &four_, IFF_UP | IFF_RUNNING, &fourMask_);
+    add("lo", &six_, IFF_UP | IFF_RUNNING, &sixMask_);
+  }
+
+  template <class Address>
+  static void expectAddress(const IP_ADAPTER_UNICAST_ADDRESS* record, const Address& address,
+                            int prefixLength) {
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->Length, sizeof(*record));
+    ASSERT_EQ(record->Address.iSockaddrLength, static_cast<INT>(sizeof(address)));
+    EXPECT_EQ(std::memcmp(record->Address.lpSockaddr, &address, sizeof(address)), 0);
+    EXPECT_EQ(record->OnLinkPrefixLength, prefixLength);
+  }
+
+  sockaddr_ll link_{};
+  sockaddr_in four_{};
+  sockaddr_in fourMask_{};
+  sockaddr_in6 six_{};
+  sockaddr_in6 sixMask_{};
+};
+
+TEST_F(FullAdapter, IsTold) {
+  ASSERT_EQ(get(), NO_ERROR);
+  const IP_ADAPTER_ADDRESSES& adapter = *first();
+  EXPECT_EQ(adapter.Length, sizeof(adapter));
+  EXPECT_EQ(adapter.IfIndex, if_nametoindex("lo"));
+  EXPECT_EQ(adapter.Ipv6IfIndex, adapter.IfIndex);
+  EXPECT_STREQ(adapter.AdapterName, "lo");
+  EXPECT_EQ(std::u16string(adapter.FriendlyName), u"lo");
+  ASSERT_EQ(adapter.PhysicalAddressLength, 6u);
+  EXPECT_EQ(std::memcmp(adapter.PhysicalAddress, link_.sll_addr, 6), 0);
+  expectAddress(adapter.FirstUnicastAddress, four_, 20);
+  expectAddress(adapter.FirstUnicastAddress->Next, six_, 64);
+  EXPECT_EQ(adapter.FirstUnicastAddress->Next->Next, nullptr);
+  EXPECT_EQ(adapter.Next, nullptr);
+}
+
+TEST_F(FullAdapter, OfOneFamilyHasNoAddressOfTheOther) {
+  ASSERT_EQ(get(AF_INET), NO_ERROR);
+  expectAddress(first()->FirstUnicastAddress, four_, 20);
+  EXPECT_EQ(first()->FirstUnicastAddress->Next, nullptr);
+  ASSERT_EQ(get(AF_INET6), NO_ERROR);
+  expectAddress(first()->FirstUnicastAddress, six_, 64);
+  EXPECT_EQ(first()->FirstUnicastAddress->Next, nullptr);
+}
+
+TEST_F(FullAdapter, TellsAsMuchOfALongHardwareAddressAsThereIsRoomFor) {
+  link_.sll_halen = 20;
+  ASSERT_EQ(get(), NO_ERROR);
+  EXPECT_EQ(first()->PhysicalAddressLength, sizeof(first()->PhysicalAddress));
+  EXPECT_EQ(std::memcmp(first()->PhysicalAddress, link_.sll_addr, sizeof(link_.sll_addr)), 0);
+}
+
+TEST_F(MadeUpAdapters, ALetterBeyondAsciiIsOneUnitOfTheFriendlyName) {
+  add("\xE9th", nullptr);
+  ASSERT_EQ(get(), NO_ERROR);
+  EXPECT_EQ(std::u16string(first()->FriendlyName), u"\u00E9th");
+}
+
+TEST_F(MadeUpAdapters, ComeInTheOrderOfTheirNumbers) {
+  add("unknown", nullptr);  // whose number is 0
+  add("lo", nullptr);
+  add("another", nullptr);
+  ASSERT_EQ(get(), NO_ERROR);
+  EXPECT_STREQ(first()->AdapterName, "unknown");
+  EXPECT_STREQ(first()->Next->AdapterName, "another");
+  EXPECT_STREQ(first()->Next->Next->AdapterName, "lo");
 }
 
 TEST_F(MadeUpAdapters, NoneIsNoData) { EXPECT_EQ(get(), DWORD{ERROR_NO_DATA}); }

@@ -112,6 +112,9 @@ TEST(PosixCertStore, AKeyProviderHasNoParametersAndIsRemovedByNone) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
 
   info.cProvParam = 0;
+  info.dwProvType = 5;
+  info.dwFlags = 6;
+  info.dwKeySpec = 7;
   ASSERT_TRUE(CertSetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
   std::vector<std::uint64_t> block(8);
   DWORD size = 64;
@@ -120,12 +123,62 @@ TEST(PosixCertStore, AKeyProviderHasNoParametersAndIsRemovedByNone) {
   const auto& told = *reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(block.data());
   EXPECT_EQ(std::u16string(told.pwszContainerName), u"c");
   EXPECT_EQ(told.pwszProvName, nullptr) << "none was given";
+  EXPECT_EQ(told.dwProvType, 5u);
+  EXPECT_EQ(told.dwFlags, 6u);
+  EXPECT_EQ(told.dwKeySpec, 7u);
 
   EXPECT_TRUE(CertSetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, 0, nullptr));
   SetLastError(0);
   EXPECT_FALSE(CertGetCertificateContextProperty(one, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(CRYPT_E_NOT_FOUND));
+  EXPECT_EQ(size, 0u);
   CertFreeCertificateContext(one);
+}
+
+// One of each property, on two certificates that are the same.
+TEST(PosixCertStore, AnExistingCertificateTakesThePropertiesThatItLacks) {
+  pal::posix::clearCertificateStores();
+  std::u16string container = u"c";
+  CRYPT_KEY_PROV_INFO info{};
+  info.pwszContainerName = container.data();
+  BYTE name[] = {'n', 0};
+  CRYPT_DATA_BLOB blob{sizeof(name), name};
+  PCCERT_CONTEXT first = create(samples::kOne);
+  PCCERT_CONTEXT second = create(samples::kOne);
+  ASSERT_TRUE(CertSetCertificateContextProperty(first, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+  ASSERT_TRUE(CertSetCertificateContextProperty(second, CERT_FRIENDLY_NAME_PROP_ID, 0, &blob));
+  HCERTSTORE store = CertOpenSystemStoreW(0, u"MY");
+  for (PCCERT_CONTEXT certificate : {first, second}) {
+    EXPECT_TRUE(
+        CertAddCertificateContextToStore(store, certificate, CERT_STORE_ADD_USE_EXISTING, nullptr));
+    CertFreeCertificateContext(certificate);
+  }
+  PCCERT_CONTEXT stored = CertEnumCertificatesInStore(store, nullptr);
+  for (const DWORD property : {CERT_KEY_PROV_INFO_PROP_ID, CERT_FRIENDLY_NAME_PROP_ID}) {
+    DWORD size = 0;
+    EXPECT_TRUE(CertGetCertificateContextProperty(stored, property, nullptr, &size)) << property;
+  }
+  EXPECT_EQ(CertEnumCertificatesInStore(store, stored), nullptr) << "there is but one";
+  CertCloseStore(store, 0);
+  pal::posix::clearCertificateStores();
+}
+
+TEST(PosixCertStore, StoresAreTheSameInAnyLetterCase) {
+  pal::posix::clearCertificateStores();
+  HCERTSTORE small = CertOpenSystemStoreW(0, u"azAZ{`09");
+  HCERTSTORE capital = CertOpenSystemStoreW(0, u"AZaz{`09");
+  HCERTSTORE other = CertOpenSystemStoreW(0, u"AZAZ[@09");
+  PCCERT_CONTEXT one = create(samples::kOne);
+  EXPECT_TRUE(CertAddCertificateContextToStore(small, one, CERT_STORE_ADD_NEW, nullptr));
+  PCCERT_CONTEXT found = CertEnumCertificatesInStore(capital, nullptr);
+  EXPECT_NE(found, nullptr);
+  CertFreeCertificateContext(found);
+  EXPECT_EQ(CertEnumCertificatesInStore(other, nullptr), nullptr);
+  CertFreeCertificateContext(one);
+  for (HCERTSTORE store : {small, capital, other}) {
+    CertCloseStore(store, 0);
+  }
+  pal::posix::clearCertificateStores();
 }
 
 TEST(PosixCertStore, APolicyNeedsAChainAndFreeingNoneIsHarmless) {
@@ -153,6 +206,12 @@ TEST(PosixCertStore, ChainsAreCounted) {
   EXPECT_TRUE(
       CertGetCertificateChain(nullptr, one, nullptr, nullptr, &parameters, 0, nullptr, &chain));
   EXPECT_EQ(pal::posix::openChains(), before + 1);
+  EXPECT_EQ(chain->cbSize, sizeof(*chain));
+  CERT_CHAIN_POLICY_PARA policy{};
+  CERT_CHAIN_POLICY_STATUS status{0, 0, 9, 9, nullptr};
+  EXPECT_TRUE(CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, chain, &policy, &status));
+  EXPECT_EQ(status.lChainIndex, 0);
+  EXPECT_EQ(status.lElementIndex, 0);
   CertFreeCertificateChain(chain);
   CertFreeCertificateContext(one);
   EXPECT_EQ(pal::posix::openChains(), before);
@@ -177,6 +236,44 @@ TEST(PosixKeyContainers, ProvidersAndKeysAreCounted) {
   EXPECT_EQ(pal::posix::openProviders(), providers);
   EXPECT_EQ(pal::posix::openKeys(), keys);
   EXPECT_EQ(pal::posix::storedKeys(), 1u) << "the container keeps its key";
+  pal::posix::clearKeyContainers();
+}
+
+TEST(PosixKeyContainers, HaveRoomForAKeyOfEachUse) {
+  pal::posix::clearKeyContainers();
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"c", kProvider, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  auto blob = bytes(samples::kKeyBlob);
+  for (const BYTE use : {BYTE{0xA4}, BYTE{0x24}, BYTE{0xA4}}) {  // exchange, signature
+    blob[5] = use;
+    HCRYPTKEY key = 0;
+    ASSERT_TRUE(CryptImportKey(provider, blob.data(), static_cast<DWORD>(blob.size()), 0, 0, &key));
+    EXPECT_TRUE(CryptDestroyKey(key));
+  }
+  EXPECT_EQ(pal::posix::storedKeys(), 2u);
+  SetLastError(0);
+  EXPECT_FALSE(CryptReleaseContext(provider, 1));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_FLAGS));
+  EXPECT_EQ(pal::posix::openProviders(), 0u) << "it is released all the same";
+  pal::posix::clearKeyContainers();
+}
+
+TEST(PosixKeyContainers, ABlobIsNotImportedUnderAnotherKeyOrWithABrokenLength) {
+  pal::posix::clearKeyContainers();
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"c", kProvider, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  auto blob = bytes(samples::kKeyBlob);
+  const auto size = static_cast<DWORD>(blob.size());
+  HCRYPTKEY key = 0;
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, blob.data(), size, 4, 0, &key));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  ++blob[12];  // the number of bits
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, blob.data(), size, 0, 0, &key));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_DATA));
+  EXPECT_EQ(pal::posix::storedKeys(), 0u);
+  CryptReleaseContext(provider, 0);
   pal::posix::clearKeyContainers();
 }
 
@@ -225,12 +322,15 @@ TEST(PosixKeyContainers, AnotherVersionOrFlagOfAnImportIsRefused) {
 TEST(PosixKeyContainers, NamesDoNotDistinguishCaseButMachineAndUserDo) {
   pal::posix::clearKeyContainers();
   HCRYPTPROV provider = 0;
-  ASSERT_TRUE(CryptAcquireContextW(&provider, u"Name", nullptr, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  ASSERT_TRUE(CryptAcquireContextW(&provider, u"AZaz@[", nullptr, PROV_RSA_FULL, CRYPT_NEWKEYSET));
   CryptReleaseContext(provider, 0);
   SetLastError(0);
-  EXPECT_FALSE(CryptAcquireContextW(&provider, u"NAME", nullptr, PROV_RSA_FULL, CRYPT_NEWKEYSET));
+  EXPECT_FALSE(CryptAcquireContextW(&provider, u"azAZ@[", nullptr, PROV_RSA_FULL, CRYPT_NEWKEYSET));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_EXISTS));
-  EXPECT_TRUE(CryptAcquireContextW(&provider, u"name", nullptr, PROV_RSA_FULL,
+  SetLastError(0);
+  EXPECT_FALSE(CryptAcquireContextW(&provider, u"AZaz`{", nullptr, PROV_RSA_FULL, 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_KEYSET)) << "those are no letters";
+  EXPECT_TRUE(CryptAcquireContextW(&provider, u"azaz@[", nullptr, PROV_RSA_FULL,
                                    CRYPT_NEWKEYSET | CRYPT_MACHINE_KEYSET));
   CryptReleaseContext(provider, 0);
   pal::posix::clearKeyContainers();
@@ -266,6 +366,33 @@ TEST(Der, TheVersionMayBeMissing) {
       "03020000");
   std::string identity;
   EXPECT_EQ(certificateIdentity(certificate.data(), certificate.size(), identity), DerResult::kOk);
+}
+
+TEST(Der, LengthsTakeUpToFourBytes) {
+  for (const char* length : {"11", "8111", "820011", "83000011", "8400000011"}) {
+    const auto certificate =
+        fromHex("30" + std::string(length) + "3009020105300030020500" + "300003020000");
+    std::string identity = "of another";
+    EXPECT_EQ(certificateIdentity(certificate.data(), certificate.size(), identity), DerResult::kOk)
+        << length;
+    EXPECT_EQ(identity.size(), 7u) << length;
+  }
+  for (const char* length : {"80", "850000000000", "860000000000", "ff"}) {
+    const auto certificate = fromHex("30" + std::string(length) + "300802010530003000");
+    std::string identity;
+    EXPECT_EQ(certificateIdentity(certificate.data(), certificate.size(), identity),
+              DerResult::kWrongShape)
+        << length;
+  }
+}
+
+TEST(Der, AByteBelow128IsALength) {
+  const std::string body = "3009020105300030020500";
+  std::string identity;
+  const auto longest = fromHex("307f" + body + "30000370" + std::string(2 * 0x70, '0'));
+  EXPECT_EQ(certificateIdentity(longest.data(), longest.size(), identity), DerResult::kOk);
+  const auto longer = fromHex("308180" + body + "30000371" + std::string(2 * 0x71, '0'));
+  EXPECT_EQ(certificateIdentity(longer.data(), longer.size(), identity), DerResult::kOk);
 }
 
 TEST(Der, LengthsThatLeadOutsideEndEarly) {

@@ -18,6 +18,9 @@ TEST(PosixHeap, CountsItsBlocks) {
 TEST(PosixHeap, KnowsNoOtherHeap) {
   int other = 0;
   EXPECT_EQ(HeapAlloc(&other, 0, 10), nullptr);
+  void* block = HeapAlloc(GetProcessHeap(), 0, 10);
+  EXPECT_EQ(HeapReAlloc(&other, 0, block, 20), nullptr);
+  EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, block));
   SetLastError(0);
   EXPECT_FALSE(HeapFree(&other, 0, nullptr));
   EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
@@ -40,10 +41,11 @@ TEST(PosixLibrary, AHandleFromAnAddressHoldsNoReference) {
 }
 
 TEST(PosixLibrary, OnlyAddressesLeadToHandles) {
-  HMODULE module = nullptr;
+  auto module = reinterpret_cast<HMODULE>(&GetModuleHandleExA);
   SetLastError(0);
   EXPECT_FALSE(GetModuleHandleExA(0, "libc.so.6", &module));
   EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(module, nullptr);
 }
 
 TEST(PosixLibrary, APathWithoutRoomIsNotWritten) {
@@ -52,6 +54,18 @@ TEST(PosixLibrary, APathWithoutRoomIsNotWritten) {
   EXPECT_EQ(GetModuleFileNameA(nullptr, &path, 0), 0u);
   EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
   EXPECT_EQ(path, 'x');
+}
+
+TEST(PosixLibrary, ABackslashSeparatesLikeASlash) {
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, sizeof(path));
+  PathRemoveFileSpecA(path);
+  PathAppendA(path, "pal_loaded_library.so");
+  std::string written(path);
+  std::replace(written.begin(), written.end(), '/', '\\');
+  const HMODULE module = LoadLibraryA(written.c_str());
+  EXPECT_NE(module, nullptr);
+  EXPECT_TRUE(FreeLibrary(module));
 }
 
 TEST(PosixLibrary, APointAtTheEndSaysThatThereIsNoExtension) {

@@ -217,6 +217,21 @@ TEST_F(PosixCertStoreMemory, AddingAndListing) {
   CertFreeCertificateContext(stored);
 }
 
+TEST_F(PosixCertStoreMemory, ReplacingKeepsTheOldOneUntilTheNewOneIsThere) {
+  ASSERT_TRUE(CertAddCertificateContextToStore(store_, one_, CERT_STORE_ADD_NEW, nullptr));
+  sweep([&] {
+    const bool done = CertAddCertificateContextToStore(
+                          store_, one_, CERT_STORE_ADD_REPLACE_EXISTING, nullptr) != FALSE;
+    const DWORD error = GetLastError();
+    allocation_gate::neverFail();
+    PCCERT_CONTEXT found = CertEnumCertificatesInStore(store_, nullptr);
+    EXPECT_NE(found, nullptr);
+    EXPECT_EQ(CertEnumCertificatesInStore(store_, found), nullptr) << "there is one";
+    SetLastError(error);
+    return done;
+  });
+}
+
 TEST_F(PosixCertStoreMemory, Properties) {
   std::u16string container = u"a container whose name needs a block";
   CRYPT_KEY_PROV_INFO info{};

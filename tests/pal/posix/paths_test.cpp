@@ -33,6 +33,24 @@ TEST(PosixPaths, NothingLeftOfARelativePathIsADot) {
   EXPECT_STREQ(path, ".");
 }
 
+TEST(PosixPaths, CuttingStopsInFrontOfAServersName) {
+  char path[MAX_PATH] = "//server/share";
+  EXPECT_TRUE(PathRemoveFileSpecA(path));
+  EXPECT_STREQ(path, "//server");
+  EXPECT_TRUE(PathRemoveFileSpecA(path));
+  EXPECT_STREQ(path, "//");
+  EXPECT_FALSE(PathRemoveFileSpecA(path));
+}
+
+TEST(PosixPaths, AnExtensionNeedsRoomWithItsTerminator) {
+  for (const std::size_t length : {256u, 257u}) {
+    char path[MAX_PATH] = {};
+    std::memset(path, 'x', length);
+    EXPECT_EQ(PathAddExtensionA(path, ".so") != FALSE, length == 256u);
+    EXPECT_EQ(std::strlen(path), length == 256u ? 259u : 257u);
+  }
+}
+
 TEST(PosixPaths, CuttingStopsAtTheRoot) {
   char path[MAX_PATH] = "/a";
   EXPECT_TRUE(PathRemoveFileSpecA(path));

@@ -42,10 +42,10 @@ TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
   InitializeCriticalSection(&section);
   running = CreateEventA(nullptr, FALSE, FALSE, nullptr);
   const auto body = [](void*) -> DWORD {
-    SetEvent(running);
     for (;;) {
       EnterCriticalSection(&section);
       LeaveCriticalSection(&section);
+      SetEvent(running);
     }
   };
   HANDLE thread = CreateThread(nullptr, 0, body, nullptr, 0, nullptr);
@@ -54,6 +54,10 @@ TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
   EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
   EnterCriticalSection(&section);
   LeaveCriticalSection(&section);
+  // At most the round that was under way comes to its end.
+  constexpr DWORD kMoreThanARoundTakes = 200;
+  (void)WaitForSingleObject(running, kMoreThanARoundTakes);
+  EXPECT_EQ(WaitForSingleObject(running, kMoreThanARoundTakes), WAIT_TIMEOUT);
   CloseHandle(thread);
   CloseHandle(running);
 }
