@@ -63,6 +63,14 @@ TEST_F(StoreImport, RecordsWithoutACertificateAreReadOver) {
   EXPECT_EQ(crypt().encodings(u"CA"), (Texts{"authority", "jane"}));
 }
 
+TEST_F(StoreImport, ACertificateWithoutAPublicKeyIsAnotherOne) {
+  authority_.fake.publicKey = nullptr;
+  const CertificateChain chain{authority_, jane_};
+  EXPECT_EQ(cspImport(u"box", key(), chain.get()), 0);
+  EXPECT_EQ(crypt().encodings(u"CA"), Texts{"authority"});
+  EXPECT_EQ(crypt().encodings(u"MY"), Texts{"jane"});
+}
+
 TEST_F(StoreImport, ALaterCertificateOfTheKeyReplacesAnEarlierOne) {
   const CertificateChain chain{older_, authority_, jane_};
   EXPECT_EQ(cspImport(u"box", key(), chain.get()), 0);
@@ -126,12 +134,21 @@ TEST_F(StoreImport, AuthoritiesStayWhenTheKeyFails) {
 TEST_F(StoreImport, ShortMemoryIsAFailureThatLosesNothing) {
   const CertificateChain chain{authority_, root_, jane_};
   jane_.name("Jane");
-  crypt().put(u"MY", "before", u"\\\\.\\mem://orlind/user\\x");
+  constexpr std::u16string_view kFriendlyName(u"Jane (user)\0", 12);
+  const auto* const nameBytes = reinterpret_cast<const uint8_t*>(kFriendlyName.data());
+  const std::vector<uint8_t> friendlyName(nameBytes, nameBytes + 2 * kFriendlyName.size());
   sweepAllocations(
       spy,
       [&] {
+        crypt().reset();
         const int32_t result = cspImport(u"\\\\.\\mem://orlind/user\\x", key(), chain.get(), 1);
         EXPECT_TRUE(result == 0 || result == -1) << result;
+        if (result == 0) {
+          EXPECT_EQ(crypt().encodings(u"CA"), (Texts{"authority", "root"}));
+          EXPECT_EQ(crypt().encodings(u"MY"), Texts{"jane"});
+          EXPECT_EQ(crypt().stored(u"MY", 0).friendlyName, friendlyName);
+          EXPECT_EQ(crypt().containers.size(), 1u);
+        }
         return result == 0;
       },
       Shortage::kMayDoWithout);

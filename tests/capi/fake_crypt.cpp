@@ -183,6 +183,13 @@ BOOL FakeCrypt::getProperty(PCCERT_CONTEXT context, DWORD property, void* data, 
   const auto needed =
       static_cast<DWORD>(sizeof(CRYPT_KEY_PROV_INFO) + containerBytes + providerBytes);
   const DWORD room = *size;
+  if (cutsPropertiesOff) {
+    *size = sizeof(LPWSTR);
+    if (data != nullptr) {
+      std::memset(data, 0xFF, *size);
+    }
+    return TRUE;
+  }
   *size = needed;
   if (data == nullptr) {
     return TRUE;
@@ -197,7 +204,7 @@ BOOL FakeCrypt::getProperty(PCCERT_CONTEXT context, DWORD property, void* data, 
   std::memcpy(container, key.container.c_str(), containerBytes);
   std::memcpy(provider, key.provider.c_str(), providerBytes);
   *info = {};
-  info->pwszContainerName = reinterpret_cast<LPWSTR>(container);
+  info->pwszContainerName = namesContainers ? reinterpret_cast<LPWSTR>(container) : nullptr;
   info->pwszProvName = reinterpret_cast<LPWSTR>(provider);
   info->dwProvType = key.providerType;
   info->dwKeySpec = key.keySpec;

@@ -60,6 +60,10 @@ class FakeCrypt {
   std::vector<ChainCall> chains;
   bool givesChain = true;
   DWORD policyError = 0;
+  // Properties that no import wrote: without a container's name, or cut off before the record's
+  // end.
+  bool namesContainers = true;
+  bool cutsPropertiesOff = false;
 
   // Puts a certificate into a store; without a container it has no key information.
   void put(const std::u16string& store, const std::string& encoding,

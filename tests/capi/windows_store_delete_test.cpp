@@ -96,6 +96,35 @@ TEST_F(StoreDelete, APropertyThatCannotBeReadIsNoMatch) {
   EXPECT_EQ(crypt().encodings(u"MY"), Texts{"A"});
 }
 
+TEST_F(StoreDelete, APropertyWithoutAContainerIsNoMatch) {
+  crypt().put(u"MY", "A", u"box");
+  crypt().namesContainers = false;
+  EXPECT_EQ(capi::csp_delete_certs(u"MY", u"box", nullptr), 0);
+  EXPECT_EQ(capi::csp_delete_certs(u"MY", u"", nullptr), 0);
+  EXPECT_EQ(crypt().encodings(u"MY"), Texts{"A"});
+}
+
+TEST_F(StoreDelete, APropertyThatIsCutOffIsNoMatch) {
+  crypt().put(u"MY", "A", u"box");
+  crypt().cutsPropertiesOff = true;
+  EXPECT_EQ(capi::csp_delete_certs(u"MY", u"box", nullptr), 0);
+  EXPECT_EQ(crypt().encodings(u"MY"), Texts{"A"});
+}
+
+TEST_F(StoreDelete, TheBufferGrowsOnlyWhenItMust) {
+  const auto allocationsFor = [this](int certificates) {
+    crypt().reset();
+    for (int i = 0; i < certificates; ++i) {
+      crypt().put(u"MY", std::to_string(i), u"another");
+    }
+    const uint64_t before = spy.allocations();
+    EXPECT_EQ(capi::csp_delete_certs(u"MY", u"box", nullptr), 0);
+    return spy.allocations() - before;
+  };
+  EXPECT_EQ(allocationsFor(1), allocationsFor(0) + 1);
+  EXPECT_EQ(allocationsFor(5), allocationsFor(1));
+}
+
 TEST_F(StoreDelete, ADeletionThatFailsIsTracedAndNothingElse) {
   for (const char* encoding : {"A", "B", "C"}) {
     crypt().put(u"MY", encoding, u"box");
@@ -133,6 +162,7 @@ TEST_F(StoreDelete, ShortMemoryIsAFailureThatLosesNothing) {
         crypt().put(u"MY", "C", u"box");
         const int32_t result = capi::csp_delete_certs(u"MY", u"box", nullptr);
         EXPECT_TRUE(result == 0 || result == -1) << result;
+        EXPECT_TRUE(result != 0 || crypt().encodings(u"MY") == Texts{"b"}) << "a match was missed";
         EXPECT_EQ(crypt().contexts(), 0);
         EXPECT_EQ(crypt().openStores(), 0);
         EXPECT_EQ(crypt().errors(), Texts{});
@@ -224,6 +254,31 @@ TEST_F(AuthorityDelete, WhatTheRuntimeCannotDecodeStays) {
   crypt().put(u"CA", authority_);
   EXPECT_EQ(deleteCaCertsByName("CN=Root,O=Orlind"), 0);
   EXPECT_EQ(crypt().encodings(u"CA"), Texts{"no certificate"});
+}
+
+TEST_F(AuthorityDelete, WhatTheRuntimeDecodesToNothingStays) {
+  spy.commonTypes.CertificateDecode = [](const runtime::ByteBuffer*, runtime::Certificate** out) {
+    *out = nullptr;
+    return kOk;
+  };
+  crypt().put(u"CA", authority_);
+  EXPECT_EQ(deleteCaCertsByName("CN=Root,O=Orlind"), 0);
+  EXPECT_EQ(crypt().encodings(u"CA"), Texts{authority_});
+}
+
+TEST_F(AuthorityDelete, AnIssuerThatCannotBeReadIsAFailure) {
+  spy.commonTypes.StringCopy = [](runtime::StringObject*, runtime::Name*) { return kOutOfMemory; };
+  crypt().put(u"CA", authority_);
+  EXPECT_EQ(deleteCaCertsByName("CN=Root,O=Orlind"), -1);
+  EXPECT_EQ(crypt().encodings(u"CA"), Texts{authority_});
+}
+
+TEST_F(AuthorityDelete, WithoutMemoryForTheNameNoStoreIsOpened) {
+  crypt().put(u"CA", authority_);
+  spy.failAllocation(1);
+  EXPECT_EQ(deleteCaCertsByName("CN=Root,O=Orlind"), -1);
+  spy.allowAllocations();
+  EXPECT_TRUE(crypt().calls.empty());
 }
 
 TEST_F(AuthorityDelete, NoNameDeletesNothing) {

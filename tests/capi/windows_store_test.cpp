@@ -203,6 +203,22 @@ TEST_F(KeyImport, AKeyThatCannotBeDecodedIsASilentFailure) {
   EXPECT_TRUE(crypt().calls.empty());
 }
 
+TEST_F(KeyImport, AKeyThatDecodesToNothingIsASilentFailure) {
+  spy.commonTypes.RsaPrivateKeyDecode = [](const uint8_t*, uint64_t, runtime::RsaPrivateKey** out) {
+    *out = nullptr;
+    return kOk;
+  };
+  EXPECT_EQ(importKey(u"box", key(), jane_), -1);
+  EXPECT_EQ(log(), Texts{});
+  EXPECT_TRUE(crypt().calls.empty());
+}
+
+TEST_F(KeyImport, BitsThatFillNoByteAreNotDecoded) {
+  key()->privateKey.bitLength = 8 * 2 + 7;
+  EXPECT_EQ(importKey(u"box", key(), jane_), 0);
+  EXPECT_EQ(decodedBytes, (std::vector<uint8_t>{1, 2}));
+}
+
 TEST_F(KeyImport, AKeyThatCannotBeConvertedTouchesNothing) {
   static runtime::RsaPrivateKey zero{};
   spy.commonTypes.RsaPrivateKeyDecode = [](const uint8_t*, uint64_t, runtime::RsaPrivateKey** out) {

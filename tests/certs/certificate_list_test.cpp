@@ -61,6 +61,20 @@ TEST_F(CertificateList, EachKeyUsageFlagAllowsWhatItStandsFor) {
   }
 }
 
+TEST_F(CertificateList, AFlagIsSetByEveryValueButZero) {
+  for (const uint8_t value : {uint8_t{1}, uint8_t{2}, uint8_t{0x80}, uint8_t{0xFF}}) {
+    Flags flags{};
+    flags[runtime::kDataEncipherment] = flags[runtime::kNonRepudiation] = flags[runtime::kCrlSign] =
+        value;
+    fake.keyUsage = flags.data();
+    const runtime::BasicConstraints constraints{value};
+    fake.basicConstraints = &constraints;
+    for (const int slotNumber : {1, 2, 4}) {
+      EXPECT_EQ(ask(slotNumber, fake), 1) << slotNumber;
+    }
+  }
+}
+
 TEST_F(CertificateList, AbsentBasicConstraintsCountAsCa) {
   EXPECT_EQ(ask(4, fake), 1);
   const runtime::BasicConstraints no{0};
@@ -139,6 +153,7 @@ TEST_F(CertificateList, ValuesAreForwardedFromAccessors13And14) {
   EXPECT_EQ((tableEntry<void*(Certificate*)>(functions(), 8)(fake)), &fake.references);
   EXPECT_EQ((tableEntry<void*(Certificate*)>(functions(), 9)(fake)), &fake.encoding);
   EXPECT_EQ((tableEntry<void*(Certificate*)>(functions(), 8)(nullptr)), nullptr);
+  EXPECT_EQ((tableEntry<void*(Certificate*)>(functions(), 9)(nullptr)), nullptr);
 }
 
 class CertificateAppend : public CertificateList {
@@ -229,6 +244,11 @@ TEST_F(CertificateNames, ACertificateIsReadFromBase64Text) {
   auto* read = reinterpret_cast<Certificate*>(this);
   fromText("no certificate", &read);
   EXPECT_EQ(read, nullptr);
+  read = reinterpret_cast<Certificate*>(this);
+  spy.failAllocation(1);
+  fromText(base64.c_str(), &read);
+  EXPECT_EQ(read, nullptr) << "nor without memory";
+  spy.allowAllocations();
   fromText(nullptr, &read);
   fromText("x", nullptr);
 }

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "certs/certificate.h"
 #include "raw_certificates.h"
@@ -165,12 +167,13 @@ TEST_F(CertificateAttributes, ServesWhatItKnowsAndSaysWhatItDoesNot) {
   AttributeRequest third{56, {}, 7, nullptr};
   AttributeRequest second{99, {}, 7, &third};
   AttributeRequest first{54, {}, 7, &second};
-  second.value.pointer = this;
+  second.value.blob = {7, reinterpret_cast<uint8_t*>(this)};
   EXPECT_EQ(raw::getAttributes(wrapper, &first), kFalse);
   EXPECT_EQ(first.found, 1);
   EXPECT_STREQ(spy.strings.GetText(&first.value.string), "CN=Authority,O=Orlind");
   EXPECT_EQ(second.found, 0);
   EXPECT_EQ(second.value.pointer, nullptr) << "the first word is cleared all the same";
+  EXPECT_EQ(second.value.blob.data, reinterpret_cast<uint8_t*>(this)) << "and nothing behind it";
   EXPECT_EQ(third.found, 1);
   const runtime::ByteBuffer* const der = samples.jane->table->GetEncoding(samples.jane);
   ASSERT_EQ(third.value.blob.length, der->length);
@@ -202,6 +205,19 @@ TEST_F(CertificateAttributes, TheBlobSetterGetsBytesLengthAndCopyFlag0) {
   EXPECT_EQ(copyFlag, 0u);
 }
 
+TEST_F(CertificateAttributes, TheFirstFailureIsTheResultAfterTheWalk) {
+  AttributeRequest third{54, {}, 7, nullptr};
+  AttributeRequest second{99, {}, 7, &third};
+  AttributeRequest first{55, {}, 7, &second};
+  spy.failAllocation(1);
+  EXPECT_EQ(raw::getAttributes(wrapper, &first), kOutOfMemory);
+  spy.allowAllocations();
+  EXPECT_EQ(first.found, 0);
+  EXPECT_EQ(second.found, 0);
+  EXPECT_EQ(third.found, 1);
+  spy.strings.Clear(&third.value.string);
+}
+
 TEST_F(CertificateAttributes, WithoutAnEncodingTheBlobIsNotServed) {
   FakeCertificate fake;
   fake.isEncoded = false;
@@ -221,11 +237,39 @@ TEST_F(CertificateAttributes, WithoutAnEncodingTheBlobIsNotServed) {
   EXPECT_EQ(fake.references, 1u);
 }
 
+TEST_F(CertificateAttributes, AnEncodingMayBeLong) {
+  std::vector<uint8_t> der(0x12345, 0x30);
+  FakeCertificate fake;
+  fake.encoding = {der.size(), der.data()};
+  int32_t result = kFail;
+  auto* const made = base::CComObject<certs::CCertificate>::Create(&result);
+  ASSERT_NE(made, nullptr);
+  made->AddRef();
+  made->wrap(fake);
+  void* const object = static_cast<ICertificate*>(made);
+  AttributeRequest request{kDerEncoding, {}, 0, nullptr};
+  EXPECT_EQ(raw::getAttributes(object, &request), kOk);
+  EXPECT_EQ(request.value.blob.length, der.size());
+  EXPECT_EQ(request.value.blob.data, der.data()) << "not copied";
+  EXPECT_EQ(raw::release(object), 0u);
+}
+
 TEST_F(CertificateAttributes, NothingCanBeWritten) {
   AttributeRequest request{54, {}, 7, nullptr};
   EXPECT_EQ(raw::setAttributes(wrapper, &request), kAccessDenied);
   EXPECT_EQ(request.found, 7);
   EXPECT_EQ(raw::setAttributes(wrapper, nullptr), kAccessDenied);
+}
+
+std::pair<Certificate*, Certificate*> compared;
+
+TEST_F(CertificateAttributes, TheRuntimeComparesTheWrappedCertificateWithTheOther) {
+  spy.commonTypes.CertificateCompare = [](Certificate* a, Certificate* b) {
+    compared = {a, b};
+    return 0;
+  };
+  EXPECT_EQ(raw::isEqual(wrapper, samples.root), 1);
+  EXPECT_EQ(compared, std::pair(samples.jane, samples.root));
 }
 
 TEST_F(CertificateAttributes, IsEqualComparesContents) {

@@ -203,6 +203,25 @@ TEST_F(OwnCertificates, WithoutAContextThereIsNoPse) {
   raw::release(pse);
 }
 
+TEST_F(OwnCertificates, AContextThatIsNotThereIsNone) {
+  spy.asc.CreateContext = [](const runtime::ContextParameters*, runtime::SecurityContext** out) {
+    *out = nullptr;
+    return kOk;
+  };
+  void* pse = create(kPseClassName, IID_IPse);
+  EXPECT_EQ(raw::getContext(pse), nullptr);
+  EXPECT_EQ(raw::getPse(pse), nullptr);
+  raw::release(pse);
+}
+
+TEST_F(OwnCertificates, WithoutAPseTheContextStays) {
+  world.hasPse = false;
+  void* pse = create(kPseClassName, IID_IPse);
+  EXPECT_EQ(raw::getContext(pse), &world.context);
+  EXPECT_EQ(raw::getPse(pse), nullptr);
+  raw::release(pse);
+}
+
 TEST_F(OwnCertificates, TheAscListReachesThePse) {
   const void* asc = list(kAscListName);
   EXPECT_EQ(tableEntry<void*()>(asc, 1)(), &world.context);
@@ -294,6 +313,40 @@ TEST_F(OwnCertificates, ARecordListedTwiceGetsTwoWrappers) {
   ASSERT_EQ(refresh(container), kOk);
   ASSERT_EQ(count(container), 2u);
   EXPECT_NE(item(container, 0), item(container, 1));
+  raw::release(container);
+}
+
+TEST_F(OwnCertificates, OfTwoWrappersOfARecordTheLaterOneStays) {
+  void* container = own();
+  world.records = {&a, &a, &b};
+  ASSERT_EQ(refresh(container), kOk);
+  void* const later = item(container, 1);
+  world.records = {&b, &a};
+  ASSERT_EQ(refresh(container), kOk);
+  ASSERT_EQ(count(container), 2u);
+  EXPECT_EQ(item(container, 1), later);
+  raw::release(container);
+}
+
+std::vector<uint64_t> sizes;
+
+TEST_F(OwnCertificates, TheNewArrayHasAPlaceForEachRecord) {
+  void* container = own();
+  world.records = {&a, nullptr, &b, &c, nullptr};
+  static auto* const allocate = spy.root.Allocate;
+  static auto* const reallocate = spy.root.Reallocate;
+  spy.root.Allocate = [](uint64_t size) {
+    sizes.push_back(size);
+    return allocate(size);
+  };
+  spy.root.Reallocate = [](void* block, uint64_t size) {
+    sizes.push_back(size);
+    return reallocate(block, size);
+  };
+  sizes.clear();
+  ASSERT_EQ(refresh(container), kOk);
+  EXPECT_THAT(sizes, testing::Contains(3 * sizeof(void*)));
+  EXPECT_THAT(sizes, testing::Each(testing::Le(3 * sizeof(void*))));
   raw::release(container);
 }
 
@@ -406,8 +459,10 @@ TEST_F(OwnCertificates, WithoutARecordNothingIsServed) {
 TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
   FakeObject first;
   FakeObject second;
+  FakeObject sixth;
   a.field1 = &first.object;
-  a.field2 = &second.object;  // field 6 stays null
+  a.field2 = &second.object;
+  a.field6 = &sixth.object;
   void* container = own();
   world.records = {&a};
   ASSERT_EQ(refresh(container), kOk);
@@ -418,7 +473,8 @@ TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
   AttributeRequest request13{13, {}, 7, &request58};
   EXPECT_EQ(raw::getAttributes(wrapper, &request13), kFalse);
   EXPECT_EQ(request13.found, 1);
-  EXPECT_EQ(request13.value.pointer, nullptr);
+  EXPECT_EQ(request13.value.pointer, &sixth);
+  EXPECT_EQ(sixth.references, 2u);
   EXPECT_EQ(request58.found, 1);
   EXPECT_EQ(request58.value.pointer, &second);
   EXPECT_EQ(second.references, 2u);
@@ -427,6 +483,11 @@ TEST_F(OwnCertificates, AttributesAreDuplicatesOfTheRecordsFields) {
   EXPECT_EQ(first.references, 2u);
   EXPECT_EQ(unknown.found, 0);
   EXPECT_EQ(raw::setAttributes(wrapper, &request13), kAccessDenied);
+  a.field6 = nullptr;
+  request13.next = nullptr;
+  EXPECT_EQ(raw::getAttributes(wrapper, &request13), kOk) << "a field that is empty is served, too";
+  EXPECT_EQ(request13.found, 1);
+  EXPECT_EQ(request13.value.pointer, nullptr);
   raw::release(container);
 }
 

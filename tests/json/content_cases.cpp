@@ -46,6 +46,8 @@ constexpr ParseCase kCases[] = {
     {"Smallest", R"({"a":-2147483648})", "{'a':-2147483648}"},
     {"OneBelowTheSmallest", R"({"a":-2147483649})", "{'a':-2147483648}"},
     {"FarBelowTheSmallest", R"({"a":-99999999999})", "{'a':-2147483648}"},
+    {"TenTimesAndMoreBelow", R"({"a":-21474836470})", "{'a':-2147483648}"},
+    {"TenTimesAbove", R"({"a":21474836470})", "{'a':2147483647}"},
     {"SmallestWithFraction", R"({"a":-2147483648.9})", "{'a':-2147483648}"},
     {"AboveThirtyTwoBits", R"({"a":4294967297})", "{'a':2147483647}"},
     {"AboveSixtyFourBits", R"({"a":18446744073709551617})", "{'a':2147483647}"},

@@ -89,6 +89,15 @@ TEST_F(JsonApi, ArraysAnswerForTheirInterfaceAndIUnknown) {
   }
 }
 
+TEST_F(JsonApi, ARecordWithoutBytesHoldsNoText) {
+  for (const uint64_t length : {0u, 2u, 5000u}) {
+    const runtime::ByteBuffer record{length, nullptr};
+    void* object = this;
+    EXPECT_EQ(parse(&record, &object), kFail) << length;
+    EXPECT_EQ(object, nullptr);
+  }
+}
+
 TEST_F(JsonApi, OtherInterfacesAreNotThere) {
   const RawObject object = createObject();
   RawArray array;

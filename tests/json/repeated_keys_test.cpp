@@ -166,6 +166,16 @@ TEST_F(JsonRepeatedKeys, CostLittleWhenAllAreEqual) {
   EXPECT_LE(repeated.steps(), 3 * kMany);
 }
 
+TEST_F(JsonRepeatedKeys, TakeMemoryOnceForObjectsOfOneSize) {
+  const Keys keys = honestKeys();
+  RepeatedKeys repeated;
+  EXPECT_EQ(kept(keys, repeated).size(), kMany);
+  const uint64_t before = spy.allocations();
+  EXPECT_GE(before, 1u);
+  EXPECT_EQ(kept(keys, repeated).size(), kMany);
+  EXPECT_EQ(spy.allocations(), before);
+}
+
 TEST_F(JsonRepeatedKeys, AreNotToldApartWhenMemoryIsShort) {
   const Keys keys = honestKeys();
   std::vector<Item> items;

@@ -106,6 +106,18 @@ TEST_F(JsonMemory, AParsedValueCanBeRenamedAndSetAnew) {
   EXPECT_EQ(object->GetTypeOf("key"), uint32_t{kJsonAbsent});
 }
 
+TEST_F(JsonMemory, AParsedNameStaysWhenANewOneCannotBeHad) {
+  const auto object = parse(R"({"key":"old"})");
+  JsonValue* const member = object->valueAt(0);
+  const test::ExactBytes bytes("newer");
+  const runtime::ByteBuffer record = bytes.buffer();
+  spy.failAllocation(1);
+  EXPECT_EQ(member->SetName(&record), kOutOfMemory);
+  spy.allowAllocations();
+  EXPECT_STREQ(base::bound.strings->GetText(member->GetName()), "key");
+  EXPECT_STREQ(object->GetStringPtr("key"), "old");
+}
+
 TEST_F(JsonMemory, AParsedStringSetAnewEndsWithItsTreeThoughNobodyAskedForItsName) {
   const int64_t before = spy.liveBlocks();
   auto object = parse(R"({"key":"old","list":["old"]})");

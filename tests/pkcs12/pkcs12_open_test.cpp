@@ -257,26 +257,29 @@ TEST_F(Pkcs12Crowded, ManyKeysAndCertificatesOfOneIdAreNotComparedInPairs) {
 
 // --- Memory ---
 
-TEST_F(Pkcs12Decoded, OpeningSurvivesEveryFailedAllocation) {
-  for (uint64_t n = 1; n < 100; ++n) {
+class Pkcs12Shortage : public Pkcs12Decoded, public testing::WithParamInterface<const char*> {};
+
+TEST_P(Pkcs12Shortage, IsSaidAtEveryFailedAllocation) {
+  bool refused = true;
+  for (uint64_t n = 1; refused; ++n) {
+    ASSERT_LT(n, 100u);
     const int64_t before = spy.liveBlocks();
     decoded = {};
-    addKey("key", "01");
+    addKey("key", GetParam());
     addCertificate(samples.jane, "01");
     addCertificate(samples.root, nullptr);
     allocation_gate::failAt(n, false);
     const int32_t result = open();
-    const bool refused = allocation_gate::refused() != 0;
+    refused = allocation_gate::refused() != 0;
     allocation_gate::neverFail();
-    EXPECT_EQ(result, refused ? kOutOfMemory : kOk);
+    EXPECT_EQ(result, refused ? kOutOfMemory : kOk) << n;
     EXPECT_EQ(result == kOk, openedKey != nullptr);
     releaseOpened();
     EXPECT_EQ(spy.liveBlocks(), before) << n;
-    if (!refused) {
-      return;
-    }
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(KeyIds, Pkcs12Shortage, testing::Values("01", "02", nullptr));
 
 }  // namespace
 }  // namespace vexa::test

@@ -60,5 +60,16 @@ TEST(CipherItems, FreeTheValuesTheyOwnOnce) {
   EXPECT_EQ(freed, std::vector<void*>{&owned});
 }
 
+TEST(CipherItems, FreeWhatTheyOwnAtTheirEnd) {
+  freed.clear();
+  int owned = 0;
+  {
+    scrambler::CipherItems<1> items;
+    items.add(1, &owned, &kOwner);
+    EXPECT_TRUE(freed.empty());
+  }
+  EXPECT_EQ(freed, std::vector<void*>{&owned});
+}
+
 }  // namespace
 }  // namespace vexa::test

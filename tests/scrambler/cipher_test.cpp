@@ -21,7 +21,7 @@ TEST_F(Cipher, NeedsParametersInputAndOutput) {
 
 TEST_F(Cipher, RefusesKeyLengthsOutOfRange) {
   for (const uint64_t bits : {uint64_t{0}, uint64_t{16385}, uint64_t{1} << 32 | 128}) {
-    runtime::SymmetricKey* key = nullptr;
+    auto* key = reinterpret_cast<runtime::SymmetricKey*>(this);
     EXPECT_EQ(scrambler::generateKey(6, bits, &key), kBadKeyLength);
     EXPECT_EQ(key, nullptr);
   }

@@ -316,7 +316,27 @@ TEST_F(ScramblerCalls, OutputLengthIsTheReportedSizeUntilTheCipherSetsTheRealOne
   EXPECT_EQ(scrambler.unscrambled(scrambler.scrambled("data")).size(), 4u);
 }
 
+TEST_F(ScramblerCalls, AnOutputOfNoBytesHasTheLengthOfNone) {
+  RawScrambler scrambler(6, 0, 128);
+  const runtime::ByteBuffer empty{0, nullptr};
+  OutBuffer out;
+  EXPECT_EQ(scrambler.scramble(&empty, out.put()), kOk);
+  ASSERT_EQ(cipherCalls.size(), 2u);
+  EXPECT_EQ(cipherCalls[1].outLength, 0u);
+}
+
 // --- Failures of the runtime ---
+
+TEST_F(ScramblerCalls, WhatAFailedKeyGenerationLeavesIsNoKey) {
+  spy.crypt.GenerateKey = [](const runtime::CipherItem*, runtime::CipherItem* out, uint32_t) {
+    out->value = &keyCalls;
+    return kFail;
+  };
+  RawScrambler scrambler;
+  scrambler.createBare(12, 0);
+  EXPECT_EQ(scrambler.initialize(256), kOk);
+  EXPECT_FALSE(scrambler.hasKey());
+}
 
 std::string freedBytes;
 

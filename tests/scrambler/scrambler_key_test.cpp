@@ -24,6 +24,7 @@ std::vector<std::string> events;
 std::vector<std::unique_ptr<WatchedKey>> keys;
 uint64_t keyBits;
 bool refuseDuplicates;
+int32_t refusal;  // the result then
 
 WatchedKey* watched(void* key) { return static_cast<WatchedKey*>(key); }
 
@@ -39,7 +40,7 @@ int32_t duplicateKey(runtime::Object* self, void** copy) {
   const WatchedKey& key = *watched(self);
   events.push_back("duplicate " + key.name);
   *copy = refuseDuplicates ? nullptr : makeKey("copy of " + key.name);
-  return refuseDuplicates ? kOutOfMemory : kOk;
+  return refuseDuplicates ? refusal : kOk;
 }
 uint64_t bitLength(runtime::SymmetricKey* self) { return watched(self)->bits; }
 uint8_t* bytesOf(runtime::SymmetricKey* self) { return watched(self)->bytes.data(); }
@@ -71,6 +72,7 @@ class ScramblerKeys : public BoundTest {
     keys.clear();
     keyBits = 256;
     refuseDuplicates = false;
+    refusal = kOutOfMemory;
     spy.crypt.GenerateKey = [](const runtime::CipherItem*, runtime::CipherItem* out, uint32_t) {
       out->value = makeKey(std::to_string(keys.size() + 1));
       return kOk;
@@ -111,19 +113,27 @@ TEST_F(ScramblerKeys, AreNotCopiedToTheObjectItself) {
 }
 
 TEST_F(ScramblerKeys, ThatCannotBeCopiedLeaveTheTargetWithout) {
-  RawScrambler source(12, 0, 256);
-  RawScrambler target(12, 0, 256);
   refuseDuplicates = true;
-  EXPECT_EQ(source.copyKeyTo(target.get()), kOutOfMemory);
-  EXPECT_EQ(events, (Events{"release 2, wiped 32", "duplicate 1"}));
-  EXPECT_FALSE(target.hasKey());
+  for (const int32_t answer : {kOutOfMemory, kFail, kOk}) {
+    keys.clear();
+    RawScrambler source(12, 0, 256);
+    RawScrambler target(12, 0, 256);
+    refusal = answer;
+    events.clear();
+    EXPECT_EQ(source.copyKeyTo(target.get()), kOutOfMemory);
+    EXPECT_EQ(events, (Events{"release 2, wiped 32", "duplicate 1"}));
+    EXPECT_FALSE(target.hasKey());
+  }
 }
 
 TEST_F(ScramblerKeys, AreLeftAloneWhenTheRuntimeIsGone) {
   RawScrambler scrambler(6, 0, 128);
+  RawScrambler target(6, 0, 128);
   base::bound = {};
   EXPECT_FALSE(scrambler.hasKey());
+  EXPECT_EQ(scrambler.copyKeyTo(target.get()), kOk);
   scrambler.release();
+  target.release();
   EXPECT_TRUE(events.empty());
 }
 

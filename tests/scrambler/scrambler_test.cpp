@@ -319,8 +319,8 @@ TEST_F(Scrambler, TracesItsOperations) {
 // --- Failed allocations ---
 
 TEST_F(Scrambler, SurvivesEveryFailedAllocationOfItsCreation) {
-  const int swept = sweepAllocations(spy, [] {
-    IScrambler* made = nullptr;
+  const int swept = sweepAllocations(spy, [this] {
+    auto* made = reinterpret_cast<IScrambler*>(&spy);
     const int32_t result = scrambler::CreateScramblerEx(12, 2, 256, &made);
     if (result != kOk) {
       EXPECT_EQ(result, kOutOfMemory);
@@ -393,6 +393,20 @@ TEST_F(Scrambler, SurvivesEveryFailedAllocationOfAString) {
     spy.root.Free(text);
     return result == kOk;
   });
+}
+
+TEST_F(Scrambler, SaysThatThereIsNoMemoryForAString) {
+  RawScrambler scrambler(12, 1, 256);
+  OutBuffer hidden;
+  ASSERT_EQ(scrambler.scrambleString(u"text", hidden.put()), kOk);
+  const uint64_t before = spy.allocations();
+  char16_t* text = nullptr;
+  ASSERT_EQ(scrambler.unscrambleString(hidden.get(), &text), kOk);
+  spy.root.Free(text);
+  spy.failAllocation(spy.allocations() - before);  // the last one is the string's
+  EXPECT_EQ(scrambler.unscrambleString(hidden.get(), &text), kOutOfMemory);
+  EXPECT_EQ(text, nullptr);
+  spy.allowAllocations();
 }
 
 TEST_F(Scrambler, AKeyIsCopiedOrTheTargetHasNone) {

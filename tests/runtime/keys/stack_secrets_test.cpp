@@ -1,12 +1,8 @@
-#include <pthread.h>
-#include <sys/mman.h>
-
-#include <functional>
-
 #include "runtime/crypto_fixture.h"
 #include "runtime/keys/cipher.h"
 #include "runtime/keys/secret_pieces.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "support/own_stack.h"
 
 // Whether functions leave secrets on the stack that they ran on.
 namespace vexa::test {
@@ -19,56 +15,15 @@ ByteView viewOf(const std::string& bytes) {
   return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
 }
 
-// A stack of its own for one operation, so that nobody writes over what that leaves.
-class OwnStack {
+class SearchedStack : public OwnStack {
  public:
-  OwnStack()
-      : bytes_(static_cast<uint8_t*>(
-            mmap(nullptr, kLength, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {}
-  OwnStack(const OwnStack&) = delete;
-  OwnStack& operator=(const OwnStack&) = delete;
-  ~OwnStack() { munmap(bytes_, kLength); }
-
-  // Once elsewhere first: when a function is called for the first time, the system's loader saves
-  // the registers, with whatever they hold, on the stack.
-  void run(const std::function<void()>& operation) {
-    OwnStack().runHere(operation);
-    runHere(operation);
-  }
-
   int count(const Pieces& pieces) const {
-    std::vector<uint8_t> inverted(bytes_, bytes_ + kLength);
+    std::vector<uint8_t> inverted = left();
     for (uint8_t& byte : inverted) {
       byte = static_cast<uint8_t>(~byte);
     }
-    return pieces.countIn(inverted.data(), kLength - kPieceLength);
+    return pieces.countIn(inverted.data(), inverted.size() - kPieceLength);
   }
-
- private:
-  static constexpr size_t kLength = 1 << 20;
-
-  void runHere(const std::function<void()>& operation) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstack(&attributes, bytes_, kLength), 0);
-    pthread_t thread;
-    ASSERT_EQ(
-        pthread_create(&thread, &attributes, call, const_cast<std::function<void()>*>(&operation)),
-        0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-  }
-
-  // Below a wide room: what ends a thread writes over the top of its stack.
-  static void* call(void* operation) {
-    [[maybe_unused]] volatile uint8_t room[kLength / 4];
-    room[0] = 0;
-    (*static_cast<std::function<void()>*>(operation))();
-    room[0] = 1;
-    return nullptr;
-  }
-
-  uint8_t* const bytes_;
 };
 
 class StackSecretsTest : public CryptoTest {
@@ -97,7 +52,7 @@ class StackSecretsTest : public CryptoTest {
 
 TEST_F(StackSecretsTest, ASecretThatStaysIsFound) {
   const std::string secret = "a secret that is long enough";
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] {
     volatile char copy[32];
     std::copy(secret.begin(), secret.end(), copy);
@@ -107,7 +62,7 @@ TEST_F(StackSecretsTest, ASecretThatStaysIsFound) {
 
 TEST_F(StackSecretsTest, KeyGenerationLeavesNoNumber) {
   HeldKey key;
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] { EXPECT_EQ(velmora_key_generate_rsa(2048, key.put()), kOk); });
   runtime::RsaPrivateKey* numbers = nullptr;
   ASSERT_EQ(
@@ -125,7 +80,7 @@ TEST_F(StackSecretsTest, KeyGenerationLeavesNoNumber) {
 TEST_F(StackSecretsTest, DerivationLeavesNoKey) {
   const velmora::Password password("secret");
   uint8_t key[20];
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] {
     velmora::DerivationBudget budget;
     EXPECT_EQ(velmora::derivePkcs12(GCRY_MD_SHA1, velmora::KeyPurpose::kKey,
@@ -139,7 +94,7 @@ TEST_F(StackSecretsTest, DerivationLeavesNoKey) {
 TEST_F(StackSecretsTest, AMacLeavesNoKey) {
   const velmora::Password password("secret");
   const velmora::MacDigest* const digest = velmora::findMacDigest("SHA-1");
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] {
     velmora::DerivationBudget budget;
     Bytes code;
@@ -157,7 +112,7 @@ TEST_F(StackSecretsTest, DecryptionLeavesNoKey) {
   const std::string algorithm =
       fromHex("060a2a864886f70d010c0103300d0408") + kSalt + fromHex("020103");
   const std::string cipher(16, 'x');
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] {
     velmora::DerivationBudget budget;
     Bytes plain;
@@ -180,7 +135,7 @@ TEST_F(StackSecretsTest, CiphersLeaveNeitherKeyNorText) {
         velmora::findCipher(kAes256), mode, false, viewOf(key), viewOf(iv), 16};
     std::string out(64, '\0');
     auto* const bytes = reinterpret_cast<uint8_t*>(out.data());
-    OwnStack stack;
+    SearchedStack stack;
     stack.run([&] {
       uint64_t length = 0;
       // One byte less where the last block needs padding.
@@ -205,7 +160,7 @@ TEST_F(StackSecretsTest, ARefusedVectorLeavesNoKey) {
   const velmora::CipherOperation operation{
       velmora::findCipher(kAes256), velmora::CipherMode::kCbc, false, viewOf(key), {}, 0};
   uint8_t out[16];
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] {
     uint64_t length = 0;
     EXPECT_EQ(velmora::runCipher(operation, viewOf(kSalt), out, length), kInvalidArgument);
@@ -220,7 +175,7 @@ TEST_F(StackSecretsTest, TheStreamCipherLeavesNoKey) {
   const velmora::CipherOperation operation{
       velmora::findCipher(kStream), velmora::CipherMode::kEcb, false, viewOf(key), {}, 0};
   uint8_t out[4];
-  OwnStack stack;
+  SearchedStack stack;
   stack.run([&] {
     uint64_t length = 0;
     EXPECT_EQ(velmora::runCipher(operation, viewOf(kSalt).first(4), out, length), kOk);
