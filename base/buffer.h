@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "base/holders.h"
 #include "vexa/results.h"
@@ -18,10 +17,5 @@ int32_t BufferFromRange(const void* start, const void* end, runtime::ByteBuffer*
 
 // Creates an empty record when *out is null. kOutOfMemory.
 [[nodiscard]] int32_t ensureBuffer(runtime::ByteBuffer** out);
-
-inline std::span<const uint8_t> bytesOf(const Buffer& buffer) {
-  return buffer ? std::span<const uint8_t>(buffer->data, buffer->length)
-                : std::span<const uint8_t>();
-}
 
 }  // namespace vexa::base

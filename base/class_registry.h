@@ -22,7 +22,8 @@ class FactoryRecord {
   FactoryRecord& operator=(const FactoryRecord&) = delete;
 
   // Searches the chain from the record constructed last; see ClassFactoryList::CreateInstance. A
-  // catch-all creator ends the search with kOk or kNoInterface only. `component` null: any.
+  // catch-all creator, of which the module has none yet, ends the search with kOk or kNoInterface
+  // only. `component` null: any.
   static int32_t Create(const char* component, const char* className, const Guid* id,
                         void** object);
 

@@ -22,7 +22,7 @@ enum LibrarySearch : uint32_t {
 HMODULE LoadModuleLibrary(const char* name, const char* directory, uint32_t flags, char* scratch,
                           uint32_t scratchSize);
 
-// Loads from the system directory only. kOk or kFail.
+// Loads from the system directory only. kOk or kFail. Nothing in the module does so yet.
 int32_t LoadSystemLibrary(const char* name, HMODULE* out);
 
 // The directory of a file, inside `file`, which is changed: without the prefix of long paths. Empty

@@ -30,7 +30,8 @@ class Thread {
   }
   // True when the thread has ended within the time; the holder is then empty. False without one.
   bool Wait(uint32_t milliseconds);
-  // Ends the thread by force and forgets it; its id stays.
+  // Ends the thread by force and forgets it; its id stays. Nothing in the module does so yet, or
+  // asks for handle and id.
   void Terminate();
   void Close();
 

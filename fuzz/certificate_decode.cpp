@@ -5,7 +5,7 @@
 namespace vexa::fuzz {
 namespace {
 
-using velmora::commonTypes;
+using velmora::commonTypesTable;
 
 using Certificate = RuntimeObjectHolder<runtime::Certificate>;
 
@@ -16,11 +16,12 @@ void checkTable(runtime::Certificate* certificate) {
     velmora::timeTable.ToUnixSeconds(static_cast<runtime::LibraryTime*>(time), &seconds);
   }
   const runtime::PublicKey* const key = table->GetPublicKey(certificate);
-  require(commonTypes().KeyCompare(key, key) == 0, "a key equals itself");
+  require(commonTypesTable.KeyCompare(key, key) == 0, "a key equals itself");
   Certificate again;
   const auto* const encoding = table->GetEncoding(certificate);
-  require(commonTypes().CertificateDecode(encoding, again.put()) == kOk, "an encoding reads again");
-  require(commonTypes().CertificateCompare(certificate, again.get()) == 0,
+  require(commonTypesTable.CertificateDecode(encoding, again.put()) == kOk,
+          "an encoding reads again");
+  require(commonTypesTable.CertificateCompare(certificate, again.get()) == 0,
           "as an equal certificate");
 }
 
@@ -28,7 +29,7 @@ void check(std::string_view input) {
   const runtime::ByteBuffer buffer{input.size(),
                                    reinterpret_cast<uint8_t*>(const_cast<char*>(input.data()))};
   Certificate certificate;
-  const int32_t result = commonTypes().CertificateDecode(&buffer, certificate.put());
+  const int32_t result = commonTypesTable.CertificateDecode(&buffer, certificate.put());
   require((result == kOk) == static_cast<bool>(certificate), "a certificate exactly on success");
   size_t used = 0;
   const bool isDer = static_cast<bool>(openSslCertificate(input, &used));

@@ -177,7 +177,7 @@ inline std::optional<std::string> nameText(const X509_NAME* name) {
 
 inline std::string textOf(runtime::Name* name) {
   runtime::StringObject text{};
-  require(velmora::commonTypes().StringCopy(&text, name) == kOk, "a name has a text");
+  require(velmora::commonTypesTable.StringCopy(&text, name) == kOk, "a name has a text");
   const std::string copy(text.text != nullptr ? text.text : "", text.length);
   velmora::stringTable.Clear(&text);
   return copy;

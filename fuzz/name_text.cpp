@@ -101,7 +101,7 @@ void checkObjectId(const std::string& text) {
   ERR_clear_error();
   const OpenSslObject expected(OBJ_txt2obj(text.c_str(), 1));
   velmora::Ref<runtime::ObjectId> identifier;
-  const int32_t result = velmora::commonTypes().ObjectIdFromText(text.c_str(), identifier.put());
+  const int32_t result = velmora::commonTypesTable.ObjectIdFromText(text.c_str(), identifier.put());
   require((result == kOk) == static_cast<bool>(identifier), "an identifier exactly on success");
   if (!looksLikeIdentifier(text)) {
     return require(result != kOk, "an identifier is digits and points");

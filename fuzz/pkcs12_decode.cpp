@@ -18,7 +18,7 @@
 namespace vexa::fuzz {
 namespace {
 
-using velmora::commonTypes;
+using velmora::commonTypesTable;
 using velmora::pkcs12Table;
 using velmora::stringTable;
 
@@ -239,8 +239,8 @@ Bags bagsOf(const runtime::BagNode* node) {
       require(bag.key != nullptr && bag.key->algorithm.identifier != nullptr, "a key");
       made.content = viewOf(bag.key->key);
       runtime::RsaPrivateKey* key = nullptr;
-      commonTypes().RsaPrivateKeyDecode(bag.key->key.data, bag.key->key.length, &key);
-      commonTypes().RsaPrivateKeyRelease(key);
+      commonTypesTable.RsaPrivateKeyDecode(bag.key->key.data, bag.key->key.length, &key);
+      commonTypesTable.RsaPrivateKeyRelease(key);
     } else {
       require(bag.type == runtime::kCertificateBag && bag.certificate != nullptr, "a certificate");
       made.content = viewOf(*bag.certificate->table->GetEncoding(bag.certificate));

@@ -14,6 +14,9 @@ namespace vexa::json {
 //   first block   | ValuePool | text | zeros | items ... |
 //   further ones  | link | items ... |
 //
+// Items stay where they are, since objects point to them: a pool grows by further blocks, and never
+// moves what it has, as a growing array does.
+//
 // Every object of the component model that was made of an item holds the pool, and so does its
 // builder; the last one to let go frees it. Only the builder takes from the pool; holding it and
 // letting go are for any thread.

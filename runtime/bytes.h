@@ -30,7 +30,8 @@ inline ByteView viewOf(const runtime::ByteBuffer& buffer) {
 }
 
 // A growing block from the root heap. It may hold key material, so every block is wiped before it
-// is given up. A failed allocation is remembered: a row of appends needs one check at its end.
+// is given up; a reallocation, with which other arrays grow, would leave the old bytes behind. A
+// failed allocation is remembered: a row of appends needs one check at its end.
 class Bytes {
  public:
   Bytes() = default;

@@ -12,7 +12,8 @@ namespace {
 
 extern const runtime::ObjectHeader streamHeader;
 
-// A growing block. One thread at a time; only the reference count is interlocked.
+// A growing block, never of key material: it may grow by reallocation, often where it is,
+// which Bytes must not. One thread at a time; only the reference count is interlocked.
 struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr char kTypeName[] = "MemoryStream";
   static constexpr uint64_t kFirstCapacity = 512;

@@ -51,8 +51,3 @@ class Layout:
 
 def rounded(number, unit):
     return (number + unit - 1) // unit * unit
-
-
-def is_table(sdk, record):
-    """True of an array of function pointers: every slot lies at eight times its number."""
-    return bool(record.slots) or record.name.endswith("Table")

@@ -76,7 +76,6 @@ class Interface:
     own_slots: list
     header: str
     comment: str = ""
-    destructor: bool = False
 
 
 @dataclasses.dataclass

@@ -9,7 +9,6 @@ from .tokens import HeaderError, Token, tokenize
 
 # Helpers for C++ hosts: they declare nothing of the binary interface.
 HELPERS = {"traits.h", "table_traits.h", "shared_library.h", "all.h", "host.h", "holders.h"}
-IGNORED_MACROS = {"VEXA_LIST_SLOT"}
 SLOT_MACROS = {"VEXA_SLOT": "own", "VEXA_FIXED_SLOT": "fixed", "VEXA_OUR_SLOT": "assigned"}
 
 

@@ -6,6 +6,5 @@ namespace vexa::velmora {
 
 // SEC_COMMONTYPES_1. Assembled when the library is loaded.
 extern const runtime::CommonTypes commonTypesTable;
-inline const runtime::CommonTypes& commonTypes() { return commonTypesTable; }
 
 }  // namespace vexa::velmora

@@ -375,6 +375,7 @@ def check(checks, options):
         host = Host(options.command, folder)
         make_chain(folder)
         check_texts(checks, host)
+        check_lists(checks, host)
         check_answers(checks, host, folder)
         check_command_line(checks, host, folder)
         check_texts_beyond_ascii(checks, host, folder)

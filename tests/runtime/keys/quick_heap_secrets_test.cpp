@@ -29,7 +29,7 @@ class QuickHeapSecrets : public ::testing::Test {
     return pieces;
   }
 
-  const runtime::CommonTypes& types = velmora::commonTypes();
+  const runtime::CommonTypes& types = velmora::commonTypesTable;
 };
 
 TEST_F(QuickHeapSecrets, AReleasedKeyLeavesNothing) {
