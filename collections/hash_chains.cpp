@@ -220,20 +220,6 @@ void HashChains::removeAll() {
   }
 }
 
-uint64_t HashChains::stepsTo(void* key) const {
-  HashTableKeyRecord probe{};
-  if (failed(makeProbe(key, probe))) {
-    return 0;
-  }
-  uint64_t steps = 0;
-  const Node* node = index_ ? index_.listOf(probe) : chainOf(probe);
-  while (node != nullptr) {
-    ++steps;
-    node = matches(*node, probe, key) ? nullptr : index_ ? node->nextInList : node->next;
-  }
-  return steps;
-}
-
 uint64_t HashChains::sumOfBytes(HashTableKeyRecord record) const {
   uint64_t sum = 0;
   for (uint64_t i = 0; i < record.number; ++i) {
