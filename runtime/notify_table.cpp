@@ -11,10 +11,12 @@
 #include "runtime/lock.h"
 #include "runtime/thread_id.h"
 #include "runtime/trace.h"
+#include "runtime/visible_text.h"
 #include "vexa/results.h"
 #include "vexa/runtime/reference.h"
 
-// SEC_NOTIFY_1: one line a message, "level source: text", on the standard error or in a file.
+// SEC_NOTIFY_1: one line a message, "level source: text", on the standard error or in a file. Texts
+// may hold what others sent, so control characters are written as escapes.
 namespace vexa::velmora {
 namespace {
 
@@ -56,7 +58,11 @@ class Trace {
     }
     if (printLevelLocked(source) >= effective(level)) {
       std::FILE* const sink = file_ != nullptr ? file_ : stderr;
-      std::fprintf(sink, "%u %s: %s\n", level, source, text);
+      std::fprintf(sink, "%u ", level);
+      printVisible(sink, source);
+      std::fputs(": ", sink);
+      printVisible(sink, text);
+      std::fputc('\n', sink);
       std::fflush(sink);
     }
   }

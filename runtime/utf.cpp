@@ -88,16 +88,24 @@ uint64_t unitsOf(uint32_t point, char16_t (&units)[2]) {
   return 2;
 }
 
+CodePoint firstCodePoint(const char* text, uint64_t length) {
+  const auto* const start = reinterpret_cast<const uint8_t*>(text);
+  const uint8_t* cursor = start;
+  const uint32_t value = takeUtf8(cursor, start + length);
+  const auto taken = static_cast<uint64_t>(cursor - start);
+  // U+FFFD itself has three bytes, the first of them EF; behind that one an invalid piece has two.
+  const bool isInvalid = value == kReplacement && (*start != 0xEF || taken != 3);
+  return isInvalid ? CodePoint{*start, 0} : CodePoint{value, taken};
+}
+
 bool isUtf8(const char* text, uint64_t length) {
-  const auto* cursor = reinterpret_cast<const uint8_t*>(text);
-  const uint8_t* const end = cursor + length;
-  while (cursor != end) {
-    const uint8_t* const start = cursor;
-    // U+FFFD itself has three bytes, the first of them EF; behind that one an invalid piece has
-    // two.
-    if (takeUtf8(cursor, end) == kReplacement && (*start != 0xEF || cursor - start != 3)) {
+  while (length != 0) {
+    const uint64_t taken = firstCodePoint(text, length).length;
+    if (taken == 0) {
       return false;
     }
+    text += taken;
+    length -= taken;
   }
   return true;
 }

@@ -64,6 +64,19 @@ TEST_F(NotifyTableTest, MessagesAreOneLineEach) {
               ElementsAre("1 vexabase: error 5 of \"x\"", "1 list: 80004005", "1 vexabase: plain"));
 }
 
+// Neither a line that nobody traced nor an order to the terminal.
+TEST_F(NotifyTableTest, WhatOthersSentStaysOnItsLine) {
+  notify.Message(1, "a\n1 b", 0, "%s", "x\r\n1 b: forged\t\x7F");
+  notify.Message(1, "a", 0, "%s", "\x1B[31m\u009B31m \u202E\u2066\u2028\u200B\u061C\uFEFF");
+  notify.Message(1, "a", 0, "%s", "\x9B \xC3( \xED\xA0\x80 \xF0\x9F");
+  notify.Message(1, "a", 0, "%s", "ä \uFFFD \u2027\u202F \U0001F600 \\x1B");
+  EXPECT_THAT(lines(),
+              ElementsAre("1 a\\x0A1 b: x\\x0D\\x0A1 b: forged\\x09\\x7F",
+                          "1 a: \\x1B[31m\\x9B31m \\u202E\\u2066\\u2028\\u200B\\u061C\\uFEFF",
+                          "1 a: \\x9B \\xC3( \\xED\\xA0\\x80 \\xF0\\x9F",
+                          "1 a: ä \uFFFD \u2027\u202F \U0001F600 \\x1B"));
+}
+
 TEST_F(NotifyTableTest, LongMessagesAreWhole) {
   const std::string text(5000, 'x');
   notify.Message(1, "a", 0, "%s", text.c_str());

@@ -32,7 +32,9 @@ VELMORA_EXPORT const char* velmora_version();
 
 // What SEC_NOTIFY_1 writes, and where to. `level`: 0 nothing (as it begins), 1 errors to 5 details,
 // for every source without a level of its own. `path`: a file, created or appended to; null for the
-// standard error. Returns 0, or kFail when the file cannot be opened; nothing changes then.
+// standard error. A message is one line there: control characters, marks that turn the direction of
+// writing and what is no UTF-8 are written as "\x1B" or "\u202E". Returns 0, or kFail when the file
+// cannot be opened; nothing changes then.
 VELMORA_EXPORT int32_t velmora_set_trace(uint32_t level, const char* path);
 // A level of its own for one source. Returns 0, kNullPointer or kOutOfMemory.
 VELMORA_EXPORT int32_t velmora_set_source_level(const char* source, uint32_t level);
