@@ -159,7 +159,9 @@ def check_page(checks, host):
     policy = answer.headers.get("content-security-policy", "")
     checks.expect("/ is a page with a strict policy",
                   answer.status == 200 and b"<!doctype html>" in answer.body.lower() and
-                  "default-src 'none'" in policy and "frame-ancestors 'none'" in policy, policy)
+                  re.fullmatch(r"default-src 'none'; script-src 'nonce-([\w-]{22})'; style-src "
+                               r"'nonce-\1'; img-src data:; connect-src 'self'; base-uri 'none'; "
+                               r"form-action 'none'; frame-ancestors 'none'", policy), policy)
     checks.expect("... in which every nonce was filled in", b"@NONCE@" not in answer.body)
     checks.expect("... with a new nonce each time",
                   policy != host.ask("/").headers.get("content-security-policy"))
@@ -267,6 +269,9 @@ def check_framing(checks, host):
             host.head(line, origin, "Transfer-Encoding: chunked", "Content-Length: 5"))
     refused("HTTP/2.0", 505, host.head("GET / HTTP/2.0", origin), readable=False)
     refused("an unknown method", 501, host.head("PATCH /v1/echo HTTP/1.1", origin))
+    answer = host.ask("PATCH /v1/echo")
+    checks.expect("... is called so", (as_json(answer.body) or {}).get("detail") ==
+                  "this method is not known", answer)
     refused("a header block over the limit", 431,
             host.head("GET /v1/info HTTP/1.1", origin)[:-2] + b"X: " + b"a" * HEAD_LIMIT)
     long = host.head("GET /v1/info HTTP/1.1", "Cookie: " + "c" * 20000)
@@ -436,6 +441,11 @@ def check_waiting(checks, host):
         connection.sendall(poll)
     answers = answers_already(waiting)
     checks.expect("polls have a limit of their own", answers == [503], answers)
+    answer = host.ask("/v1/status?wait=60")
+    checks.expect("... of which the next one is told", answer.status == 503 and
+                  answer.headers.get("retry-after") == "1" and
+                  (as_json(answer.body) or {}).get("detail") ==
+                  "too many wait already; try again", answer)
     checks.expect("... beside which others are answered", host.ask("/v1/info").status == 200)
     for connection in waiting:
         connection.close()

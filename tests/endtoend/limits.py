@@ -2,7 +2,7 @@
 
 import socket
 
-from endpoint import ALLOWED, BODY_LIMIT, Reader, answers_already
+from endpoint import ALLOWED, BODY_LIMIT, Reader, answers_already, as_json
 
 MOST_CONNECTIONS = 256
 MOST_TOLD = 64  # that there are too many
@@ -135,7 +135,9 @@ def check_slow(checks, host):
     with host.connect() as idle, host.connect() as connection:
         connection.sendall(host.head("GET /v1/info HTTP/1.1", f"Origin: {ALLOWED}")[:-2])
         answer = Reader(connection).answer()
-        checks.expect("a request that does not end answers 408", answer.status == 408, answer)
+        checks.expect("a request that does not end answers 408", answer.status == 408 and
+                      (as_json(answer.body) or {}).get("detail") ==
+                      "the request did not come in time", answer)
         checks.expect("... and an allowed page can read it",
                       answer.headers.get("access-control-allow-origin") == ALLOWED, answer)
         checks.expect("a connection that asks for nothing ends in that time, too",

@@ -16,6 +16,7 @@ import tempfile
 
 from answers import check_answers
 from counts import COMMAND, run_checks
+from errors import check_errors
 from issuing import check_contents, check_keys, check_profiles, check_refusals
 from pki import PASSWORD, make_chain, openssl
 
@@ -385,6 +386,7 @@ def check(checks, options):
         check_contents(checks, host, folder)
         check_keys(checks, host, folder)
         check_refusals(checks, host, folder)
+        check_errors(checks, host, folder)
         check_bundle(checks, host, folder)
         secrets = [PASSWORD, "PRIVATE KEY"]
         checks.expect("no output shows a password or a key",

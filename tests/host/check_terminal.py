@@ -150,9 +150,10 @@ def check_stores(checks, host):
 
 def check_output(checks, host):
     with open("/dev/full", "wb") as full:
-        status = subprocess.run([*host.command, "lists"], stdout=full, stderr=subprocess.DEVNULL,
-                                check=False, timeout=SECONDS).returncode
-    checks.expect("a full disk gives status 5", status == 5, status)
+        ended = subprocess.run([*host.command, "lists"], stdout=full, stderr=subprocess.PIPE,
+                               check=False, timeout=SECONDS)
+    checks.expect("a full disk gives status 5", (ended.returncode, ended.stderr) ==
+                  (5, b"vexahost: the output could not be written\n"), ended)
     status, text = host.run("--version")
     checks.expect("--version is four lines for people", status == 0 and
                   [line.split()[0] for line in text.splitlines()] ==
@@ -200,8 +201,9 @@ def check_busy_port(checks, host):
     with socket.create_server(("::1", 0), family=socket.AF_INET6) as busy:
         port = busy.getsockname()[1]
         status, _ = host.run("serve", "--port", str(port))
-        checks.expect("... and one that is busy at [::1] alone", status == 7 and
-                      f"port {port}: another program has it" in host.error, (status, host.error))
+        checks.expect("... and one that is busy at [::1] alone", (status, host.error) ==
+                      (7, f"vexahost: cannot listen on port {port}: another program has it; "
+                          "--port 0 takes a free one\n"), (status, host.error))
     with socket.create_server(("127.0.0.1", 0)) as busy:
         port = busy.getsockname()[1]
         status, _ = host.run("serve", "--port", str(port))

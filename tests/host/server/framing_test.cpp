@@ -267,6 +267,8 @@ TEST(Head, TellsWhetherTheConnectionStays) {
       {"HTTP/1.1", "Connection: x, Close\r\n", false},
       {"HTTP/1.1", "Connection: keep-alive\r\nConnection: close\r\n", false},
       {"HTTP/1.1", "Connection: close, keep-alive\r\n", false},
+      {"HTTP/1.1", "Connection: x,close\r\n", false},
+      {"HTTP/1.1", "Connection: x,\tclose \r\n", false},
       {"HTTP/1.1", "Connection: closed\r\n", true},
       {"HTTP/1.0", "", false},
       {"HTTP/1.0", "Connection: Keep-Alive\r\n", true},
