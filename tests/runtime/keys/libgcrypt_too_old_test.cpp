@@ -16,6 +16,8 @@ TEST_F(TooOldTest, NoKeyIsMade) {
   HeldKey made;
   EXPECT_EQ(velmora_key_generate_rsa(2048, made.put()), kFail);
   EXPECT_EQ(velmora_key_generate_ec("P-256", made.put()), kFail);
+  EXPECT_EQ(velmora_key_generate_rsa(16384, made.put()), kFail) << "of the largest size";
+  EXPECT_EQ(velmora_key_generate_rsa(16392, made.put()), kInvalidArgument);
   EXPECT_EQ(made.get(), nullptr);
 }
 
