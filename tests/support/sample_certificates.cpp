@@ -44,8 +44,8 @@ const SampleCertificates& SampleCertificates::instance() {
     const Issued newRoot = issue("CN=Root,O=Orlind", nullptr, true);
     const Issued newAuthority = issue("CN=Authority,O=Orlind", &newRoot, true);
     const Issued newJane = issue("CN=Jane,O=Orlind", &newAuthority, false);
-    velmora::commonTypes().KeyRelease(newRoot.key);
-    velmora::commonTypes().KeyRelease(newAuthority.key);
+    velmora::commonTypesTable.KeyRelease(newRoot.key);
+    velmora::commonTypesTable.KeyRelease(newAuthority.key);
     return SampleCertificates{newJane.key, newJane.certificate, newAuthority.certificate,
                               newRoot.certificate};
   }();
@@ -54,9 +54,9 @@ const SampleCertificates& SampleCertificates::instance() {
 
 runtime::Certificate* decodeAgain(runtime::Certificate* certificate) {
   runtime::Certificate* copy = nullptr;
-  EXPECT_EQ(
-      velmora::commonTypes().CertificateDecode(certificate->table->GetEncoding(certificate), &copy),
-      0);
+  EXPECT_EQ(velmora::commonTypesTable.CertificateDecode(
+                certificate->table->GetEncoding(certificate), &copy),
+            0);
   return copy;
 }
 
