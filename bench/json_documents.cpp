@@ -366,8 +366,8 @@ std::string collidingKeys() {
   Numbers numbers;
   std::string text = "{";
   for (uint64_t made = 0; made < kManyKeys;) {
-    // The first word at will, the second takes back what it did to the digest (digestKey() in
-    // json/repeated_keys.cpp).
+    // The first word at will, the second takes back what it does to a digest that multiplies and
+    // folds each word with numbers that everybody knows.
     const uint64_t first = numbers.next(uint64_t{1} << 31) << 32 | numbers.next(uint64_t{1} << 31);
     uint64_t second = (16 ^ first) * 0x9E3779B97F4A7C15;
     second ^= second >> 32;

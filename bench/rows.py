@@ -125,6 +125,8 @@ CHOSEN = {
     "HTTP query of 32 KiB, keys of one bucket": (
         "http_request", [f"http_request/query of 32 KiB/{keys}/vexabase"
                          for keys in ("colliding", "ordinary")]),
+    "JSON object of 50,000 keys that meet": (
+        "json", ["json/parse colliding/vexabase/10", "json/parse colliding/honest keys/9"]),
 }
 # So many times as long it may take.
 MOST_CHOSEN = 10.0

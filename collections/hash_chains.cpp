@@ -138,6 +138,7 @@ int32_t HashChains::insert(HashTableKeyRecord record, void* key, void* value) {
   node->value = valueCopy.keep();
   node->record = record;
   hang(*node, chainOf(record));
+  lastPlace_.node = nullptr;
   block.release();
   roomTaken_ += hasRoom ? 1 : 0;
   ++count_;
@@ -256,20 +257,33 @@ uint64_t HashChains::usedFrom(uint64_t bucket) const {
 // Bucket by bucket, newest first. Null when out of range.
 const HashChains::Node* HashChains::nodeAt(uint64_t index) const {
   if (!heads_) {
-    const Node* node = unspread_;
-    while (node != nullptr && placeOf(*node) != index) {
-      node = node->next;
-    }
-    return node;
+    return unspreadNodeAt(index);
   }
-  for (uint64_t i = usedFrom(0); i < bucketCount_; i = usedFrom(i + 1)) {
-    for (const Node* node = heads_[i]; node != nullptr; node = node->next) {
-      if (index-- == 0) {
-        return node;
-      }
-    }
+  Place place = lastPlace_;
+  if (place.node == nullptr || index < place.index) {
+    const uint64_t first = usedFrom(0);
+    place = {first < bucketCount_ ? heads_[first] : nullptr, first, 0};
   }
-  return nullptr;
+  while (place.node != nullptr && place.index != index) {
+    place.node = place.node->next;
+    if (place.node == nullptr) {
+      place.bucket = usedFrom(place.bucket + 1);
+      place.node = place.bucket < bucketCount_ ? heads_[place.bucket] : nullptr;
+    }
+    ++place.index;
+  }
+  if (place.node != nullptr) {
+    lastPlace_ = place;
+  }
+  return place.node;
+}
+
+const HashChains::Node* HashChains::unspreadNodeAt(uint64_t index) const {
+  const Node* node = unspread_;
+  while (node != nullptr && placeOf(*node) != index) {
+    node = node->next;
+  }
+  return node;
 }
 
 // How many nodes of the one chain would stand in front of this one.
@@ -297,6 +311,7 @@ void HashChains::unhang(Node& node) {
   if (node.next != nullptr) {
     node.next->link = node.link;
   }
+  lastPlace_.node = nullptr;
   --count_;
 }
 

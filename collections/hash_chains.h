@@ -114,6 +114,7 @@ class HashChains {
   }
 
   const Node* nodeAt(uint64_t index) const;
+  const Node* unspreadNodeAt(uint64_t index) const;
   uint64_t placeOf(const Node& node) const;
   int32_t insert(HashTableKeyRecord record, void* key, void* value);
   void growIndex();
@@ -134,6 +135,14 @@ class HashChains {
   Node* unspread_ = nullptr;  // the one chain while there is no array
   base::RootBlock<Node*> heads_;
   HashIndex index_;
+  // Where the last key was handed out, so that going through all keys is one walk. A change of the
+  // table forgets it.
+  struct Place {
+    const Node* node = nullptr;  // null: nowhere
+    uint64_t bucket = 0;
+    uint64_t index = 0;
+  };
+  mutable Place lastPlace_;
   const Room room_;
   uint32_t roomTaken_ = 0;  // until everything is removed
 };

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/heap.h"
+#include "base/process_seed.h"
 #include "vexa/hash_table.h"
 
 namespace vexa::collections {
@@ -40,21 +41,13 @@ class HashIndex {
 
  private:
   uint64_t placeOf(HashTableKeyRecord record) const {
-    return (record.bytes == nullptr ? mixed(record.number) : mixedBytes(record)) & mask_;
-  }
-  // Nothing is known of the product's middle to somebody who does not know both factors.
-  uint64_t mixed(uint64_t number) const {
-    const Product product = Product{number ^ seed_} * factor_;
-    return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+    return (record.bytes == nullptr ? mix_(record.number) : mixedBytes(record)) & mask_;
   }
   uint64_t mixedBytes(HashTableKeyRecord record) const;
 
-  using Product = unsigned __int128;
-
   base::RootBlock<HashNode*> lists_;
   uint64_t mask_ = 0;  // the number of lists, a power of two, less 1
-  uint64_t seed_ = 0;
-  uint64_t factor_ = 0;
+  base::SecretMix mix_;
 };
 
 }  // namespace vexa::collections

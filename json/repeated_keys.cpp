@@ -11,13 +11,7 @@ namespace vexa::json {
 namespace {
 
 constexpr uint64_t kFewMembers = 8;
-constexpr uint64_t kStepsEach = 8;                    // before the keys are sorted; two are usual
-constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 / golden ratio: spreads the bits
-
-uint64_t mix(uint64_t digest, uint64_t word) {
-  digest = (digest ^ word) * kMultiplier;
-  return digest ^ (digest >> 32);
-}
+constexpr uint64_t kStepsEach = 8;  // before the keys are sorted; two are usual
 
 // Copies a member, key and value, to a place before it or its own.
 void move(std::span<Item> items, uint64_t from, uint64_t to) {
@@ -27,17 +21,17 @@ void move(std::span<Item> items, uint64_t from, uint64_t to) {
 
 }  // namespace
 
-uint64_t digestKey(std::string_view key) {
+uint64_t digestKey(std::string_view key, const base::SecretMix& mix) {
   uint64_t digest = key.size();
   size_t at = 0;
   for (; key.size() - at >= kWord; at += kWord) {
-    digest = mix(digest, loadWord(key.data() + at));
+    digest = mix(digest ^ loadWord(key.data() + at));
   }
   uint64_t rest = 0;
   for (; at < key.size(); ++at) {
     rest = rest << 8 | static_cast<uint8_t>(key[at]);
   }
-  return mix(digest, rest);
+  return mix(digest ^ rest);
 }
 
 bool RepeatedKeys::drop(std::span<Item> items, uint64_t& kept) {
@@ -92,13 +86,14 @@ bool RepeatedKeys::makeTable(uint64_t members) {
     }
     table_ = {block_.get(), block_ ? slots : 0};
   }
+  mix_ = base::SecretMix(base::processSeed());
   std::fill(table_.begin(), table_.end(), Slot{0, 0});
   return !table_.empty();
 }
 
 // True when an equal key is in the table; else the key is put there, as that of member `position`.
 bool RepeatedKeys::isInTable(const Item* items, const Item& key, uint64_t position) {
-  const uint64_t digest = digest_(key.text());
+  const uint64_t digest = digest_(key.text(), mix_);
   const uint64_t mask = table_.size() - 1;
   const auto check = static_cast<uint32_t>(digest >> 32);
   uint64_t at = digest & mask;

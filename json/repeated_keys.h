@@ -5,20 +5,21 @@
 #include <string_view>
 
 #include "base/heap.h"
+#include "base/process_seed.h"
 #include "json/item.h"
 
 namespace vexa::json {
 
 // Tells most different keys apart; equal keys have equal digests.
-uint64_t digestKey(std::string_view key);
+uint64_t digestKey(std::string_view key, const base::SecretMix& mix);
 
 // Finds the members of an object whose keys stand before them already. A few are compared with each
-// other; more are looked up in a hash table. Whoever writes a text could choose keys that meet in
-// the table, so the steps there are counted: when they get more than a few for each member, the
-// keys are sorted instead.
+// other; more are looked up in a hash table, whose places nobody knows who writes a text. Should
+// many keys meet in it all the same, the steps there are counted: when they get more than a few for
+// each member, the keys are sorted instead.
 class RepeatedKeys {
  public:
-  using Digest = uint64_t (*)(std::string_view key);
+  using Digest = uint64_t (*)(std::string_view key, const base::SecretMix& mix);
 
   explicit RepeatedKeys(Digest digest = digestKey) : digest_(digest) {}
 
@@ -45,6 +46,7 @@ class RepeatedKeys {
   static constexpr uint64_t kOwnSlots = 128;
 
   Digest digest_;
+  base::SecretMix mix_;  // as soon as there is a table
   uint64_t steps_ = 0;
   std::span<Slot> table_;  // a power of two, twice the members or more
   base::RootBlock<Slot> block_;

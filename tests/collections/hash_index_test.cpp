@@ -251,6 +251,17 @@ class Index : public ModuleTest {
   // What a look-up made is the caller's.
   void freeProbe() { base::freeBlock(std::exchange(ours.made, nullptr)); }
 
+  // By their places in any order, each place found from wherever the last one was.
+  static void expectKeys(const HashChains& chains, const std::vector<void*>& keys,
+                         std::minstd_rand& random) {
+    for (int i = 0; i < 50; ++i) {
+      const uint64_t index = random() % (keys.size() + 2);
+      void* key = nullptr;
+      ASSERT_EQ(chains.keyAt(index, &key), index < keys.size() ? kOk : kFalse);
+      ASSERT_EQ(key, index < keys.size() ? keys[index] : nullptr);
+    }
+  }
+
   static std::vector<void*> keysOf(const HashChains& chains) {
     std::vector<void*> keys;
     for (void* key = nullptr; chains.keyAt(keys.size(), &key) == kOk;) {
@@ -313,6 +324,9 @@ void Index::runAgainstThePlainOne(uint64_t buckets, bool sometimesShort) {
     expectSameCalls();
     if (step % 250 == 0) {
       expectSameEverywhere(chains, plain, keys);
+    }
+    if (step % 64 == 0) {
+      expectKeys(chains, plain.keys(), random);
     }
   }
   chains.removeAll();
@@ -382,6 +396,21 @@ TEST_F(Index, KeysOfBytesAreFoundAtOnce) {
     freeProbe();
   }
   EXPECT_LT(steps, 3 * keys.size());
+}
+
+// A walk from the start to each key would take five thousand million steps here.
+TEST_F(Index, AllKeysAreGoneThroughInOneWalk) {
+  constexpr uintptr_t kKeys = 100'000;
+  IHashTableHelperKey& numbers = *collections::helperOf(kHashTableNumber);
+  HashChains chains(numbers, numbers, 1);
+  for (uintptr_t i = 0; i < kKeys; ++i) {
+    ASSERT_EQ(chains.put(reinterpret_cast<void*>(i), nullptr), kOk);
+  }
+  uintptr_t newest = kKeys;
+  for (void* key = nullptr; chains.keyAt(kKeys - newest, &key) == kOk;) {
+    ASSERT_EQ(reinterpret_cast<uintptr_t>(key), --newest);
+  }
+  EXPECT_EQ(newest, 0u);
 }
 
 TEST_F(Index, WithoutMemoryTheChainsAnswerAlone) {
