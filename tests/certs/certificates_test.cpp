@@ -63,10 +63,12 @@ TEST_F(Certificates, EveryWrapperIsFoundAgainNotTheFirstAlone) {
   void* const first = findOrAdd(samples.jane);
   void* const second = findOrAdd(samples.root);
   EXPECT_NE(first, second);
+  void* const third = findOrAdd(samples.authority);
+  EXPECT_EQ(findOrAdd(samples.authority), third);
   EXPECT_EQ(findOrAdd(samples.root), second);
   EXPECT_EQ(findOrAdd(samples.jane), first);
-  EXPECT_EQ(count(), 2u);
-  for (void* const wrapper : {first, first, second, second}) {
+  EXPECT_EQ(count(), 3u);
+  for (void* const wrapper : {first, first, second, second, third, third}) {
     raw::release(wrapper);
   }
 }

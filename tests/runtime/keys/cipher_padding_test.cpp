@@ -71,6 +71,7 @@ TEST_F(CipherPadding, OfAnyLengthIsTakenAway) {
     std::string out;
     EXPECT_EQ(open(std::string(length, static_cast<char>(length)), out), kOk) << length;
     EXPECT_EQ(out, std::string(kBlock - length, 'x'));
+    EXPECT_EQ(written(), out + std::string(kBlock + length, '\0')) << "nothing of it is left";
   }
 }
 

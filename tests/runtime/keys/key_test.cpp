@@ -216,8 +216,26 @@ TEST_F(KeyTest, EveryFailedAllocationIsSurvived) {
     }
     types.RsaPrivateKeyRelease(numbers);
     types.KeyRelease(key);
+    EXPECT_TRUE(decoded == kOk || decoded == kOutOfMemory) << decoded;
+    EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
     return decoded == kOk && result == kOk;
   });
+}
+
+TEST_F(KeyTest, AnAlgorithmThatCannotBeCopiedLeavesTheOneBefore) {
+  const OwnedCertificate root = certificate(samples::kRoot);
+  const runtime::AlgorithmId& rsa = root->table->GetPublicKey(root.get())->algorithm;
+  const OwnedCertificate ec = certificate(samples::kEc);
+  const runtime::AlgorithmId& curve = ec->table->GetPublicKey(ec.get())->algorithm;
+  HeldKey key;
+  ASSERT_EQ(types.KeyCreate(key.put()), kOk);
+  runtime::AlgorithmId& target = key->publicKey.algorithm;
+  ASSERT_EQ(types.AlgorithmIdCopy(&target, &rsa), kOk);
+  spy.failAllocation(1);
+  EXPECT_EQ(types.AlgorithmIdCopy(&target, &curve), kOutOfMemory);
+  spy.allowAllocations();
+  EXPECT_EQ(types.ObjectIdCompare(target.identifier, rsa.identifier), 0);
+  EXPECT_EQ(types.BufferCompare(&target.parameters, &rsa.parameters), 0);
 }
 
 TEST_F(KeyTest, GeneratedKeysHaveMatchingHalves) {

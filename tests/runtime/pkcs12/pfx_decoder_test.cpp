@@ -3,6 +3,7 @@
 #include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
+#include "support/sweep.h"
 
 namespace vexa::test {
 namespace {
@@ -228,6 +229,25 @@ TEST_F(PfxDecoderTest, EncryptedDataHasItsPartsAndNoOthers) {
   for (const std::string& content : refused) {
     EXPECT_EQ(resultOf(content), kFail) << toHex(content.data(), content.size());
   }
+}
+
+TEST_F(PfxDecoderTest, PiecesThatCannotBeJoinedAreShortMemory) {
+  const std::string pieces = element("a0", element("04", "encryp") + element("04", "ted"));
+  const std::string content =
+      element("30", fromHex("06092a864886f70d010701") + fromHex("300406022a03") + pieces);
+  const std::string info =
+      element("30", fromHex("06092a864886f70d010706") +
+                        element("a0", element("30", fromHex("020100") + content)));
+  const std::string pfx = pfxOver(element("30", info), "secret");
+  String secret("secret");
+  const runtime::ByteBuffer data = bufferOf(pfx);
+  sweepAllocations(spy, [&] {
+    HeldBags bags;
+    uint8_t verified = 0;
+    const int32_t result = spy.pkcs12.Decode(&data, nullptr, secret.get(), bags.put(), &verified);
+    EXPECT_TRUE(result == kNotImplemented || result == kOutOfMemory) << result;
+    return result == kNotImplemented;
+  });
 }
 
 TEST_F(PfxDecoderTest, TheFirstAttributeOfAKindCounts) {
