@@ -54,6 +54,24 @@ TEST_F(LibrarySearchTest, NamesOf259CharactersAndMoreFail) {
   EXPECT_THAT(fake.attempts, IsEmpty());
   EXPECT_FALSE(load((std::string(257, 'a') + "\\").c_str(), "/app", 0));
   EXPECT_EQ(fake.attempts.size(), 1u) << "258 characters are tried";
+  // As they stand, so that no folder takes the room before.
+  for (const size_t length : {258u, 259u, 260u, 1000u}) {
+    EXPECT_FALSE(load((std::string(length, 'a') + "\\").c_str(), "/app", 0));
+    EXPECT_FALSE(load(std::string(length + 1, 'a').c_str(), "/app", 0));
+  }
+  EXPECT_EQ(fake.attempts.size(), 1u) << "259 are not";
+}
+
+TEST_F(LibrarySearchTest, SystemNamesOf259CharactersAndMoreFail) {
+  fake.systemDirectory = "/";
+  const std::string extension = ".so";
+  HMODULE module = nullptr;
+  EXPECT_EQ(LoadSystemLibrary((std::string(255, 'a') + extension).c_str(), &module), kFail);
+  EXPECT_EQ(fake.attempts.size(), 1u) << "258 characters are tried";
+  for (const size_t length : {256u, 257u, 258u, 1000u}) {
+    EXPECT_EQ(LoadSystemLibrary((std::string(length, 'a') + extension).c_str(), &module), kFail);
+  }
+  EXPECT_EQ(fake.attempts.size(), 1u) << "259 are not";
 }
 
 TEST_F(LibrarySearchTest, LooksInTheSiblingLibOfBinOnly) {
