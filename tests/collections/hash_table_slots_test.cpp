@@ -242,6 +242,8 @@ TEST_F(HashTableBytes, TheKeyByteWidthGrowsWithTheBuckets) {
 TEST_F(HashTableBytes, TheKeyByteWidthIs4From16777216BucketsOn) {
   EXPECT_TRUE(comeByBucket({{4, 1, 0, 0, 5}, {1, 3}}, 16'777'216));
   EXPECT_TRUE(comeByBucket({{4, 0, 0, 0, 0x90}, {1, 200}}, 16'777'215));
+  EXPECT_TRUE(comeByBucket({{4, 0, 0, 0, 0x90}, {3, 207, 124, 156}}, 16'777'259))
+      << "terms are signed";
 }
 
 TEST_F(HashTableBytes, BytesThatAreEqualAreComparedByTheHelperAtLast) {
@@ -284,7 +286,9 @@ TEST_F(HashTableBytes, EveryFailedAllocationOfAPutLosesNoBytes) {
 class MixedHelper final : public IHashTableHelperKey {
  public:
   int32_t CopyItem(void* source, void** copy) override {
-    *copy = source;
+    if (succeeded(copyResult)) {
+      *copy = source;
+    }
     return copyResult;
   }
   int32_t FreeItem(void* freed) override {
@@ -365,6 +369,19 @@ TEST_F(HashTableMixed, AFailedCopyOfAReplacedValueIsReported) {
   EXPECT_EQ(put(item(2), item(21)), kAccessDenied);
   EXPECT_THAT(values.released, ElementsAre(item(20))) << "the old value has gone";
   EXPECT_EQ(keyAt(0), item(2)) << "the key stays";
+  EXPECT_EQ(removeAll(), kOk);
+  EXPECT_THAT(values.released, ElementsAre(item(20), nullptr)) << "and is not given back twice";
+}
+
+TEST_F(HashTableMixed, APositiveResultOfACopyIsNoFailure) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), reinterpret_cast<uintptr_t>(&values)),
+            kOk);
+  helper.copyResult = values.copyResult = kFalse;
+  EXPECT_EQ(put(item(2), item(20)), kOk);
+  EXPECT_EQ(put(item(2), item(21)), kOk);
+  EXPECT_EQ(keyAt(0), item(2));
+  EXPECT_THAT(helper.released, ElementsAre());
+  EXPECT_THAT(values.released, ElementsAre(item(20)));
 }
 
 TEST_F(HashTableBytes, LookingUpLeavesTheProbesBytesToTheHelper) {
