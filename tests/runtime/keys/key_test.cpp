@@ -34,6 +34,14 @@ TEST_F(KeyTest, RandomBytesOfTheLibraryComeFromTheSystem) {
   EXPECT_EQ(type, GCRY_RNG_TYPE_SYSTEM);
 }
 
+TEST_F(KeyTest, NotesOfTheLibraryAreForNobody) {
+  HeldKey key;
+  ASSERT_EQ(velmora_key_generate_ec("P-256", key.put()), kOk);
+  ::testing::internal::CaptureStderr();
+  gcry_log_debug("what the library notes\n");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(KeyTest, RsaKeysAreEqualAsNumbers) {
   const PublicKey key(types,
                       fromHex("3007"
