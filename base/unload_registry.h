@@ -26,8 +26,9 @@ enum ReleaseFirst : uint32_t {
 };
 
 // The chain of everything that is set up and torn down, newest first. Nodes come from the process
-// heap, because static initialisers register before there is a root list. Not thread-safe: the
-// host serialises init and final, and registering a singleton happens under its class's lock.
+// heap, because static initialisers register before there is a root list. Registering is for any
+// thread, since singletons of different classes may be made at the same time; the rest is init's
+// and final's, which the host serialises.
 class UnloadRegistry {
  public:
   struct Node {

@@ -22,7 +22,7 @@ int32_t CCertificate::GetAttributes(runtime::AttributeRequest* list) {
 }
 
 int32_t CCertificate::serve(runtime::AttributeRequest& request) const {
-  runtime::Certificate* const certificate = m_cert.get();
+  runtime::Certificate* const certificate = certificate_.get();
   if (certificate == nullptr) {
     return kFalse;
   }
@@ -48,7 +48,7 @@ int32_t CCertificate::serve(runtime::AttributeRequest& request) const {
 }
 
 int32_t CCertificate::IsEqual(runtime::Certificate* other) {
-  return base::bound.commonTypes->CertificateCompare(m_cert.get(), other) == 0 ? 1 : 0;
+  return base::bound.commonTypes->CertificateCompare(certificate_.get(), other) == 0 ? 1 : 0;
 }
 
 }  // namespace vexa::certs

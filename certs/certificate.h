@@ -15,7 +15,9 @@ class CCertificate : public ICertificate, public base::CComObjectRoot {
   CCertificate& operator=(const CCertificate&) = delete;
 
   // Adds a reference of its own.
-  void wrap(runtime::Certificate* certificate) { m_cert = decltype(m_cert)::share(certificate); }
+  void wrap(runtime::Certificate* certificate) {
+    certificate_ = decltype(certificate_)::share(certificate);
+  }
 
   int32_t SetAttributes(runtime::AttributeRequest* list) override;
   int32_t GetAttributes(runtime::AttributeRequest* list) override;
@@ -27,7 +29,7 @@ class CCertificate : public ICertificate, public base::CComObjectRoot {
  private:
   int32_t serve(runtime::AttributeRequest& request) const;
 
-  base::RuntimeRef<runtime::Certificate> m_cert;
+  base::RuntimeRef<runtime::Certificate> certificate_;
 };
 
 }  // namespace vexa::certs

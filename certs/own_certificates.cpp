@@ -61,19 +61,19 @@ int32_t COwnCertificate::GetAttributes(runtime::AttributeRequest* list) {
 }
 
 int32_t COwnCertificate::serve(runtime::AttributeRequest& request) const {
-  if (!m_record) {
+  if (!record_) {
     return kFalse;
   }
   runtime::Object* field = nullptr;
   switch (request.id) {
     case kOwnField6:
-      field = m_record->field6;
+      field = record_->field6;
       break;
     case kOwnField2:
-      field = m_record->field2;
+      field = record_->field2;
       break;
     case kOwnField1:
-      field = m_record->field1;
+      field = record_->field1;
       break;
     default:
       return kFalse;
@@ -82,15 +82,15 @@ int32_t COwnCertificate::serve(runtime::AttributeRequest& request) const {
 }
 
 int32_t COwnCertificate::SetRecord(runtime::OwnCertificateRecord* record) {
-  if (record == m_record.get()) {
-    (void)m_record.release();
+  if (record == record_.get()) {
+    (void)record_.release();
   }
-  m_record.reset(record);
+  record_.reset(record);
   return kOk;
 }
 
 int32_t COwnCertificate::IsSame(runtime::OwnCertificateRecord* record) {
-  return m_record.get() == record ? 1 : 0;
+  return record_.get() == record ? 1 : 0;
 }
 
 // --- COwnCertificates ---

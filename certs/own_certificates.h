@@ -25,7 +25,7 @@ class COwnCertificate : public IOwnCertificate, public base::CComObjectRoot {
  private:
   int32_t serve(runtime::AttributeRequest& request) const;
 
-  base::OwnRecord m_record;  // one reference
+  base::OwnRecord record_;  // one reference
 };
 
 class COwnCertificates : public base::CContainerUnkImpl<COwnCertificate, IOwnCertificates>,

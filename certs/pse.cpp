@@ -21,10 +21,10 @@ CPSE::CPSE() {
       .typeOperations = base::bound.commonTypes->typeOperations,
       .reserved5 = nullptr,
   };
-  if (failed(base::bound.asc->CreateContext(&parameters, m_context.put())) || !m_context) {
+  if (failed(base::bound.asc->CreateContext(&parameters, context_.put())) || !context_) {
     return;
   }
-  (void)m_context->table->GetPse(m_context.get(), m_pse.put());
+  (void)context_->table->GetPse(context_.get(), pse_.put());
 }
 
 }  // namespace vexa::certs

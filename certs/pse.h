@@ -6,6 +6,7 @@
 
 namespace vexa::certs {
 
+// The one personal security environment, with the context that it comes from; see vexa/pse.h.
 class CPSE : public IPse, public base::CSingletonFactoryImpl<CPSE>, public base::CComObjectRoot {
  public:
   static const base::InterfaceMapRow* InterfaceMap();
@@ -14,8 +15,8 @@ class CPSE : public IPse, public base::CSingletonFactoryImpl<CPSE>, public base:
   CPSE(const CPSE&) = delete;
   CPSE& operator=(const CPSE&) = delete;
 
-  runtime::SecurityContext* GetContext() override { return m_context.get(); }
-  runtime::Pse* GetPSE() override { return m_pse.get(); }
+  runtime::SecurityContext* GetContext() override { return context_.get(); }
+  runtime::Pse* GetPSE() override { return pse_.get(); }
   int32_t Reserved6(void*, void*, void*) override { return kNotImplemented; }
   int32_t Reserved7(void*, void*, void*) override { return kNotImplemented; }
   int32_t Reserved8(void*, void*, void*) override { return kNotImplemented; }
@@ -28,8 +29,8 @@ class CPSE : public IPse, public base::CSingletonFactoryImpl<CPSE>, public base:
   ~CPSE() = default;  // the PSE goes before its context
 
  private:
-  base::RuntimeRef<runtime::SecurityContext> m_context;
-  base::RuntimeRef<runtime::Pse> m_pse;
+  base::RuntimeRef<runtime::SecurityContext> context_;
+  base::RuntimeRef<runtime::Pse> pse_;
 };
 
 }  // namespace vexa::certs

@@ -6,7 +6,7 @@
 
 #include "module.h"
 #include "password.h"
-#include "values.h"
+#include "texts.h"
 #include "vexa/runtime/certificate.h"
 
 // Certificates and keys of the runtime, as the host handles them.

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "values.h"
+#include "texts.h"
 #include "vexa/network.h"
 
 namespace vexahost {

@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "options.h"
-#include "values.h"
+#include "texts.h"
 #include "vexa/core.h"
 #include "vexa/scrambler.h"
 

@@ -5,7 +5,7 @@
 #include "json_value.h"
 #include "server/answers.h"
 #include "server/problem.h"
-#include "values.h"
+#include "texts.h"
 #include "vexa/url_parser.h"
 
 // What the module offers, and what it makes of requests, JSON and URLs.

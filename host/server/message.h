@@ -4,7 +4,7 @@
 
 #include "module.h"
 #include "server/reply.h"
-#include "values.h"
+#include "texts.h"
 
 namespace vexahost {
 

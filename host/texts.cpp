@@ -1,4 +1,4 @@
-#include "values.h"
+#include "texts.h"
 
 namespace vexahost {
 namespace {
