@@ -69,6 +69,28 @@ TEST_F(HashHelpers, TwoInterfacesOfAnObjectAreEqual) {
   EXPECT_EQ(one.references(), 0u);
 }
 
+// Answers for no interface, and so has no identity.
+class Nobody final : public IComponent {
+ public:
+  int32_t QueryInterface(const Guid* /*id*/, void** out) override {
+    *out = nullptr;
+    return kNoInterface;
+  }
+  uint32_t AddRef() override { return 1; }
+  uint32_t Release() override { return 1; }
+};
+
+TEST_F(HashHelpers, AnObjectWithoutIdentityIsStillNotNull) {
+  Nobody nobody;
+  Nobody another;
+  EXPECT_EQ(compare(kHashTableObject, nullptr, &nobody), -1);
+  EXPECT_EQ(compare(kHashTableObject, &nobody, nullptr), 1);
+  EXPECT_EQ(compare(kHashTableObject, &nobody, &another), 0);
+  HashTableKeyRecord record{7, nullptr};
+  EXPECT_EQ(helperOf(kHashTableObject)->MakeKeyRecord(&nobody, &record), kOk);
+  EXPECT_EQ(record.number, 0u);
+}
+
 // Every byte alike, as the rule stands.
 uint64_t plainFold(std::string_view text) {
   uint64_t hash = 0;

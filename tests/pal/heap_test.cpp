@@ -55,6 +55,18 @@ TEST(Heap, GrowingAfterShrinkingClearsWhatWasCutOff) {
   HeapFree(GetProcessHeap(), 0, block);
 }
 
+TEST(Heap, ShrinkingKeepsWhatIsLeft) {
+  for (const DWORD flags : {DWORD{0}, DWORD{HEAP_ZERO_MEMORY}}) {
+    void* block = HeapAlloc(GetProcessHeap(), 0, 1000);
+    ASSERT_NE(block, nullptr);
+    std::memset(block, 'x', 1000);
+    block = HeapReAlloc(GetProcessHeap(), flags, block, 10);
+    ASSERT_NE(block, nullptr);
+    EXPECT_TRUE(isAll(block, 'x', 0, 10));
+    HeapFree(GetProcessHeap(), 0, block);
+  }
+}
+
 TEST(Heap, NothingCannotGrow) { EXPECT_EQ(HeapReAlloc(GetProcessHeap(), 0, nullptr, 10), nullptr); }
 
 TEST(Heap, NothingCanBeReleased) { EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, nullptr)); }

@@ -197,14 +197,14 @@ TEST(Thread, TerminatedOneCountsAsEndedAndTakesNoMoreSignals) {
   struct Shared {
     HANDLE running;
     HANDLE never;
-    std::atomic<bool> passed;
+    HANDLE passed;
   };
   // Outlives the thread, which here is stopped and not gone.
-  static Shared shared{automaticEvent(), automaticEvent(), false};
+  static Shared shared{automaticEvent(), automaticEvent(), automaticEvent()};
   const auto body = [](void*) -> DWORD {
     SetEvent(shared.running);
     waits(shared.never);
-    shared.passed = true;
+    SetEvent(shared.passed);
     return 0;
   };
   const Handle thread(startThread(body, nullptr));
@@ -213,10 +213,12 @@ TEST(Thread, TerminatedOneCountsAsEndedAndTakesNoMoreSignals) {
   EXPECT_TRUE(waits(thread.get()));
 
   SetEvent(shared.never);
+  constexpr DWORD kMoreThanItTakesToWake = 200;
+  EXPECT_EQ(WaitForSingleObject(shared.passed, kMoreThanItTakesToWake), DWORD{WAIT_TIMEOUT});
   EXPECT_TRUE(isSignalled(shared.never));
-  EXPECT_FALSE(shared.passed);
   CloseHandle(shared.running);
   CloseHandle(shared.never);
+  CloseHandle(shared.passed);
 }
 
 TEST(CriticalSection, MayBeEnteredAgainByItsOwner) {

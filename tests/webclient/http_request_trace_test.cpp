@@ -112,6 +112,16 @@ TEST_F(HttpRequestTrace, APieceSaysWhetherTheHeaderIsFinished) {
   EXPECT_THAT(texts, Contains("CHTTPRequest::parse 2 bytes (header: 1)"));
 }
 
+TEST_F(HttpRequestTrace, BytesAreMeasuredUntilThereIsABody) {
+  EXPECT_EQ(request.parse("POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\nh"), kMoreNeeded);
+  EXPECT_EQ(request.parse("i"), kOk);
+  EXPECT_EQ(request.parse("more"), kMoreNeeded);
+  std::vector<std::string> measured = messages();
+  std::erase_if(measured, [](const std::string& text) { return text.find("(len: ") == text.npos; });
+  EXPECT_THAT(measured, ElementsAre("ContentLength 2 bytes (len: 1 bytes)",
+                                    "ContentLength 2 bytes (len: 2 bytes)"));
+}
+
 TEST_F(HttpRequestTrace, TheRawBytesAreShownBetweenTwoLines) {
   spy.setTraceLevel(4);
   EXPECT_EQ(request.parse("GET / "), kMoreNeeded);

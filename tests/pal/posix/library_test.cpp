@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -38,6 +39,22 @@ TEST(PosixLibrary, AHandleFromAnAddressHoldsNoReference) {
       GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, here,
       &program));
   EXPECT_FALSE(FreeLibrary(program));
+}
+
+TEST(PosixLibrary, AnUncountedHandleDoesNotKeepItsLibrary) {
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, sizeof(path));
+  PathRemoveFileSpecA(path);
+  PathAppendA(path, "pal_loaded_library.so");
+  const HMODULE module = LoadLibraryA(path);
+  ASSERT_NE(module, nullptr);
+  HMODULE found = nullptr;
+  EXPECT_TRUE(GetModuleHandleExA(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<const char*>(GetProcAddress(module, "loaded_answer")), &found));
+  EXPECT_EQ(found, module);
+  EXPECT_TRUE(FreeLibrary(module));
+  EXPECT_EQ(dlopen(path, RTLD_LAZY | RTLD_NOLOAD), nullptr) << "it is still loaded";
 }
 
 TEST(PosixLibrary, OnlyAddressesLeadToHandles) {

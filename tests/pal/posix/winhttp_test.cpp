@@ -37,6 +37,7 @@ constexpr SettingsCase kSettings[] = {
     {"ALeadingDotBecomesAWildcard", nullptr, nullptr, ".a.example", nullptr, u"*.a.example"},
     {"AHostStandsForThoseBelowItToo", nullptr, nullptr, "a.example", nullptr,
      u"a.example;*.a.example"},
+    {"HostsOfOneLetter", nullptr, nullptr, "a,z,A,Z,@1[", nullptr, u"a;*.a;z;*.z;A;*.A;Z;*.Z;@1["},
     {"AddressesAndWildcardsStay", nullptr, nullptr, "127.0.0.1, ::1,10.0.0.0/8,*", nullptr,
      u"127.0.0.1;::1;10.0.0.0/8;*"},
     {"TheLocalWordStays", nullptr, nullptr, "<local>,a:80", nullptr, u"<local>;a:80"},
