@@ -242,6 +242,21 @@ TEST_F(IssueTest, SettersSayWhatWasWrong) {
   EXPECT_EQ(velmora_certificate_reason(nullptr), nullptr);
 }
 
+// RFC 5280, 4.2.1.12
+TEST_F(IssueTest, PurposesHaveNames) {
+  constexpr std::pair<const char*, char> kPurposes[] = {{"serverAuth", 1},   {"clientAuth", 2},
+                                                        {"codeSigning", 3},  {"emailProtection", 4},
+                                                        {"timeStamping", 8}, {"OCSPSigning", 9}};
+  const OwnedCertificate made = prepared("CN=x");
+  std::string expected;
+  for (const auto& [name, last] : kPurposes) {
+    EXPECT_EQ(velmora_certificate_add_extended_key_usage(made.get(), name), kOk) << name;
+    expected += fromHex("06082b060105050703") + last;
+  }
+  ASSERT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kOk);
+  EXPECT_NE(encodingOf(made).find(expected), std::string::npos);
+}
+
 TEST_F(IssueTest, AlternativeNamesAreWrittenAsTheirKind) {
   const OwnedCertificate made = prepared("CN=x");
   for (const char* name :

@@ -264,7 +264,9 @@ TEST_F(NameTest, ThereIsALimitOfParts) {
   }
   EXPECT_EQ(text(name(most).get()), most);
   runtime::Name* out = nullptr;
-  EXPECT_EQ(velmora::makeNameFromText(most + ",CN=x", &out), kInvalidArgument);
+  const char* reason = "";
+  EXPECT_EQ(velmora::makeNameFromText(most + ",CN=x", &out, &reason), kInvalidArgument);
+  EXPECT_STREQ(reason, "the name has too many parts");
 }
 
 TEST_F(NameTest, NamesAreEqualByEncoding) {

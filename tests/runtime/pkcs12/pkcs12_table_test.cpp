@@ -166,10 +166,21 @@ TEST_F(Pkcs12Test, TheNamesChooseTheAlgorithms) {
   // The certificates' algorithm stands open; that of the key comes behind it.
   EXPECT_LT(pfx.find(rc4), pfx.find(tripleDes));
   EXPECT_NE(pfx.find(tripleDes), std::string::npos);
-  HeldParameters other = parameters("pbeWithSHA1And40BitRC2-CBC", "pbeWithSHA1And40BitRC4");
-  addKey(other.get(), 1);
-  addCertificate(other.get(), samples::kLeaf);
-  EXPECT_EQ(open(encode(other.get(), "x"), "x").verified, 1);
+  // RFC 7292, appendix C, in its order.
+  constexpr const char* kNames[] = {
+      "pbeWithSHA1And128BitRC4",          "pbeWithSHA1And40BitRC4",
+      "pbeWithSHA1And3-KeyTripleDES-CBC", "pbeWithSHA1And2-KeyTripleDES-CBC",
+      "pbeWithSHA1And128BitRC2-CBC",      "pbeWithSHA1And40BitRC2-CBC"};
+  for (char number = 1; number <= 6; ++number) {
+    HeldParameters other = parameters(kNames[number - 1], kNames[6 - number]);
+    addKey(other.get(), 1);
+    addCertificate(other.get(), samples::kLeaf);
+    const std::string file = encode(other.get(), "x");
+    EXPECT_NE(file.find(fromHex("060a2a864886f70d010c01") + number), std::string::npos);
+    const Opened opened = open(file, "x");
+    EXPECT_EQ(opened.result, kOk) << kNames[number - 1];
+    EXPECT_EQ(opened.count(), 2);
+  }
 }
 
 TEST_F(Pkcs12Test, AKeyThatIsNotShroudedIsStoredOpen) {
