@@ -1,6 +1,8 @@
 #include "certs/own_certificates.h"
 
 #include <algorithm>
+#include <functional>
+#include <span>
 #include <utility>
 
 #include "base/lock.h"
@@ -26,12 +28,73 @@ int32_t bindPseTable() {
   return result;
 }
 
-// True when an earlier node of the list holds the same record.
-bool isRepeated(const runtime::OwnCertificateList* list, const runtime::OwnCertificateList* node) {
-  while (list != node && list->record != node->record) {
-    list = list->next;
+using Items = base::RootVector<base::ComPtr<COwnCertificate>>;
+
+// The items of a container by the records that they hold.
+class KnownItems {
+ public:
+  struct Known {
+    const runtime::OwnCertificateRecord* record;
+    uint64_t item;
+    bool isClaimed;
+  };
+
+  int32_t fill(const Items& items) {
+    if (const int32_t result = known_.reserve(items.size()); failed(result)) {
+      return result;
+    }
+    for (uint64_t i = 0; i < items.size(); ++i) {
+      (void)known_.append({items[i]->record(), i, false});  // there is room
+    }
+    std::sort(known_.begin(), known_.end(), [](const Known& a, const Known& b) {
+      return a.record != b.record ? isBefore(a, b) : a.item < b.item;
+    });
+    return kOk;
   }
-  return list != node;
+  // Those of one record, in the order of the container.
+  std::span<Known> of(const runtime::OwnCertificateRecord* record) const {
+    const auto [first, last] =
+        std::equal_range(known_.begin(), known_.end(), Known{record, 0, false}, isBefore);
+    return {first, last};
+  }
+
+ private:
+  static bool isBefore(const Known& a, const Known& b) { return std::less<>()(a.record, b.record); }
+
+  base::RootVector<Known> known_;
+};
+
+// A new wrapper for every record that none of the known items holds, or an earlier node has
+// claimed; the places of the others stay null.
+int32_t makeNewItems(const runtime::OwnCertificateList* list, const KnownItems& known,
+                     Items& items) {
+  for (const auto* node = list; node != nullptr; node = node->next) {
+    if (node->record == nullptr) {
+      continue;
+    }
+    base::ComPtr<COwnCertificate> item;
+    const std::span<KnownItems::Known> holders = known.of(node->record);
+    if (holders.empty() || std::exchange(holders.front().isClaimed, true)) {
+      base::ComPtr<base::CComObject<COwnCertificate>> added;
+      if (const int32_t result = base::createObject(added); failed(result)) {
+        return result;
+      }
+      item.reset(added.release());
+    }
+    if (const int32_t result = items.append(std::move(item)); failed(result)) {
+      return result;
+    }
+  }
+  return kOk;
+}
+
+// One of these items with the container's reference; a later one replaces an earlier one.
+base::ComPtr<COwnCertificate> takeOut(std::span<const KnownItems::Known> holders, Items& items) {
+  base::ComPtr<COwnCertificate> candidate;
+  for (const KnownItems::Known& holder : holders) {
+    candidate = std::move(items[holder.item]);
+  }
+  return candidate;
 }
 
 const base::InterfaceMapRow kCertificateMap[] = {
@@ -114,12 +177,16 @@ int32_t COwnCertificates::Refresh() {
   for (const auto* node = list.get(); node != nullptr; node = node->next) {
     count += node->record != nullptr ? 1 : 0;
   }
-  base::RootVector<base::ComPtr<COwnCertificate>> items;
+  // What can fail comes first, so that a failure leaves everything as it was.
+  KnownItems known;
+  Items items;
+  if (const int32_t result = known.fill(items_); failed(result)) {
+    return result;
+  }
   if (const int32_t result = items.reserve(count); failed(result)) {
     return result;
   }
-  // What can fail comes first, so that a failure leaves everything as it was.
-  if (const int32_t result = makeNewItems(list.get(), items); failed(result)) {
+  if (const int32_t result = makeNewItems(list.get(), known, items); failed(result)) {
     return result;
   }
   uint32_t index = 0;
@@ -129,52 +196,13 @@ int32_t COwnCertificates::Refresh() {
     }
     auto& item = items[index++];
     if (!item) {
-      item = takeOut(node->record);
+      item = takeOut(known.of(node->record), items_);
     } else {
       (void)item->SetRecord(std::exchange(node->record, nullptr));
     }
   }
   items_ = std::move(items);
   return kOk;
-}
-
-// A new wrapper for every record that none of the items holds; the places of the others stay null.
-int32_t COwnCertificates::makeNewItems(
-    const runtime::OwnCertificateList* list,
-    base::RootVector<base::ComPtr<COwnCertificate>>& items) const {
-  for (const auto* node = list; node != nullptr; node = node->next) {
-    if (node->record == nullptr) {
-      continue;
-    }
-    base::ComPtr<COwnCertificate> item;
-    if (!isListed(node->record) || isRepeated(list, node)) {
-      base::ComPtr<base::CComObject<COwnCertificate>> added;
-      if (const int32_t result = base::createObject(added); failed(result)) {
-        return result;
-      }
-      item.reset(added.release());
-    }
-    if (const int32_t result = items.append(std::move(item)); failed(result)) {
-      return result;
-    }
-  }
-  return kOk;
-}
-
-bool COwnCertificates::isListed(runtime::OwnCertificateRecord* record) const {
-  return std::any_of(items_.begin(), items_.end(),
-                     [record](const auto& item) { return item->IsSame(record) == 1; });
-}
-
-// The item of that record with the container's reference; a later match replaces an earlier one.
-base::ComPtr<COwnCertificate> COwnCertificates::takeOut(runtime::OwnCertificateRecord* record) {
-  base::ComPtr<COwnCertificate> candidate;
-  for (auto& item : items_) {
-    if (item && item->IsSame(record) == 1) {
-      candidate = std::move(item);
-    }
-  }
-  return candidate;
 }
 
 int32_t CreateOwnCertificates(const Guid* id, void** out) {

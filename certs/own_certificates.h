@@ -19,6 +19,8 @@ class COwnCertificate : public IOwnCertificate, public base::CComObjectRoot {
   int32_t SetRecord(runtime::OwnCertificateRecord* record) override;
   int32_t IsSame(runtime::OwnCertificateRecord* record) override;
 
+  const runtime::OwnCertificateRecord* record() const { return m_record.get(); }
+
  protected:
   ~COwnCertificate() = default;
 
@@ -42,12 +44,6 @@ class COwnCertificates : public base::CContainerUnkImpl<COwnCertificate, IOwnCer
 
  protected:
   ~COwnCertificates() = default;
-
- private:
-  bool isListed(runtime::OwnCertificateRecord* record) const;
-  base::ComPtr<COwnCertificate> takeOut(runtime::OwnCertificateRecord* record);
-  int32_t makeNewItems(const runtime::OwnCertificateList* list,
-                       base::RootVector<base::ComPtr<COwnCertificate>>& items) const;
 };
 
 // Creator of "OwnCertificates": binds SEC_PSE_1 first, once; its failure is returned as it stands.

@@ -1,7 +1,9 @@
 #include "runtime/pse/own_records.h"
 
+#include <map>
 #include <mutex>
 #include <set>
+#include <vector>
 
 #include "runtime/certificates/certificate.h"
 #include "runtime/lock.h"
@@ -20,7 +22,8 @@ struct OwnRecord : runtime::OwnCertificateRecord {
   }
 
   uint64_t references = 1;
-  OwnRecord* next = nullptr;  // live records
+  OwnRecord* next = nullptr;   // live records
+  OwnRecord** link = nullptr;  // what points here
 };
 
 Lock recordsLock;
@@ -30,46 +33,66 @@ OwnRecord* implementationOf(runtime::OwnCertificateRecord* record) {
   return static_cast<OwnRecord*>(record);
 }
 
+void linkLocked(OwnRecord* record) {
+  record->next = liveRecords;
+  record->link = &liveRecords;
+  if (record->next != nullptr) {
+    record->next->link = &record->next;
+  }
+  liveRecords = record;
+}
+
 void unlinkLocked(OwnRecord* record) {
-  OwnRecord** link = &liveRecords;
-  while (*link != record) {
-    link = &(*link)->next;
+  *record->link = record->next;
+  if (record->next != nullptr) {
+    record->next->link = record->link;
   }
-  *link = record->next;
 }
 
-OwnRecord* findLocked(runtime::Certificate* certificate) {
-  OwnRecord* record = liveRecords;
-  while (record != nullptr && !equalCertificates(record->certificate(), certificate)) {
-    record = record->next;
-  }
-  return record;
+ByteView encodingOf(runtime::Certificate* certificate) {
+  return viewOf(*certificate->table->GetEncoding(certificate));
 }
 
-// The live record of the certificate with one reference more, or a new one.
-OwnRecord* recordFor(runtime::Certificate* certificate, runtime::Certificate* issuer) {
-  const std::lock_guard lock(recordsLock);
-  if (OwnRecord* const known = findLocked(certificate)) {
-    ++known->references;
-    return known;
-  }
+bool beforeBytes(ByteView a, ByteView b) { return compareBytes(a, b) < 0; }
+
+// What is to be listed.
+struct Listed {
+  runtime::Certificate* certificate;
+  runtime::Certificate* issuer;  // null: unknown
+};
+
+// Null when memory is short.
+OwnRecord* makeRecordLocked(const Listed& listed) {
   auto* const record = makeOnHeap<OwnRecord>();
   if (record == nullptr) {
     return nullptr;
   }
-  runtime::Name* const subject = certificate->table->GetSubject(certificate);
-  record->field1 = asObject(Ref<runtime::Certificate>::share(certificate).release());
-  record->field2 = asObject(Ref<runtime::Certificate>::share(issuer).release());
+  runtime::Name* const subject = listed.certificate->table->GetSubject(listed.certificate);
+  record->field1 = asObject(Ref<runtime::Certificate>::share(listed.certificate).release());
+  record->field2 = asObject(Ref<runtime::Certificate>::share(listed.issuer).release());
   record->field6 = asObject(Ref<runtime::Name>::share(subject).release());
-  record->next = liveRecords;
-  liveRecords = record;
+  linkLocked(record);
   return record;
 }
 
-// By encoding.
-struct CertificateBefore {
-  bool operator()(ByteView a, ByteView b) const { return compareBytes(a, b) < 0; }
-};
+// For each certificate, of which there are no two alike, its live record with one reference more,
+// or a new one; null where memory was short.
+std::vector<OwnRecord*> recordsFor(const std::vector<Listed>& all) {
+  std::vector<OwnRecord*> records;
+  const std::lock_guard lock(recordsLock);
+  std::map<ByteView, OwnRecord*, decltype(&beforeBytes)> live(&beforeBytes);
+  for (OwnRecord* record = liveRecords; record != nullptr; record = record->next) {
+    live.emplace(encodingOf(record->certificate()), record);
+  }
+  for (const Listed& listed : all) {
+    const auto known = live.find(encodingOf(listed.certificate));
+    if (known != live.end()) {
+      ++known->second->references;
+    }
+    records.push_back(known != live.end() ? known->second : makeRecordLocked(listed));
+  }
+  return records;
+}
 
 // Puts a record, whose reference it takes over, at the end; false when there is none, or no node.
 bool append(Chain<OwnNodes>& list, runtime::OwnCertificateRecord* owned) {
@@ -129,19 +152,24 @@ int32_t ownRecordsOf(const runtime::BagNode* bags, OwnList** out) {
   *out = nullptr;
   const KeyIndex keys(bags);
   const CertificateIndex certificates(bags);
-  std::set<ByteView, CertificateBefore> listed;
-  Chain<OwnNodes> list;
+  std::set<ByteView, decltype(&beforeBytes)> seen(&beforeBytes);
+  std::vector<Listed> listed;
   for (const runtime::BagNode* node = bags; node != nullptr; node = node->next) {
     if (node->bag->type != runtime::kCertificateBag || !keys.hasKeyOf(*node->bag)) {
       continue;
     }
     runtime::Certificate* const certificate = node->bag->certificate;
-    if (!listed.insert(viewOf(*certificate->table->GetEncoding(certificate))).second) {
-      continue;
+    if (seen.insert(encodingOf(certificate)).second) {
+      listed.push_back({certificate, certificates.issuerOf(certificate)});
     }
-    if (!append(list, recordFor(certificate, certificates.issuerOf(certificate)))) {
-      return kOutOfMemory;
-    }
+  }
+  Chain<OwnNodes> list;
+  bool isWhole = true;
+  for (OwnRecord* const record : recordsFor(listed)) {
+    isWhole = append(list, record) && isWhole;
+  }
+  if (!isWhole) {
+    return kOutOfMemory;
   }
   *out = list.release();
   return kOk;

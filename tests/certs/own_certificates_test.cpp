@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -303,6 +304,29 @@ TEST_F(OwnCertificates, TheSameRecordKeepsItsObjectAndAVanishedOneIsReleased) {
   raw::release(container);
   stop();
   EXPECT_THAT(world.released, testing::UnorderedElementsAre(&b, &c));
+}
+
+TEST_F(OwnCertificates, ManyRecordsKeepTheirObjectsInWhateverOrderTheyCome) {
+  std::vector<OwnCertificateRecord> records(100);
+  for (OwnCertificateRecord& record : records) {
+    world.records.push_back(&record);
+  }
+  void* container = own();
+  ASSERT_EQ(refresh(container), kOk);
+  std::vector<void*> items;
+  for (uint32_t i = 0; i < records.size(); ++i) {
+    items.push_back(item(container, i));
+  }
+  std::rotate(world.records.begin(), world.records.begin() + 30, world.records.end());
+  std::reverse(world.records.begin(), world.records.end());
+  ASSERT_EQ(refresh(container), kOk);
+  ASSERT_EQ(count(container), records.size());
+  for (uint32_t i = 0; i < records.size(); ++i) {
+    const auto which = static_cast<size_t>(world.records[i] - records.data());
+    EXPECT_EQ(item(container, i), items[which]) << i;
+  }
+  raw::release(container);
+  stop();
 }
 
 TEST_F(OwnCertificates, ARecordListedTwiceGetsTwoWrappers) {
