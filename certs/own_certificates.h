@@ -19,7 +19,7 @@ class COwnCertificate : public IOwnCertificate, public base::CComObjectRoot {
   int32_t SetRecord(runtime::OwnCertificateRecord* record) override;
   int32_t IsSame(runtime::OwnCertificateRecord* record) override;
 
-  const runtime::OwnCertificateRecord* record() const { return m_record.get(); }
+  const runtime::OwnCertificateRecord* record() const { return record_.get(); }
 
  protected:
   ~COwnCertificate() = default;
