@@ -125,6 +125,11 @@ TEST_F(JsonRepeatedKeys, HaveEqualDigestsWhereverTheyStand) {
     EXPECT_EQ(digestKey(key, mix),
               digestKey(std::string_view("x" + key + "y").substr(1, length), mix));
     EXPECT_NE(digestKey(key, mix), digestKey(key + "a", mix));
+    for (size_t at = 0; at < length; ++at) {
+      std::string other = key;
+      other[at] = '!';
+      EXPECT_NE(digestKey(key, mix), digestKey(other, mix)) << at << " of " << length;
+    }
     EXPECT_NE(digestKey(key, mix), digestKey(key, SecretMix(base::processSeed() + 2)));
   }
 }
