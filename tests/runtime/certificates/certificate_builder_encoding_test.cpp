@@ -140,6 +140,13 @@ TEST_F(BuilderEncoding, WhatMustBeUnderstoodIsMarkedSo) {
   }
 }
 
+TEST_F(BuilderEncoding, ALengthOfPathIsTakenBack) {
+  const OwnedCertificate made = prepared();
+  EXPECT_EQ(velmora_certificate_set_basic_constraints(made.get(), 1, 2), kOk);
+  EXPECT_EQ(velmora_certificate_set_basic_constraints(made.get(), 1, -1), kOk);
+  EXPECT_NE(signedHex(made).find("0603551d130101ff040530030101ff"), std::string::npos);
+}
+
 TEST_F(BuilderEncoding, OnlyAnIssuerThatIsKnownHasAKeyIdentifier) {
   EXPECT_NE(signedHex(prepared()).find("0603551d23"), std::string::npos) << "its own";
   const OwnedCertificate made = prepared();

@@ -112,6 +112,16 @@ TEST_F(KeyReaderTest, EncryptedKeysOpenWithTheirPassword) {
   }
 }
 
+// The padding fits for one password in 256; what it then uncovers is no key.
+TEST_F(KeyReaderTest, NoOtherPasswordIsTakenForADamagedKey) {
+  HeldKey key;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string password = "w" + std::to_string(i);
+    ASSERT_EQ(read(samples::kAesKey, password.c_str(), key), kAccessDenied) << password;
+    ASSERT_EQ(reason(), "the password of the key is wrong or missing");
+  }
+}
+
 TEST_F(KeyReaderTest, AnUnknownEncryptionIsToldApart) {
   HeldKey key;
   std::string other(samples::kTripleDesKey);

@@ -183,6 +183,22 @@ TEST_F(Pkcs12Test, TheNamesChooseTheAlgorithms) {
   }
 }
 
+// A SET OF in DER (X.690, 11.6): the shorter one first, here.
+TEST_F(Pkcs12Test, AttributesAreInTheOrderOfTheirEncodings) {
+  const std::string name = fromHex("06092a864886f70d010914");
+  const std::string id = fromHex("06092a864886f70d010915");
+  for (const bool hasLongName : {false, true}) {
+    HeldParameters made = parameters();
+    runtime::SafeBag* const bag = addRsaKey(made.get(), samples::kLeafKey, 0);
+    setName(bag, hasLongName ? "a long name" : "n");
+    ASSERT_EQ(types.BufferFromHex(hasLongName ? "01" : "0102030405060708", &bag->localKeyId), kOk);
+    const std::string file = encode(made.get(), "x");
+    ASSERT_NE(file.find(name), std::string::npos);
+    ASSERT_NE(file.find(id), std::string::npos);
+    EXPECT_EQ(file.find(id) < file.find(name), hasLongName);
+  }
+}
+
 TEST_F(Pkcs12Test, AKeyThatIsNotShroudedIsStoredOpen) {
   HeldParameters plain = parameters();
   addKey(plain.get(), 0);
