@@ -399,8 +399,14 @@ TEST_F(BuilderTest, EveryFailedAllocationIsSurvived) {
     step(velmora_certificate_set_validity, "20240229T120000", "20501231T235959");
     step(velmora_certificate_set_public_key, &key->publicKey);
     step(velmora_certificate_add_extended_key_usage, "1.3.6.1.5.5.7.3.2");
+    step(velmora_certificate_set_serial, flags, 1);
+    step(velmora_certificate_add_alternative_name, "DNS:a.example");
+    step(velmora_certificate_add_alternative_name, "IP:::1");
     if (result == kOk) {
       result = made->table->SetKeyUsage(made.get(), flags, 1);
+    }
+    if (result == kOk) {
+      result = made->table->SetExtensionA(made.get(), nullptr, nullptr);
     }
     void* copied = nullptr;
     if (result == kOk) {
@@ -408,6 +414,31 @@ TEST_F(BuilderTest, EveryFailedAllocationIsSurvived) {
     }
     *copy.put() = static_cast<runtime::Certificate*>(copied);
     step(velmora_certificate_sign, key.get(), nullptr);
+    EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+    return result == kOk;
+  });
+}
+
+TEST_F(BuilderTest, EveryFailedAllocationOfAKeyOnACurveIsSurvived) {
+  sweepAllocations(spy, [&] {
+    HeldKey curve;
+    OwnedCertificate made;
+    int32_t result = velmora_key_generate_ec("P-256", curve.put());
+    EXPECT_EQ(curve.get() != nullptr, result == kOk);
+    if (result == kOk) {
+      result = velmora_certificate_create(made.put());
+    }
+    const auto step = [&](auto&& function, auto... arguments) {
+      if (result == kOk) {
+        result = function(made.get(), arguments...);
+      }
+    };
+    step(velmora_certificate_set_subject, "CN=a");
+    step(velmora_certificate_set_validity, "20240229T120000", "20501231T235959");
+    if (result == kOk) {
+      step(velmora_certificate_set_public_key, &curve->publicKey);
+      step(velmora_certificate_sign, curve.get(), nullptr);
+    }
     EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
     return result == kOk;
   });

@@ -150,6 +150,19 @@ TEST_F(KeyReaderTest, EveryFailedAllocationIsSurvived) {
   EXPECT_GT(swept, 3);
 }
 
+TEST_F(KeyReaderTest, APasswordThatCannotBeConvertedIsShortMemory) {
+  const std::string der(samples::kLeafKey);
+  const runtime::ByteBuffer data = bufferOf(der);
+  HeldKey key;
+  uint32_t problem = 99;
+  spy.failAllocation(1);
+  EXPECT_EQ(velmora_key_read(&data, "secret", key.put(), nullptr), kOutOfMemory);
+  spy.failAllocation(1);
+  EXPECT_EQ(velmora_pkcs12_problem(&data, "secret", &problem), kOutOfMemory);
+  spy.allowAllocations();
+  EXPECT_EQ(problem, 99u);
+}
+
 class Pkcs12ProblemTest : public CryptoTest {
  protected:
   uint32_t problemOf(std::string_view file, const char* password) {
