@@ -399,7 +399,7 @@ TEST_F(BuilderTest, EveryFailedAllocationIsSurvived) {
     step(velmora_certificate_set_validity, "20240229T120000", "20501231T235959");
     step(velmora_certificate_set_public_key, &key->publicKey);
     step(velmora_certificate_add_extended_key_usage, "1.3.6.1.5.5.7.3.2");
-    step(velmora_certificate_set_serial, flags, 1);
+    step(velmora_certificate_set_serial, flags, uint64_t{1});
     step(velmora_certificate_add_alternative_name, "DNS:a.example");
     step(velmora_certificate_add_alternative_name, "IP:::1");
     if (result == kOk) {
