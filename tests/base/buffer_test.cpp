@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "support/module_fixture.h"
 #include "support/sweep.h"
@@ -115,6 +116,21 @@ TEST_F(BufferSlots, TerminateBufferAddsAnUncountedZeroByte) {
   terminate(buffer);
   EXPECT_EQ(buffer->length, 2u);
   EXPECT_STREQ(reinterpret_cast<char*>(buffer->data), "xy");
+  release(buffer);
+}
+
+TEST_F(BufferSlots, TerminateBufferGrowsTheDataByOneByte) {
+  static auto* const reallocate = spy.root.Reallocate;
+  static std::vector<uint64_t> sizes;
+  sizes.clear();
+  spy.root.Reallocate = [](void* block, uint64_t size) {
+    sizes.push_back(size);
+    return reallocate(block, size);
+  };
+  ASSERT_EQ(alloc(2, &buffer), kOk);
+  std::memcpy(buffer->data, "xy", 2);
+  terminate(buffer);
+  EXPECT_EQ(sizes, std::vector<uint64_t>{3});
   release(buffer);
 }
 

@@ -208,12 +208,13 @@ TEST(Thread, TerminatedOneCountsAsEndedAndTakesNoMoreSignals) {
     return 0;
   };
   const Handle thread(startThread(body, nullptr));
+  constexpr DWORD kMoreThanItTakesToWake = 200;
   EXPECT_TRUE(waits(shared.running));
+  EXPECT_EQ(WaitForSingleObject(shared.passed, kMoreThanItTakesToWake), DWORD{WAIT_TIMEOUT});
   EXPECT_TRUE(TerminateThread(thread.get(), 0));
   EXPECT_TRUE(waits(thread.get()));
 
   SetEvent(shared.never);
-  constexpr DWORD kMoreThanItTakesToWake = 200;
   EXPECT_EQ(WaitForSingleObject(shared.passed, kMoreThanItTakesToWake), DWORD{WAIT_TIMEOUT});
   EXPECT_TRUE(isSignalled(shared.never));
   CloseHandle(shared.running);
