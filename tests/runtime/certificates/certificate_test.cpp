@@ -89,6 +89,17 @@ TEST_F(CertificateTest, NamesDecideWhereTheAlgorithmIsNotKnown) {
   EXPECT_EQ(unknown->table->IsSelfSigned(unknown.get()), 1);
 }
 
+TEST_F(CertificateTest, VersionsAfterTheThirdAreRefused) {
+  std::string der(samples::kRoot);
+  const size_t version = der.find(fromHex("a003020102"));
+  ASSERT_NE(version, std::string::npos);
+  for (const char number : {'\2', '\3', '\x7F'}) {
+    der[version + 4] = number;
+    OwnedCertificate read;
+    EXPECT_EQ(decode(der, read.put()) == kOk, number == 2) << int{number};
+  }
+}
+
 TEST_F(CertificateTest, TextIsReadLikeDer) {
   const std::string body = base64(std::string(samples::kRoot));
   const std::string lines =

@@ -1,6 +1,7 @@
 #include "runtime/certificates/name.h"
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
 
@@ -267,6 +268,19 @@ TEST_F(NameTest, ThereIsALimitOfParts) {
   const char* reason = "";
   EXPECT_EQ(velmora::makeNameFromText(most + ",CN=x", &out, &reason), kInvalidArgument);
   EXPECT_STREQ(reason, "the name has too many parts");
+  // The same in an encoding, which is one longer.
+  const std::string part = fromHex(
+      "310a3008060355040313"
+      "0178");
+  std::string parts;
+  for (size_t i = 0; i <= velmora::kMaxRelativeNames; ++i) {
+    parts += part;
+  }
+  const std::string tooMany = element("30", parts);
+  EXPECT_LT(velmora::makeName(viewOfText(tooMany), &out), 0);
+  const std::string allowed = element("30", parts.substr(part.size()));
+  Owned<runtime::Name> longest;
+  EXPECT_EQ(velmora::makeName(viewOfText(allowed), longest.put()), kOk);
 }
 
 TEST_F(NameTest, NamesAreEqualByEncoding) {

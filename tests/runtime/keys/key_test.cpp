@@ -1,6 +1,7 @@
 #include "runtime/keys/key.h"
 #include "runtime/crypto_fixture.h"
 #include "runtime/keys/libgcrypt.h"
+#include "runtime/keys/signature.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
 
@@ -88,6 +89,22 @@ TEST_F(KeyTest, SoundRsaKeysAreOddAndOfModestSize) {
   }
   for (const char* const bad : {"", "01", "02", "0100", "010000000000000001"}) {
     EXPECT_FALSE(isSound(64, 1, bad)) << bad;
+  }
+}
+
+TEST_F(KeyTest, ASignatureOfAnotherKindOfKeyIsWrong) {
+  const OwnedCertificate root = certificate(samples::kRoot);
+  const OwnedCertificate curve = certificate(samples::kEc);
+  const std::string rsa = fromHex("2a864886f70d01010b");
+  const std::string ecdsa = fromHex("2a8648ce3d040302");
+  const uint8_t data[] = {1};
+  for (const auto& [algorithm, signer] :
+       {std::pair<const std::string&, const OwnedCertificate&>{rsa, curve}, {ecdsa, root}}) {
+    const velmora::AlgorithmView view{
+        {reinterpret_cast<const uint8_t*>(algorithm.data()), algorithm.size()}, {}};
+    EXPECT_EQ(
+        velmora::verifySignature(view, data, data, *signer->table->GetPublicKey(signer.get())),
+        velmora::Verdict::kInvalid);
   }
 }
 

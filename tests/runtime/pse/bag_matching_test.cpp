@@ -3,6 +3,7 @@
 #include <array>
 
 #include "runtime/pkcs12/pfx_fixture.h"
+#include "runtime/samples.h"
 
 namespace vexa::test {
 namespace {
@@ -107,6 +108,17 @@ TEST_F(BagMatching, TheIssuerHasTheNameAndTheKeyThatSigned) {
   const CertificateIndex index(bags());
   EXPECT_EQ(index.issuerOf(childBag->certificate), rootBag->certificate);
   EXPECT_EQ(index.issuerOf(rootBag->certificate), nullptr) << "it is its own";
+}
+
+TEST_F(BagMatching, NamesDecideWhereTheSignatureCannotBeChecked) {
+  std::string der(samples::kLeaf);
+  const std::string known = fromHex("2a864886f70d01010b");
+  for (size_t at = der.find(known); at != std::string::npos; at = der.find(known, at)) {
+    der[at + known.size() - 1] = 0x7F;
+  }
+  const runtime::SafeBag* const root = addCertificate(file_.get(), samples::kRoot);
+  const OwnedCertificate child = certificate(der);
+  EXPECT_EQ(CertificateIndex(bags()).issuerOf(child.get()), root->certificate);
 }
 
 // Each costs a check of a signature; the first ones in the file are tried.
