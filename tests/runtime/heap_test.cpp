@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -65,6 +67,20 @@ TEST_F(RuntimeHeap, AFailedReallocateKeepsTheOldBlock) {
   EXPECT_EQ(spy.root.Reallocate(block, ~uint64_t{0}), nullptr);
   EXPECT_EQ(*block, 7);
   spy.root.Free(block);
+}
+
+// What tests look for secrets in.
+TEST_F(RuntimeHeap, WhoWatchesSeesABlockAsItIsReleased) {
+  std::vector<std::string> seen;
+  spy.onFree = [&seen](const uint8_t* bytes, uint64_t size) {
+    seen.emplace_back(reinterpret_cast<const char*>(bytes), size);
+  };
+  auto* block = static_cast<char*>(spy.root.Allocate(3));
+  std::copy_n("abc", 3, block);
+  block = static_cast<char*>(spy.root.Reallocate(block, 2));
+  spy.root.Free(block);
+  spy.onFree = nullptr;
+  EXPECT_THAT(seen, ElementsAre("abc", "ab"));
 }
 
 TEST_F(RuntimeHeap, NullIsReleasedByDoingNothing) {
