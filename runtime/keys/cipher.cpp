@@ -162,9 +162,11 @@ int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out,
   uint8_t shift[kMaxBlock];
   uint8_t keyStream[kMaxBlock];
   std::memcpy(shift, operation.iv.data(), block);
+  int32_t result = kOk;
   for (size_t at = 0; at < in.size(); at += width) {
     if (gcry_cipher_encrypt(handle.get(), keyStream, block, shift, block) != 0) {
-      return kFail;
+      result = kFail;
+      break;
     }
     const size_t count = std::min(width, in.size() - at);
     std::memmove(shift, shift + width, block - width);
@@ -177,7 +179,7 @@ int32_t runFeedback(const CipherOperation& operation, ByteView in, uint8_t* out,
   }
   wipe(keyStream, sizeof(keyStream));
   length = in.size();
-  return kOk;
+  return result;
 }
 
 }  // namespace
