@@ -26,5 +26,31 @@ TEST(Binding, ARecordThatFoundNoMemoryFailsEveryStart) {
   }
 }
 
+// What a root list answers, and leaves in the holder.
+int32_t answer = kOk;
+const void* left = nullptr;
+int32_t answerAndLeave(const char* /*component*/, const char* /*name*/, const void** table) {
+  *table = left;
+  return answer;
+}
+
+TEST(Binding, ATableThatWasNotBoundIsTheOneThatFails) {
+  test::SpyRuntime spy;
+  bound.root = &spy.root;
+  spy.root.GetInterface = answerAndLeave;
+  TableHolder<runtime::TimeTable> holder;
+  test::allocation_gate::failAt(1, false);  // it is not to be registered
+  LoadRecord record(nullptr, "table", holder);
+  test::allocation_gate::neverFail();
+  for (const bool succeeds : {true, false}) {
+    answer = succeeds ? kOk : kFalse;
+    left = succeeds ? nullptr : &spy.time;
+    EXPECT_EQ(record.Load(), succeeds ? kOk : kFail);
+    EXPECT_EQ(holder.pointer, &Unbound<runtime::TimeTable>::table);
+    EXPECT_EQ(record.Unload(0), kOk) << "there is nothing to give back";
+  }
+  bound = {};
+}
+
 }  // namespace
 }  // namespace vexa::base
