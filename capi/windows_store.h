@@ -28,7 +28,8 @@ struct CspImportRequest {
 int32_t csp_import(const CspImportRequest& request);
 
 // Deletes certificates from a store: those of an issuer (`filter`, UTF-8), or without a filter
-// those whose key lies in `container` (may be null: none).
+// those whose key lies in `container` (may be null: none). Where memory is short, it ends:
+// kFailure.
 int32_t csp_delete_certs(const char16_t* store, const char16_t* container, const char* filter);
 
 // 1 when Windows trusts the certificate's chain, else 0.

@@ -273,6 +273,20 @@ TEST_F(AuthorityDelete, AnIssuerThatCannotBeReadIsAFailure) {
   EXPECT_EQ(crypt().encodings(u"CA"), Texts{authority_});
 }
 
+TEST_F(AuthorityDelete, WhereMemoryIsShortTheSearchEnds) {
+  static int copies;
+  copies = 0;
+  static auto* const copy = spy.commonTypes.StringCopy;
+  spy.commonTypes.StringCopy = [](runtime::StringObject* target, runtime::Name* name) {
+    return ++copies == 2 ? kOutOfMemory : copy(target, name);
+  };
+  for (const std::string& encoding : {root_, jane_, authority_}) {
+    crypt().put(u"CA", encoding);
+  }
+  EXPECT_EQ(deleteCaCertsByName("CN=Root,O=Orlind"), -1);
+  EXPECT_EQ(crypt().encodings(u"CA"), (Texts{jane_, authority_})) << "what was found goes";
+}
+
 TEST_F(AuthorityDelete, WithoutMemoryForTheNameNoStoreIsOpened) {
   crypt().put(u"CA", authority_);
   spy.failAllocation(1);

@@ -150,6 +150,10 @@ TEST_F(Pkcs12, TheKeyBagHoldsTheWholeBytesOfTheKey) {
   ASSERT_EQ(createFile(&name, &key, chain, &password, &file), kOk);
   EXPECT_EQ(seen.bags[0].keyBytes, "\x01\x02");
   seen = {};
+  key.privateKey = {{}, 8, bytes};
+  ASSERT_EQ(createFile(&name, &key, chain, &password, &file), kOk);
+  EXPECT_EQ(seen.bags[0].keyBytes, "\x01");
+  seen = {};
   key.privateKey = {{}, 7, nullptr};
   ASSERT_EQ(createFile(&name, &key, chain, &password, &file), kOk);
   EXPECT_EQ(seen.bags[0].keyBytes, "");
