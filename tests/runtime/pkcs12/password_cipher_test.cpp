@@ -1,5 +1,7 @@
 #include "runtime/pkcs12/password_cipher.h"
 
+#include <gcrypt.h>
+
 #include <string>
 
 #include "runtime/pkcs12/pfx_maker.h"
@@ -54,6 +56,27 @@ class PasswordCipher : public CryptoTest {
   static constexpr char kSha256[] = "300c06082a864886f70d02090500";
   static constexpr char kUnknown[] = "300c06082a864886f70d02010500";
 };
+
+// The content of an AlgorithmIdentifier with the identifiers of RFC 8017, B.1.
+TEST_F(PasswordCipher, EachDigestOfAMacIsFoundByItsNameAndItsIdentifier) {
+  struct Case {
+    const char* name;
+    const char* identifier;
+    const char* shortName;
+  };
+  for (const Case& each : {Case{"SHA-1", "06052b0e03021a", "SHA1"},
+                           Case{"SHA-224", "0609608648016503040204", "SHA224"},
+                           Case{"SHA-256", "0609608648016503040201", "SHA256"},
+                           Case{"SHA-384", "0609608648016503040202", "SHA384"},
+                           Case{"SHA-512", "0609608648016503040203", "SHA512"}}) {
+    const velmora::MacDigest* const digest = velmora::findMacDigest(each.name);
+    ASSERT_NE(digest, nullptr) << each.name;
+    EXPECT_EQ(digest->digest, gcry_md_map_name(each.shortName)) << each.name;
+    const ExactBytes algorithm(fromHex(each.identifier));
+    EXPECT_EQ(velmora::findMacDigestByAlgorithm({algorithm.data(), algorithm.size()}), digest);
+  }
+  EXPECT_EQ(velmora::findMacDigest("SHA-3"), nullptr);
+}
 
 TEST_F(PasswordCipher, ItsParametersSayHowTheKeyIsDerived) {
   struct Case {
