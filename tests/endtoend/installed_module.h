@@ -50,10 +50,11 @@ class Installation {
  public:
   Installation() {
     static int number = 0;
-    root_ = fs::absolute("installation_" + std::to_string(processId()) + "_" +
-                         std::to_string(number++));
-    fs::remove_all(root_);
-    fs::create_directories(root_);
+    // Under Wine ids of processes come again, and folders with long paths may have stayed.
+    do {
+      root_ = fs::absolute("installation_" + std::to_string(processId()) + "_" +
+                           std::to_string(number++));
+    } while (!fs::create_directory(root_));
   }
   Installation(const Installation&) = delete;
   Installation& operator=(const Installation&) = delete;
