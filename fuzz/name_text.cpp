@@ -46,12 +46,12 @@ void checkNameText(std::string_view text) {
   velmora::Ref<runtime::Name> name;
   const int32_t result = velmora::makeNameFromText(text, name.put());
   require(result == kOk || (result == kInvalidArgument && !name), "a name, or why not");
-  const size_t equals = text.find('=');
-  if (equals != std::string_view::npos && text.substr(0, equals) == "CN" &&
-      isPlain(text.substr(equals + 1))) {
-    require(result == kOk, "plain text is a common name");
-    const std::string_view value = text.substr(equals + 1);
-    require(textOf(name.get()) == "CN=" + escapedText(std::string(value)), "with its value");
+  if (text.substr(0, 3) == "CN=" && isPlain(text.substr(3))) {
+    const std::string_view value = text.substr(3);
+    require((result == kOk) == (!value.empty() && value.size() <= 64),
+            "plain text of a common name's length is one");
+    require(!name || textOf(name.get()) == "CN=" + escapedText(std::string(value)),
+            "with its value");
   }
   if (!name) {
     return;

@@ -234,6 +234,10 @@ void checkRequest(const IssueRequest& request) {
   if (request.profile == "server" && request.alternativeNames.empty()) {
     refuse("--for server needs the names of the server, such as --san DNS:www.example.org");
   }
+  if (request.subject.empty() && (request.isAuthority() || request.alternativeNames.empty())) {
+    refuse(request.isAuthority() ? "an authority needs a name: --subject is empty"
+                                 : "nobody is named: --subject is empty, and there is no --san");
+  }
 }
 
 void issue(Options& options, IssueRequest& request) {

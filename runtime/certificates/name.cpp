@@ -16,25 +16,26 @@ struct NameObject : Counted<runtime::Name> {
   Bytes encoding;
 };
 
-// RFC 4514, section 3, and the descriptors of the same registry that certificates use.
+// RFC 4514, section 3, and the descriptors of the same registry that certificates use. The longest
+// values are those of RFC 5280, appendix A.1 ("ub-..."), of X.520 for STREET and RFC 4519 for UID.
 constexpr AttributeType kAttributeTypes[] = {
-    {"CN", "2.5.4.3", kUtf8String},
-    {"L", "2.5.4.7", kUtf8String},
-    {"ST", "2.5.4.8", kUtf8String},
-    {"O", "2.5.4.10", kUtf8String},
-    {"OU", "2.5.4.11", kUtf8String},
-    {"C", "2.5.4.6", kPrintableString},
-    {"STREET", "2.5.4.9", kUtf8String},
+    {"CN", "2.5.4.3", kUtf8String, 64},
+    {"L", "2.5.4.7", kUtf8String, 128},
+    {"ST", "2.5.4.8", kUtf8String, 128},
+    {"O", "2.5.4.10", kUtf8String, 64},
+    {"OU", "2.5.4.11", kUtf8String, 64},
+    {"C", "2.5.4.6", kPrintableString, 2},
+    {"STREET", "2.5.4.9", kUtf8String, 128},
     {"DC", "0.9.2342.19200300.100.1.25", kIa5String},
-    {"UID", "0.9.2342.19200300.100.1.1", kUtf8String},
-    {"SN", "2.5.4.4", kUtf8String},
-    {"serialNumber", "2.5.4.5", kPrintableString},
-    {"title", "2.5.4.12", kUtf8String},
-    {"givenName", "2.5.4.42", kUtf8String},
-    {"initials", "2.5.4.43", kUtf8String},
-    {"generationQualifier", "2.5.4.44", kUtf8String},
+    {"UID", "0.9.2342.19200300.100.1.1", kUtf8String, 256},
+    {"SN", "2.5.4.4", kUtf8String, 32768},
+    {"serialNumber", "2.5.4.5", kPrintableString, 64},
+    {"title", "2.5.4.12", kUtf8String, 64},
+    {"givenName", "2.5.4.42", kUtf8String, 32768},
+    {"initials", "2.5.4.43", kUtf8String, 32768},
+    {"generationQualifier", "2.5.4.44", kUtf8String, 32768},
     {"dnQualifier", "2.5.4.46", kPrintableString},
-    {"emailAddress", "1.2.840.113549.1.9.1", kIa5String},
+    {"emailAddress", "1.2.840.113549.1.9.1", kIa5String, 255},
 };
 
 constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }

@@ -16,8 +16,9 @@ inline constexpr size_t kMaxRelativeNames = 1024;
 
 // From the text form of RFC 4514, the last relative name first. Values become the string types of
 // RFC 5280, appendix A, and the attributes of a relative name come in the order of DER.
-// kInvalidArgument: malformed, or a value that its type does not allow; `reason`, where it is
-// given, becomes a text that says what was wrong.
+// kInvalidArgument: malformed, or a value that its type does not allow, be it empty or too long
+// (one behind "#" may be either); `reason`, where it is given, becomes a text that says what was
+// wrong.
 int32_t makeNameFromText(std::string_view text, runtime::Name** out, const char** reason = nullptr);
 
 ByteView encodingOf(const runtime::Name* name);
@@ -33,7 +34,8 @@ void appendNameText(const runtime::Name* name, Bytes& out);
 struct AttributeType {
   const char* name;
   KnownId objectId;
-  uint8_t stringTag;  // what values made from text are encoded as
+  uint8_t stringTag;          // what values made from text are encoded as
+  size_t longest = SIZE_MAX;  // value, in characters
 };
 const AttributeType* findAttributeType(std::string_view name);  // any letter case
 const AttributeType* findAttributeType(ByteView objectId);

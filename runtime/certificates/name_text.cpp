@@ -23,10 +23,7 @@ bool isPrintable(uint8_t c) {
 }
 
 // What keeps a value from being a string of this type; null: nothing.
-const char* problemOf(uint8_t stringTag, bool isCountry, ByteView value) {
-  if (isCountry && (value.size() != 2 || !isLetter(value[0]) || !isLetter(value[1]))) {
-    return "C takes a country code of two letters";
-  }
+const char* problemOfString(uint8_t stringTag, ByteView value) {
   switch (stringTag) {
     case kPrintableString:
       return std::all_of(value.begin(), value.end(), isPrintable)
@@ -44,7 +41,30 @@ const char* problemOf(uint8_t stringTag, bool isCountry, ByteView value) {
   }
 }
 
-// The same for the DER of a value.
+size_t countCharacters(ByteView utf8) {
+  return static_cast<size_t>(
+      std::count_if(utf8.begin(), utf8.end(), [](uint8_t c) { return (c & 0xC0) != 0x80; }));
+}
+
+// What keeps a text from being the value of an attribute; `type` null: of one without a name.
+const char* problemOfValue(const AttributeType* type, ByteView value) {
+  const bool isCountry = type != nullptr && std::string_view(type->name) == "C";
+  if (isCountry && (value.size() != 2 || !isLetter(value[0]) || !isLetter(value[1]))) {
+    return "C takes a country code of two letters";
+  }
+  if (value.empty()) {
+    return "a value is empty";
+  }
+  const char* const problem =
+      problemOfString(type != nullptr ? type->stringTag : uint8_t{kUtf8String}, value);
+  if (problem == nullptr && type != nullptr && countCharacters(value) > type->longest) {
+    return "a value is too long: CN, O, OU, title and serialNumber take 64 characters, L, ST and "
+           "STREET 128, emailAddress 255, UID 256, others 32768";
+  }
+  return problem;
+}
+
+// What keeps the DER of a value from being one.
 const char* problemOfElement(const DerElement& element) {
   constexpr uint8_t kClassAndForm = 0xE0;
   constexpr uint8_t kConstructedUniversal = 0x20;
@@ -52,7 +72,7 @@ const char* problemOfElement(const DerElement& element) {
     case kPrintableString:
     case kIa5String:
     case kUtf8String:
-      return problemOf(element.tag, false, element.content) == nullptr
+      return problemOfString(element.tag, element.content) == nullptr
                  ? nullptr
                  : "behind \"#\" stands a text with bytes that its type does not have";
     case kSequence:
@@ -194,12 +214,10 @@ class NameTextReader {
       writer.fail();
       return true;
     }
-    const uint8_t tag = type != nullptr ? type->stringTag : uint8_t{kUtf8String};
-    const bool isCountry = type != nullptr && std::string_view(type->name) == "C";
-    if (const char* const problem = problemOf(tag, isCountry, value.view())) {
+    if (const char* const problem = problemOfValue(type, value.view())) {
       return refuse(problem);
     }
-    writer.element(tag, value);
+    writer.element(type != nullptr ? type->stringTag : uint8_t{kUtf8String}, value);
     return true;
   }
 

@@ -87,8 +87,18 @@ def check_issuing(expect):
          "e-nocert.p12: holds no certificate"),
     ]:
         expect(["ca", "issue", "--subject", "CN=x", "--out", "e.pem", *options], status, words)
-    expect(["ca", "issue", "--subject", "C=D", "--out", "e.pem", *issuer, "--like", "jane.pem"], 2,
-           "the subject: C takes a country code of two letters")
+    for subject, options, words in [
+        ("C=D", [], "the subject: C takes a country code of two letters"),
+        ("CN=,O=x", [], "the subject: a value is empty"),
+        ("CN=" + 65 * "a", [], "the subject: a value is too long: CN, O, OU, title and "
+         "serialNumber take 64 characters, L, ST and STREET 128, emailAddress 255, UID 256, others "
+         "32768"),
+        ("", [], "nobody is named: --subject is empty, and there is no --san"),
+        ("", ["--ca", "--san", "DNS:a.example"], "an authority needs a name: --subject is empty"),
+        ("", ["--for", "ca"], "an authority needs a name: --subject is empty"),
+    ]:
+        expect(["ca", "issue", "--subject", subject, "--out", "e.pem", *issuer, "--like",
+                "jane.pem", *options], 2, words)
 
 
 def check_command_lines(expect):

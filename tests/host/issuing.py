@@ -95,6 +95,12 @@ def check_contents(checks, host, folder):
         checks.expect(f"ca issue {' '.join(options)} is for {usage}",
                       [line.strip() for line in text.splitlines()] ==
                       [word.strip() for word in words], (text, host.error))
+    status, _ = issue(host, "", "unnamed.pem", *jane, "--san", "DNS:a.example")
+    text = extensions(folder, "unnamed.pem", "subjectAltName")
+    checks.expect("without a subject the alternative name is critical", status == 0 and
+                  "Alternative Name: critical" in text, (host.error, text))
+    status, text = openssl(folder, *STRICT, "-verify_hostname", "a.example", "unnamed.pem")
+    checks.expect("... and a host goes by it", status == 0, text)
     _, text = host.run("p12", "open", "new.p12", "--password-file", "pw")
     checks.expect("the new key comes with the chain of its certificate", text ==
                   "certificate  CN=Use\ncertificate  CN=Test Root,O=Orlind,C=DE\n"

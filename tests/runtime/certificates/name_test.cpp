@@ -148,8 +148,8 @@ TEST_F(NameTest, WhatIsNotUtf8IsRefusedWhateverAllocationFails) {
 
 TEST_F(NameTest, TextLeadsToANameWithTheSameText) {
   for (const char* each : {"CN=a", "CN=Jane,O=Orlind,C=DE", "CN=b+OU=a,DC=x", "CN=\\#x\\ ",
-                           "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen",
-                           "CN=", "1.2.3.4=#0C0141", "CN=#020105", "CN=#3000", "CN=#3100"}) {
+                           "CN=a\\,b\\+c\\\"d\\\\e\\<f\\>g\\;h", "CN=Jürgen", "1.2.3.4=#0C0141",
+                           "CN=#020105", "CN=#3000", "CN=#3100"}) {
     EXPECT_EQ(text(name(each).get()), each);
   }
 }
@@ -212,6 +212,52 @@ TEST_F(NameTest, ValuesThatTheirTypeDoesNotAllowAreRefusedAndSayWhy) {
     const char* reason = "";
     EXPECT_EQ(velmora::makeNameFromText(each.text, &out, &reason), kInvalidArgument) << each.text;
     EXPECT_STREQ(reason, each.reason) << each.text;
+  }
+}
+
+TEST_F(NameTest, AValueHasAtLeastOneCharacter) {
+  for (const char* each : {"CN=", "O=x,CN=", "CN=+O=x", "DC=", "1.2.3.4="}) {
+    runtime::Name* out = nullptr;
+    const char* reason = "";
+    EXPECT_EQ(velmora::makeNameFromText(each, &out, &reason), kInvalidArgument) << each;
+    EXPECT_STREQ(reason, "a value is empty") << each;
+  }
+  // Where it is asked for in so many words, and in what others wrote.
+  EXPECT_EQ(text(name("CN=#0C00").get()), "CN=");
+}
+
+TEST_F(NameTest, AValueHasNoMoreCharactersThanItsAttributeAllows) {
+  for (const auto& [type, longest] : {std::pair<const char*, size_t>{"CN", 64},
+                                      {"L", 128},
+                                      {"ST", 128},
+                                      {"O", 64},
+                                      {"OU", 64},
+                                      {"STREET", 128},
+                                      {"UID", 256},
+                                      {"SN", 32768},
+                                      {"serialNumber", 64},
+                                      {"title", 64},
+                                      {"givenName", 32768},
+                                      {"initials", 32768},
+                                      {"generationQualifier", 32768},
+                                      {"emailAddress", 255}}) {
+    const std::string most = std::string(type) + "=" + std::string(longest, 'a');
+    EXPECT_EQ(text(name(most).get()), most) << type;
+    runtime::Name* out = nullptr;
+    const char* reason = "";
+    EXPECT_EQ(velmora::makeNameFromText(most + "a", &out, &reason), kInvalidArgument) << type;
+    EXPECT_STREQ(reason,
+                 "a value is too long: CN, O, OU, title and serialNumber take 64 characters, L, ST "
+                 "and STREET 128, emailAddress 255, UID 256, others 32768")
+        << type;
+  }
+  std::string umlauts;
+  for (size_t i = 0; i < 64; ++i) {
+    umlauts += "ä";
+  }
+  EXPECT_EQ(text(name("CN=" + umlauts).get()), "CN=" + umlauts);
+  for (const char* unbounded : {"DC", "dnQualifier", "1.2.3.4"}) {
+    name(std::string(unbounded) + "=" + std::string(40000, 'a'));
   }
 }
 
