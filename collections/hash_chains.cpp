@@ -183,9 +183,6 @@ int32_t HashChains::remove(void* key) {
   if (node == nullptr) {
     return kFalse;
   }
-  if (index_) {
-    index_.remove(*node);
-  }
   unhang(*node);
   freeNode(node);
   return kOk;
@@ -197,8 +194,11 @@ int32_t HashChains::get(void* key, void** value) const {
   }
   *value = nullptr;
   void* stored = nullptr;
-  const int32_t result = find(key, stored);
-  return result == kOk ? copyValue(stored, value) : result;
+  if (const int32_t result = find(key, stored); result != kOk) {
+    return result;
+  }
+  const int32_t result = copyValue(stored, value);
+  return failed(result) ? result : kOk;  // a positive one would say that the key is absent
 }
 
 int32_t HashChains::keyAt(uint64_t index, void** key) const {
@@ -306,7 +306,12 @@ void HashChains::freeChain(Node*& chain) {
   }
 }
 
+// Also of the index, which may have come back since everything began to be removed: what a helper
+// gives back may be an object that puts entries into this very table when it goes.
 void HashChains::unhang(Node& node) {
+  if (index_) {
+    index_.remove(node);
+  }
   *node.link = node.next;
   if (node.next != nullptr) {
     node.next->link = node.link;

@@ -47,9 +47,9 @@ enum HashTableItemType : uint32_t {
   kHashTableObject = 4,  // IComponent*, one reference each; compared by identity
 };
 
-// A keyed table with separate chaining and a fixed number of buckets. One thread at a time; the
-// reference count, which starts at 1, is not interlocked. Not an IComponent: slots 0 to 6 are the
-// header of function lists.
+// A keyed table with a fixed number of buckets, which decide the order of its keys; many entries
+// are found as fast as few. One thread at a time; the reference count, which starts at 1, is not
+// interlocked. Not an IComponent: slots 0 to 6 are the header of function lists.
 class HashTable_void {
  public:
   virtual int32_t Header0(void*, void*, void*) = 0;  // slot 0: kOk
@@ -71,8 +71,8 @@ class HashTable_void {
   // Slot 10. kOk: *value is a copy of the caller's. kFalse: absent, *value is null. kNullPointer.
   virtual int32_t Get(void* key, void** value) = 0;
   // Slot 11. The key of the index-th entry, bucket by bucket, newest first: the stored key itself,
-  // valid until the entry goes. kFalse: out of range, *key is null. kNullPointer. Each call walks
-  // from the start.
+  // valid until the entry goes. kFalse: out of range, *key is null. kNullPointer. Going through all
+  // keys in their order is one walk; a smaller index than the last one starts again.
   virtual int32_t GetKeyAt(uint64_t index, void** key) = 0;
   // Slot 12.
   virtual int32_t RemoveAll() = 0;

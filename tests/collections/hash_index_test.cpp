@@ -7,6 +7,7 @@
 #include <list>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "collections/hash_chains.h"
@@ -429,6 +430,46 @@ TEST_F(Index, WithoutMemoryTheChainsAnswerAlone) {
   char another[] = "another";
   ASSERT_EQ(chains.put(another, nullptr), kOk);
   EXPECT_LT(stepsToAll(chains, texts), 3 * texts.size()) << "the next entry brings the index";
+}
+
+// A helper that uses the table again while its items are given back, as the last release of an
+// object may: the index that comes back with the new entries forgets those that go.
+class PutsAgain final : public IHashTableHelperKey {
+ public:
+  int32_t CopyItem(void* item, void** copy) override {
+    *copy = item;
+    return kOk;
+  }
+  int32_t FreeItem(void* /*item*/) override {
+    if (HashChains* const table = std::exchange(again, nullptr); table != nullptr) {
+      for (uintptr_t key = 1000; key < 1100; ++key) {
+        EXPECT_EQ(table->put(reinterpret_cast<void*>(key), nullptr), kOk);
+      }
+    }
+    return kOk;
+  }
+  int32_t CompareItems(void* a, void* b) override { return a == b ? 0 : 1; }
+  int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) override {
+    *record = {reinterpret_cast<uintptr_t>(item), nullptr};
+    return kOk;
+  }
+
+  HashChains* again = nullptr;  // put into at the next release
+};
+
+TEST_F(Index, ForgetsWhatIsRemovedWhileItComesBack) {
+  PutsAgain helper;
+  HashChains chains(helper, *collections::helperOf(kHashTableNumber), 1);
+  for (uintptr_t key = 0; key < 200; ++key) {
+    ASSERT_EQ(chains.put(reinterpret_cast<void*>(key), nullptr), kOk);
+  }
+  helper.again = &chains;
+  chains.removeAll();
+  EXPECT_EQ(helper.again, nullptr);
+  EXPECT_TRUE(keysOf(chains).empty());
+  for (uintptr_t key = 0; key < 1100; ++key) {
+    ASSERT_EQ(chains.contains(reinterpret_cast<void*>(key)), kFalse) << key;
+  }
 }
 
 TEST_F(Index, EmptiedTablesGiveItsMemoryBack) {

@@ -382,6 +382,26 @@ TEST_F(HashTableMixed, APositiveResultOfACopyIsNoFailure) {
   EXPECT_EQ(keyAt(0), item(2));
   EXPECT_THAT(helper.released, ElementsAre());
   EXPECT_THAT(values.released, ElementsAre(item(20)));
+  void* value = nullptr;
+  EXPECT_EQ(get(item(2), &value), kOk) << "kFalse would mean that it is absent";
+  EXPECT_EQ(value, item(21));
+}
+
+TEST_F(HashTableMixed, PuttingTheSameValueAgainGives1AndChangesNothing) {
+  ASSERT_EQ(makeEx(1, reinterpret_cast<uintptr_t>(&helper), reinterpret_cast<uintptr_t>(&values)),
+            kOk);
+  for (const uintptr_t key : {2u, 3u}) {
+    EXPECT_EQ(put(item(key), item(20)), kOk);
+  }
+  const int64_t blocks = spy.liveBlocks();
+  helper.copyResult = values.copyResult = kAccessDenied;  // whoever copies now, fails
+  for (const uintptr_t key : {2u, 3u, 4u, 5u}) {
+    EXPECT_EQ(put(item(key), item(20)), kFalse) << "an equal key counts, too";
+  }
+  EXPECT_THAT(helper.released, ElementsAre());
+  EXPECT_THAT(values.released, ElementsAre());
+  EXPECT_THAT(keys(), ElementsAre(3, 2));
+  EXPECT_EQ(spy.liveBlocks(), blocks);
 }
 
 TEST_F(HashTableBytes, LookingUpLeavesTheProbesBytesToTheHelper) {
@@ -519,6 +539,27 @@ TEST_F(HashTable, TwoInterfacesOfAnObjectAreOneKey) {
   EXPECT_EQ(remove(one.second()), kOk);
   EXPECT_EQ(removeAll(), kOk);
   EXPECT_EQ(one.references() + other.references(), 0u);
+}
+
+TEST_F(HashTable, TheLowByteOfTheTypesIsTheKeysAndTheNextOneTheValues) {
+  void* const object = create(kHttpRequestClassName, IID_IHTTPRequest);
+  void* found = nullptr;
+  for (const uint32_t types : {0x0104u, 0x0401u}) {
+    const bool areObjectKeys = types == 0x0104;
+    ASSERT_EQ(make(types, 0), kOk);
+    EXPECT_EQ(areObjectKeys ? put(object, text("text")) : put(text("text"), object), kOk);
+    EXPECT_EQ(get(areObjectKeys ? object : text("text"), &found), kOk);
+    if (areObjectKeys) {
+      EXPECT_STREQ(static_cast<char*>(found), "text");
+      spy.root.Free(found);
+    } else {
+      EXPECT_EQ(found, object);
+      EXPECT_EQ(call<uint32_t>(found, 2), 2u) << "the creator's and the table's";
+    }
+    EXPECT_EQ(call<uint32_t>(table, 2), 0u);
+    table = nullptr;
+  }
+  EXPECT_EQ(call<uint32_t>(object, 2), 0u);
 }
 
 TEST_F(HashTable, ObjectKeysAreHeldByReference) {
