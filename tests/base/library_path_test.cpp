@@ -19,7 +19,7 @@ class SystemPath : public testing::Test {
   bool load(size_t capacity) {
     fake.attempts.clear();
     std::vector<char> scratch(capacity);
-    return LoadModuleLibrary("name", "/app", 4, scratch.data(),
+    return LoadModuleLibrary("name", here("/app").c_str(), 4, scratch.data(),
                              static_cast<uint32_t>(scratch.size())) != nullptr;
   }
 
@@ -27,7 +27,7 @@ class SystemPath : public testing::Test {
 };
 
 TEST_F(SystemPath, TakesFolderSeparatorNameAndTerminator) {
-  const std::string path = "/system/name.so";
+  const std::string path = here("/system/name.so");
   fake.present = {path};
   EXPECT_TRUE(load(path.size() + 1));
   for (size_t capacity = 1; capacity <= path.size(); ++capacity) {

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "fake_library.h"
 #include "vexa/results.h"
@@ -11,7 +13,6 @@
 namespace vexa::base {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 class LibrarySearchTest : public testing::Test {
@@ -22,7 +23,12 @@ class LibrarySearchTest : public testing::Test {
   }
 
   bool load(const char* name, const char* directory, uint32_t flags) {
-    return LoadModuleLibrary(name, directory, flags, nullptr, 0) != nullptr;
+    return LoadModuleLibrary(here(name).c_str(), here(directory).c_str(), flags, nullptr, 0) !=
+           nullptr;
+  }
+  static std::vector<std::string> paths(std::vector<std::string> paths) {
+    std::transform(paths.begin(), paths.end(), paths.begin(), here);
+    return paths;
   }
 
   FakeLibraries& fake = FakeLibraries::instance();
@@ -31,18 +37,18 @@ class LibrarySearchTest : public testing::Test {
 constexpr uint32_t kOwnAndLib = 3;
 
 TEST_F(LibrarySearchTest, AddsTheExtensionToANameWithoutOne) {
-  fake.present = {"/app/velmora.so"};
+  fake.present = {here("/app/velmora.so")};
   EXPECT_TRUE(load("velmora", "/app", kOwnAndLib));
   EXPECT_TRUE(load("velmora.so", "/app", kOwnAndLib));
   EXPECT_FALSE(load("velmora.x", "/app", kOwnAndLib));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/velmora.so", "/app/velmora.so", "/app/velmora.x"));
+  EXPECT_EQ(fake.attempts, paths({"/app/velmora.so", "/app/velmora.so", "/app/velmora.x"}));
 }
 
 TEST_F(LibrarySearchTest, ANameWithABackslashAndNoExtensionIsLoadedExactlyAsGiven) {
   fake.present = {"somewhere\\velmora"};
   EXPECT_TRUE(load("somewhere\\velmora", "/app", kOwnAndLib));
   EXPECT_FALSE(load("elsewhere\\velmora", "/app", kOwnAndLib));
-  EXPECT_THAT(fake.attempts, ElementsAre("somewhere\\velmora", "elsewhere\\velmora"));
+  EXPECT_EQ(fake.attempts, paths({"somewhere\\velmora", "elsewhere\\velmora"}));
 }
 
 TEST_F(LibrarySearchTest, NamesOf259CharactersAndMoreFail) {
@@ -63,68 +69,71 @@ TEST_F(LibrarySearchTest, NamesOf259CharactersAndMoreFail) {
 }
 
 TEST_F(LibrarySearchTest, SystemNamesOf259CharactersAndMoreFail) {
-  fake.systemDirectory = "/";
-  const std::string extension = ".so";
+  fake.systemDirectory = here("/");
+  const std::string extension = PAL_LIBRARY_EXTENSION;
+  const auto nameOf = [&](size_t length) {
+    return std::string(length - extension.size(), 'a') + extension;
+  };
   HMODULE module = nullptr;
-  EXPECT_EQ(LoadSystemLibrary((std::string(255, 'a') + extension).c_str(), &module), kFail);
+  EXPECT_EQ(LoadSystemLibrary(nameOf(258).c_str(), &module), kFail);
   EXPECT_EQ(fake.attempts.size(), 1u) << "258 characters are tried";
-  for (const size_t length : {256u, 257u, 258u, 1000u}) {
-    EXPECT_EQ(LoadSystemLibrary((std::string(length, 'a') + extension).c_str(), &module), kFail);
+  for (const size_t length : {259u, 260u, 261u, 1000u}) {
+    EXPECT_EQ(LoadSystemLibrary(nameOf(length).c_str(), &module), kFail);
   }
   EXPECT_EQ(fake.attempts.size(), 1u) << "259 are not";
 }
 
 TEST_F(LibrarySearchTest, LooksInTheSiblingLibOfBinOnly) {
   EXPECT_FALSE(load("v", "/app/bin", kOwnAndLib));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/bin/v.so", "/app/lib/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/bin/v.so", "/app/lib/v.so"}));
   fake.attempts.clear();
   EXPECT_FALSE(load("v", "/app/BIN", kOwnAndLib));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/BIN/v.so", "/app/lib/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/BIN/v.so", "/app/lib/v.so"}));
   fake.attempts.clear();
   EXPECT_FALSE(load("v", "/app/other", kOwnAndLib));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/other/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/other/v.so"}));
 }
 
 TEST_F(LibrarySearchTest, TheFirstPlaceThatLoadsWins) {
-  fake.present = {"/app/bin/v.so", "/app/lib/v.so"};
+  fake.present = {here("/app/bin/v.so"), here("/app/lib/v.so")};
   EXPECT_TRUE(load("v", "/app/bin", kOwnAndLib));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/bin/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/bin/v.so"}));
 }
 
 TEST_F(LibrarySearchTest, Flag2LooksInTheOwnFolderOnlyWhenItIsCalledLib) {
   EXPECT_FALSE(load("v", "/app/bin", 2));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/lib/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/lib/v.so"}));
   fake.attempts.clear();
   EXPECT_FALSE(load("v", "/app/Lib", 2));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/Lib/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/Lib/v.so"}));
 }
 
 TEST_F(LibrarySearchTest, Flag1LooksInTheOwnFolderOnly) {
   EXPECT_FALSE(load("v", "/app/bin", 1));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/bin/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/bin/v.so"}));
 }
 
 TEST_F(LibrarySearchTest, WithoutFlagsBothPlacesAndTheSystemDirectoryAreTried) {
   EXPECT_FALSE(load("v", "/app/other", 0));
-  EXPECT_THAT(fake.attempts, ElementsAre("/app/other/v.so", "/app/lib/v.so", "/system/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/app/other/v.so", "/app/lib/v.so", "/system/v.so"}));
 }
 
 TEST_F(LibrarySearchTest, OtherFlagsReachTheSystemDirectoryAlone) {
   EXPECT_FALSE(load("v", "/app/bin", 4));
-  EXPECT_THAT(fake.attempts, ElementsAre("/system/v.so"));
+  EXPECT_EQ(fake.attempts, paths({"/system/v.so"}));
 }
 
 TEST_F(LibrarySearchTest, TheScratchBufferHoldsTheSystemPath) {
-  fake.present = {"/system/v.so"};
+  fake.present = {here("/system/v.so")};
   char scratch[kPathCapacity] = {};
-  EXPECT_NE(LoadModuleLibrary("v", "/app", 0, scratch, sizeof(scratch)), nullptr);
-  EXPECT_STREQ(scratch, "/system/v.so");
+  EXPECT_NE(LoadModuleLibrary("v", here("/app").c_str(), 0, scratch, sizeof(scratch)), nullptr);
+  EXPECT_EQ(scratch, here("/system/v.so"));
 }
 
 TEST_F(LibrarySearchTest, ASystemDirectoryWithoutRoomFails) {
-  fake.systemDirectory = "/" + std::string(255, 's');
+  fake.systemDirectory = here("/") + std::string(255, 's');
   EXPECT_FALSE(load("velmora", "/app", 4));
-  fake.systemDirectory = "/" + std::string(300, 's');
+  fake.systemDirectory = here("/") + std::string(300, 's');
   EXPECT_FALSE(load("v", "/app", 4));
   EXPECT_THAT(fake.attempts, IsEmpty());
 }
@@ -135,27 +144,30 @@ TEST_F(LibrarySearchTest, ADirectoryWithoutRoomFails) {
 }
 
 TEST_F(LibrarySearchTest, LoadSystemLibraryLooksThereAlone) {
-  fake.present = {"/system/v.so"};
+  fake.present = {here("/system/v.so")};
   HMODULE module = nullptr;
   EXPECT_EQ(LoadSystemLibrary("v", &module), kOk);
   EXPECT_NE(module, nullptr);
   EXPECT_EQ(LoadSystemLibrary("w", &module), kFail);
   EXPECT_EQ(module, nullptr);
-  EXPECT_THAT(fake.attempts, ElementsAre("/system/v.so", "/system/w.so"));
+  EXPECT_EQ(fake.attempts, paths({"/system/v.so", "/system/w.so"}));
 }
 
-std::string directoryOf(std::string file) { return base::directoryOf(file.data()); }
+std::string directoryOf(std::string file) {
+  file = here(file);
+  return base::directoryOf(file.data());
+}
 
 TEST_F(LibrarySearchTest, TheDirectoryOfAFileLosesTheLongPathPrefix) {
-  EXPECT_EQ(directoryOf("/app/module.so"), "/app");
-  EXPECT_EQ(directoryOf("c:/app/module.so"), "c:/app");
-  EXPECT_EQ(directoryOf("\\\\?\\c:/app/module.so"), "c:/app");
-  EXPECT_EQ(directoryOf("\\\\server/share/module.so"), "\\\\server/share");
+  EXPECT_EQ(directoryOf("/app/module.so"), here("/app"));
+  EXPECT_EQ(directoryOf("c:/app/module.so"), here("c:/app"));
+  EXPECT_EQ(directoryOf("\\\\?\\c:/app/module.so"), here("c:/app"));
+  EXPECT_EQ(directoryOf("\\\\server/share/module.so"), here("\\\\server/share"));
 }
 
 TEST_F(LibrarySearchTest, AServersFolderWithTheLongPathPrefixStaysTheServers) {
-  EXPECT_EQ(directoryOf("\\\\?\\UNC\\server/share/module.so"), "\\\\server/share");
-  EXPECT_EQ(directoryOf("\\\\?\\unc\\server/share/module.so"), "\\\\server/share");
+  EXPECT_EQ(directoryOf("\\\\?\\UNC\\server/share/module.so"), here("\\\\server/share"));
+  EXPECT_EQ(directoryOf("\\\\?\\unc\\server/share/module.so"), here("\\\\server/share"));
 }
 
 // The name would be completed from the current folder.
@@ -187,8 +199,8 @@ TEST_F(LibrarySearchTest, TheOwnDirectoryLosesTheLongPathPrefix) {
   fake.isModuleKnown = false;
   EXPECT_STREQ(ownDirectory(), "") << "not yet";
   fake.isModuleKnown = true;
-  fake.moduleFile = "\\\\?\\/app/bin/module.so";
-  EXPECT_STREQ(ownDirectory(), "/app/bin");
+  fake.moduleFile = here("\\\\?\\/app/bin/module.so");
+  EXPECT_EQ(ownDirectory(), here("/app/bin"));
 }
 
 }  // namespace
