@@ -16,7 +16,7 @@ using CreateHookFunction = int32_t (*)(const char* component, const char* classN
 struct ClassFactoryList {
   GetModuleInfoFunction GetModuleInfo;
   // Creates an object, or finds the one instance of a singleton class, and hands out the asked
-  // interface with one reference.
+  // interface with one reference. interfaceId must not be null.
   //   kNullPointer      object is null.
   //   kInvalidArgument  className is null.
   //   kFail             no such class.

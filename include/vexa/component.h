@@ -21,7 +21,7 @@ inline constexpr Guid IID_IComponent{
 class IComponent {
  public:
   // Slot 0. Stores an interface of this object with one reference for the caller and returns kOk,
-  // or stores null and returns kNoInterface. `out` must not be null.
+  // or stores null and returns kNoInterface. Neither argument may be null.
   virtual int32_t QueryInterface(const Guid* id, void** out) = 0;
   // Slot 1. One more reference; returns the new count.
   virtual uint32_t AddRef() = 0;

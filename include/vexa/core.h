@@ -35,9 +35,12 @@ struct CoreList {
   int32_t (*CreateScramblerEx)(uint32_t algorithm, uint32_t mode, uint32_t keyBits,
                                IScrambler** out);
   // Base64 (RFC 4648) with lines of 64 characters, each ended by CR LF. Creates *out when null,
-  // else replaces its data; it may be the input. kInvalidArgument: a null argument. kFail: not
-  // encodable; *out then keeps its block.
+  // else replaces its data, a block of the root list; it may be the input.
+  //   kInvalidArgument  a null argument.
+  //   kOutOfMemory      *out is as it was.
+  //   kFail             the runtime refuses; *out is as long as what was reserved for the result.
   int32_t (*EncodeBase64)(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
+  // The reverse, with the same results. kFail: no base64, line ends and blanks apart.
   int32_t (*DecodeBase64)(const runtime::ByteBuffer* in, runtime::ByteBuffer** out);
   // Block size in bytes and key size in bits of every CipherNumber but kDefaultCipher.
   // kInvalidArgument: id 0 or null out (nothing written), or another id (*out is 0).

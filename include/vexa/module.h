@@ -29,8 +29,10 @@ using GetModuleInterfaceFunction = int32_t (*)(const char* hostName, const char*
 // velmora from its own directory (or from the sibling "lib" of a "bin"). `lookup` may be null; it
 // is filled even when the call fails. Calls nest and must be serialised by the host; each call
 // that got as far as binding needs its module_final, a call that failed to find velmora does not.
-//   kOk    bound (again).
-//   kFail  velmora, its export or one of the tables could not be had.
+//   kOk           bound (again).
+//   kFail         velmora, its export or one of the tables could not be had.
+//   kOutOfMemory  the module found none while it was loaded; no start of it succeeds then.
+//   other         what SEC_PKCS12_1 answers that has no companion table.
 using ModuleInitFunction = int32_t (*)(const runtime::RootList* root,
                                        GetModuleInterfaceFunction* lookup);
 

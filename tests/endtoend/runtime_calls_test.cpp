@@ -65,6 +65,18 @@ TEST_F(RuntimeCalls, TheRootListIsReleasedOnceAtTheLastEnd) {
   EXPECT_EQ(fake.released, 1);
 }
 
+TEST_F(RuntimeCalls, AHostsRootListNeedsNoLibraryAndIsNotReleased) {
+  const auto own = SharedLibrary::load(installation.put("own", kFakeRuntimeFile, kRuntimeFile));
+  const FakeVelmora& fake = *own.find<FakeVelmoraFunction>("fake_velmora")();
+  ASSERT_EQ(module.init(fake.root, nullptr), kOk);
+  EXPECT_FALSE(isRuntimeLoaded()) << "the one beside the module";
+  EXPECT_EQ(fake.bound, kTables);
+  EXPECT_EQ(module.final(), kOk);
+  EXPECT_EQ(fake.bound, 0);
+  EXPECT_EQ(fake.asked, 0);
+  EXPECT_EQ(fake.released, 0);
+}
+
 TEST_F(RuntimeCalls, TheLibraryStaysUntilTheLastEndAndGoesWithIt) {
   for (int i = 0; i < 2; ++i) {
     ASSERT_EQ(module.init(nullptr, nullptr), kOk);
