@@ -1,9 +1,11 @@
 #include "runtime/pse/pse.h"
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "runtime/counted.h"
 #include "runtime/lock.h"
@@ -16,11 +18,13 @@ namespace {
 
 constexpr std::streamoff kMaxFileSize = 64 << 20;
 
-// A text that is wiped when it goes. Not on the root heap: it outlives the root list's users.
+// A text that is wiped when it goes. Not on the root heap: it outlives the root list's users. No
+// std::string, which copies short texts when it moves and leaves them where they were.
 class Secret {
  public:
   Secret() = default;
-  explicit Secret(const char* text) : isNull_(text == nullptr), text_(text ? text : "") {}
+  explicit Secret(const char* text)
+      : isNull_(text == nullptr), text_(text, text + (isNull_ ? 0 : std::strlen(text))) {}
   ~Secret() { wipe(text_.data(), text_.size()); }
   Secret(const Secret&) = default;
   Secret& operator=(const Secret&) = delete;
@@ -36,7 +40,7 @@ class Secret {
 
  private:
   bool isNull_ = true;
-  std::string text_;
+  std::vector<char> text_;
 };
 
 struct Configuration {

@@ -1,4 +1,5 @@
 
+#include "runtime/bytes.h"
 #include "runtime/keys/own_memory.h"
 #include "runtime/keys/secret_pieces.h"
 #include "runtime/pkcs12/pfx_fixture.h"
@@ -100,6 +101,27 @@ TEST_F(KeySecretsTest, NothingOfAKeyInAFileIsLeftBehind) {
   passThroughFile(key);
   key.reset();
   EXPECT_EQ(countInMemory(pieces), 0);
+}
+
+// Passwords short and long, for which texts have different places: set, in the place of each other,
+// and taken away.
+TEST_F(KeySecretsTest, NothingOfAPasswordOfThePseIsLeftBehind) {
+  constexpr const char* kPasswords[] = {"fifteen letters", "a password that is longer than that"};
+  Pieces pieces;
+  for (const char* const password : kPasswords) {
+    pieces.add(reinterpret_cast<const uint8_t*>(password), std::strlen(password), 1);
+  }
+  for (const char* const first : kPasswords) {
+    ASSERT_EQ(velmora_pse_configure("no file", first), kOk);
+    EXPECT_EQ(velmora_pse_reload(), kAccessDenied);
+    for (const char* const second : kPasswords) {
+      ASSERT_EQ(velmora_pse_configure("no file", second), kOk);
+      ASSERT_EQ(velmora_pse_configure("no file", first), kOk);
+    }
+    ASSERT_EQ(velmora_pse_configure(nullptr, nullptr), kOk);
+    velmora::wipeStack();
+    EXPECT_EQ(countInMemory(pieces), 0) << first;
+  }
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace vexa::test {
 
-inline constexpr size_t kPieceLength = 16;
+inline constexpr size_t kPieceLength = 12;
 using Piece = std::array<uint8_t, kPieceLength>;
 
 // Pieces of numbers, as bytes and as the limbs that arithmetic works on. They and the memory that
@@ -33,6 +33,18 @@ class Pieces {
   }
 
   size_t count() const { return pieces_.size(); }
+
+  // How often one stands in these bytes.
+  int countInPlain(const uint8_t* bytes, size_t length) const {
+    if (length < kPieceLength) {
+      return 0;
+    }
+    std::vector<uint8_t> inverted(bytes, bytes + length);
+    for (uint8_t& byte : inverted) {
+      byte = static_cast<uint8_t>(~byte);
+    }
+    return countIn(inverted.data(), length - kPieceLength + 1);
+  }
 
   // How often a piece begins here, in inverted bytes of which `count` can be its first.
   int countIn(const uint8_t* inverted, size_t count) const {

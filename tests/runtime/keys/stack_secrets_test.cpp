@@ -1,8 +1,7 @@
 #include "runtime/crypto_fixture.h"
 #include "runtime/keys/cipher.h"
-#include "runtime/keys/secret_pieces.h"
+#include "runtime/keys/searched_stack.h"
 #include "runtime/pkcs12/password_cipher.h"
-#include "support/own_stack.h"
 
 // Whether functions leave secrets on the stack that they ran on.
 namespace vexa::test {
@@ -14,17 +13,6 @@ using velmora::ByteView;
 ByteView viewOf(const std::string& bytes) {
   return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
 }
-
-class SearchedStack : public OwnStack {
- public:
-  int count(const Pieces& pieces) const {
-    std::vector<uint8_t> inverted = left();
-    for (uint8_t& byte : inverted) {
-      byte = static_cast<uint8_t>(~byte);
-    }
-    return pieces.countIn(inverted.data(), inverted.size() - kPieceLength);
-  }
-};
 
 class StackSecretsTest : public CryptoTest {
  protected:
