@@ -8,6 +8,16 @@
 #include "runtime/keys/system_random.h"
 
 namespace vexa::velmora {
+namespace {
+
+// A system may keep the bytes that it gave last, as Wine does in a buffer of advapi32: those that
+// became a key make room for some that nobody uses.
+void forgetLastBytes() {
+  uint8_t unused[256];
+  static_cast<void>(RtlGenRandom(unused, sizeof(unused)));
+}
+
+}  // namespace
 
 bool systemRandom(uint8_t* out, size_t length) {
   constexpr size_t kMost = size_t{1} << 30;
@@ -19,6 +29,7 @@ bool systemRandom(uint8_t* out, size_t length) {
     out += part;
     length -= part;
   }
+  forgetLastBytes();
   return true;
 }
 

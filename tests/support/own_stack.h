@@ -4,8 +4,10 @@
 #include <pthread.h>
 #include <sys/mman.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -28,10 +30,19 @@ class OwnStack {
     runHere(operation);
   }
 
-  // What the operation left there.
-  std::vector<uint8_t> left() const { return {bytes_, bytes_ + kLength}; }
+  // What the operation left there, from the lowest page that it wrote on.
+  std::vector<uint8_t> left() const {
+    static constexpr std::array<uint8_t, kPage> kUntouched{};
+    const uint8_t* const end = bytes_ + kLength;
+    const uint8_t* first = bytes_;
+    while (first != end && std::memcmp(first, kUntouched.data(), kPage) == 0) {
+      first += kPage;
+    }
+    return {first, end};
+  }
 
  private:
+  static constexpr size_t kPage = 4096;
   static constexpr size_t kLength = 1 << 20;
 
   void runHere(const std::function<void()>& operation) {

@@ -20,6 +20,7 @@ FILES_ACROSS = {
     "runtime/load_cycles_test.cpp",  # the built runtime
     "runtime/certificates/limits_test.cpp",  # what every room of it refuses
     "runtime/keys/quick_heap_secrets_test.cpp",  # what is left of secrets, wherever they were
+    "runtime/keys/shortage_secrets_test.cpp",
     "runtime/keys/stack_secrets_test.cpp",
     "runtime/keys/wiped_secrets_test.cpp",
     "runtime/pkcs12/openssl_test.cpp",  # files of others

@@ -23,13 +23,13 @@ void forget() { gcry_sexp_release(std::exchange(kept, nullptr)); }
 
 }  // namespace vexa::test::repeated_key
 
-extern "C" gcry_error_t gcry_pk_genkey(gcry_sexp_t* out, gcry_sexp_t parameters) {
+extern "C" gcry_error_t gcry_pk_genkey(gcry_sexp_t* r_key, gcry_sexp_t s_parms) {
   using vexa::test::repeated_key::generate;
   using vexa::test::repeated_key::kept;
   if (kept == nullptr) {
-    if (const gcry_error_t error = generate(&kept, parameters)) {
+    if (const gcry_error_t error = generate(&kept, s_parms)) {
       return error;
     }
   }
-  return gcry_sexp_build(out, nullptr, "%S", kept);
+  return gcry_sexp_build(r_key, nullptr, "%S", kept);
 }
