@@ -109,6 +109,8 @@ GROWING = {
     "HTTP request, 400 KB of lines without a blank": (
         "http_request", [f"http_request/lines without a blank/vexabase/{i}" for i in (1, 2, 4)]),
     "URL, host of 4 MB": ("url", [f"url/growing/vexabase/{i}" for i in (1, 2, 4)]),
+    "Host of 400 KB, and a pattern that nearly fits everywhere": (
+        "url", [f"url/bypass list/nearly everywhere/vexabase/{i}" for i in (1, 2, 4)]),
     "Certificate with 60,000 purposes": (
         "certificates",
         [f"certificates/purposes growing/vexabase/{i}" for i in (15000, 30000, 60000)]),
@@ -127,6 +129,9 @@ CHOSEN = {
                          for keys in ("colliding", "ordinary")]),
     "JSON object of 50,000 keys that meet": (
         "json", ["json/parse colliding/vexabase/10", "json/parse colliding/honest keys/9"]),
+    "Host of 100 KB, and a pattern that nearly fits everywhere": (
+        "url", [f"url/bypass list/{pattern}/vexabase/1"
+                for pattern in ("nearly everywhere", "ordinary")]),
 }
 # So many times as long it may take.
 MOST_CHOSEN = 10.0

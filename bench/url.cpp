@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "loaded_module.h"
+#include "vexa/network.h"
 
 // A URL split into scheme, host, port and the start of its path, beside a well-known library that
 // keeps views into the text, too; the same question of origin asked of two texts; and what else is
@@ -134,6 +135,23 @@ void growing(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(url.size()));
 }
 
+// A long host beside a list with one pattern, of which a piece of half that length is searched.
+void bypass(benchmark::State& state, const std::string& unit, const std::u16string& units) {
+  const size_t half = static_cast<size_t>(state.range(0)) * 50'000;
+  std::string url = "http://";
+  std::u16string list = u"*";
+  while (list.size() < half) {
+    url += unit + unit;
+    list += units;
+  }
+  list += u"!*";
+  const auto& network = loadedModule().list<vexa::NetworkList>();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(network.MatchesBypassList(url.c_str(), list.c_str()));
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(url.size()));
+}
+
 void createAndRelease(benchmark::State& state) {
   (void)loadedModule();
   for (auto _ : state) {
@@ -148,6 +166,14 @@ BENCHMARK(sameOrigin)->Name("url/same origin/vexabase");
 BENCHMARK(sameOriginBoost)->Name("url/same origin/boost.url");
 BENCHMARK(matchPattern)->Name("url/pattern/vexabase");
 BENCHMARK(growing)->Name("url/growing/vexabase")->Arg(1)->Arg(2)->Arg(4);
+BENCHMARK_CAPTURE(bypass, ordinary, "www.example.", u"example.net.")
+    ->Name("url/bypass list/ordinary/vexabase")
+    ->Arg(1);
+BENCHMARK_CAPTURE(bypass, nearly, "a", u"a")
+    ->Name("url/bypass list/nearly everywhere/vexabase")
+    ->Arg(1)
+    ->Arg(2)
+    ->Arg(4);
 BENCHMARK(createAndRelease)->Name("url/create and release/vexabase");
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "runtime/basic_tables.h"
 #include "runtime/string_operations.h"
 #include "runtime/utf.h"
+#include "runtime/wildcard.h"
 
 namespace vexa::velmora {
 namespace {
@@ -24,31 +25,6 @@ uint64_t find(const WideStringObject* string, const char16_t* text, uint64_t sta
   return Operations::view(string).find(text, start);
 }
 static_assert(std::u16string_view::npos == runtime::kNotFound);
-
-// '*' covers any run: after a mismatch the last one takes one unit more, which is enough, since
-// what an earlier one could take, the last one can take too.
-bool wildcardMatches(std::u16string_view text, std::u16string_view pattern) {
-  size_t at = 0;
-  size_t inPattern = 0;
-  size_t afterStar = std::u16string_view::npos;  // in the pattern
-  size_t starEnd = 0;                            // in the text
-  while (at < text.size()) {
-    if (inPattern < pattern.size() && pattern[inPattern] == '*') {
-      afterStar = ++inPattern;
-      starEnd = at;
-    } else if (inPattern < pattern.size() &&
-               (pattern[inPattern] == '?' || upper(pattern[inPattern]) == upper(text[at]))) {
-      ++inPattern;
-      ++at;
-    } else if (afterStar != std::u16string_view::npos) {
-      inPattern = afterStar;
-      at = ++starEnd;
-    } else {
-      return false;
-    }
-  }
-  return pattern.find_first_not_of(u'*', inPattern) == std::u16string_view::npos;
-}
 
 int32_t wildcardMatch(const WideStringObject* string, const char16_t* pattern) {
   return string != nullptr && pattern != nullptr &&

@@ -95,7 +95,9 @@ struct WideStringTable {
                         WideStringObject* before, WideStringObject* rest);
   // Index in units of the first exact occurrence at or behind `start`, or kNotFound.
   uint64_t (*Find)(const WideStringObject* string, const char16_t* text, uint64_t start);
-  // 1: the pattern covers the whole string. '*' any run, '?' one unit, ASCII case-blind.
+  // 1: the pattern covers the whole string. '*' any run, '?' one unit, ASCII case-blind. The
+  // reference runtime takes time linear in both lengths together, but for pieces between two stars
+  // with a '?' in them: such a one takes up to its own length times the string's.
   int32_t (*WildcardMatch)(const WideStringObject* string, const char16_t* pattern);
   int32_t (*FromMultiByte)(WideStringObject* string, uint32_t codePage, const char* text);
   int32_t (*ToMultiByte)(const WideStringObject* string, uint32_t codePage, StringObject* out);
