@@ -1,7 +1,12 @@
 #include <gcrypt.h>
 
+#include "runtime/certificates/extension_writer.h"
+#include "runtime/keys/ec_key.h"
+#include "runtime/keys/libgcrypt.h"
+#include "runtime/keys/signing.h"
 #include "runtime/pkcs12/password_derivation.h"
 #include "runtime/pkcs12/pfx_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 
 // The library of this program is too old, whatever is asked for.
@@ -84,6 +89,65 @@ TEST_F(TooOldTest, NothingIsDerived) {
       velmora::derivePkcs12(GCRY_MD_SHA1, velmora::KeyPurpose::kKey, {salt, salt, 1}, budget, out),
       kFail);
   EXPECT_EQ(velmora::derivePbkdf2(GCRY_MD_SHA1, {salt, salt, 1}, budget, out), kFail);
+}
+
+// A file whose MAC is empty is as wrong as any other: what cannot be made equals nothing.
+TEST_F(TooOldTest, NoMacIsMadeOrFoundRight) {
+  const velmora::MacDigest* const digest = velmora::findMacDigest("SHA-1");
+  const uint8_t salt[8] = {};
+  velmora::DerivationBudget budget;
+  velmora::Bytes code;
+  EXPECT_EQ(velmora::passwordMac(*digest, {salt, salt, 1}, salt, budget, code), kFail);
+  EXPECT_EQ(code.size(), 0u);
+  uint8_t out[20] = {};
+  EXPECT_FALSE(velmora::hmac(digest->digest, salt, salt, out));
+
+  const std::string digestInfo =
+      element("30", fromHex("300906052b0e03021a0500") + element("04", ""));
+  const std::string pfx = element("30", fromHex("020103") + dataInfo(element("30", "")) +
+                                            element("30", digestInfo + element("04", "salt")));
+  const Opened opened = open(pfx);
+  EXPECT_EQ(opened.result, kFail);
+  EXPECT_EQ(opened.verified, 0);
+}
+
+TEST_F(TooOldTest, NothingIsEncryptedWithAPassword) {
+  const velmora::Password secret("secret");
+  velmora::DerivationBudget budget;
+  velmora::Bytes algorithm, out;
+  velmora::DerWriter writer(algorithm);
+  EXPECT_EQ(velmora::passwordEncrypt(*velmora::findPasswordScheme("pbeWithSHA1And128BitRC4"),
+                                     secret, 1, viewOfText("plain"), budget, writer, out),
+            kFail);
+  // pbeWithSHA1And128BitRC4 with a salt of eight bytes, one iteration
+  const std::string parameters = fromHex(
+      "060a2a864886f70d010c0101"
+      "300d0408000102030405060702"
+      "0101");
+  EXPECT_EQ(
+      velmora::passwordDecrypt(viewOfText(parameters), secret, viewOfText("text"), budget, out),
+      kFail);
+  EXPECT_EQ(out.size(), 0u);
+  EXPECT_FALSE(velmora::openCipher(GCRY_CIPHER_ARCFOUR, GCRY_CIPHER_MODE_STREAM,
+                                   viewOfText("sixteen bytes ..")));
+}
+
+TEST_F(TooOldTest, NoKeyIsLedToItsPublicHalfOrIdentified) {
+  velmora::Bytes point;
+  const uint8_t secret[32] = {1};
+  EXPECT_EQ(velmora::appendPoint(*velmora::findCurve("P-256"), secret, point), kFail);
+  EXPECT_EQ(point.size(), 0u);
+  const velmora::CertificateObject certificate;
+  velmora::KeyIdentifiers identifiers;
+  EXPECT_EQ(velmora::identifyKeys(certificate, nullptr, true, identifiers), kFail);
+  EXPECT_EQ(identifiers.subject.size(), 0u);
+}
+
+TEST_F(TooOldTest, NoBytesAreSigned) {
+  const HeldKey key = privateKey(samples::kLeafKey);
+  velmora::Bytes signature;
+  EXPECT_EQ(velmora::signSha256(key->privateKey, viewOfText("x"), signature), kFail);
+  EXPECT_EQ(signature.size(), 0u);
 }
 
 }  // namespace
