@@ -26,10 +26,11 @@ TEST(Binding, ARecordThatFoundNoMemoryFailsEveryStart) {
   }
 }
 
-// What a root list answers, and leaves in the holder.
+// What a root list answers, and leaves in the holder, which it finds empty.
 int32_t answer = kOk;
 const void* left = nullptr;
 int32_t answerAndLeave(const char* /*component*/, const char* /*name*/, const void** table) {
+  EXPECT_EQ(*table, nullptr);
   *table = left;
   return answer;
 }

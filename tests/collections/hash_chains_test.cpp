@@ -200,5 +200,15 @@ TEST_F(Chains, BorrowedTextsAreTheirSource) {
   EXPECT_EQ(table.keyAt(0), key);
 }
 
+TEST_F(Chains, ATableOfTextsHasRoomForFourEntries) {
+  TextTable table(TextTable::Items::kBorrowed, 31);
+  for (const char* const text : {"a", "b", "c", "d"}) {
+    ASSERT_EQ(table.put(text, text), kOk);
+    EXPECT_EQ(spy.liveBlocks(), 0) << text;
+  }
+  ASSERT_EQ(table.put("e", "e"), kOk);
+  EXPECT_EQ(spy.liveBlocks(), 1);
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -129,6 +129,11 @@ TEST_F(JsonRepeatedKeys, HaveEqualDigestsWhereverTheyStand) {
       std::string other = key;
       other[at] = '!';
       EXPECT_NE(digestKey(key, mix), digestKey(other, mix)) << at << " of " << length;
+      for (int bit = 0; bit < 8; ++bit) {
+        other[at] = static_cast<char>(key[at] ^ 1 << bit);
+        EXPECT_NE(digestKey(key, mix), digestKey(other, mix))
+            << "bit " << bit << " of " << at << " of " << length;
+      }
     }
     EXPECT_NE(digestKey(key, mix), digestKey(key, SecretMix(base::processSeed() + 2)));
   }
