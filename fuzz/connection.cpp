@@ -256,6 +256,8 @@ class Play {
     }
     require(count >= model_.certain(), "every complete request is answered");
     if (model_.isCertain()) {
+      require(client_.received.isContinued() == model_.isContinued(),
+              "whom it told to go on is answered, or left in the midst");
       require(client_.received.isAtEnd(), "every answer belongs to a request");
       require(client_.isEnded, "the endpoint ends what is over");
     }

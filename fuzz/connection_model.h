@@ -60,6 +60,7 @@ class ConnectionModel {
   void end() {
     isOver_ = true;
     if (std::exchange(waitsUntil_, std::nullopt)) {
+      isContinued_ = answers_.back().isContinued;
       answers_.pop_back();
     }
   }
@@ -69,6 +70,8 @@ class ConnectionModel {
   // kWaiting, or may be told of all changes, it cannot be said what has to.
   bool isCertain() const { return !certain_; }
   size_t certain() const { return certain_.value_or(answers_.size()); }
+  // Behind the last of them the client was told to send a body, which never came whole.
+  bool isContinued() const { return isContinued_; }
 
  private:
   static constexpr std::chrono::seconds kRequestTime{10};
@@ -149,7 +152,8 @@ class ConnectionModel {
   }
 
   bool refuse(uint32_t status) {
-    answers_.push_back({status, head_ ? method() : "", true, isContinued_, 0, false});
+    const bool isContinued = std::exchange(isContinued_, false);
+    answers_.push_back({status, head_ ? method() : "", true, isContinued, 0, false});
     isOver_ = true;
     return false;
   }

@@ -27,13 +27,19 @@ class ResponseReader {
   void take(std::string_view bytes) { input_ += bytes; }
   bool isAtEnd() const { return input_.empty(); }
 
-  // The next whole answer.
-  std::optional<Response> next(bool isOfHead) {
+  // Whether the client was told to send a body, for which no answer has come yet.
+  bool isContinued() {
     constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
-    if (input_.starts_with(kContinue)) {
+    if (!isContinued_ && input_.starts_with(kContinue)) {
       input_.erase(0, kContinue.size());
       isContinued_ = true;
     }
+    return isContinued_;
+  }
+
+  // The next whole answer.
+  std::optional<Response> next(bool isOfHead) {
+    isContinued();
     const size_t end = input_.find("\r\n\r\n");
     if (end == std::string::npos) {
       return std::nullopt;
