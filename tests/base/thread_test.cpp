@@ -40,10 +40,15 @@ class ThreadTest : public testing::Test {
 TEST_F(ThreadTest, AnEmptyHolderHasNothingToWaitFor) {
   Thread thread;
   EXPECT_FALSE(thread.Wait(0));
+  const auto expectStillEmpty = [&thread] {
+    EXPECT_EQ(thread.handle(), nullptr);
+    EXPECT_EQ(thread.id(), 0u);
+  };
+  expectStillEmpty();
   thread.Terminate();
+  expectStillEmpty();
   thread.Close();
-  EXPECT_EQ(thread.handle(), nullptr);
-  EXPECT_EQ(thread.id(), 0u);
+  expectStillEmpty();
 }
 
 TEST_F(ThreadTest, WaitTimesOutWhileItRunsAndClosesWhenItHasEnded) {

@@ -173,6 +173,20 @@ TEST_F(TraceTest, NothingHappensWhileTracingIsUnbound) {
   EXPECT_THAT(spy.trace(), IsEmpty());
 }
 
+TEST_F(TraceTest, AScopeThatNobodyHearsCostsItsFieldsAlone) {
+  static_assert(sizeof(TraceScope) == 16, "result and exit format");
+  const void* const notify = std::exchange(bound.notify.pointer, BoundTables().notify.pointer);
+  const uint64_t before = spy.allocations();
+  EXPECT_EQ(traced("f", [] { return 7; }), 7);
+  {
+    TraceScope scope("g", "%d");
+    EXPECT_EQ(scope.leave(8), 8);
+  }
+  EXPECT_EQ(spy.allocations(), before);
+  bound.notify.pointer = notify;
+  EXPECT_THAT(spy.trace(), IsEmpty());
+}
+
 TEST_F(TraceTest, NoCopyIsMadeOfAWideTextThatNobodyHears) {
   const void* const notify = std::exchange(bound.notify.pointer, BoundTables().notify.pointer);
   const uint64_t before = spy.allocations();

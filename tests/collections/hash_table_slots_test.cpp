@@ -58,7 +58,7 @@ class HashTable : public ModuleTest {
   void* keyAt(uint64_t index) {
     void* key = this;
     const int32_t result = call<int32_t>(table, 11, index, &key);
-    EXPECT_EQ(result == kOk, key != nullptr);
+    EXPECT_EQ(result, key != nullptr ? kOk : kFalse);
     return key;
   }
   std::vector<uintptr_t> keys() {

@@ -91,9 +91,10 @@ constexpr ConvertCase kConvertCases[] = {
     {"UnitZeroIsTicks", 70, 0x20, 0x24, 7, 0},
     {"UnknownTargetUnitIsTicks", 7, 0x24, 0x2F, 70, 0},
 
-    {"EqualFormatsGiveTheValueBack", 1234, 0x21, 0x21, 1234, 0},
-    {"EqualRelativeFormatsDoNotAskTheClock", 1234, 0x01, 0x01, 1234, 0},
-    {"OnlyTheLowByteOfTheSourceCounts", 1234, 0x121, 0x21, 1234, 0},
+    // A value that would wrap in ticks.
+    {"EqualFormatsGiveTheValueBack", kWrap, 0x21, 0x21, kWrap, 0},
+    {"EqualRelativeFormatsDoNotAskTheClock", kWrap, 0x01, 0x01, kWrap, 0},
+    {"OnlyTheLowByteOfTheSourceCounts", kWrap, 0x121, 0x21, kWrap, 0},
     {"OnlyTheLowByteOfTheTargetCounts", 0, 0x21, 0xFFFFFF18, kEpoch, 0},
     {"SameEpochDoesNotAskTheClock", 2, 0x01, 0x02, 2000, 0},
 
