@@ -27,11 +27,11 @@ void* clearSlack(void* block, std::size_t bytes) {
   return block;
 }
 
+// No bytes give a block, too.
+std::size_t atLeastOne(std::size_t bytes) { return bytes != 0 ? bytes : 1; }
+
 void* allocate(bool cleared, std::size_t bytes) {
-  if (bytes == 0) {
-    bytes = 1;
-  }
-  void* block = cleared ? std::calloc(1, bytes) : std::malloc(bytes);
+  void* block = cleared ? std::calloc(1, atLeastOne(bytes)) : std::malloc(atLeastOne(bytes));
   if (block == nullptr) {
     return nullptr;
   }
@@ -66,11 +66,8 @@ LPVOID WINAPI HeapReAlloc(HANDLE heap, DWORD flags, LPVOID block, SIZE_T bytes) 
   if (heap != &processHeap || block == nullptr) {
     return nullptr;
   }
-  if (bytes == 0) {
-    bytes = 1;
-  }
   const std::size_t before = malloc_usable_size(block);
-  void* moved = std::realloc(block, bytes);
+  void* moved = std::realloc(block, atLeastOne(bytes));
   if (moved == nullptr) {
     return nullptr;
   }

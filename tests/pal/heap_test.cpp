@@ -55,6 +55,20 @@ TEST(Heap, GrowingAfterShrinkingClearsWhatWasCutOff) {
   HeapFree(GetProcessHeap(), 0, block);
 }
 
+TEST(Heap, GrowingFromNothingClearsAll) {
+  for (const SIZE_T left : {SIZE_T{0}, SIZE_T{1}}) {
+    void* block = HeapAlloc(GetProcessHeap(), 0, 100);
+    ASSERT_NE(block, nullptr);
+    std::memset(block, 'x', 100);
+    block = HeapReAlloc(GetProcessHeap(), 0, block, left);
+    ASSERT_NE(block, nullptr);
+    block = HeapReAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, block, 100);
+    ASSERT_NE(block, nullptr);
+    EXPECT_TRUE(isAll(block, 0, left, 100)) << left;
+    HeapFree(GetProcessHeap(), 0, block);
+  }
+}
+
 TEST(Heap, ShrinkingKeepsWhatIsLeft) {
   for (const DWORD flags : {DWORD{0}, DWORD{HEAP_ZERO_MEMORY}}) {
     void* block = HeapAlloc(GetProcessHeap(), 0, 1000);

@@ -89,6 +89,9 @@ TEST_F(KeyContainer, MakingAndDeletingExcludeEachOther) {
 
 TEST_F(KeyContainer, WithoutContainerNoneMayBeNamed) {
   EXPECT_EQ(acquire(CRYPT_VERIFYCONTEXT), code(NTE_BAD_FLAGS));
+  EXPECT_EQ(acquire(PAL_TEXT("c"), kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT),
+            code(NTE_BAD_FLAGS));
+  EXPECT_EQ(acquire(PAL_TEXT(""), kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT), 0u);
   EXPECT_EQ(acquire(nullptr, kProvider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT), 0u);
 }
 

@@ -144,19 +144,21 @@ TEST(Library, AnAddressOfNoModuleIsNotFound) {
 TEST(Library, AFileNameThatDoesNotFitIsCut) {
   char whole[MAX_PATH] = {};
   GetModuleFileNameA(nullptr, whole, sizeof(whole));
-  char path[5] = {'x', 'x', 'x', 'x', 'x'};
+  char path[6] = {'x', 'x', 'x', 'x', 'x', 'x'};
   SetLastError(0);
-  EXPECT_EQ(GetModuleFileNameA(nullptr, path, sizeof(path)), 5u);
+  EXPECT_EQ(GetModuleFileNameA(nullptr, path, 5), 5u);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
   EXPECT_EQ(std::string(path), std::string(whole).substr(0, 4));
+  EXPECT_EQ(path[5], 'x') << "there is no room for more";
 }
 
 TEST(Library, AFileNameThatFitsToTheLastByteIsWhole) {
   char whole[MAX_PATH] = {};
   const DWORD length = GetModuleFileNameA(nullptr, whole, sizeof(whole));
-  std::string path(length + 1, 'x');
+  std::string path(length + 2, 'x');
   EXPECT_EQ(GetModuleFileNameA(nullptr, path.data(), length + 1), length);
   EXPECT_STREQ(path.c_str(), whole);
+  EXPECT_EQ(path.back(), 'x') << "there is no room for more";
 }
 
 TEST(Library, TheSystemFolderTellsTheSizeItNeeds) {
@@ -164,7 +166,9 @@ TEST(Library, TheSystemFolderTellsTheSizeItNeeds) {
   const UINT length = GetSystemDirectoryA(path, sizeof(path));
   EXPECT_EQ(length, std::string(path).size());
   EXPECT_GT(length, 0u);
-  char small[MAX_PATH] = {};
-  EXPECT_EQ(GetSystemDirectoryA(small, length), length + 1);
-  EXPECT_EQ(GetSystemDirectoryA(small, length + 1), length);
+  std::string small(length + 2, 'x');
+  EXPECT_EQ(GetSystemDirectoryA(small.data(), length), length + 1);
+  EXPECT_EQ(GetSystemDirectoryA(small.data(), length + 1), length);
+  EXPECT_STREQ(small.c_str(), path);
+  EXPECT_EQ(small.back(), 'x') << "there is no room for more";
 }

@@ -134,10 +134,12 @@ class FullAdapter : public MadeUpAdapters {
     four_.sin_addr.s_addr = htonl(0x0A000102);
     fourMask_.sin_family = AF_INET;
     fourMask_.sin_addr.s_addr = htonl(0xFFFFF000);
+    std::fill(std::begin(fourMask_.sin_zero), std::end(fourMask_.sin_zero), std::uint8_t{0xFF});
     six_.sin6_family = AF_INET6;
     six_.sin6_addr.s6_addr[15] = 7;
     sixMask_.sin6_family = AF_INET6;
     std::fill_n(sixMask_.sin6_addr.s6_addr, 8, std::uint8_t{0xFF});
+    sixMask_.sin6_scope_id = sixMask_.sin6_flowinfo = ~0u;  // no part of the mask
     add("lo", &link_);
     add("lo", &four_, IFF_UP | IFF_RUNNING, &fourMask_);
     add("lo", &six_, IFF_UP | IFF_RUNNING, &sixMask_);

@@ -396,9 +396,36 @@ TEST(Der, AByteBelow128IsALength) {
 }
 
 TEST(Der, LengthsThatLeadOutsideEndEarly) {
-  for (const char* hex : {"", "30", "3082", "3005", "308501", "3080", "3003300530"}) {
+  for (const char* hex : {"", "30", "3082", "3005", "3003300530"}) {
     const auto encoded = fromHex(hex);
     std::string identity;
-    EXPECT_NE(certificateIdentity(encoded.data(), encoded.size(), identity), DerResult::kOk) << hex;
+    EXPECT_EQ(certificateIdentity(encoded.data(), encoded.size(), identity), DerResult::kEndsEarly)
+        << hex;
+  }
+  for (const char* hex : {"308501", "3080"}) {
+    const auto encoded = fromHex(hex);
+    std::string identity;
+    EXPECT_EQ(certificateIdentity(encoded.data(), encoded.size(), identity), DerResult::kWrongShape)
+        << hex << ": no length at all";
+  }
+}
+
+TEST(Der, EachPartIsThereWithItsTag) {
+  // Certificate { tbs { serial, algorithm, issuer }, algorithm, signature }
+  const auto whole = fromHex("30113009020105300030020500300003020000");
+  std::string identity;
+  ASSERT_EQ(certificateIdentity(whole.data(), whole.size(), identity), DerResult::kOk);
+  for (const std::size_t tag : {0u, 2u, 4u, 7u, 9u, 13u, 15u}) {
+    auto other = whole;
+    other[tag] = 0x04;
+    EXPECT_EQ(certificateIdentity(other.data(), other.size(), identity), DerResult::kWrongShape)
+        << tag;
+  }
+  for (const char* hex :
+       {"3000", "300b3009020105300030020500", "300d30090201053000300205003000",
+        "30083000300003020000", "300b3003020105300003020000", "300d30050201053000300003020000"}) {
+    const auto shorter = fromHex(hex);
+    EXPECT_EQ(certificateIdentity(shorter.data(), shorter.size(), identity), DerResult::kEndsEarly)
+        << hex;
   }
 }

@@ -51,6 +51,17 @@ TEST(PosixPaths, AnExtensionNeedsRoomWithItsTerminator) {
   }
 }
 
+TEST(PosixPaths, NothingIsWrittenBehindTheTerminator) {
+  char path[] = {'/', 'a', '\0', 'x', 'x', 'x', 'x'};
+  EXPECT_TRUE(PathAppendA(path, "b"));
+  EXPECT_STREQ(path, "/a/b");
+  EXPECT_EQ(path[5], 'x');
+  EXPECT_TRUE(PathAppendA(path, ".."));
+  EXPECT_TRUE(PathAddExtensionA(path, ".so"));
+  EXPECT_STREQ(path, "/a.so");
+  EXPECT_EQ(path[6], 'x');
+}
+
 TEST(PosixPaths, CuttingStopsAtTheRoot) {
   char path[MAX_PATH] = "/a";
   EXPECT_TRUE(PathRemoveFileSpecA(path));

@@ -36,15 +36,18 @@ TEST(PosixSync, WhatIsNotBuiltFails) {
   EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
 }
 
-TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
-  static CRITICAL_SECTION section;
-  static HANDLE running;
-  InitializeCriticalSection(&section);
+namespace {
+
+// Here, as a thread that was terminated is stopped and not gone.
+void (*step)();
+HANDLE running;
+
+void expectATerminatedThreadToStopAt(void (*atStep)()) {
+  step = atStep;
   running = CreateEventA(nullptr, FALSE, FALSE, nullptr);
   const auto body = [](void*) -> DWORD {
     for (;;) {
-      EnterCriticalSection(&section);
-      LeaveCriticalSection(&section);
+      step();
       SetEvent(running);
     }
   };
@@ -52,8 +55,6 @@ TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
   EXPECT_EQ(WaitForSingleObject(running, INFINITE), WAIT_OBJECT_0);
   EXPECT_TRUE(TerminateThread(thread, 0));
   EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-  EnterCriticalSection(&section);
-  LeaveCriticalSection(&section);
   // There is the signal of the last round, and perhaps that of the one that was under way.
   constexpr DWORD kMoreThanARoundTakes = 200;
   bool hasStopped = false;
@@ -63,6 +64,27 @@ TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
   EXPECT_TRUE(hasStopped);
   CloseHandle(thread);
   CloseHandle(running);
+}
+
+}  // namespace
+
+TEST(PosixSync, ATerminatedThreadStopsWhereItWouldEnterASection) {
+  static CRITICAL_SECTION section;
+  InitializeCriticalSection(&section);
+  expectATerminatedThreadToStopAt([] {
+    EnterCriticalSection(&section);
+    LeaveCriticalSection(&section);
+  });
+  EnterCriticalSection(&section);  // it is not kept
+  LeaveCriticalSection(&section);
+}
+
+TEST(PosixSync, ATerminatedThreadStopsWhereItWouldWaitForWhatIsNoHandle) {
+  expectATerminatedThreadToStopAt([] { (void)WaitForSingleObject(nullptr, 0); });
+}
+
+TEST(PosixSync, ATerminatedThreadStopsWhereItWouldSleep) {
+  expectATerminatedThreadToStopAt([] { Sleep(0); });
 }
 
 TEST(PosixSync, AnEventfdOfTheHostIsSetAndReset) {
