@@ -126,6 +126,7 @@ TEST(Paths, FileNameIsTheLastPart) {
 TEST(Paths, ASeparatorAtTheEndStartsNoFileName) {
   EXPECT_STREQ(PathFindFileNameA("a\\b\\"), "b\\");
   EXPECT_STREQ(PathFindFileNameA("\\"), "\\");
+  EXPECT_STREQ(PathFindFileNameA("a\\\\"), "a\\\\");
 }
 
 TEST(Paths, FileSpecIsCutWithItsSeparator) {
@@ -160,7 +161,11 @@ TEST(Paths, NamesCompareWithoutCase) {
   EXPECT_EQ(lstrcmpiA("BIN", "bin"), 0);
   EXPECT_NE(lstrcmpiA("bin", "lib"), 0);
   EXPECT_LT(lstrcmpiA("a", "B"), 0);
+  EXPECT_EQ(lstrcmpiA("AZ", "az"), 0);
   EXPECT_EQ(_stricmp("Lib", "lIB"), 0);
+  EXPECT_EQ(_stricmp("AZ", "az"), 0);
+  EXPECT_NE(_stricmp("@", "`"), 0);
+  EXPECT_NE(_stricmp("[", "{"), 0);
   EXPECT_LT(_stricmp("bin", "bins"), 0);
   EXPECT_GT(_stricmp("C", "b"), 0);
 }

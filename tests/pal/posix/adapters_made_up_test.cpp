@@ -178,6 +178,14 @@ TEST_F(FullAdapter, IsTold) {
   EXPECT_EQ(adapter.Next, nullptr);
 }
 
+TEST_F(FullAdapter, APrefixMayBeTheWholeAddress) {
+  fourMask_.sin_addr.s_addr = ~0u;
+  std::fill_n(sixMask_.sin6_addr.s6_addr, 16, std::uint8_t{0xFF});
+  ASSERT_EQ(get(), NO_ERROR);
+  expectAddress(first()->FirstUnicastAddress, four_, 32);
+  expectAddress(first()->FirstUnicastAddress->Next, six_, 128);
+}
+
 TEST_F(FullAdapter, OfOneFamilyHasNoAddressOfTheOther) {
   ASSERT_EQ(get(AF_INET), NO_ERROR);
   expectAddress(first()->FirstUnicastAddress, four_, 20);
@@ -198,6 +206,17 @@ TEST_F(MadeUpAdapters, ALetterBeyondAsciiIsOneUnitOfTheFriendlyName) {
   add("\xE9th", nullptr);
   ASSERT_EQ(get(), NO_ERROR);
   EXPECT_EQ(std::u16string(first()->FriendlyName), u"\u00E9th");
+}
+
+TEST_F(MadeUpAdapters, NamesOfAnyLengthAreWhole) {
+  for (std::size_t length = 0; length < 40; ++length) {
+    const std::string name(length, 'n');
+    list_.clear();
+    add(name.c_str(), nullptr);
+    ASSERT_EQ(get(), NO_ERROR);
+    EXPECT_EQ(first()->AdapterName, name);
+    EXPECT_EQ(std::u16string(first()->FriendlyName), std::u16string(length, u'n'));
+  }
 }
 
 TEST_F(MadeUpAdapters, ComeInTheOrderOfTheirNumbers) {

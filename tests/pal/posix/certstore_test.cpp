@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -163,6 +164,53 @@ TEST(PosixCertStore, AnExistingCertificateTakesThePropertiesThatItLacks) {
   pal::posix::clearCertificateStores();
 }
 
+TEST(PosixCertStore, AddingAlwaysDoesNotLook) {
+  pal::posix::clearCertificateStores();
+  HCERTSTORE store = CertOpenSystemStoreW(0, u"MY");
+  PCCERT_CONTEXT one = create(samples::kOne);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(CertAddCertificateContextToStore(store, one, CERT_STORE_ADD_ALWAYS, nullptr));
+  }
+  CertFreeCertificateContext(one);
+  PCCERT_CONTEXT found = nullptr;
+  for (int i = 0; i < 2; ++i) {
+    found = CertEnumCertificatesInStore(store, found);
+    EXPECT_NE(found, nullptr);
+  }
+  EXPECT_EQ(CertEnumCertificatesInStore(store, found), nullptr);
+  CertCloseStore(store, 0);
+  pal::posix::clearCertificateStores();
+}
+
+TEST(PosixCertStore, DispositionsBesideTheFourAreRefused) {
+  HCERTSTORE store = CertOpenSystemStoreW(0, u"MY");
+  PCCERT_CONTEXT one = create(samples::kOne);
+  for (const DWORD disposition : {0u, 5u}) {
+    SetLastError(0);
+    EXPECT_FALSE(CertAddCertificateContextToStore(store, one, disposition, nullptr));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG)) << disposition;
+  }
+  SetLastError(0);
+  EXPECT_FALSE(CertAddCertificateContextToStore(store, nullptr, CERT_STORE_ADD_NEW, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  EXPECT_EQ(CertEnumCertificatesInStore(store, nullptr), nullptr);
+  CertFreeCertificateContext(one);
+  CertCloseStore(store, 0);
+}
+
+TEST(PosixCertStore, ACertificateTellsItsEncodingAndIsNotDecoded) {
+  const auto encoded = bytes(samples::kOne);
+  for (const DWORD encoding : {X509_ASN_ENCODING, X509_ASN_ENCODING | PKCS_7_ASN_ENCODING}) {
+    PCCERT_CONTEXT one =
+        CertCreateCertificateContext(encoding, encoded.data(), static_cast<DWORD>(encoded.size()));
+    ASSERT_NE(one, nullptr);
+    EXPECT_EQ(one->dwCertEncodingType, encoding);
+    EXPECT_EQ(one->hCertStore, nullptr);
+    EXPECT_EQ(one->pCertInfo, nullptr);
+    CertFreeCertificateContext(one);
+  }
+}
+
 TEST(PosixCertStore, StoresAreTheSameInAnyLetterCase) {
   pal::posix::clearCertificateStores();
   HCERTSTORE small = CertOpenSystemStoreW(0, u"azAZ{`09");
@@ -188,9 +236,35 @@ TEST(PosixCertStore, APolicyNeedsAChainAndFreeingNoneIsHarmless) {
   EXPECT_FALSE(
       CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, nullptr, &parameters, &status));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  const CERT_CHAIN_CONTEXT chain{};
+  SetLastError(0);
+  EXPECT_FALSE(CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, &chain, nullptr, &status));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
+  SetLastError(0);
+  EXPECT_FALSE(
+      CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_BASE, &chain, &parameters, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(E_INVALIDARG));
   const std::size_t before = pal::posix::openChains();
   CertFreeCertificateChain(nullptr);
   EXPECT_EQ(pal::posix::openChains(), before);
+}
+
+TEST(PosixCertStore, AChainNeedsACertificateParametersAndAPlace) {
+  PCCERT_CONTEXT one = create(samples::kOne);
+  CERT_CHAIN_PARA parameters{};
+  parameters.cbSize = sizeof(parameters);
+  PCCERT_CHAIN_CONTEXT chain = nullptr;
+  const auto refuses = [](PCCERT_CONTEXT context, PCERT_CHAIN_PARA para,
+                          PCCERT_CHAIN_CONTEXT* place) {
+    SetLastError(0);
+    return CertGetCertificateChain(nullptr, context, nullptr, nullptr, para, 0, nullptr, place) ==
+               FALSE &&
+           GetLastError() == static_cast<DWORD>(E_INVALIDARG);
+  };
+  EXPECT_TRUE(refuses(nullptr, &parameters, &chain));
+  EXPECT_TRUE(refuses(one, nullptr, &chain));
+  EXPECT_TRUE(refuses(one, &parameters, nullptr));
+  CertFreeCertificateContext(one);
 }
 
 TEST(PosixCertStore, ChainsAreCounted) {
@@ -237,6 +311,49 @@ TEST(PosixKeyContainers, ProvidersAndKeysAreCounted) {
   EXPECT_EQ(pal::posix::openKeys(), keys);
   EXPECT_EQ(pal::posix::storedKeys(), 1u) << "the container keeps its key";
   pal::posix::clearKeyContainers();
+}
+
+TEST(PosixKeyContainers, EachProviderIsKnownByItsName) {
+  for (const LPCWSTR name :
+       {u"Microsoft Base Cryptographic Provider v1.0",
+        u"Microsoft Enhanced Cryptographic Provider v1.0",
+        u"Microsoft Strong Cryptographic Provider", static_cast<LPCWSTR>(nullptr)}) {
+    HCRYPTPROV provider = 0;
+    EXPECT_TRUE(CryptAcquireContextW(&provider, nullptr, name, PROV_RSA_FULL,
+                                     CRYPT_VERIFYCONTEXT | CRYPT_SILENT));
+    EXPECT_TRUE(CryptReleaseContext(provider, 0));
+  }
+}
+
+TEST(PosixKeyContainers, AnImportNeedsABlobAndAPlace) {
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(
+      CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT));
+  auto blob = bytes(samples::kKeyBlob);
+  const auto size = static_cast<DWORD>(blob.size());
+  HCRYPTKEY key = 0;
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, nullptr, size, 0, 0, &key));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, blob.data(), size, 0, 0, nullptr));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(pal::posix::openKeys(), 0u);
+  EXPECT_TRUE(CryptReleaseContext(provider, 0));
+}
+
+TEST(PosixKeyContainers, AKeyOfNoBitsIsNone) {
+  HCRYPTPROV provider = 0;
+  ASSERT_TRUE(
+      CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT));
+  auto blob = bytes(samples::kKeyBlob);
+  blob.resize(sizeof(BLOBHEADER) + sizeof(RSAPUBKEY));
+  std::fill_n(blob.begin() + 12, 4, std::uint8_t{0});  // the number of bits
+  HCRYPTKEY key = 0;
+  SetLastError(0);
+  EXPECT_FALSE(CryptImportKey(provider, blob.data(), static_cast<DWORD>(blob.size()), 0, 0, &key));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_DATA));
+  EXPECT_TRUE(CryptReleaseContext(provider, 0));
 }
 
 TEST(PosixKeyContainers, HaveRoomForAKeyOfEachUse) {

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <utility>
 
 #include "pal/posix/counters.h"
 #include "pal/windows_api.h"
@@ -83,6 +85,52 @@ TEST(PosixLibrary, ABackslashSeparatesLikeASlash) {
   const HMODULE module = LoadLibraryA(written.c_str());
   EXPECT_NE(module, nullptr);
   EXPECT_TRUE(FreeLibrary(module));
+}
+
+TEST(PosixLibrary, APointInAFolderIsNoExtension) {
+  const std::string folder = testing::TempDir() + "vexa.folder";
+  std::filesystem::create_directory(folder);
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, sizeof(path));
+  PathRemoveFileSpecA(path);
+  PathAppendA(path, "pal_loaded_library.so");
+  std::filesystem::copy_file(path, folder + "/copy.so",
+                             std::filesystem::copy_options::overwrite_existing);
+  const HMODULE module = LoadLibraryA((folder + "/copy").c_str());
+  EXPECT_NE(module, nullptr);
+  EXPECT_TRUE(FreeLibrary(module));
+  std::filesystem::remove_all(folder);
+}
+
+TEST(PosixLibrary, ARelativePathIsToldFromTheRootOn) {
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, sizeof(path));
+  PathRemoveFileSpecA(path);
+  PathAppendA(path, "pal_loaded_library.so");
+  const auto relative = std::filesystem::path(".") / std::filesystem::relative(path);
+  const HMODULE module = LoadLibraryA(relative.c_str());
+  ASSERT_NE(module, nullptr);
+  char told[MAX_PATH] = {};
+  EXPECT_NE(GetModuleFileNameA(module, told, sizeof(told)), 0u);
+  EXPECT_EQ(std::string(told), std::filesystem::canonical(path));
+  EXPECT_TRUE(FreeLibrary(module));
+}
+
+// As if one that it needs were missing: the file is a library, and does not load.
+TEST(PosixLibrary, TheFirstFourBytesTellALibrary) {
+  const std::string path = testing::TempDir() + "vexa_beginning_of_a_library.so";
+  const std::pair<std::string, DWORD> files[] = {{"\177ELF", ERROR_MOD_NOT_FOUND},
+                                                 {"\177ELF and more", ERROR_MOD_NOT_FOUND},
+                                                 {"\177EL", ERROR_BAD_EXE_FORMAT},
+                                                 {"\177ELX and more", ERROR_BAD_EXE_FORMAT},
+                                                 {"xELF and more", ERROR_BAD_EXE_FORMAT}};
+  for (const auto& [bytes, error] : files) {
+    std::ofstream(path, std::ios::binary) << bytes;
+    SetLastError(0);
+    EXPECT_EQ(LoadLibraryA(path.c_str()), nullptr);
+    EXPECT_EQ(GetLastError(), error) << bytes;
+  }
+  std::filesystem::remove(path);
 }
 
 TEST(PosixLibrary, APointAtTheEndSaysThatThereIsNoExtension) {

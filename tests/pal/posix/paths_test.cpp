@@ -21,6 +21,15 @@ TEST(PosixPaths, APathWithoutSeparatorGetsASlash) {
   EXPECT_STREQ(path, "a/b");
 }
 
+TEST(PosixPaths, TheSeparatorIsThatOfTheFirstPathThatHasOne) {
+  char bare[MAX_PATH] = "a";
+  EXPECT_TRUE(PathAppendA(bare, "b\\c"));
+  EXPECT_STREQ(bare, "a\\b\\c");
+  char slash[MAX_PATH] = "/a";
+  EXPECT_TRUE(PathAppendA(slash, "b\\c"));
+  EXPECT_STREQ(slash, "/a/b/c");
+}
+
 TEST(PosixPaths, ARelativePathMayLeadAboveItsStart) {
   char path[MAX_PATH] = "a";
   EXPECT_TRUE(PathAppendA(path, "../../b"));
@@ -40,6 +49,9 @@ TEST(PosixPaths, CuttingStopsInFrontOfAServersName) {
   EXPECT_TRUE(PathRemoveFileSpecA(path));
   EXPECT_STREQ(path, "//");
   EXPECT_FALSE(PathRemoveFileSpecA(path));
+  char more[] = "///a";
+  EXPECT_TRUE(PathRemoveFileSpecA(more));
+  EXPECT_STREQ(more, "//");
 }
 
 TEST(PosixPaths, AnExtensionNeedsRoomWithItsTerminator) {

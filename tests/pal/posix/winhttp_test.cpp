@@ -34,6 +34,7 @@ constexpr SettingsCase kSettings[] = {
     {"BlankMeansNotSet", "  ", "http:///", " , ", nullptr, nullptr},
     {"HostsOfOtherLettersCountAsNotSet", "p\xC3\xA4:80", "p2:443", nullptr, u"https=p2:443",
      nullptr},
+    {"TheLastOfTheLettersIsOne", "p\x7F:80", "p\x80:80", nullptr, u"http=p\x7F:80", nullptr},
     {"ALeadingDotBecomesAWildcard", nullptr, nullptr, ".a.example", nullptr, u"*.a.example"},
     {"AHostStandsForThoseBelowItToo", nullptr, nullptr, "a.example", nullptr,
      u"a.example;*.a.example"},
@@ -130,6 +131,29 @@ TEST(PosixWinHttp, SessionsAreCountedAndClosedOnce) {
   EXPECT_TRUE(WinHttpCloseHandle(session));
   EXPECT_EQ(pal::posix::openSessions(), before);
   EXPECT_FALSE(WinHttpCloseHandle(session));
+}
+
+TEST(PosixWinHttp, AskingNeedsOptionsAndAPlaceAndEachSourceThatIsNamed) {
+  HINTERNET session = WinHttpOpen(u"test", 0, nullptr, nullptr, 0);
+  WINHTTP_AUTOPROXY_OPTIONS options{};
+  options.dwFlags = WINHTTP_AUTOPROXY_CONFIG_URL;
+  options.lpszAutoConfigUrl = u"http://conf/a.pac";
+  WINHTTP_PROXY_INFO info{};
+  const auto ask = [session](WINHTTP_AUTOPROXY_OPTIONS* asked, WINHTTP_PROXY_INFO* place) {
+    SetLastError(0);
+    EXPECT_FALSE(WinHttpGetProxyForUrl(session, u"http://a.example/", asked, place));
+    return GetLastError();
+  };
+  EXPECT_EQ(ask(&options, &info), ERROR_WINHTTP_UNABLE_TO_DOWNLOAD_SCRIPT);
+  EXPECT_EQ(ask(nullptr, &info), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(ask(&options, nullptr), ERROR_INVALID_PARAMETER);
+  options.dwFlags |= WINHTTP_AUTOPROXY_AUTO_DETECT;
+  EXPECT_EQ(ask(&options, &info), ERROR_INVALID_PARAMETER) << "no way to detect";
+  options.dwAutoDetectFlags = WINHTTP_AUTO_DETECT_TYPE_DHCP;
+  EXPECT_EQ(ask(&options, &info), ERROR_WINHTTP_UNABLE_TO_DOWNLOAD_SCRIPT);
+  options.lpszAutoConfigUrl = nullptr;
+  EXPECT_EQ(ask(&options, &info), ERROR_INVALID_PARAMETER) << "no script";
+  EXPECT_TRUE(WinHttpCloseHandle(session));
 }
 
 TEST(PosixWinHttp, OnlySynchronousSessionsAreBuilt) {
