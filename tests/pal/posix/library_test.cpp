@@ -34,6 +34,24 @@ TEST(PosixLibrary, AHandleThatWasNeverGivenIsRefused) {
   EXPECT_FALSE(FreeLibrary(module));
 }
 
+TEST(PosixLibrary, AHandleThatWasLetGoIsRefused) {
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, sizeof(path));
+  PathRemoveFileSpecA(path);
+  PathAppendA(path, "pal_loaded_library.so");
+  const HMODULE module = LoadLibraryA(path);
+  ASSERT_NE(module, nullptr);
+  EXPECT_EQ(LoadLibraryA(path), module);
+  EXPECT_TRUE(FreeLibrary(module));
+  EXPECT_NE(GetProcAddress(module, "loaded_answer"), nullptr) << "there is a reference still";
+  EXPECT_TRUE(FreeLibrary(module));
+  SetLastError(0);
+  EXPECT_EQ(GetProcAddress(module, "loaded_answer"), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
+  EXPECT_EQ(GetModuleFileNameA(module, path, sizeof(path)), 0u);
+  EXPECT_FALSE(FreeLibrary(module));
+}
+
 TEST(PosixLibrary, AHandleFromAnAddressHoldsNoReference) {
   HMODULE program = nullptr;
   const auto* here = reinterpret_cast<const char*>(&pal::posix::openLibraries);
