@@ -1,7 +1,5 @@
 #include "base/base64.h"
 
-#include <utility>
-
 #include "base/buffer.h"
 
 namespace vexa::base {
@@ -12,26 +10,13 @@ constexpr uint64_t kLineCharacters = 64;
 constexpr char kLineEnd[] = "\r\n";
 constexpr uint64_t kDecodeReserve = 60;
 
-// Gives *out a new block of `capacity` bytes, has `convert` fill it and set the length, and frees
-// the block that *out held before, which may be the input's.
+// Gives *out a new block of `capacity` bytes, and has `convert` fill it and set the length.
 template <class Convert>
 int32_t convertInto(runtime::ByteBuffer** out, uint64_t capacity, Convert convert) {
-  Buffer created;
-  if (*out == nullptr) {
-    if (const int32_t result = ensureBuffer(created.put()); failed(result)) {
-      return result;
-    }
+  RootBlock<uint8_t> old;
+  if (const int32_t result = renewData(out, capacity, old); failed(result)) {
+    return result;
   }
-  auto block = RootBlock<uint8_t>::ofBytes(capacity);
-  if (!block) {
-    return kOutOfMemory;
-  }
-  if (created) {
-    *out = created.release();
-  }
-  // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): ensureBuffer gave one
-  const RootBlock<uint8_t> old(std::exchange((*out)->data, block.release()));
-  (*out)->length = capacity;
   return failed(convert((*out)->data, &(*out)->length)) ? kFail : kOk;
 }
 

@@ -1,10 +1,24 @@
 #include "base/buffer.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "base/heap.h"
 
 namespace vexa::base {
+namespace {
+
+// An empty record, or null and false.
+bool makeRecord(runtime::ByteBuffer** out) {
+  *out = static_cast<runtime::ByteBuffer*>(allocate(sizeof(runtime::ByteBuffer)));
+  if (*out != nullptr) {
+    **out = {};
+  }
+  return *out != nullptr;
+}
+
+}  // namespace
 
 void TerminateBuffer(runtime::ByteBuffer* buffer) {
   if (buffer == nullptr || buffer->data == nullptr) {
@@ -27,7 +41,7 @@ int32_t AllocBuffer(uint64_t size, runtime::ByteBuffer** out) {
   }
   *out = nullptr;
   Buffer made;
-  if (failed(ensureBuffer(made.put()))) {
+  if (!makeRecord(made.put())) {
     return kBufferFail;
   }
   *made = {size, static_cast<uint8_t*>(allocate(size))};
@@ -66,14 +80,13 @@ int32_t BufferFromRange(const void* start, const void* end, runtime::ByteBuffer*
   return first > last ? kBufferFail : BufferFromBytes(start, last - first, out);
 }
 
-int32_t ensureBuffer(runtime::ByteBuffer** out) {
-  if (*out == nullptr) {
-    *out = static_cast<runtime::ByteBuffer*>(allocate(sizeof(runtime::ByteBuffer)));
-    if (*out == nullptr) {
-      return kOutOfMemory;
-    }
-    **out = {};
+int32_t renewData(runtime::ByteBuffer** out, uint64_t size, RootBlock<uint8_t>& old) {
+  auto block = RootBlock<uint8_t>::ofBytes(std::max<uint64_t>(size, 1));
+  if (!block || (*out == nullptr && !makeRecord(out))) {
+    return kOutOfMemory;
   }
+  old.reset(std::exchange((*out)->data, block.release()));
+  (*out)->length = size;
   return kOk;
 }
 

@@ -15,7 +15,8 @@ int32_t AllocBuffer(uint64_t size, runtime::ByteBuffer** out);
 int32_t BufferFromBytes(const void* data, uint64_t length, runtime::ByteBuffer** out);
 int32_t BufferFromRange(const void* start, const void* end, runtime::ByteBuffer** out);
 
-// Creates an empty record when *out is null. kOutOfMemory.
-[[nodiscard]] int32_t ensureBuffer(runtime::ByteBuffer** out);
+// Gives *out, made when it is null, a new block of `size` bytes, at least one. `old` takes over the
+// block that it held, which may be an input's. kOutOfMemory: *out is as it was.
+[[nodiscard]] int32_t renewData(runtime::ByteBuffer** out, uint64_t size, RootBlock<uint8_t>& old);
 
 }  // namespace vexa::base

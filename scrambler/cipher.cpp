@@ -1,6 +1,5 @@
 #include "scrambler/cipher.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "base/buffer.h"
@@ -8,25 +7,8 @@
 #include "scrambler/cipher_items.h"
 
 namespace vexa::scrambler {
-namespace {
 
 using base::bound;
-
-// Gives *out a zeroed block for `size` bytes, at least one; the block it held goes to `old`.
-int32_t prepareOutput(runtime::ByteBuffer** out, uint64_t size, base::RootBlock<uint8_t>& old) {
-  auto block = base::RootBlock<uint8_t>::ofBytes(std::max<uint64_t>(size, 1));
-  if (!block) {
-    return kOutOfMemory;
-  }
-  if (const int32_t result = base::ensureBuffer(out); failed(result)) {
-    return result;
-  }
-  old.reset(std::exchange((*out)->data, block.release()));
-  (*out)->length = size;
-  return kOk;
-}
-
-}  // namespace
 
 int32_t generateKey(uint32_t algorithm, uint64_t keyBits, runtime::SymmetricKey** key) {
   *key = nullptr;
@@ -56,7 +38,7 @@ int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuff
   int32_t result = bound.crypt->GetOutputSize(parameters, input.length, &size);
   base::RootBlock<uint8_t> old;
   if (succeeded(result)) {
-    if (result = prepareOutput(out, size, old); failed(result)) {
+    if (result = base::renewData(out, size, old); failed(result)) {
       return result;
     }
     result = bound.crypt->Cipher(parameters, input.data, input.length, (*out)->data, *out);
