@@ -1,11 +1,12 @@
 #include "collections/hash_index.h"
 
-#include <algorithm>
 #include <bit>
-#include <cstring>
 #include <utility>
 
+#include "base/process_seed.h"
+
 namespace vexa::collections {
+
 bool HashIndex::grow(uint64_t lists) {
   lists = std::bit_ceil(lists);
   auto grown = base::RootBlock<HashNode*>::ofBytes(lists * sizeof(HashNode*));  // zero-filled
@@ -46,16 +47,6 @@ void HashIndex::remove(const HashNode& node) {
     link = &(*link)->nextInList;
   }
   *link = node.nextInList;
-}
-
-uint64_t HashIndex::mixedBytes(HashTableKeyRecord record) const {
-  uint64_t digest = mix_(record.number);
-  for (uint64_t at = 0; at < record.number; at += sizeof(uint64_t)) {
-    uint64_t word = 0;
-    std::memcpy(&word, record.bytes + at, std::min(sizeof(word), record.number - at));
-    digest = mix_(digest ^ word);
-  }
-  return digest;
 }
 
 }  // namespace vexa::collections

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "base/heap.h"
-#include "base/process_seed.h"
+#include "base/secret_mix.h"
 #include "vexa/hash_table.h"
 
 namespace vexa::collections {
@@ -41,9 +42,11 @@ class HashIndex {
 
  private:
   uint64_t placeOf(HashTableKeyRecord record) const {
-    return (record.bytes == nullptr ? mix_(record.number) : mixedBytes(record)) & mask_;
+    return (record.bytes == nullptr ? mix_(record.number) : mix_(bytesOf(record))) & mask_;
   }
-  uint64_t mixedBytes(HashTableKeyRecord record) const;
+  static std::string_view bytesOf(HashTableKeyRecord record) {
+    return {reinterpret_cast<const char*>(record.bytes), record.number};
+  }
 
   base::RootBlock<HashNode*> lists_;
   uint64_t mask_ = 0;  // the number of lists, a power of two, less 1

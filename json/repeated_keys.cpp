@@ -5,27 +5,13 @@
 #include <cstring>
 #include <limits>
 
-#include "json/bytes.h"
+#include "base/process_seed.h"
 
 namespace vexa::json {
 namespace {
 
 constexpr uint64_t kFewMembers = 8;
 constexpr uint64_t kStepsEach = 8;  // before the keys are sorted; two are usual
-
-// The bytes of a key that is shorter than a word, some of them twice.
-uint64_t shortWord(std::string_view key) {
-  constexpr size_t kHalf = kWord / 2;
-  if (key.size() >= kHalf) {
-    uint32_t first;
-    uint32_t last;
-    std::memcpy(&first, key.data(), kHalf);
-    std::memcpy(&last, key.data() + key.size() - kHalf, kHalf);
-    return first | uint64_t{last} << 32;
-  }
-  const auto byteAt = [key](size_t at) { return uint64_t{static_cast<uint8_t>(key[at])}; };
-  return key.empty() ? 0 : byteAt(0) | byteAt(key.size() / 2) << 8 | byteAt(key.size() - 1) << 16;
-}
 
 // Copies a member, key and value, to a place before it or its own.
 void move(std::span<Item> items, uint64_t from, uint64_t to) {
@@ -34,18 +20,6 @@ void move(std::span<Item> items, uint64_t from, uint64_t to) {
 }
 
 }  // namespace
-
-uint64_t digestKey(std::string_view key, const base::SecretMix& mix) {
-  if (key.size() < kWord) {
-    return mix(key.size() ^ shortWord(key));
-  }
-  uint64_t digest = key.size();
-  const size_t last = key.size() - kWord;  // which may overlap the word before
-  for (size_t at = 0; at < last; at += kWord) {
-    digest = mix(digest ^ loadWord(key.data() + at));
-  }
-  return mix(digest ^ loadWord(key.data() + last));
-}
 
 bool RepeatedKeys::drop(std::span<Item> items, uint64_t& kept) {
   const uint64_t members = items.size() / 2;

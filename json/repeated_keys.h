@@ -5,13 +5,12 @@
 #include <string_view>
 
 #include "base/heap.h"
-#include "base/process_seed.h"
+#include "base/secret_mix.h"
 #include "json/item.h"
 
 namespace vexa::json {
 
-// Tells most different keys apart; equal keys have equal digests.
-uint64_t digestKey(std::string_view key, const base::SecretMix& mix);
+inline uint64_t digestKey(std::string_view key, const base::SecretMix& mix) { return mix(key); }
 
 // Finds the members of an object whose keys stand before them already. A few are compared with each
 // other; more are looked up in a hash table, whose places nobody knows who writes a text. Should

@@ -117,28 +117,6 @@ TEST_F(JsonRepeatedKeys, AreFoundAmongManyObjectsByOneFinder) {
   }
 }
 
-TEST_F(JsonRepeatedKeys, HaveEqualDigestsWhereverTheyStand) {
-  for (size_t length = 0; length < 40; ++length) {
-    const std::string key =
-        std::string("abcdefghijklmnopqrstuvwxyz0123456789ABCDEFG").substr(0, length);
-    const SecretMix mix(base::processSeed());
-    EXPECT_EQ(digestKey(key, mix),
-              digestKey(std::string_view("x" + key + "y").substr(1, length), mix));
-    EXPECT_NE(digestKey(key, mix), digestKey(key + "a", mix));
-    for (size_t at = 0; at < length; ++at) {
-      std::string other = key;
-      other[at] = '!';
-      EXPECT_NE(digestKey(key, mix), digestKey(other, mix)) << at << " of " << length;
-      for (int bit = 0; bit < 8; ++bit) {
-        other[at] = static_cast<char>(key[at] ^ 1 << bit);
-        EXPECT_NE(digestKey(key, mix), digestKey(other, mix))
-            << "bit " << bit << " of " << at << " of " << length;
-      }
-    }
-    EXPECT_NE(digestKey(key, mix), digestKey(key, SecretMix(base::processSeed() + 2)));
-  }
-}
-
 // --- what they cost ---
 
 constexpr size_t kMany = 50'000;
