@@ -9,7 +9,7 @@ namespace vexa {
 inline constexpr char kHashTableListName[] = "vexa.misc.base.hashtable.1";
 
 // What a helper makes of a key. With bytes: `number` counts them, and they are a block of the root
-// list that the record owns. Without: `number` is the key's hash and its identity.
+// list. Without: `number` is the key's hash and its identity.
 struct HashTableKeyRecord {
   uint64_t number;
   uint8_t* bytes;
@@ -20,7 +20,7 @@ static_assert(sizeof(HashTableKeyRecord) == 16 && offsetof(HashTableKeyRecord, b
 // table. Helpers must outlive every table that uses them.
 class IHashTableHelper {
  public:
-  // Slot 0.
+  // Slot 0. A negative result fails Put or Get with that code.
   virtual int32_t CopyItem(void* item, void** copy) = 0;
   // Slot 1. Releases what CopyItem made.
   virtual int32_t FreeItem(void* item) = 0;
@@ -33,7 +33,8 @@ class IHashTableHelper {
 
 class IHashTableHelperKey : public IHashTableHelper {
  public:
-  // Slot 3. A negative result fails the table operation with that code.
+  // Slot 3. A negative result fails the table operation with that code. Bytes made for Put are the
+  // table's; it does not free those made for Remove, Contains and Get.
   virtual int32_t MakeKeyRecord(void* item, HashTableKeyRecord* record) = 0;
 
  protected:
@@ -69,12 +70,13 @@ class HashTable_void {
   // Slot 9. kOk: present. kFalse: absent.
   virtual int32_t Contains(void* key) = 0;
   // Slot 10. kOk: *value is a copy of the caller's. kFalse: absent, *value is null. kNullPointer.
+  // kOutOfMemory, or a helper's failure.
   virtual int32_t Get(void* key, void** value) = 0;
   // Slot 11. The key of the index-th entry, bucket by bucket, newest first: the stored key itself,
   // valid until the entry goes. kFalse: out of range, *key is null. kNullPointer. Going through all
   // keys in their order is one walk; a smaller index than the last one starts again.
   virtual int32_t GetKeyAt(uint64_t index, void** key) = 0;
-  // Slot 12.
+  // Slot 12. kOk. Frees every entry.
   virtual int32_t RemoveAll() = 0;
 
  protected:
