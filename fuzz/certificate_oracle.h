@@ -56,6 +56,7 @@ inline bool isRefusedForItsForm() {
       "Field=attrib, Type=PKCS12_SAFEBAG",
       "Field=value.other, Type=PKCS12_SAFEBAG",
       "Field=value.other, Type=PKCS12_BAGS",
+      "Field=value.sdsicert, Type=PKCS12_BAGS",
   };
   bool isForm = false;
   const char* place = nullptr;
