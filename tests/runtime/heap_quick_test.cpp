@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <thread>
 #include <vector>
@@ -63,13 +64,16 @@ TEST(HeapClass, HoldsEverySizeWithLittleToSpare) {
 }
 
 TEST_F(QuickHeap, AReleasedBlockIsTheNextOneAndZeroAgain) {
-  for (const uint64_t size : {1u, 16u, 17u, 128u, 129u, 1000u, 4096u, 65536u}) {
+  std::vector<uint64_t> sizes(300);
+  std::iota(sizes.begin(), sizes.end(), 1);
+  sizes.insert(sizes.end(), {1000, 4096, 65536});
+  for (const uint64_t size : sizes) {
     uint8_t* const first = allocate(size);
     std::memset(first, 0xAB, size);
     velmora::freeBlock(first);
     uint8_t* const second = allocate(size);
-    EXPECT_EQ(second, first);
-    EXPECT_EQ(std::count(second, second + size, 0), static_cast<int64_t>(size));
+    EXPECT_EQ(second, first) << size;
+    EXPECT_EQ(std::count(second, second + size, 0), static_cast<int64_t>(size)) << size;
     velmora::freeBlock(second);
   }
 }

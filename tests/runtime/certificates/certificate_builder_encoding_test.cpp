@@ -1,6 +1,7 @@
 #include <set>
 #include <string>
 
+#include "runtime/certificates/certificate_maker.h"
 #include "runtime/crypto_fixture.h"
 #include "runtime/samples.h"
 
@@ -154,6 +155,37 @@ TEST_F(BuilderEncoding, OnlyAnIssuerThatIsKnownHasAKeyIdentifier) {
   const std::string hex = signedHex(made);
   EXPECT_EQ(hex.find("0603551d23"), std::string::npos);
   EXPECT_NE(hex.find("0603551d0e"), std::string::npos) << "the subject's";
+}
+
+// RFC 5280, 4.2.1.1: as the issuer's certificate names its key, whatever that is; where it does not
+// name it, as we would.
+TEST_F(BuilderEncoding, AnIssuersKeyIsIdentifiedAsItsCertificateDoes) {
+  const std::string authority =
+      element("30", fromHex("0603551d13") + element("04", fromHex("30030101ff")));
+  const std::string named =
+      element("30", fromHex("0603551d0e") + element("04", fromHex("040401020304")));
+  const std::string point(reinterpret_cast<const char*>(key->publicKey.bytes),
+                          key->publicKey.bitLength / 8);
+  CertificateFields fields;
+  fields.subject = fromHex("300c310a300806035504030c0178");
+  fields.key = element("30", fromHex("300d06092a864886f70d0101010500") +
+                                 element("03", std::string(1, '\0') + point));
+  for (const bool isNamed : {false, true}) {
+    fields.extensions = element("a3", element("30", authority + (isNamed ? named : "")));
+    const OwnedCertificate issuer = certificate(fields.certificate());
+    const OwnedCertificate made = prepared();
+    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+    ASSERT_EQ(velmora_certificate_sign(made.get(), key.get(), issuer.get()), kOk);
+    const std::string hex = toHex(made->table->GetEncoding(made.get())->data,
+                                  made->table->GetEncoding(made.get())->length);
+    const size_t own = hex.find("0603551d0e04160414");
+    ASSERT_NE(own, std::string::npos);
+    const std::string expected = isNamed ? "040830068004"
+                                           "01020304"
+                                         : "041830168014" + hex.substr(own + 18, 40);
+    EXPECT_NE(hex.find("0603551d23" + expected), std::string::npos) << isNamed;
+    EXPECT_NE(hex.find("300c310a300806035504030c0178"), std::string::npos) << "its name";
+  }
 }
 
 // RFC 5280, 4.1.2.2: positive, and enough chance that none comes twice.
