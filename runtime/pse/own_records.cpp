@@ -79,6 +79,7 @@ OwnRecord* makeRecordLocked(const Listed& listed) {
 // or a new one; null where memory was short.
 std::vector<OwnRecord*> recordsFor(const std::vector<Listed>& all) {
   std::vector<OwnRecord*> records;
+  records.reserve(all.size());  // here, because nothing may throw once a record is held
   const std::lock_guard lock(recordsLock);
   std::map<ByteView, OwnRecord*, decltype(&beforeBytes)> live(&beforeBytes);
   for (OwnRecord* record = liveRecords; record != nullptr; record = record->next) {
