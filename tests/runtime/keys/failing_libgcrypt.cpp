@@ -1,7 +1,13 @@
 #include "runtime/keys/failing_libgcrypt.h"
 
 #include <dlfcn.h>
-#include <gcrypt.h>
+
+#include <array>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+
+#include "runtime/keys/system_random.h"
 
 namespace vexa::test::failing_libgcrypt {
 namespace {
@@ -9,6 +15,7 @@ namespace {
 constexpr uint64_t kNever = ~uint64_t{0};
 uint64_t calls = 0;
 uint64_t failing = kNever;
+gpg_err_code_t failure = GPG_ERR_GENERAL;
 
 bool fails() { return ++calls == failing; }
 
@@ -20,9 +27,10 @@ Function* own(Function*, const char* name) {
 
 }  // namespace
 
-void failAt(uint64_t n) {
+void failAt(uint64_t n, gpg_err_code_t code) {
   calls = 0;
   failing = n;
+  failure = code;
 }
 void neverFail() { failAt(kNever); }
 bool hasFailed() { return calls >= failing; }
@@ -30,13 +38,14 @@ bool hasFailed() { return calls >= failing; }
 }  // namespace vexa::test::failing_libgcrypt
 
 using vexa::test::failing_libgcrypt::fails;
+using vexa::test::failing_libgcrypt::failure;
 using vexa::test::failing_libgcrypt::own;
 
 // Each function that tells of a failure, either by a code or by null.
 // NOLINTBEGIN(bugprone-macro-parentheses): lists have theirs already
-#define VEXA_FAILING_CODE(name, parameters, arguments)                          \
-  extern "C" gcry_error_t name parameters {                                     \
-    return fails() ? gcry_error(GPG_ERR_GENERAL) : own(&name, #name) arguments; \
+#define VEXA_FAILING_CODE(name, parameters, arguments)                  \
+  extern "C" gcry_error_t name parameters {                             \
+    return fails() ? gcry_error(failure) : own(&name, #name) arguments; \
   }
 #define VEXA_FAILING_NULL(type, name, parameters, arguments) \
   extern "C" type name parameters { return fails() ? nullptr : own(&name, #name) arguments; }
@@ -94,4 +103,44 @@ VEXA_FAILING_NULL(gcry_mpi_point_t, gcry_mpi_ec_get_point,
 extern "C" int gcry_mpi_ec_get_affine(gcry_mpi_t x, gcry_mpi_t y, gcry_mpi_point_t point,
                                       gcry_ctx_t ctx) {
   return fails() ? -1 : own(&gcry_mpi_ec_get_affine, "gcry_mpi_ec_get_affine")(x, y, point, ctx);
+}
+
+// Takes its arguments as the other function of this purpose does: by pointers to each.
+extern "C" gcry_error_t gcry_sexp_build(gcry_sexp_t* out, size_t* offset, const char* format, ...) {
+  if (fails()) {
+    return gcry_error(failure);
+  }
+  constexpr size_t kMost = 8;
+  std::array<int, kMost> numbers{};
+  std::array<const void*, kMost> pointers{};
+  std::array<void*, kMost> arguments{};
+  size_t count = 0;
+  const auto take = [&](void* argument) { arguments.at(count++) = argument; };
+  va_list given;
+  va_start(given, format);
+  for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at + 1, '%')) {
+    if (at[1] == 'd' || at[1] == 'b') {
+      int& number = numbers.at(count);
+      number = va_arg(given, int);
+      take(&number);
+    }
+    if (at[1] == 's' || at[1] == 'b') {
+      const void*& pointer = pointers.at(count);
+      pointer = va_arg(given, const void*);
+      take(&pointer);
+    }
+  }
+  va_end(given);
+  return gcry_sexp_build_array(out, offset, format, arguments.data());
+}
+
+// The system's generator is no function of the library, yet fails like one. The linker leads our
+// calls of it here.
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier)
+bool __real__ZN4vexa7velmora12systemRandomEPhm(uint8_t* out, size_t length);
+bool __wrap__ZN4vexa7velmora12systemRandomEPhm(uint8_t* out, size_t length) {
+  return !fails() && __real__ZN4vexa7velmora12systemRandomEPhm(out, length);
+}
+// NOLINTEND(bugprone-reserved-identifier)
 }

@@ -1,7 +1,12 @@
 #include <map>
 
+#include "runtime/certificates/certificate.h"
 #include "runtime/keys/failing_libgcrypt.h"
+#include "runtime/keys/signature.h"
+#include "runtime/keys/signing.h"
+#include "runtime/pkcs12/password_derivation.h"
 #include "runtime/pkcs12/pfx_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 
 namespace vexa::test {
@@ -124,10 +129,76 @@ TEST_F(LibraryFailureTest, OfSigning) {
   EXPECT_GT(sweep([&] { return sign(curve.get()); }), 5);
 }
 
+// Three expressions are built and a signature is verified. What cannot be asked has no answer; the
+// answer that comes is "wrong" where the library fails.
 TEST_F(LibraryFailureTest, OfCheckingASignature) {
-  const OwnedCertificate root = certificate(samples::kRoot);
-  const int swept = sweep([&] { return root->table->IsSelfSigned(root.get()) == 1 ? kOk : kFail; });
+  for (const std::string_view sample : {samples::kRoot, samples::kEc}) {
+    const OwnedCertificate own = certificate(sample);
+    const velmora::CertificateObject& read = *velmora::implementationOf(own.get());
+    const auto verify = [&read] {
+      return velmora::verifySignature(read.signatureAlgorithm, read.signedPart, read.signature,
+                                      read.publicKey);
+    };
+    EXPECT_EQ(sweep([&] { return verify() == velmora::Verdict::kValid ? kOk : kFail; }), 4);
+    for (const uint64_t n : {1, 2, 3, 4}) {
+      failing_libgcrypt::failAt(n);
+      EXPECT_EQ(verify(), n < 4 ? velmora::Verdict::kUnsupported : velmora::Verdict::kInvalid);
+      failing_libgcrypt::neverFail();
+    }
+  }
+}
+
+TEST_F(LibraryFailureTest, OfFindingAPublicHalf) {
+  HeldKey curve;
+  ASSERT_EQ(velmora_key_generate_ec("P-256", curve.put()), kOk);
+  const int swept = sweep([&] { return velmora_key_check_pair(curve.get(), &curve->publicKey); });
+  EXPECT_EQ(swept, 7) << "the curve, two numbers, a point, its place and two numbers written";
+}
+
+TEST_F(LibraryFailureTest, OfDrawingBytes) {
+  uint8_t drawn[16];
+  EXPECT_EQ(sweep([&] { return spy.random.GetBytes(2, sizeof(drawn), 0, drawn); }), 1);
+  const uint32_t algorithm = 12;
+  const uint32_t bits = 256;
+  runtime::CipherItem second{
+      runtime::kCipherAlgorithm, 0, const_cast<uint32_t*>(&algorithm), 0, 0, {}, nullptr, nullptr};
+  const runtime::CipherItem first{
+      runtime::kCipherKeyBits, 0, const_cast<uint32_t*>(&bits), 0, 0, {}, nullptr, &second};
+  const int swept = sweep([&] {
+    runtime::CipherItem out{runtime::kCipherKey, 0, nullptr, 0, 0, {}, nullptr, nullptr};
+    const int32_t result = spy.crypt.GenerateKey(&first, &out, algorithm);
+    EXPECT_EQ(out.value != nullptr, result == kOk);
+    Owned<runtime::SymmetricKey> key;
+    *key.put() = static_cast<runtime::SymmetricKey*>(out.value);
+    return result;
+  });
   EXPECT_EQ(swept, 1);
+}
+
+TEST_F(LibraryFailureTest, OfADerivationTellsShortMemoryApart) {
+  const uint8_t salt[8] = {};
+  const auto derive = [&salt](gpg_err_code_t code) {
+    uint8_t out[16] = {};
+    velmora::DerivationBudget budget;
+    failing_libgcrypt::failAt(1, code);
+    const int32_t result = velmora::derivePbkdf2(GCRY_MD_SHA1, {salt, salt, 1}, budget, out);
+    failing_libgcrypt::neverFail();
+    return result;
+  };
+  EXPECT_EQ(derive(GPG_ERR_ENOMEM), kOutOfMemory);
+  EXPECT_EQ(derive(GPG_ERR_GENERAL), kFail);
+}
+
+TEST_F(LibraryFailureTest, OfAnExpressionThatIsNotBuiltIsShortMemory) {
+  HeldKey rsa;
+  ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, rsa.put()), kOk);
+  for (const uint64_t n : {1, 2}) {
+    velmora::Bytes signature;
+    failing_libgcrypt::failAt(n, GPG_ERR_ENOMEM);
+    EXPECT_EQ(velmora::signSha256(rsa->privateKey, viewOfText("x"), signature), kOutOfMemory) << n;
+    failing_libgcrypt::neverFail();
+    EXPECT_EQ(signature.size(), 0u);
+  }
 }
 
 TEST_F(LibraryFailureTest, OfACipher) {
