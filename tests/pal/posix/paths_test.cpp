@@ -54,6 +54,12 @@ TEST(PosixPaths, CuttingStopsInFrontOfAServersName) {
   EXPECT_STREQ(more, "//");
 }
 
+TEST(PosixPaths, WithoutAnExtensionToAddItIsThatOfAProgram) {
+  char path[MAX_PATH] = "velmora";
+  EXPECT_TRUE(PathAddExtensionA(path, nullptr));
+  EXPECT_STREQ(path, "velmora.exe");
+}
+
 TEST(PosixPaths, AnExtensionNeedsRoomWithItsTerminator) {
   for (const std::size_t length : {256u, 257u}) {
     char path[MAX_PATH] = {};

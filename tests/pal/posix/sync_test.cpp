@@ -2,6 +2,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <chrono>
+
 #include "pal/posix/counters.h"
 #include "pal/windows_api.h"
 
@@ -85,6 +87,33 @@ TEST(PosixSync, ATerminatedThreadStopsWhereItWouldWaitForWhatIsNoHandle) {
 
 TEST(PosixSync, ATerminatedThreadStopsWhereItWouldSleep) {
   expectATerminatedThreadToStopAt([] { Sleep(0); });
+}
+
+TEST(PosixSync, AThreadThatTerminatesItselfGoesNoFurther) {
+  struct Shared {
+    HANDLE known;
+    HANDLE self;
+    HANDLE behind;
+  };
+  static Shared shared{CreateEventA(nullptr, FALSE, FALSE, nullptr), nullptr,
+                       CreateEventA(nullptr, FALSE, FALSE, nullptr)};
+  const auto body = [](void*) -> DWORD {
+    (void)WaitForSingleObject(shared.known, INFINITE);
+    TerminateThread(shared.self, 0);
+    SetEvent(shared.behind);
+    return 0;
+  };
+  shared.self = CreateThread(nullptr, 0, body, nullptr, 0, nullptr);
+  SetEvent(shared.known);
+  EXPECT_EQ(WaitForSingleObject(shared.self, INFINITE), WAIT_OBJECT_0);
+  constexpr DWORD kMoreThanItTakesToGoOn = 200;
+  EXPECT_EQ(WaitForSingleObject(shared.behind, kMoreThanItTakesToGoOn), WAIT_TIMEOUT);
+}
+
+TEST(PosixSync, ASleepIsNotShorterThanAskedFor) {
+  const auto start = std::chrono::steady_clock::now();
+  Sleep(20);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
 }
 
 TEST(PosixSync, AnEventfdOfTheHostIsSetAndReset) {

@@ -32,6 +32,8 @@ constexpr SettingsCase kSettings[] = {
      u"http=p1:80;https=p2:443", nullptr},
     {"AnAddressInBrackets", "http://[::1]:80", nullptr, nullptr, u"http=[::1]:80", nullptr},
     {"BlankMeansNotSet", "  ", "http:///", " , ", nullptr, nullptr},
+    {"BlanksAroundAreLeftOut", " \t\r\np1:80 \t\r\n", "p2:443 ", " a:1 ,\tb:2\n",
+     u"http=p1:80;https=p2:443", u"a:1;b:2"},
     {"HostsOfOtherLettersCountAsNotSet", "p\xC3\xA4:80", "p2:443", nullptr, u"https=p2:443",
      nullptr},
     {"TheLastOfTheLettersIsOne", "p\x7F:80", "p\x80:80", nullptr, u"http=p\x7F:80", nullptr},
