@@ -56,14 +56,15 @@ struct Context : CERT_CONTEXT {
   std::size_t number = 0;       // of its entry
 };
 
-// Everything of this file, under one lock. Never destroyed, as the stores last as long as the
-// process.
+// Everything of this file, under one lock. It goes when the library is unloaded, and with it what
+// nobody has closed or freed.
 struct State {
   std::mutex mutex;
   std::map<std::u16string, std::shared_ptr<Store>> stores;
   std::map<HCERTSTORE, std::shared_ptr<Store>> open;
+  std::map<PCCERT_CONTEXT, std::unique_ptr<Context>> contexts;
   std::size_t lastHandle = 0;
-  std::size_t references = 0;
+  std::size_t references = 0;  // to contexts
 };
 State& state() {
   static State all;
@@ -89,8 +90,10 @@ Context* newContext_locked(std::shared_ptr<Certificate> certificate, DWORD encod
   context->pbCertEncoded = certificate->encoded.data();
   context->cbCertEncoded = static_cast<DWORD>(certificate->encoded.size());
   context->certificate = std::move(certificate);
+  Context* const made = context.get();
+  state().contexts.emplace(made, std::move(context));
   ++state().references;
-  return context.release();
+  return made;
 }
 
 Context* newContext_locked(HCERTSTORE handle, const std::shared_ptr<Store>& store,
@@ -105,7 +108,7 @@ Context* newContext_locked(HCERTSTORE handle, const std::shared_ptr<Store>& stor
 void release_locked(Context& context) {
   --state().references;
   if (--context.references == 0) {
-    delete &context;
+    state().contexts.erase(&context);
   }
 }
 

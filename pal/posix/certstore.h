@@ -3,8 +3,9 @@
 #include "pal/posix/error.h"
 
 // Certificate stores, certificate chains and the RSA key containers of one process. Stores and
-// containers start empty and last as long as the process; handles are the caller's to close. Any
-// thread; one context is used by one thread at a time.
+// containers start empty and last as long as the library that this is part of is loaded; handles
+// and contexts are the caller's to close, and what stays open goes with them. Any thread; one
+// context is used by one thread at a time.
 //
 // No root is trusted here: a chain always ends in an untrusted root. Keys are kept and replaced but
 // never used.
