@@ -132,6 +132,24 @@ TEST_F(HttpRequestTrace, TheRawBytesAreShownBetweenTwoLines) {
                                       "******  HTTP Request End (RAW)  ******"}));
 }
 
+// `messages` has seen that the level and the source are those of all other messages.
+TEST_F(HttpRequestTrace, RefusalsAreToldLikeEverythingElse) {
+  EXPECT_EQ(request.parse(std::string(1025, 'a')), kFail);
+  EXPECT_THAT(messages(), Contains("[BLOCK] Request blocked. Headerline too large: 1025 bytes "
+                                   "(accepted: 1024 bytes)"));
+  renew();
+  spy.clearTrace();
+  EXPECT_EQ(
+      request.parse("GET / HTTP/1.1\r\nContent-Length: 12abc\r\n\r\n" + std::string(1048577, 'b')),
+      kFail);
+  EXPECT_THAT(messages(),
+              IsSupersetOf({"Failed to parse HTTP request Content-Length: 12abc",
+                            "HTTP request Content-Length: 0",
+                            // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one message
+                            "[BLOCK] Request blocked. Body too large: 1048577 bytes "
+                            "(accepted: 1048576 bytes)"}));
+}
+
 TEST_F(HttpRequestTrace, TheUnfinishedBytesAreCountedFromLevel3On) {
   EXPECT_EQ(request.parse("GET / HT"), kMoreNeeded);
   EXPECT_THAT(messages(), Not(Contains("HTTP request unfinished bytes count: 8")));
