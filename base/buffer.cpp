@@ -80,6 +80,13 @@ int32_t BufferFromRange(const void* start, const void* end, runtime::ByteBuffer*
   return first > last ? kBufferFail : BufferFromBytes(start, last - first, out);
 }
 
+int compareBytes(const runtime::ByteBuffer& a, const runtime::ByteBuffer& b) {
+  if (a.length != b.length) {
+    return a.length < b.length ? -1 : 1;
+  }
+  return a.length == 0 ? 0 : std::memcmp(a.data, b.data, a.length);
+}
+
 int32_t renewData(runtime::ByteBuffer** out, uint64_t size, RootBlock<uint8_t>& old) {
   auto block = RootBlock<uint8_t>::ofBytes(std::max<uint64_t>(size, 1));
   if (!block || (*out == nullptr && !makeRecord(out))) {

@@ -1,8 +1,8 @@
 #include "base/certificate_chain.h"
 
 #include <algorithm>
-#include <cstring>
 
+#include "base/buffer.h"
 #include "vexa/results.h"
 
 namespace vexa::base {
@@ -67,17 +67,12 @@ int32_t CertificateCollector::arrange() {
   return kOk;
 }
 
-// By length and bytes; none comes first.
+// None comes first.
 int CertificateCollector::compareEncodings(const Candidate& a, const Candidate& b) {
   if (a.encoding == nullptr || b.encoding == nullptr) {
     return (a.encoding != nullptr ? 1 : 0) - (b.encoding != nullptr ? 1 : 0);
   }
-  if (a.encoding->length != b.encoding->length) {
-    return a.encoding->length < b.encoding->length ? -1 : 1;
-  }
-  return a.encoding->length == 0
-             ? 0
-             : std::memcmp(a.encoding->data, b.encoding->data, a.encoding->length);
+  return compareBytes(*a.encoding, *b.encoding);
 }
 
 // Of candidates with one encoding, or without any. What is equal the runtime says: those with one

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/buffer.h"
 #include "support/module_fixture.h"
 #include "support/sweep.h"
 #include "vexa/core.h"
@@ -161,6 +162,21 @@ TEST_F(BufferSlots, TerminateBufferLeavesWhatItCannotGrow) {
   terminate(buffer);
   EXPECT_EQ(buffer->data[0], 'x');
   release(buffer);
+}
+
+TEST(BufferBytes, AreOrderedByLengthAndThenByContent) {
+  uint8_t one[] = {1};
+  uint8_t high[] = {0xFF};
+  uint8_t two[] = {0, 0};
+  const ByteBuffer ordered[] = {{0, nullptr}, {1, one}, {1, high}, {2, two}};
+  for (const ByteBuffer& a : ordered) {
+    for (const ByteBuffer& b : ordered) {
+      const int result = base::compareBytes(a, b);
+      EXPECT_EQ(result < 0, &a < &b);
+      EXPECT_EQ(result > 0, &a > &b);
+    }
+  }
+  EXPECT_EQ(base::compareBytes({0, one}, {0, nullptr}), 0);
 }
 
 TEST_F(BufferSlots, EveryFailedAllocationLeavesNothingBehind) {
