@@ -1,7 +1,6 @@
 #include "webclient/http_response.h"
 
 #include <charconv>
-#include <cstring>
 #include <utility>
 
 #include "base/buffer.h"
@@ -29,14 +28,6 @@ struct Decimal {
 
 std::string_view orEmpty(const char* text) {
   return text != nullptr ? std::string_view(text) : std::string_view();
-}
-
-template <class Byte>
-Byte* append(Byte* out, std::string_view text) {
-  if (!text.empty()) {
-    std::memcpy(out, text.data(), text.size());
-  }
-  return out + text.size();
 }
 
 const base::InterfaceMapRow kMap[] = {

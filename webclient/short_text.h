@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
 #include "base/heap.h"
 #include "vexa/results.h"
 #include "vexa/runtime/records.h"
+#include "webclient/text_pieces.h"
 
 namespace vexa::webclient {
 
@@ -40,13 +40,6 @@ class ShortText {
   runtime::StringObject object() { return {block_ ? block_.get() : inPlace_, length_}; }
 
  private:
-  static char* append(char* target, std::string_view text) {
-    if (!text.empty()) {
-      std::memcpy(target, text.data(), text.size());
-    }
-    return target + text.size();
-  }
-
   base::RootBlock<char> block_;
   uint64_t length_ = 0;
   char inPlace_[kRoom] = {};

@@ -1,12 +1,22 @@
 #pragma once
 
+#include <cstring>
 #include <string_view>
 
 #include "base/char_classes.h"
 #include "vexa/runtime/records.h"
 
-// Texts cut out of bytes where they stand.
+// Texts cut out of bytes where they stand, and put together.
 namespace vexa::webclient {
+
+// Copies the text to `out` and answers what is behind it.
+template <class Byte>
+Byte* append(Byte* out, std::string_view text) {
+  if (!text.empty()) {
+    std::memcpy(out, text.data(), text.size());
+  }
+  return out + text.size();
+}
 
 // Without the white space around it, which is that of the string component's Trim.
 inline std::string_view trimmed(std::string_view text) {
