@@ -12,7 +12,7 @@ inline constexpr uint32_t kKeySpecExchange = 8;
 
 // An RSA private key as a PRIVATEKEYBLOB of Windows (BLOBHEADER, RSAPUBKEY "RSA2"), all integers
 // little-endian. The caller owns the buffer (root list: record and data) and wipes it. Null when a
-// number does not fit its field, traced with the number of the field.
+// number does not fit its field or memory is short; the trace says which.
 runtime::ByteBuffer* aux_convert_RSAPrivateKey_to_PVKBLOB(const runtime::RsaPrivateKey* key,
                                                           uint32_t keySpec);
 

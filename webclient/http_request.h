@@ -49,14 +49,14 @@ class CHTTPRequest : public IHTTPRequest,
   // Lines that cannot be read answer kFail and are dropped; kOutOfMemory ends the parse.
   int32_t parseLines();
   int32_t waitForLineEnd();
-  int32_t parseLine(uint8_t* end);
+  int32_t parseLine(uint8_t* lineEnd);
   int32_t parseRequestLine();
   int32_t takeMethod(std::string_view token);
   int32_t takeUri(std::string_view token);
   int32_t parseURI();
   int32_t parseQuery(char* pairs, char* parts, uint64_t length);
   int32_t addQueryPair(const char* pair, std::string_view parts);
-  int32_t parseHeaderLine(uint8_t* end);
+  int32_t parseHeaderLine(uint8_t* lineEnd);
   [[gnu::always_inline]] int32_t keepHeader(const runtime::StringObject& name, const char* value);
   void readContentLength(const char* value);
   [[gnu::always_inline]] int32_t parseBody();

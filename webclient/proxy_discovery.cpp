@@ -174,7 +174,7 @@ class ProxySearch {
     }
     // Unlike the local case, a host that is listed leaves the question open.
     if (const int32_t bypassed = matchBypass(staticBypass_); bypassed != 0) {
-      return failed(bypassed) ? bypassed : kFail;
+      return failed(bypassed) ? bypassed : kOk;
     }
     base::WideString setting;
     if (failed(setting.assign(staticProxy_.get()))) {

@@ -41,7 +41,7 @@ class URLParser : public IURLParser,
     const char* pathStart = nullptr;  // the "/" or the text's end; null: no recognised end
     uint64_t hostLength = 0;
     int32_t port = 0;         // 0: none that is usable
-    uint8_t pathFollows = 0;  // 1: a "/" ended the host or the port
+    uint8_t pathFollows = 0;  // 1: a "/" ended the host or the port. Nothing asks for it yet.
     Protocol protocol = kNone;
   };
 

@@ -16,8 +16,10 @@ enum KeyUsageCode : uint32_t {
 
 // The list "vexa.misc.base.ca.1": fields of a certificate that is about to be issued. Every entry
 // returns 0, whatever the runtime's setter answers, and requires a certificate under construction.
+// Any thread; one at a time for each certificate.
 struct CaList {
   GetModuleInfoFunction GetModuleInfo;
+  // Both values go to a setter of the runtime's certificate as they are; it says what they mean.
   int32_t (*CaSetExtensionA)(runtime::Certificate* certificate, void* value1, void* value2);
   int32_t (*CaSetExtensionB)(runtime::Certificate* certificate, void* value1, void* value2);
   int32_t (*CaSetExtensionC)(runtime::Certificate* certificate, void* value1, void* value2);

@@ -11,8 +11,9 @@ inline constexpr char kCapiListName[] = "capi_api";
 inline constexpr int32_t kUntrustedRoot = resultFrom(0x80000042u);
 
 // The list "capi_api": copies a key with its certificates into the current user's Windows stores
-// and key containers, and removes them again. Results are plain integers: 0 success, -1 failure;
-// nothing is rolled back. Synchronous; one call at a time per container.
+// and key containers, and removes them again. Containers are named by zero-terminated UTF-16.
+// Results are plain integers: 0 success, -1 failure; nothing is rolled back. Synchronous; one call
+// at a time per container.
 struct CapiList {
   GetModuleInfoFunction GetModuleInfo;
   // Finds the certificate that belongs to the key, puts the others into "CA" (CspImportCACerts) and

@@ -44,10 +44,11 @@ class IHTTPRequest : public IComponent {
 
   // The parser's own steps.
 
-  // Slot 14. The bytes up to the separator, wherever in the pending bytes it comes next. kFail: it
-  // does not.
+  // Slot 14. The bytes up to the separator, wherever in the pending bytes it comes next, replace
+  // the text of `out`. kFail: it does not come. kOutOfMemory.
   virtual int32_t readToken(const char* separator, runtime::StringObject* out) = 0;
-  virtual bool isMethodAllowed() = 0;  // slot 15
+  // Slot 15. Whether getMethod() is OPTIONS, GET, HEAD, POST, PUT, DELETE, TRACE or CONNECT.
+  virtual bool isMethodAllowed() = 0;
   // Slot 16. Adds to the pending bytes. kOutOfMemory.
   virtual int32_t appendUnfinished(const uint8_t* bytes, uint64_t count) = 0;
   // Slot 17. Replaces the pending bytes, by some of their own or others. kOutOfMemory.
