@@ -168,6 +168,21 @@ void readTypes(benchmark::State& state) {
   }
 }
 
+// A text of so many beginnings on one line and no certificate.
+void readBeginnings(benchmark::State& state) {
+  std::string text;
+  for (int64_t i = 0; i < state.range(0); ++i) {
+    text += "-----BEGIN ";
+  }
+  const ByteBuffer buffer = vexa::borrow(text);
+  for (auto _ : state) {
+    CertificateRef read;
+    if (types().CertificateDecode(&buffer, read.put()) == vexa::kOk) {
+      state.SkipWithError("that was no certificate");
+    }
+  }
+}
+
 BENCHMARK(decodePurposes)
     ->Name("certificates/purposes growing/vexabase")
     ->Arg(15'000)
@@ -179,5 +194,10 @@ BENCHMARK(readTypes)
     ->Arg(2'000)
     ->Arg(4'000)
     ->Arg(8'000);
+BENCHMARK(readBeginnings)
+    ->Name("certificates/beginnings growing/vexabase")
+    ->Arg(20'000)
+    ->Arg(40'000)
+    ->Arg(80'000);
 
 }  // namespace

@@ -116,6 +116,9 @@ GROWING = {
         [f"certificates/purposes growing/vexabase/{i}" for i in (15000, 30000, 60000)]),
     "Text of a name with 8,000 types in one part": (
         "certificates", [f"certificates/types growing/vexabase/{i}" for i in (2000, 4000, 8000)]),
+    "PEM text with 80,000 beginnings on one line": (
+        "certificates",
+        [f"certificates/beginnings growing/vexabase/{i}" for i in (20000, 40000, 80000)]),
     "PKCS#12 with 1,000 keys and certificates": (
         "certificates", [f"certificates/pairs growing/vexabase/{i}" for i in (250, 500, 1000)]),
 }

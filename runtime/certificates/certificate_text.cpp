@@ -18,15 +18,16 @@ std::string_view certificateBody(std::string_view text) {
   if (begin == std::string_view::npos) {
     return text;
   }
-  for (; begin != std::string_view::npos; begin = text.find(kBegin, begin + kBegin.size())) {
+  while (begin != std::string_view::npos) {
     const std::string_view rest = text.substr(begin);
     const std::string_view line = rest.substr(0, rest.find_first_of("\r\n"));
-    if (!line.ends_with(kLabelEnd)) {
-      continue;
+    if (line.ends_with(kLabelEnd)) {
+      const size_t end = rest.find(kEnd);
+      return end == std::string_view::npos ? std::string_view()
+                                           : rest.substr(line.size(), end - line.size());
     }
-    const size_t end = rest.find(kEnd);
-    return end == std::string_view::npos ? std::string_view()
-                                         : rest.substr(line.size(), end - line.size());
+    // Whatever else begins on this line ends like it: each line is looked at once.
+    begin = text.find(kBegin, begin + line.size());
   }
   return {};
 }

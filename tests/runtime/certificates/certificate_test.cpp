@@ -130,6 +130,20 @@ TEST_F(CertificateTest, WhatIsNoCertificateIsRefused) {
   EXPECT_EQ(types.CertificateDecode(nullptr, &out), kNullPointer);
 }
 
+// Were the end of the line looked for from each beginning, this would take hours.
+TEST_F(CertificateTest, ManyBeginningsOnOneLineAreReadOnce) {
+  constexpr std::string_view kBegin = "-----BEGIN ";
+  std::string text;
+  while (text.size() < 8 << 20) {
+    text += kBegin;
+  }
+  OwnedCertificate read;
+  EXPECT_EQ(decode(text, read.put()), kFail);
+  const std::string body = base64(std::string(samples::kRoot));
+  EXPECT_EQ(decode(text + "CERTIFICATE-----\n" + body + "-----END CERTIFICATE-----", read.put()),
+            kOk);
+}
+
 TEST_F(CertificateTest, CertificatesAreEqualByEncoding) {
   const OwnedCertificate a = certificate(samples::kRoot);
   const OwnedCertificate b = certificate(samples::kRoot);
