@@ -18,6 +18,8 @@ constexpr milliseconds kWorkTime{120'000};
 // What a client may still be sending when it has been answered for good is read for this long.
 constexpr milliseconds kDrainTime{2'000};
 constexpr uint32_t kMostRequests = 1000;
+// Answers up to here always find room.
+constexpr size_t kSmallAnswer = 64 * 1024;
 
 }  // namespace
 
@@ -155,8 +157,8 @@ void Connection::refuse(const Refusal& refusal) {
 
 void Connection::send(Reply reply) {
   state_ = State::kWriting;
-  ++requests_;
-  isClosing_ = isClosing_ || !head_ || !head_->keepAlive || requests_ >= kMostRequests;
+  request_ = {};
+  isClosing_ = isClosing_ || !head_ || !head_->keepAlive || requests_ + 1 >= kMostRequests;
   addCommonHeaders(endpoint_, reply, origin_);
   if (isClosing_) {
     reply.headers.emplace_back("Connection", "close");
@@ -167,6 +169,10 @@ void Connection::send(Reply reply) {
                  reply.status == 204 ? Message::Part::kWithoutLength
                  : isHead()          ? Message::Part::kWithoutBody
                                      : Message::Part::kWhole);
+  if (!mayHoldAnswer()) {
+    return fail(503, "too many answers wait to be read; try again");
+  }
+  ++requests_;
   logAnswer(reply.status);
   expireAfter(kWriteTime);
   const std::string_view bytes = message_.view();
@@ -179,8 +185,21 @@ void Connection::send(Reply reply) {
                     });
 }
 
+// Clients that do not read would otherwise fill the memory with what they asked for.
+bool Connection::mayHoldAnswer() {
+  const size_t size = message_.view().size();
+  if (size > kSmallAnswer) {
+    if (!endpoint_.answers().take(size)) {
+      return false;
+    }
+    held_ = size;
+  }
+  return true;
+}
+
 void Connection::sent() {
   message_.clear(endpoint_.module());
+  endpoint_.answers().give(std::exchange(held_, 0));
   if (isClosing_) {
     state_ = State::kDraining;
     asio::error_code ignored;
@@ -193,7 +212,6 @@ void Connection::sent() {
 }
 
 void Connection::beReadyForNext() {
-  request_ = {};
   head_.reset();
   scanner_ = {};
   block_.clear();

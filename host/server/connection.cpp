@@ -31,6 +31,7 @@ Connection::Connection(asio::ip::tcp::socket socket, Endpoint& endpoint,
 Connection::~Connection() {
   endListening();
   endpoint_.budget().give(input_.size());
+  endpoint_.answers().give(held_);
   registry_.remove(*this);
 }
 

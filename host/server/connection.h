@@ -91,6 +91,7 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   void fail(uint32_t status, std::string_view detail);
   void refuse(const Refusal& refusal);
   void send(Reply reply);
+  bool mayHoldAnswer();
   void sent();
   void beReadyForNext();
   void drain();
@@ -133,6 +134,7 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   bool isListening_ = false;
 
   Message message_;
+  size_t held_ = 0;  // of the message, when it is a large one
   std::string stream_;
   bool isSendingNews_ = false;
   bool hasNews_ = false;

@@ -38,6 +38,8 @@ class Endpoint {
   EventHub& events() { return events_; }
   Worker& worker() { return worker_; }
   Budget& budget() { return budget_; }
+  // Of large answers that have not gone yet.
+  Budget& answers() { return answers_; }
   AccessLog& log() { return log_; }
 
   DateClock clock;
@@ -54,6 +56,7 @@ class Endpoint {
   EventHub events_;
   Worker worker_;
   Budget budget_;
+  Budget answers_{2 * Budget::kMost};
   AccessLog log_;
 };
 

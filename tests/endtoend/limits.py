@@ -7,6 +7,7 @@ from endpoint import ALLOWED, BODY_LIMIT, Reader, answers_already, as_json
 MOST_CONNECTIONS = 256
 MOST_TOLD = 64  # that there are too many
 MOST_REQUESTS = 1000  # of a connection
+MOST_UNREAD = 12  # answers of 6 MiB, of which 64 MiB may wait
 
 
 def check_unfinished(checks, host):
@@ -27,6 +28,22 @@ def check_unfinished(checks, host):
         connection.close()
     checks.expect("... which is given back", host.ask(
         "POST /v1/echo", body=b"x" * BODY_LIMIT).status == 200)
+
+
+def check_unread(checks, host):
+    """Large answers that nobody takes: of each byte of these bodies six are made."""
+    request = host.head("POST /v1/echo HTTP/1.1", f"Content-Length: {BODY_LIMIT}")
+    request += b"\1" * BODY_LIMIT
+    held, status = [], 200
+    while status == 200 and len(held) < MOST_UNREAD:
+        held.append(deaf(host, request))
+        status = Reader(held[-1]).head()[0]
+    checks.expect("answers that nobody reads have a budget", status == 503, len(held))
+    checks.expect("... which small ones need not", host.ask("/v1/info").status == 200)
+    for connection in held:
+        connection.close()
+    checks.expect("... and which is given back", [
+        host.ask("POST /v1/echo", body=b"\1" * BODY_LIMIT).status for _ in range(3)][-1] == 200)
 
 
 class Crowd:
@@ -70,18 +87,19 @@ def check_connections(checks, host):
     check_crowded(checks, host)
 
 
-def stuck(host):
+def deaf(host, requests):
     """A connection that does not take its answers."""
     connection = socket.socket()
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 2048)
     connection.connect(("127.0.0.1", host.port))
-    connection.sendall(host.head("GET / HTTP/1.1") * 400)
+    connection.sendall(requests)
     return connection
 
 
 def check_crowded(checks, host):
     """As many connections as there may be, each of which waits for an answer."""
-    busy = [stuck(host) for _ in range(MOST_CONNECTIONS // 2)]
+    answered = host.head("GET / HTTP/1.1") * 400
+    busy = [deaf(host, answered) for _ in range(MOST_CONNECTIONS // 2)]
     for _ in range(MOST_CONNECTIONS // 2):
         connection = host.connect()
         connection.sendall(host.head("GET /v1/status?wait=60 HTTP/1.1"))
@@ -146,6 +164,7 @@ def check_slow(checks, host):
 
 def check_limits(checks, host):
     check_unfinished(checks, host)
+    check_unread(checks, host)
     check_connections(checks, host)
     with host.connect() as stream:
         stream.sendall(host.head("GET /v1/events HTTP/1.1"))

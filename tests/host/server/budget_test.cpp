@@ -26,5 +26,12 @@ TEST(Budget, HasRoomAgainForWhatWasGivenBack) {
   EXPECT_FALSE(budget.take(SIZE_MAX));
 }
 
+TEST(Budget, MayBeOfAnotherSize) {
+  Budget budget(10);
+  EXPECT_FALSE(budget.take(11));
+  EXPECT_TRUE(budget.take(10));
+  EXPECT_FALSE(budget.take(1));
+}
+
 }  // namespace
 }  // namespace vexahost
