@@ -5,6 +5,8 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "support/exact_bytes.h"
 #include "vexa/results.h"
@@ -124,6 +126,19 @@ TEST(Base64, RefusesWhatThePlainRuleRefuses) {
   }
   EXPECT_GT(refused, 150);
   EXPECT_LT(refused, 1400);
+}
+
+// Each text of up to five of these characters.
+TEST(Base64, TakesShortTextsAsThePlainRuleDoes) {
+  constexpr std::string_view kBytes = "AQ/= -\n";
+  std::vector<std::string> texts = {""};
+  for (size_t at = 0; at < texts.size(); ++at) {
+    const std::string text = texts[at];
+    ASSERT_EQ(decode(text, text.size()), plainDecode(text)) << text;
+    for (const char byte : text.size() < 5 ? kBytes : "") {
+      texts.push_back(text + byte);
+    }
+  }
 }
 
 }  // namespace

@@ -160,5 +160,17 @@ TEST_F(EncodeTableTest, AFailedBlobLeavesTheValue) {
   EXPECT_LT(spy.encode.SetBlob(&value, nullptr, 1, 0), 0);
 }
 
+TEST_F(EncodeTableTest, ABlobOfNothingHasNoBlock) {
+  const uint8_t byte = 1;
+  runtime::ByteBuffer value{7, reinterpret_cast<uint8_t*>(this)};
+  EXPECT_EQ(spy.encode.SetBlob(&value, &byte, 0, 1), kOk);
+  EXPECT_EQ(value.data, nullptr);
+  EXPECT_EQ(value.length, 0u);
+  EXPECT_EQ(spy.encode.SetBlob(&value, &byte, 0, 0), kOk);
+  EXPECT_EQ(value.data, &byte) << "borrowed";
+  EXPECT_EQ(spy.encode.SetBlob(&value, nullptr, 0, 1), kOk);
+  EXPECT_EQ(value.data, nullptr);
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -11,6 +11,7 @@
 #include "runtime/heap_block.h"
 #include "runtime/heap_poison.h"
 #include "runtime/thread_cache.h"
+#include "support/exact_bytes.h"
 #include "vexa/runtime/reference.h"
 
 namespace vexa::test {
@@ -75,6 +76,17 @@ TEST_F(QuickHeap, AReleasedBlockIsTheNextOneAndZeroAgain) {
     EXPECT_EQ(second, first) << size;
     EXPECT_EQ(std::count(second, second + size, 0), static_cast<int64_t>(size)) << size;
     velmora::freeBlock(second);
+  }
+}
+
+TEST_F(QuickHeap, TextsOfEveryLengthAreCopiedWhole) {
+  for (size_t size = 1; size <= 300; ++size) {
+    std::string text(size, '\0');
+    std::iota(text.begin(), text.end(), '\1');
+    const ExactBytes source(text);
+    auto* const copy = static_cast<char*>(velmora::duplicateText(source.data(), size));
+    EXPECT_EQ(std::string(copy, size), text) << size;
+    velmora::freeText(copy);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "runtime/basic_tables.h"
+#include "runtime/trace.h"
 #include "vexa/results.h"
 #include "vexa/runtime/reference.h"
 
@@ -180,6 +181,76 @@ TEST_F(NotifyTableTest, OneThreadCollectsAtATime) {
     EXPECT_EQ(velmora_collect_trace(0, nullptr, nullptr), kFail);
   }).join();
   EXPECT_EQ(velmora_collect_trace(0, nullptr, nullptr), kOk);
+}
+
+TEST_F(NotifyTableTest, WithoutAFileItGoesToTheStandardError) {
+  ASSERT_EQ(velmora_set_trace(2, nullptr), kOk);
+  ::testing::internal::CaptureStderr();
+  notify.Message(2, "a", 0, "%s", "shown");
+  notify.Message(3, "a", 0, "hidden");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "2 a: shown\n");
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(NotifyTableTest, AMessageWithoutAFormatIsNone) {
+  std::vector<std::string> texts;
+  ASSERT_EQ(velmora_collect_trace(4, keepText, &texts), kOk);
+  notify.Message(1, "a", 0, nullptr);
+  messageList(1, nullptr);
+  EXPECT_EQ(velmora_collect_trace(0, nullptr, nullptr), kOk);
+  EXPECT_THAT(texts, IsEmpty());
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(NotifyTableTest, SilenceHasNoLevel) {
+  ASSERT_EQ(velmora_set_trace(0, nullptr), kOk);
+  EXPECT_EQ(notify.GetLevel("a", 1), 0u);
+  EXPECT_EQ(notify.GetLevel(nullptr, 1), 0u);
+  ::testing::internal::CaptureStderr();
+  notify.Message(1, "a", 0, "hidden");
+  messageList(1, "hidden");
+  notify.Message(0, "a", 0, "}");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(velmora_set_source_level("b", 1), kOk);
+  EXPECT_EQ(notify.GetLevel("a", 1), 0u) << "asked again, since another is on";
+  EXPECT_EQ(notify.GetLevel("b", 1), 1u);
+}
+
+TEST_F(NotifyTableTest, ClosingForgetsLevelsAndTheFile) {
+  EXPECT_EQ(velmora_set_source_level("a", 3), kOk);
+  EXPECT_EQ(velmora_set_source_level("b", 4), kOk);
+  velmora::closeTrace();
+  EXPECT_EQ(notify.GetLevel("a", 1), 0u);
+  EXPECT_EQ(notify.GetLevel("b", 1), 0u);
+  ::testing::internal::CaptureStderr();
+  ASSERT_EQ(velmora_set_trace(1, nullptr), kOk);
+  notify.Message(1, "c", 0, "no file");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "1 c: no file\n");
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(NotifyTableTest, ALevelOfASourceIsReplaced) {
+  for (const uint32_t level : {4u, 2u, 3u}) {
+    EXPECT_EQ(velmora_set_source_level("a", level), kOk);
+    EXPECT_EQ(velmora_set_source_level("b", 1), kOk);
+    EXPECT_EQ(notify.GetLevel("a", 1), level);
+    EXPECT_EQ(notify.GetLevel("b", 1), 1u);
+  }
+}
+
+TEST_F(NotifyTableTest, ACollectorSeesWhatIsNotPrinted) {
+  std::vector<std::string> texts;
+  EXPECT_EQ(velmora_set_source_level("high", 6), kOk);
+  ASSERT_EQ(velmora_collect_trace(3, keepText, &texts), kOk);
+  EXPECT_EQ(notify.GetLevel("high", 0), 6u);
+  EXPECT_EQ(notify.GetLevel("low", 0), 3u);
+  notify.Message(6, "high", 0, "printed");
+  notify.Message(3, "low", 0, "collected");
+  notify.Message(3, "high", 0, "both");
+  notify.Message(4, "low", 0, "neither");
+  EXPECT_EQ(velmora_collect_trace(0, nullptr, nullptr), kOk);
+  EXPECT_THAT(texts, ElementsAre("low: collected", "high: both"));
+  EXPECT_THAT(lines(), ElementsAre("6 high: printed", "3 high: both"));
 }
 
 }  // namespace

@@ -221,6 +221,8 @@ TEST_F(StringTableTest, AnEmptyStringEqualsAnEmptyText) {
   String string;
   EXPECT_EQ(strings.CompareWithText(string.get(), ""), 0);
   EXPECT_NE(strings.CompareWithText(string.get(), "a"), 0);
+  EXPECT_EQ(strings.CompareWithText(string.get(), nullptr), 0);
+  EXPECT_EQ(strings.CompareWithText(String("a").get(), nullptr), 1);
 }
 
 // --- In place ---

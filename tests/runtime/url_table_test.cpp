@@ -28,6 +28,7 @@ TEST_F(UrlTableTest, SplitGivesSchemeAndHost) {
       {u"http://[2001:db8::1]", u"http", u"[2001:db8::1]"},
       {u"http://host:/", u"http", u"host"},
       {u"http://host/user@other", u"http", u"host"},
+      {u"@AZ[`az{://h", u"@az[`az{", u"h"},
       {u"", nullptr, nullptr},
       {u"host", nullptr, nullptr},
       {u"http:/host", nullptr, nullptr},

@@ -290,5 +290,32 @@ TEST_F(WideStringTableTest, FailedConversionsLeaveTheirTargetAlone) {
   EXPECT_EQ(narrow.str(), "old");
 }
 
+// Two units at a time, at the ends of the ranges of surrogates.
+TEST_F(WideStringTableTest, OnlyAHighAndALowSurrogateAreOneCharacter) {
+  constexpr char16_t kUnits[] = {u'a', 0xD7FF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000};
+  const auto isHigh = [](char16_t unit) { return unit == 0xD800 || unit == 0xDBFF; };
+  const auto isLow = [](char16_t unit) { return unit == 0xDC00 || unit == 0xDFFF; };
+  const auto alone = [&](char16_t unit) -> std::string {
+    return isHigh(unit) || isLow(unit) ? "\xEF\xBF\xBD"
+           : unit == u'a'              ? "a"
+           : unit == 0xE000            ? "\xEE\x80\x80"
+                                       : "\xED\x9F\xBF";
+  };
+  for (const char16_t first : kUnits) {
+    for (const char16_t second : kUnits) {
+      const char16_t both[] = {first, second};
+      WideString wide(std::u16string_view(both, 2));
+      String narrow;
+      ASSERT_EQ(wides.ToMultiByte(wide.get(), runtime::kUtf8, narrow.get()), kOk);
+      if (isHigh(first) && isLow(second)) {
+        EXPECT_EQ(narrow.str().size(), 4u);
+        EXPECT_EQ(narrow.str()[0], first == 0xD800 ? '\xF0' : '\xF4');
+      } else {
+        EXPECT_EQ(narrow.str(), alone(first) + alone(second)) << std::hex << +first << +second;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -188,6 +188,17 @@ TEST_F(BuilderEncoding, AnIssuersKeyIsIdentifiedAsItsCertificateDoes) {
   }
 }
 
+TEST_F(BuilderEncoding, AnIssuerHasAName) {
+  CertificateFields fields;
+  fields.extensions = extension(fromHex("0603551d13") + element("04", fromHex("30030101ff")));
+  const OwnedCertificate nameless = certificate(fields.certificate());
+  const OwnedCertificate made = prepared();
+  EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+  EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), nameless.get()), kInvalidArgument);
+  EXPECT_STREQ(velmora_certificate_reason(made.get()),
+               "the issuer's certificate is not signed or has no name");
+}
+
 // RFC 5280, 4.1.2.2: positive, and enough chance that none comes twice.
 TEST_F(BuilderEncoding, SerialNumbersArePositiveAndDiffer) {
   std::set<std::string> serials;

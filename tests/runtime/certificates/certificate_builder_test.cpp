@@ -95,6 +95,27 @@ TEST_F(BuilderTest, KeyUsageIsVisibleAtOnceAndMayBeEmpty) {
   EXPECT_EQ(toHex(read->table->GetKeyUsage(read.get()), 9), "000000000000000000");
 }
 
+TEST_F(BuilderTest, KeyUsageWithoutFlagsIsANullPointer) {
+  const OwnedCertificate made = prepared("CN=x");
+  EXPECT_EQ(made->table->SetKeyUsage(made.get(), nullptr, 1), kNullPointer);
+  EXPECT_EQ(made->table->GetKeyUsage(made.get()), nullptr);
+}
+
+TEST_F(BuilderTest, ASignedCertificateIsNotSignedAgain) {
+  const OwnedCertificate made = prepared("CN=x");
+  ASSERT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kOk);
+  const std::string before = bytesOf(made->table->GetEncoding(made.get()));
+  EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kAccessDenied);
+  EXPECT_EQ(bytesOf(made->table->GetEncoding(made.get())), before);
+}
+
+TEST_F(BuilderTest, AnUnfinishedCertificateEqualsNoOther) {
+  const OwnedCertificate root = certificate(samples::kRoot);
+  const OwnedCertificate made = prepared("CN=x");
+  EXPECT_NE(types.CertificateCompare(made.get(), root.get()), 0);
+  EXPECT_NE(types.CertificateCompare(root.get(), made.get()), 0);
+}
+
 TEST_F(BuilderTest, TheIssuerComesFromItsCertificate) {
   const OwnedCertificate issuer = prepared("CN=CA");
   ASSERT_EQ(velmora_certificate_set_basic_constraints(issuer.get(), 1, -1), kOk);

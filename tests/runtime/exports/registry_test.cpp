@@ -110,5 +110,11 @@ TEST(RuntimeRoot, ReleasingNothingIsHarmless) {
   EXPECT_EQ(velmora_bound_interfaces(), before);
 }
 
+TEST(RuntimeRoot, TellsItsVersionAndThatOfTheLibrary) {
+  const std::string version = velmora_version();
+  EXPECT_TRUE(version.starts_with("velmora ")) << version;
+  EXPECT_NE(version.find(", libgcrypt "), std::string::npos) << version;
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -275,6 +275,35 @@ TEST_F(CipherTest, NullPointersAreRefused) {
   EXPECT_EQ(spy.crypt.Cipher(list.first(), nullptr, 1, &byte, &record), kNullPointer);
   EXPECT_EQ(spy.crypt.Cipher(list.first(), &byte, 1, nullptr, &record), kNullPointer);
   EXPECT_EQ(spy.crypt.Cipher(list.first(), &byte, 1, &byte, nullptr), kNullPointer);
+  runtime::CipherItem out{runtime::kCipherKey, 0, nullptr, 0, 0, {}, nullptr, nullptr};
+  EXPECT_EQ(spy.crypt.GenerateKey(nullptr, &out, 12), kNullPointer);
+  EXPECT_EQ(spy.crypt.GenerateKey(list.first(), nullptr, 12), kNullPointer);
+}
+
+TEST_F(CipherTest, NothingIsAlsoRunThroughAStream) {
+  const auto key = newKey(64, 6);
+  const List list(Request{.algorithm = 6, .key = key.get()});
+  runtime::ByteBuffer record{9, nullptr};
+  EXPECT_EQ(spy.crypt.Cipher(list.first(), nullptr, 0, nullptr, &record), kOk);
+  EXPECT_EQ(record.length, 0u);
+}
+
+TEST_F(CipherTest, WithoutAKeyOrAnAlgorithmNothingIsEncrypted) {
+  const auto key = newKey(64, 6);
+  uint8_t byte = 'x';
+  runtime::ByteBuffer record{1, &byte};
+  uint32_t algorithm = 6;
+  runtime::CipherItem noKey{runtime::kCipherKey, 0, nullptr, 0, 0, {}, nullptr, nullptr};
+  const runtime::CipherItem first{
+      runtime::kCipherAlgorithm, 0, &algorithm, 0, 0, {}, nullptr, &noKey};
+  EXPECT_EQ(spy.crypt.Cipher(&first, &byte, 1, &byte, &record), kInvalidArgument);
+  runtime::CipherItem onlyKey{runtime::kCipherKey, 0, key.get(), 0, 0, {}, nullptr, nullptr};
+  EXPECT_EQ(spy.crypt.Cipher(&onlyKey, &byte, 1, &byte, &record), kInvalidArgument);
+  algorithm = 5;
+  noKey.value = key.get();
+  EXPECT_EQ(spy.crypt.Cipher(&first, &byte, 1, &byte, &record), kInvalidArgument);
+  EXPECT_EQ(byte, 'x');
+  EXPECT_EQ(record.length, 1u);
 }
 
 TEST_F(CipherTest, KeysAreMadeForKnownCiphersInTheirLength) {

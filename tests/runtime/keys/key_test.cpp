@@ -134,6 +134,31 @@ TEST_F(KeyTest, AnEmptyKeyEqualsNothing) {
   EXPECT_NE(types.KeyCompare(&empty, &empty), 0);
   EXPECT_NE(types.KeyCompare(&empty, &key.record), 0);
   EXPECT_NE(types.KeyCompare(nullptr, &key.record), 0);
+  EXPECT_NE(types.KeyCompare(&key.record, nullptr), 0);
+  EXPECT_NE(types.KeyCompare(&key.record, &empty), 0);
+  EXPECT_EQ(types.KeyCompare(&key.record, &key.record), 0);
+}
+
+TEST_F(KeyTest, OnlyRsaKeysAreEqualAsNumbers) {
+  Owned<runtime::ObjectId> other;
+  ASSERT_EQ(types.ObjectIdFromText("1.2.840.10045.2.1", other.put()), kOk);
+  PublicKey key(types, fromHex("3007020211d5020103"));
+  PublicKey padded(types, fromHex("300902030011d502020003"));
+  EXPECT_EQ(types.KeyCompare(&key.record, &padded.record), 0);
+  key.record.algorithm.identifier = padded.record.algorithm.identifier = other.get();
+  EXPECT_NE(types.KeyCompare(&key.record, &padded.record), 0);
+}
+
+TEST_F(KeyTest, ACopyOntoItselfChangesNothing) {
+  const PublicKey key(types, fromHex("3007020211d5020103"), "0500");
+  runtime::PublicKey copy{};
+  ASSERT_EQ(types.PublicKeyCopy(&copy, &key.record), kOk);
+  const auto* const bytes = copy.bytes;
+  EXPECT_EQ(types.PublicKeyCopy(&copy, &copy), kOk);
+  EXPECT_EQ(copy.bytes, bytes);
+  EXPECT_EQ(types.AlgorithmIdCopy(&copy.algorithm, &copy.algorithm), kOk);
+  EXPECT_EQ(types.KeyCompare(&copy, &key.record), 0);
+  velmora::clearPublicKey(&copy);
 }
 
 TEST_F(KeyTest, KeysOfOtherKindsAreEqualByBytes) {

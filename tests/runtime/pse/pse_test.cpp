@@ -236,5 +236,54 @@ TEST_F(PseTest, EveryFailedAllocationIsSurvived) {
   EXPECT_GT(swept, 20);
 }
 
+TEST_F(PseTest, NoPlaceIsANullPointer) {
+  const auto pse = opened();
+  EXPECT_EQ(pse->table->ListOwnCertificates(pse.get(), nullptr, nullptr, nullptr), kNullPointer);
+  const runtime::ContextParameters parameters{1, "vexa", nullptr, types.typeOperations, nullptr};
+  Owned<runtime::SecurityContext> context;
+  ASSERT_EQ(spy.asc.CreateContext(&parameters, context.put()), kOk);
+  EXPECT_EQ(context->table->GetPse(context.get(), nullptr), kNullPointer);
+}
+
+// Three records, of which each is the first to go once.
+TEST_F(PseTest, ARecordGoesAloneWhereverItStands) {
+  const HeldParameters made = parameters();
+  made->iterations = 1;
+  runtime::SafeBag* const keyBag = addRsaKey(made.get(), samples::kLeafKey, 1);
+  ASSERT_EQ(types.BufferFromHex("01", &keyBag->localKeyId), kOk);
+  for (const std::string_view der : {samples::kRoot, samples::kLeaf, samples::kPlain}) {
+    ASSERT_EQ(types.BufferFromHex("01", &addCertificate(made.get(), der)->localKeyId), kOk);
+  }
+  String password("secret");
+  HeldBuffer file;
+  ASSERT_EQ(spy.pkcs12.Encode(made.get(), password.get(), file.put()), kOk);
+  use(bytesOf(file.get()));
+  for (int gone = 0; gone < 3; ++gone) {
+    auto pse = opened();
+    HeldList held = list(pse);
+    runtime::OwnCertificateRecord* records[3] = {};
+    auto* node = held.get();
+    for (auto*& record : records) {
+      ASSERT_NE(node, nullptr);
+      record = std::exchange(node->record, nullptr);
+      node = node->next;
+    }
+    held.reset();
+    pse.reset();
+    spy.pse.OwnRecordRelease(std::exchange(records[gone], nullptr));
+    const auto other = opened();
+    const HeldList again = list(other);
+    node = again.get();
+    for (auto* const record : records) {
+      ASSERT_NE(node, nullptr);
+      EXPECT_TRUE(record == nullptr || node->record == record) << gone;
+      node = node->next;
+    }
+    for (auto* const record : records) {
+      spy.pse.OwnRecordRelease(record);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vexa::test

@@ -1,0 +1,35 @@
+#include <gcrypt.h>
+
+#include "runtime/crypto_fixture.h"
+#include "runtime/keys/libgcrypt.h"
+#include "runtime/samples.h"
+
+// A program that has started the library itself: nothing is started again, and its memory stays its
+// own.
+namespace vexa::test {
+namespace {
+
+class StartedBefore : public CryptoTest {};
+
+TEST_F(StartedBefore, EverythingWorks) {
+  gcry_check_version(nullptr);
+  gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
+  gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
+  void* const own = gcry_malloc(10);
+  EXPECT_TRUE(velmora::libraryReady());
+  gcry_free(own);
+
+  HeldKey key;
+  ASSERT_EQ(velmora_key_generate_ec("P-256", key.put()), kOk);
+  OwnedCertificate made;
+  ASSERT_EQ(velmora_certificate_create(made.put()), kOk);
+  EXPECT_EQ(velmora_certificate_set_subject(made.get(), "CN=x"), kOk);
+  EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
+            kOk);
+  EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+  EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kOk);
+  EXPECT_EQ(made->table->IsSelfSigned(made.get()), 1);
+}
+
+}  // namespace
+}  // namespace vexa::test
