@@ -59,6 +59,7 @@ const ChangeCase kChanges[] = {
     {"LongerAddress", {{"a", {kIp1}}}, {{"a", {kLongIp1}}}, {kAddressChange}},
     {"ShorterAddress", {{"a", {kLongIp1}}}, {{"a", {kIp1}}}, {kAddressChange}},
     {"EmptyAddresses", {{"a", {{}}}}, {{"a", {{}}}}, {}},
+    {"AnAddressOfOneByteChanged", {{"a", {{1}}}}, {{"a", {{2}}}}, {kAddressChange}},
     {"AddressAppended", {{"a", {kIp1}}}, {{"a", {kIp1, kIp2}}}, {}},
     {"LastAddressRemoved", {{"a", {kIp1, kIp2}}}, {{"a", {kIp1}}}, {}},
     {"FirstAddressRemoved", {{"a", {kIp1, kIp2}}}, {{"a", {kIp2}}}, {kAddressChange}},
