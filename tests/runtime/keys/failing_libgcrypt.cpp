@@ -106,7 +106,8 @@ extern "C" int gcry_mpi_ec_get_affine(gcry_mpi_t x, gcry_mpi_t y, gcry_mpi_point
 }
 
 // Takes its arguments as the other function of this purpose does: by pointers to each.
-extern "C" gcry_error_t gcry_sexp_build(gcry_sexp_t* out, size_t* offset, const char* format, ...) {
+extern "C" gcry_error_t gcry_sexp_build(gcry_sexp_t* retsexp, size_t* erroff, const char* format,
+                                        ...) {
   if (fails()) {
     return gcry_error(failure);
   }
@@ -131,7 +132,7 @@ extern "C" gcry_error_t gcry_sexp_build(gcry_sexp_t* out, size_t* offset, const 
     }
   }
   va_end(given);
-  return gcry_sexp_build_array(out, offset, format, arguments.data());
+  return gcry_sexp_build_array(retsexp, erroff, format, arguments.data());
 }
 
 // The system's generator is no function of the library, yet fails like one. The linker leads our

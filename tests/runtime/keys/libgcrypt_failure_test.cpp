@@ -140,7 +140,7 @@ TEST_F(LibraryFailureTest, OfCheckingASignature) {
                                       read.publicKey);
     };
     EXPECT_EQ(sweep([&] { return verify() == velmora::Verdict::kValid ? kOk : kFail; }), 4);
-    for (const uint64_t n : {1, 2, 3, 4}) {
+    for (const uint64_t n : {1u, 2u, 3u, 4u}) {
       failing_libgcrypt::failAt(n);
       EXPECT_EQ(verify(), n < 4 ? velmora::Verdict::kUnsupported : velmora::Verdict::kInvalid);
       failing_libgcrypt::neverFail();
@@ -192,7 +192,7 @@ TEST_F(LibraryFailureTest, OfADerivationTellsShortMemoryApart) {
 TEST_F(LibraryFailureTest, OfAnExpressionThatIsNotBuiltIsShortMemory) {
   HeldKey rsa;
   ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, rsa.put()), kOk);
-  for (const uint64_t n : {1, 2}) {
+  for (const uint64_t n : {1u, 2u}) {
     velmora::Bytes signature;
     failing_libgcrypt::failAt(n, GPG_ERR_ENOMEM);
     EXPECT_EQ(velmora::signSha256(rsa->privateKey, viewOfText("x"), signature), kOutOfMemory) << n;
