@@ -86,7 +86,7 @@ int run(const std::vector<std::string>& arguments) {
       throw CLI::RequiredError("A command");
     }
   } catch (const CLI::ExtrasError& error) {
-    const std::vector<std::string> unknown = app.remaining(true);
+    const std::vector<std::string> unknown = app.remaining();
     if (app.get_subcommands().empty() && !unknown.empty() && !unknown[0].starts_with('-')) {
       throw HostError("no such command: " + unknown[0] + "; vexahost --help names all",
                       ExitStatus::kUsage);

@@ -81,8 +81,9 @@ std::string valueName(const CLI::Option& option) {
 }
 
 std::string optionName(const CLI::Option& option) {
-  std::string name = option.get_positional() ? option.get_name(true) : option.get_name(false, true);
-  if (!option.get_positional() && option.get_items_expected_max() > 0) {
+  const bool isPositional = option.get_positional();
+  std::string name = option.get_name(isPositional, !isPositional);
+  if (!isPositional && option.get_items_expected_max() > 0) {
     name += " " + valueName(option);
   }
   return name;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 namespace vexahost {
 namespace {
 
@@ -36,10 +38,33 @@ TEST(AccessLog, NothingThatCameCanForgeALine) {
   EXPECT_TRUE(logLine(forged).ends_with(" GET /a%20b%0D%0Ac%80%7F https://app.example\n"));
 }
 
+TEST(AccessLog, EveryOtherByteIsWrittenAsItCame) {
+  for (int c = 0; c <= 0xFF; ++c) {
+    LogEntry one = entry();
+    one.target = std::string(1, static_cast<char>(c));
+    char code[8] = {};
+    std::snprintf(code, sizeof(code), "%%%02X", static_cast<unsigned>(c));
+    const std::string shown = c >= 0x21 && c <= 0x7E ? one.target : code;
+    EXPECT_TRUE(logLine(one).ends_with(" GET " + shown + " https://app.example\n")) << c;
+  }
+}
+
 TEST(AccessLog, LongTextsAreCut) {
+  const std::string most = "/" + std::string(511, 'a');
   LogEntry longer = entry();
-  longer.target = "/" + std::string(5000, 'a');
-  EXPECT_LT(logLine(longer).size(), 700u);
+  longer.target = most;
+  EXPECT_TRUE(logLine(longer).ends_with(" GET " + most + " https://app.example\n"));
+  longer.target += "b";
+  EXPECT_TRUE(logLine(longer).ends_with(" GET " + most + "... https://app.example\n"));
+}
+
+TEST(AccessLog, NumbersOfAnySizeAreWrittenWhole) {
+  LogEntry largest = entry();
+  largest.status = UINT32_MAX;
+  largest.bytes = UINT64_MAX;
+  largest.duration = std::chrono::microseconds(123456789012345);
+  EXPECT_NE(logLine(largest).find(" 4294967295 18446744073709551615 123456789012.345ms GET "),
+            std::string::npos);
 }
 
 }  // namespace

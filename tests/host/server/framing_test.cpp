@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace vexahost {
@@ -131,10 +132,20 @@ constexpr RefusedCase kRefused[] = {
     {"AsteriskNotForGet", "GET * HTTP/1.1", "", 400, "the request target is not a path"},
     {"AbsoluteWithoutPath", "GET http://localhost HTTP/1.1", "", 400,
      "the request target has no path"},
+    {"SchemeAlone", "GET http:// HTTP/1.1", "", 400, "the request target is not a path"},
+    {"AsteriskAndMore", "OPTIONS *x HTTP/1.1", "", 400, "the request target is not a path"},
+    {"NoMethod", " / HTTP/1.1", "", 400, "no request line that can be read"},
     {"MethodNoToken", "G(T / HTTP/1.1", "", 400, "no request line that can be read"},
     {"VersionCutShort", "GET / HTTP/1", "", 400, "no request line that can be read"},
     {"VersionWithLetter", "GET / HTTP/1.x", "", 400, "no request line that can be read"},
     {"VersionLowerCase", "GET / http/1.1", "", 400, "no request line that can be read"},
+    {"VersionTooLong", "GET / HTTP/1.10", "", 400, "no request line that can be read"},
+    {"VersionWithHyphen", "GET / HTTP/1-1", "", 400, "no request line that can be read"},
+    {"VersionBelowDigits", "GET / HTTP/1./", "", 400, "no request line that can be read"},
+    {"VersionAboveDigits", "GET / HTTP/1.:", "", 400, "no request line that can be read"},
+    {"MajorBelowDigits", "GET / HTTP//.1", "", 400, "no request line that can be read"},
+    {"MajorAboveDigits", "GET / HTTP/:.1", "", 400, "no request line that can be read"},
+    {"MajorWithLetter", "GET / HTTP/x.1", "", 400, "no request line that can be read"},
     {"Version2", "GET / HTTP/2.0", "", 505, "the version of HTTP is not 1.0 or 1.1"},
     {"Version0", "GET / HTTP/0.9", "", 505, "the version of HTTP is not 1.0 or 1.1"},
     {"HostTwice", kGet, "Host: localhost\r\n", 400, "a header that may come once comes twice"},
@@ -198,6 +209,61 @@ TEST(Head, NoControlCharacterIsTaken) {
               character == '\t' ? 200u : 400u)
         << c;
   }
+}
+
+TEST(Head, NamesAreTokens) {
+  const std::string token =
+      "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  for (int c = 0; c <= 0xFF; ++c) {
+    const char character = static_cast<char>(c);
+    const bool isToken = c != 0 && token.find(character) != std::string::npos;
+    const std::string name = std::string("X") + character;
+    if (character != ':') {
+      EXPECT_EQ(statusOf(request(name + ": v\r\n")), isToken ? 200u : 400u) << c;
+    }
+    if (character != ' ') {
+      EXPECT_EQ(statusOf(request("", name + " / HTTP/1.1")), isToken ? 200u : 400u) << c;
+    }
+  }
+}
+
+TEST(Head, ValuesAreTrimmed) {
+  for (const char* const line : {"Origin:a", "Origin: a", "Origin: \t a\t \t"}) {
+    const std::string block = request(std::string(line) + "\r\n");
+    EXPECT_EQ(std::get<Head>(parsed(block)).origin, "a") << line;
+  }
+  const std::string block = request("Origin: a \t b\r\nAuthorization: \t \r\n");
+  EXPECT_EQ(std::get<Head>(parsed(block)).origin, "a \t b");
+  EXPECT_EQ(std::get<Head>(parsed(block)).authorization, "");
+}
+
+TEST(Head, LettersAreTheSameInBothCases) {
+  for (int a = 0; a <= 0xFF; ++a) {
+    for (int b = 0; b <= 0xFF; ++b) {
+      const int difference = a > b ? a - b : b - a;
+      const int lower = std::max(a, b);
+      const bool isSame = a == b || (difference == 0x20 && lower >= 'a' && lower <= 'z');
+      ASSERT_EQ(equalIgnoringCase(std::string(1, static_cast<char>(a)),
+                                  std::string(1, static_cast<char>(b))),
+                isSame)
+          << a << ' ' << b;
+    }
+  }
+  EXPECT_FALSE(equalIgnoringCase("a", "ab"));
+  EXPECT_TRUE(equalIgnoringCase("", ""));
+}
+
+TEST(Head, ALengthThatMightNotFitCountsAsTheLargest) {
+  const auto lengthOf = [](const std::string& digits) {
+    const std::string block = request("Content-Length: " + digits + "\r\n", kPost);
+    return std::get<Head>(parseHead(block, UINT64_MAX)).contentLength;
+  };
+  EXPECT_EQ(lengthOf("0"), 0u);
+  EXPECT_EQ(lengthOf("1234567890"), 1234567890u);
+  EXPECT_EQ(lengthOf("999999999999999999"), 999999999999999999u);
+  EXPECT_EQ(lengthOf("00999999999999999999"), 999999999999999999u);
+  EXPECT_EQ(lengthOf("1000000000000000000"), UINT64_MAX);
+  EXPECT_EQ(lengthOf("18446744073709551617"), UINT64_MAX);
 }
 
 TEST(Head, HostMayBeMissingInHttp10Only) {

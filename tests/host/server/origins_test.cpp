@@ -56,6 +56,39 @@ TEST(Origin, WhatNoBrowserSendsIsNot) {
   }
 }
 
+TEST(Origin, ANameIsOfLettersDigitsHyphensAndUnderscores) {
+  const std::string known = "abcdefghijklmnopqrstuvwxyz0123456789-_.";
+  for (int c = 0; c <= 0xFF; ++c) {
+    const char character = static_cast<char>(c);
+    const bool isKnown = c != 0 && known.find(character) != std::string::npos;
+    EXPECT_EQ(parseOrigin(std::string("https://a") + character + "b").has_value(), isKnown) << c;
+  }
+}
+
+TEST(Origin, AnAddressInBracketsIsOfHexadecimalDigitsColonsAndPoints) {
+  const std::string known = "abcdef0123456789:.";
+  for (int c = 0; c <= 0xFF; ++c) {
+    const char character = static_cast<char>(c);
+    const bool isKnown = c != 0 && known.find(character) != std::string::npos;
+    for (const std::string& host : {std::string(1, character), std::string("::") + character,
+                                    character + std::string("::")}) {
+      EXPECT_EQ(parseOrigin("https://[" + host + "]").has_value(), isKnown) << c;
+    }
+  }
+}
+
+TEST(Origin, NamesAreAsLongAsTheDomainSystemTakesThem) {
+  const std::string label(63, 'a');
+  EXPECT_TRUE(parseOrigin("https://" + label));
+  EXPECT_TRUE(parseOrigin("https://b." + label + ".c"));
+  EXPECT_FALSE(parseOrigin("https://" + label + "a"));
+  EXPECT_FALSE(parseOrigin("https://b." + label + "a.c"));
+  const std::string three = label + "." + label + "." + label + ".";
+  EXPECT_TRUE(parseOrigin("https://" + three + std::string(61, 'a') + "."));
+  EXPECT_TRUE(parseOrigin("https://" + three + std::string(62, 'a')));
+  EXPECT_FALSE(parseOrigin("https://" + three + std::string(62, 'a') + "."));
+}
+
 TEST(Origin, IsTakenApart) {
   const std::optional<Origin> origin = parseOrigin("http://[::1]:5173");
   ASSERT_TRUE(origin);
@@ -71,7 +104,8 @@ TEST(Origin, LoopbackIsKnown) {
     EXPECT_TRUE(isLoopback(host)) << host;
   }
   for (const char* const host : {"127.evil.example.x", "127.0.0.1.example", "localhost.example",
-                                 "notlocalhost", "10.0.0.1", "[::2]", ""}) {
+                                 "notlocalhost", "10.0.0.1", "128.0.0.1", "127.0.1", "127.0.0.1.",
+                                 "127.0.0.1:", "127.0.0./", "127.0.0.a", "[::2]", ""}) {
     EXPECT_FALSE(isLoopback(host)) << host;
   }
 }
@@ -179,7 +213,26 @@ TEST(AllowedOrigins, TheModuleIsNotAskedAboutWhatNoBrowserSends) {
 }
 
 TEST(AllowedOrigins, AnAddressLiteralMatchesExactly) {
-  EXPECT_TRUE(allowed("https://[2001:db8::1]:8443").covers("https://[2001:db8::1]:8443"));
+  const AllowedOrigins origins = allowed("https://[2001:DB8::1]:8443");
+  EXPECT_TRUE(origins.covers("https://[2001:db8::1]:8443"));
+  EXPECT_FALSE(origins.covers("https://[2001:db8::1]"));
+  EXPECT_FALSE(origins.covers("https://[2001:db8::2]:8443"));
+}
+
+TEST(AllowedOrigins, TheUsualPortMayBeWritten) {
+  EXPECT_TRUE(allowed("https://[::1]:443").covers("https://[::1]"));
+  EXPECT_TRUE(allowed("http://localhost:80").covers("http://localhost"));
+  EXPECT_TRUE(allowed("http://localhost:443").covers("http://localhost:443"));
+}
+
+TEST(AllowedOrigins, EachOfSeveralCounts) {
+  AllowedOrigins origins = allowed("https://*.client.example");
+  origins.add("https://other.example");
+  origins.add("http://localhost:3000");
+  for (const char* const text :
+       {"https://app.client.example", "https://other.example", "http://localhost:3000"}) {
+    EXPECT_TRUE(origins.covers(text)) << text;
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace vexahost {
 namespace {
@@ -38,6 +39,29 @@ TEST(RandomText, IsBase64UrlOfThatManyBytes) {
     EXPECT_EQ(
         text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_"),
         std::string::npos);
+  }
+}
+
+// What stands at each place of many texts of so many bytes.
+std::vector<std::set<char>> seenAt(size_t bytes) {
+  std::vector<std::set<char>> seen((8 * bytes + 5) / 6);
+  for (int i = 0; i < 4000; ++i) {
+    const std::string text = randomText(bytes);
+    for (size_t place = 0; place < text.size(); ++place) {
+      seen[place].insert(text[place]);
+    }
+  }
+  return seen;
+}
+
+TEST(RandomText, LeavesNoBitOut) {
+  const std::set<char> twoBits = {'A', 'Q', 'g', 'w'};
+  const std::set<char> fourBits = {'A', 'E', 'I', 'M', 'Q', 'U', 'Y', 'c',
+                                   'g', 'k', 'o', 's', 'w', '0', '4', '8'};
+  EXPECT_EQ(seenAt(1)[1], twoBits);
+  EXPECT_EQ(seenAt(2)[2], fourBits);
+  for (const std::set<char>& seen : seenAt(3)) {
+    EXPECT_EQ(seen.size(), 64u);
   }
 }
 
