@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "files.h"
+#include "secret.h"
 #include "vexa/certificates.h"
 #include "vexa/core.h"
 #include "vexa/runtime/reference_crypto.h"
@@ -43,7 +44,11 @@ std::vector<PemBlock> pemBlocks(std::string_view text) {
 CertificateRef decode(const Module& module, std::string_view bytes, const std::string& path) {
   const runtime::ByteBuffer buffer = vexa::borrow(bytes);
   CertificateRef certificate;
-  if (module.commonTypes().CertificateDecode(&buffer, certificate.put()) != 0 || !certificate) {
+  const int32_t result = module.commonTypes().CertificateDecode(&buffer, certificate.put());
+  if (result == vexa::kOutOfMemory) {
+    check(result, ("reading " + path).c_str());
+  }
+  if (result != vexa::kOk || !certificate) {
     throw HostError(path + ": holds something that is not a certificate", ExitStatus::kInput);
   }
   return certificate;
@@ -183,6 +188,14 @@ CertificateUses usesOf(const Module& module, runtime::Certificate* certificate) 
 void KeyAndChain::append(const Module& module, runtime::Certificate* certificate) {
   const auto& list = module.list<vexa::CertificateFunctions>();
   certificates.reset(list.AppendCertificate(certificates.release(), certificate));
+  const runtime::CertificateList* record = certificates.get();
+  while (record != nullptr &&
+         module.commonTypes().CertificateCompare(record->certificate, certificate) != 0) {
+    record = record->next;
+  }
+  if (record == nullptr) {  // it does not say so itself
+    check(vexa::kOutOfMemory, "listing a certificate");
+  }
 }
 
 KeyAndChain openPkcs12(const Module& module, const std::string& path, const std::string& password) {
@@ -224,7 +237,7 @@ void readKey(const Module& module, const std::string& path, Password& password, 
       isEncrypted ? password.get(("Password of " + path).c_str()).c_str() : nullptr;
   const char* reason = nullptr;
   const int32_t result = read(der.get(), secret, out.key.put(), &reason);
-  std::fill(content.begin(), content.end(), '\0');
+  wipe(content);
   if (reason != nullptr) {
     throw HostError(path + ": " + reason, statusOfKey(result));
   }

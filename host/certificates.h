@@ -40,7 +40,7 @@ CertificateUses usesOf(const Module& module, vexa::runtime::Certificate* certifi
 struct KeyAndChain {
   explicit KeyAndChain(const vexa::HostTables& tables) : key(tables), certificates(tables) {}
 
-  // Adds a certificate at the end, unless it is there already.
+  // Adds a certificate at the end, unless it is there already. Throws HostError.
   void append(const Module& module, vexa::runtime::Certificate* certificate);
 
   vexa::KeyHolder key;

@@ -1,14 +1,16 @@
 #include "files.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <system_error>
 
 #include "cli/console.h"
 #include "cli/exit_status.h"
+#include "secret.h"
 
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
@@ -36,11 +38,27 @@ std::string reason() {
   throw HostError(path + ": cannot be written: " + reason(), ExitStatus::kOutput);
 }
 
+// Up to the end, or to where reading fails.
+std::string readAll(std::istream& stream) {
+  std::string content;
+  size_t length = 0;
+  while (stream) {
+    if (length == content.size()) {
+      growSecret(content, std::max<size_t>(BUFSIZ, 2 * length));
+      content.resize(content.capacity());
+    }
+    stream.read(content.data() + length, static_cast<std::streamsize>(content.size() - length));
+    length += static_cast<size_t>(stream.gcount());
+  }
+  content.resize(length);
+  return content;
+}
+
 }  // namespace
 
 std::string readFile(const std::string& path) {
   if (path == "-") {
-    return {std::istreambuf_iterator<char>(std::cin), {}};
+    return readAll(std::cin);
   }
   const std::filesystem::path name = pathOf(path);
   std::error_code ignored;
@@ -48,11 +66,13 @@ std::string readFile(const std::string& path) {
     failInput(path, "it is a folder");
   }
   errno = 0;
-  std::ifstream file(name, std::ios::binary);
+  std::ifstream file;
+  file.rdbuf()->pubsetbuf(nullptr, 0);  // a buffer would keep what may be a secret
+  file.open(name, std::ios::binary);
   if (!file.is_open()) {
     failInput(path, reason());
   }
-  std::string content(std::istreambuf_iterator<char>(file), {});
+  std::string content = readAll(file);
   if (file.bad()) {
     failInput(path, reason());
   }

@@ -1,11 +1,11 @@
 #include "password.h"
 
 #include <cstdio>
-#include <iostream>
 #include <string_view>
 
 #include "cli/exit_status.h"
 #include "files.h"
+#include "secret.h"
 
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
@@ -61,15 +61,8 @@ class NoEcho {
   bool isTerminal_;
 };
 
-void wipe(std::string& text) {
-  volatile char* const bytes = text.data();
-  for (size_t i = 0; i < text.size(); ++i) {
-    bytes[i] = '\0';
-  }
-}
-
 // The first line of a file, as UTF-8 and without the mark that some editors put at the start.
-std::string firstLine(const std::string& path) {
+void readFirstLine(const std::string& path, std::string& out) {
   constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
   std::string content = readFile(path);
   std::string_view line = content;
@@ -80,9 +73,22 @@ std::string firstLine(const std::string& path) {
   if (line.starts_with(kUtf8Mark)) {
     line.remove_prefix(kUtf8Mark.size());
   }
-  std::string text(line.substr(0, line.find('\n')));
+  out = line.substr(0, line.find('\n'));
   wipe(content);
-  return text;
+}
+
+// The next line of the standard input, byte by byte: a buffer would keep it. False: there is none.
+bool readLine(std::string& out) {
+  std::setvbuf(stdin, nullptr, _IONBF, 0);
+  int c = std::getc(stdin);
+  const bool isThere = c != EOF;
+  for (; c != EOF && c != '\n'; c = std::getc(stdin)) {
+    if (out.size() == out.capacity()) {
+      growSecret(out, 2 * out.size());
+    }
+    out += static_cast<char>(c);
+  }
+  return isThere;
 }
 
 }  // namespace
@@ -101,14 +107,13 @@ const std::string& Password::get(const char* prompt) {
     return text_;
   }
   if (!file_.empty()) {
-    text_ = firstLine(file_);
+    readFirstLine(file_, text_);
   } else {
-    text_.reserve(256);  // grows rarely, so that few copies are left behind
     const NoEcho quiet;
     if (!fromInput_) {
       std::fprintf(stderr, "%s: ", prompt);
     }
-    if (!std::getline(std::cin, text_)) {
+    if (!readLine(text_)) {
       throw HostError("there is no password on the standard input", ExitStatus::kPassword);
     }
     if (!fromInput_) {

@@ -24,9 +24,6 @@ void create(Options& options, CreateRequest& request) {
       content.append(module, certificate.get());
     }
   }
-  if (!content.certificates) {
-    throw HostError("out of memory");
-  }
   readKey(module, request.keyFile, request.keyPassword, content);
   writeFile(
       request.out,

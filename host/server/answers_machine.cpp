@@ -95,6 +95,9 @@ Outcome answerInspect(const Call& call) {
   try {
     certificates = certificatesIn(module, bodyOf(call.request), "the body");
   } catch (const HostError& error) {
+    if (error.status() != ExitStatus::kInput) {
+      throw;
+    }
     return problem(module, 400, error.what());
   }
   JsonObjectRef answer(module);

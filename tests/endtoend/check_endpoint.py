@@ -357,6 +357,23 @@ def check_keep_alive(checks, host):
         checks.expect("each request has its own origin", told == [ALLOWED, None], told)
     with host.connect() as connection:
         reader = Reader(connection)
+        connection.sendall(host.head("GET /v1/info HTTP/1.1", origin) + b"\x16\x03\x01")
+        told = [reader.answer().headers.get("access-control-allow-origin") for _ in range(2)]
+        checks.expect("... also one that cannot be read", told == [ALLOWED, None], told)
+    with host.connect() as connection:
+        reader = Reader(connection)
+        connection.sendall(host.head("GET /v1/info HTTP/1.1", "Connection: close"))
+        reader.answer()
+        checks.expect("the last answer ends what the host says", reader.is_at_end())
+        try:
+            for _ in range(3):
+                connection.sendall(b"more")  # fails where nobody reads any more
+            listens = True
+        except OSError:
+            listens = False
+        checks.expect("... but not what it hears", listens)
+    with host.connect() as connection:
+        reader = Reader(connection)
         connection.sendall(host.head("POST /v1/json HTTP/1.1", "Content-Length: 1") + b"x" +
                            host.head("GET /v1/info HTTP/1.1"))
         checks.expect("a request that fails leaves the connection",
@@ -451,6 +468,14 @@ def check_waiting(checks, host):
         connection.close()
     left = [host.ask("/v1/status?wait=1").status for _ in range(3)]
     checks.expect("polls that were left make room", left[-1] == 200, left)
+    again = [host.connect() for _ in range(MOST_WAITING // 2 + 1)]
+    for connection in again:
+        connection.sendall(host.head("GET /v1/status?wait=1 HTTP/1.1") * 2)
+    readers = [Reader(connection) for connection in again]
+    answers = {reader.answer().status for reader in readers for _ in range(2)}
+    checks.expect("... and those that are over do", answers == {200}, answers)
+    for connection in again:
+        connection.close()
     with host.connect() as connection:
         reader = Reader(connection)
         connection.sendall(host.head("GET /v1/events HTTP/1.1", f"Origin: {ALLOWED}"))
@@ -498,6 +523,16 @@ def check_starts(checks, command, host):
     checks.expect("a port in use is an error that is explained", status == 7 and
                   any("another program has it; --port 0" in line for line in failed.lines),
                   failed.lines)
+
+
+def check_printed_log(checks, command):
+    host = Host(command, "--log", "-")
+    host.wait_until_up()
+    status = host.ask("/v1/echo?log=-").status
+    host.stop()
+    lines = [line for line in host.lines if line.endswith(" GET /v1/echo?log=- -")]
+    checks.expect("the log may go to the output", status == 200 and len(lines) == 1 and
+                  " 200 " in lines[0] and host.left_no_block(), host.lines)
 
 
 def check_end(checks, host, folder):
@@ -574,6 +609,8 @@ def check_descriptors(checks, command):
         connection.close()
     checks.expect("... and serves again when they are back", host.ask("/v1/info").status == 200)
     checks.expect("... and ends cleanly", host.stop() == 0 and host.left_no_block(), host.lines)
+    complaints = sum("no room for more connections" in line for line in host.lines)
+    checks.expect("... and complained once", complaints == 1, host.lines)
 
 
 def make_own_certificate(folder):
@@ -616,6 +653,7 @@ def check_host(checks, options, folder):
     if options.descriptors:
         check_descriptors(checks, options.command)
     check_starts(checks, options.command, host)
+    check_printed_log(checks, options.command)
     checks.expect("after all that, /v1/info still answers", host.ask("/v1/info").status == 200)
     check_end(checks, host, folder)
     return host

@@ -12,12 +12,15 @@ import os
 import pathlib
 import select
 import signal
+import socket
 import subprocess
 import sys
 
 from endpoint import COMMAND, Host, Reader, argument, as_json, run_checks
 
 TRIES = 20
+PORTS = (40000, 40001)
+STARTS = 8
 NAMESPACE = f"vexa-events-{os.getpid()}"
 
 
@@ -34,6 +37,27 @@ def check_addresses(checks, command):
                   host.ask("/v1/info").status == 200, host.lines)
     checks.expect("... and ends well", host.stop() == 0, host.lines)
     setting.write_text("0")
+
+
+def check_ports(checks, command):
+    """In the namespace, where the system has two free ports to choose from."""
+    setting = pathlib.Path("/proc/sys/net/ipv4/ip_local_port_range")
+    before = setting.read_text()
+    setting.write_text(f"{PORTS[0]} {PORTS[1]}")
+    with socket.create_server(("::1", PORTS[0]), family=socket.AF_INET6):
+        ports = []
+        for _ in range(STARTS):  # the system begins with either of them
+            host = Host(command)
+            host.wait_until_up()
+            ports.append(host.port)
+            host.stop()
+        checks.expect("a port that is free on one address alone is not taken",
+                      ports == [PORTS[1]] * STARTS, ports)
+        with socket.create_server(("::1", PORTS[1]), family=socket.AF_INET6):
+            host = Host(command)
+            checks.expect("... and when all are like that it gives up", host.wait() == 7 and
+                          any("another program has it" in line for line in host.lines), host.lines)
+    setting.write_text(before)
 
 
 def check_inside(checks, command):
@@ -104,6 +128,7 @@ def check(checks, options):
     if options.inside:
         check_monitor(checks, options.command)
         check_addresses(checks, options.command)
+        check_ports(checks, options.command)
         check_inside(checks, options.command)
     elif ip("netns", "add", NAMESPACE) and ip("-n", NAMESPACE, "link", "set", "lo", "up"):
         report = ["--report", str(options.report)] if options.report else []

@@ -176,6 +176,8 @@ class Reader:
         """Whether the other side closes without another byte."""
         try:
             return not self.bytes and not self._more()
+        except TimeoutError:
+            return False
         except OSError:
             return True
 

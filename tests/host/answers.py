@@ -117,6 +117,10 @@ def check_certificates(checks, host, folder):
     _, text = host.run("certs", "two.pem")
     checks.expect("certs reads what text surrounds", [line[47:] for line in text.splitlines()[1:]]
                   == [JANE, ROOT], text)
+    (folder / "key-and.pem").write_text((folder / "jane.key").read_text() + bundle)
+    _, text = host.run("certs", "key-and.pem")
+    checks.expect("... and passes over a key", [line[47:] for line in text.splitlines()[1:]]
+                  == [JANE, ROOT], text)
     (folder / "half.pem").write_text(bundle[:-60])
     _, text = host.run("certs", "half.pem")
     checks.expect("... and leaves a block without end alone",
@@ -136,6 +140,10 @@ def check_files(checks, host, folder):
     checks.expect("... but gives answers", host.run("--quiet", *opened) == host.run(*opened))
     expect_answer(checks, host, ["own", "--pse", "whole.p12", "--password-file", "pw"],
                   f"subject  {JANE}\nissuer   {ROOT}\n", [{"subject": JANE, "issuer": ROOT}])
+    openssl(folder, "pkcs12", "-export", "-nocerts", "-inkey", "jane.key", "-out", "key.p12",
+            "-passout", f"pass:{PASSWORD}")
+    expect_answer(checks, host, ["p12", "open", "key.p12", "--password-file", "pw"],
+                  "private key  yes\n", {"certificates": [], "keyOfFirstCertificate": False})
     openssl(folder, "pkcs12", "-export", "-inkey", "ca.key", "-in", "ca.pem", "-out", "root.p12",
             "-passout", f"pass:{PASSWORD}")
     issue = ["ca", "issue", "--issuer", "root.p12", "--issuer-password-file", "pw", "--subject",

@@ -25,6 +25,8 @@ sys.path.insert(0, str(ROOT / "bindings"))
 from generator.reader import read_sdk  # pylint: disable=wrong-import-position
 
 TEXTS = pathlib.Path(__file__).parent / "texts"
+DESCRIPTION = ROOT / "tests/endtoend/openapi.json"
+INCLUDE = pathlib.Path("/usr/include")
 CA_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 
 
@@ -101,8 +103,53 @@ def check_lists(checks, host):
         slot["offered"] for one in lists for slot in one["slots"]), text[:200])
 
 
+def define_of(header, name):
+    text = (INCLUDE / header).read_text(encoding="utf-8")
+    return re.search(rf"^\s*#define {name} (\S+)", text, re.M).group(1)
+
+
+def check_versions(checks, host):
+    """Of libraries that are nothing but headers: what is installed is what was built in."""
+    _, text = host.run("--version", "--json")
+    data = json.loads(text)
+    libraries = data["libraries"]
+    number = int(define_of("asio/version.hpp", "ASIO_VERSION"))
+    checks.expect("--version tells that of Asio", libraries["Asio"] ==
+                  f"{number // 100000}.{number // 100 % 1000}.{number % 100}", libraries)
+    checks.expect("... that of CLI11", f'"{libraries["CLI11"]}"' ==
+                  define_of("CLI/Version.hpp", "CLI11_VERSION"), libraries)
+    numbers = subprocess.run(
+        ["g++", "-E", "-P", "-x", "c++", "-"], capture_output=True, text=True, check=True,
+        input="#include <nlohmann/json.hpp>\nVERSION NLOHMANN_JSON_VERSION_MAJOR "
+              "NLOHMANN_JSON_VERSION_MINOR NLOHMANN_JSON_VERSION_PATCH\n").stdout
+    checks.expect("... that of the JSON library", libraries["json"] == ".".join(
+        re.search(r"^VERSION\s+(\d+)\s+(\d+)\s+(\d+)", numbers, re.M).groups()), libraries)
+    _, text = host.run("--version")
+    checks.expect("--version without --json tells the same", text ==
+                  f"vexahost {data['vexahost']}\nmodule   {data['module']}\n"
+                  f"runtime  {data['runtime']}\n"
+                  f"with     Asio {libraries['Asio']}, CLI11 {libraries['CLI11']}, "
+                  f"json {libraries['json']}\n", (text, data))
+
+
+def check_help_on_routes(checks, host):
+    """The help of `serve` tells every path that the endpoint's description has."""
+    paths = json.loads(DESCRIPTION.read_text(encoding="utf-8"))["paths"]
+    lines = ["What it answers (docs/endpoint.md):"]
+    for path, operations in paths.items():
+        operation = next(iter(operations.values()))
+        token = " (token)" if "security" in operation else ""
+        lines.append(f"  {path} ".ljust(28) + operation["summary"] + token)
+    _, text = host.run("help", "serve")
+    told = text[text.find(lines[0]):].splitlines()[:len(lines)]
+    checks.expect("help serve tells the paths", told == lines, told)
+
+
 def check_command_line(checks, host, folder):
     """What every command has in common: versions, JSON, exit statuses, the texts about itself."""
+    check_versions(checks, host)
+    check_help_on_routes(checks, host)
+    (folder / "a-folder").mkdir()
     status, text = host.run("--version", "--json")
     versions = json.loads(text)
     checks.expect("--version names module, runtime and libraries", status == 0
@@ -126,8 +173,27 @@ def check_command_line(checks, host, folder):
         (["frobnicate"], 2, "no such command: frobnicate"),
         (["lists", "frobnicate"], 2, "frobnicate"),
         (["json", "."], 3, ".: cannot be read: it is a folder"),
-        (["json", "no-such.json"], 3, "no-such.json: cannot be read: "),
+        (["json", "no-such.json"], 3, "no-such.json: cannot be read: No such file or directory\n"),
         (["json", "/no-such.json"], 3, "/no-such.json: cannot be read: "),
+        (["--module"], 2, "vexahost: --module: 1 required TEXT missing"),
+        (["--trace"], 2, "vexahost: --trace: 1 required"),
+        (["--frobnicate"], 2, "vexahost: The following argument was not expected: --frobnicate"),
+        (["json", "pw", "--frobnicate"], 2, "The following argument was not expected: --frobnicate"),
+        (["proxy", "://a.example/"], 2, "not a URL with scheme and host: ://a.example/"),
+        (["proxy", "http://"], 2, "not a URL with scheme and host: http://"),
+        (["proxy", "http://?x"], 2, "not a URL with scheme and host: http://?x"),
+        (["proxy", "http://#x"], 2, "not a URL with scheme and host: http://#x"),
+        (["proxy", "http://:80"], 2, "not a URL with scheme and host: http://:80"),
+        (["proxy", "http:/a.example"], 2, "not a URL with scheme and host: http:/a.example"),
+        (["proxy", "ht_tp://a.example"], 2, "not a URL with scheme and host: ht_tp://a.example"),
+        (["monitor", "--interval", "3601"], 2, "1 to 3600"),
+        (["serve", "--monitor-interval", "0"], 2, "Value 0 not in range 1 to 3600"),
+        (["serve", "--monitor-interval", "3601"], 2, "Value 3601 not in range 1 to 3600"),
+        (["serve", "--port", "65536"], 2, "Value 65536 not in range 0 to 65535"),
+        (["serve", "--port", "0", "--ready-file", "no-such-folder/ready"], 5,
+         "no-such-folder/ready.part: cannot be written: No such file or directory\n"),
+        (["serve", "--port", "0", "--ready-file", "a-folder"], 5,
+         "vexahost: a-folder: cannot be written"),
         (["certs", "ca.pem", "no-such.pem"], 3, "no-such.pem: cannot be read: "),
         (["p12", "open", "ca.pem", "--password-file", "."], 3, ".: cannot be read: it is a folder"),
         (["time", "18446744073709551616"], 2, "the value is too large"),
@@ -156,6 +222,9 @@ def check_command_line(checks, host, folder):
     _, text = host.run("json", "-", "--json", text='{"a":"x\\ny","b":[1,{}]}')
     checks.expect("json --json answers with one line", text.count("\n") == 1
                   and json.loads(text) == {"a": "x\ny", "b": [1, {}]}, text)
+    schemes = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+-."
+    status, text = host.run("proxy", f"{schemes}://a.example/")
+    checks.expect("a scheme may be of letters, digits and three signs", status == 0, host.error)
     for arguments, member in [(["url", "http://a.example"], "valid"), (["time", "0"], "result"),
                               (["proxy", "http://a.example/"], "decided")]:
         _, text = host.run("--json", *arguments)
@@ -178,7 +247,7 @@ def check_command_line(checks, host, folder):
                   "for server|client|ca|person" in page
                   and re.match(r"\.TH VEXAHOST 1 \d{4}-\d\d-\d\d ", page), page[:200])
     checks.expect("... and describes --help once", page.count("\\-\\-help") == 1, page)
-    for options in ([], ["--quiet"], ["--trace", "1"]):
+    for options in ([], ["--quiet"], ["--trace", "1"], ["--module", "x"], ["--json", "--quiet"]):
         _, text = host.run(*options, "help", "ca", "issue")
         checks.expect("help on a command shows how to call it", "vexahost ca issue [" in text, text)
 

@@ -11,6 +11,7 @@ import json
 import os
 import pathlib
 import pty
+import re
 import select
 import signal
 import socket
@@ -25,6 +26,12 @@ from counts import COMMAND, run_checks
 from pki import PASSWORD, make_chain, openssl
 
 SECONDS = 60
+UMASK = 0o022
+WHY = ["Try to get User IE Settings Proxy for the URL: http://a.example/",
+       "IE User Settings [AutoDetect]: 0", "IE User Settings [AutoConfigUrl]: (null)",
+       "IE User Settings [Proxy]: http=proxy.example:3128",
+       "IE User Settings [ProxyBypass]: local.example;*.local.example", "static proxy settings detected.",
+       "Use static proxy: proxy.example:3128"]
 
 
 def read_until(descriptor, wanted):
@@ -77,11 +84,27 @@ def check_passwords(checks, host, folder):
     status, shown, *_ = type_passwords(host.command, folder, ["p12", "open", "jane.p12"], "wrong")
     checks.expect("a wrong one gives status 4", status == 4, (status, shown))
     check_questions(checks, host, folder)
+    check_serving_question(checks, host, folder)
     status, _ = host.run("p12", "open", "jane.p12", "--password-stdin", text="")
     checks.expect("no line at all gives status 4", status == 4, status)
     status, text = host.run("p12", "open", "jane.p12", "--password-stdin", text=PASSWORD + "\n")
     checks.expect("a line from a program will do", status == 0 and "Jane" in text, text)
     checks.expect("... and is not asked for", host.error == "", host.error)
+
+
+def check_serving_question(checks, host, folder):
+    terminal, other = pty.openpty()
+    with subprocess.Popen([*host.command, "serve", "--port", "0", "--pse", "jane.p12"], cwd=folder,
+                          stdin=other, stdout=other, stderr=other) as process:
+        shown = read_until(terminal, b": ")
+        os.write(terminal, PASSWORD.encode() + b"\n")
+        shown += read_until(terminal, b"#token=")
+        process.send_signal(signal.SIGINT)
+        status = process.wait(SECONDS)
+    os.close(other)
+    os.close(terminal)
+    checks.expect("serve asks for the password of the PSE", status == 0 and
+                  shown.startswith(b"Password of the PSE: \r\nvexahost: serving on "), shown)
 
 
 def check_questions(checks, host, folder):
@@ -106,6 +129,8 @@ def check_questions(checks, host, folder):
     for name in ["typed.p12", "bob.p12"]:
         mode = (folder / name).stat().st_mode & 0o777
         checks.expect(f"{name} is for the user alone", mode == 0o600, oct(mode))
+    mode = (folder / "bob.pem").stat().st_mode & 0o777
+    checks.expect("... what is no secret is not", mode == 0o666 & ~UMASK, oct(mode))
 
 
 def watch(command, folder, *arguments):
@@ -149,6 +174,17 @@ def check_stores(checks, host):
     checks.expect("capi import with a wrong password gives status 4", status == 4, status)
     status, _ = host.run("capi", "delete", "--container", "c", "--issuer", "CN=Test Root")
     checks.expect("what is not there is deleted already", status == 0, status)
+    for option in ["--container", "--issuer"]:
+        status, _ = host.run("capi", "delete", option, "CN=Test Root")
+        checks.expect(f"... by {option} alone, too", status == 0, (status, host.error))
+    os.environ["ASAN_OPTIONS"] = "detect_leaks=0"  # a store has no other end than the process
+    for options, answer in [([], "imported into c\n"), (["--exportable"], "imported into c\n"),
+                            (["--json"], '{"imported":"c"}\n'), (["--quiet"], "")]:
+        status, text = host.run("capi", "import", "jane.p12", "--container", "c", "--password-file",
+                                "pw", *options)
+        checks.expect(f"capi import {' '.join(options)}", (status, text) == (0, answer),
+                      (status, text, host.error))
+    del os.environ["ASAN_OPTIONS"]
     status, _ = host.run("capi", "delete")
     checks.expect("capi delete wants to know what", status == 2, status)
 
@@ -170,6 +206,39 @@ def check_output(checks, host):
     checks.expect("proxy --json, too", status == 0 and json.loads(text)["why"], text)
 
 
+def check_failing_files(checks, host):
+    """Where reading or writing fails when the file is open already."""
+    status, _ = host.run("p12", "open", "jane.p12", "--password-file", "pw", "--certs-out",
+                         "/dev/full")
+    checks.expect("a full disk is told", (status, host.error) ==
+                  (5, "vexahost: /dev/full: cannot be written: No space left on device\n"),
+                  (status, host.error))
+    status, _ = host.run("json", "/proc/self/mem")
+    checks.expect("... and what the system does not read", (status, host.error) ==
+                  (3, "vexahost: /proc/self/mem: cannot be read: Input/output error\n"),
+                  (status, host.error))
+
+
+def check_descriptors(checks, host):
+    """With fewer descriptors than the endpoint needs it says what it has not got."""
+    said = set()
+    for most in range(4, 40):
+        with subprocess.Popen(["prlimit", f"--nofile={most}:{most}", *host.command, "serve", "--port",
+                               "0"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, text=True) as process:
+            if process.stdout.readline():
+                process.send_signal(signal.SIGINT)
+                process.stdout.read()
+                break
+            error = process.stderr.read()
+        if process.returncode == 7:
+            said.add(re.sub(r"port \d+", "port N", error))
+    checks.expect("without descriptors the endpoint says what it lacks", process.returncode == 0
+                  and {"vexahost: epoll: Too many open files\n",
+                       "vexahost: cannot listen on port N: error 24; --port takes another one\n",
+                       "vexahost: no event for the network monitor\n"} <= said, said)
+
+
 def check_proxies(checks, host, folder):
     """Proxies come from the environment here."""
     settings = {"http_proxy": "proxy.example:3128", "no_proxy": "local.example"}
@@ -178,7 +247,13 @@ def check_proxies(checks, host, folder):
         for url, decision in [("http://a.example/", "proxy proxy.example:3128"),
                               ("http://local.example/", "direct (no usable setting)")]:
             status, text = host.run("proxy", url)
-            checks.expect(f"proxy {url} is {decision}", status == 0 and decision in text, text)
+            checks.expect(f"proxy {url} is {decision}", (status, text) == (0, decision + "\n"), text)
+        _, text = host.run("--json", "proxy", "http://a.example/", "--why")
+        checks.expect("... and why", json.loads(text) == {
+            "url": "http://a.example/", "decided": True, "proxy": "proxy.example:3128",
+            "why": WHY}, text)
+        _, text = host.run("--json", "proxy", "http://a.example/")
+        checks.expect("... which is told when it is asked for", "why" not in json.loads(text), text)
         with serving(host, folder) as (port, token):
             for url, decision in [("http://a.example/", {"decision": "proxy",
                                                          "proxy": "proxy.example:3128"}),
@@ -270,6 +345,7 @@ def check_endpoint_texts(checks, host, folder):
 
 
 def check(checks, options):
+    os.umask(UMASK)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         host = Host(options.command, folder)
@@ -277,6 +353,8 @@ def check(checks, options):
         check_monitor(checks, host, folder)
         check_stores(checks, host)
         check_output(checks, host)
+        check_failing_files(checks, host)
+        check_descriptors(checks, host)
         check_proxies(checks, host, folder)
         check_strange_names(checks, host)
         check_busy_port(checks, host)

@@ -85,6 +85,8 @@ def check_contents(checks, host, folder):
         (["--for", "server", "--san", "DNS:a.example", *new_curve], "CA:FALSE",
          "Digital Signature", "TLS Web Server Authentication"),
         (["--for", "ca", *jane], "CA:TRUE", "Certificate Sign, CRL Sign", None),
+        (["--ca", *jane], "CA:TRUE", "Certificate Sign, CRL Sign", None),
+        (["--ca", "--for", "ca", *jane], "CA:TRUE", "Certificate Sign, CRL Sign", None),
         (["--ca", "--usage", "5", *jane], "CA:TRUE", "Certificate Sign", None),
     ]:
         issue(host, "CN=Use", "use.pem", *options)

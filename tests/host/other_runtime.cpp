@@ -4,9 +4,11 @@
 
 #include "vexa/results.h"
 #include "vexa/runtime/reference.h"
+#include "vexa/runtime/reference_crypto.h"
 
-// A runtime as another maker has it: every table, by the one export that all have, and none of the
-// functions that the reference runtime adds. VEXA_REFERENCE names the library behind it.
+// A runtime as another maker has it: every table, by the one export that all have, and of the
+// functions that the reference runtime adds but one, which is of no use alone. VEXA_REFERENCE names
+// the library behind it.
 extern "C" __attribute__((visibility("default"))) int32_t quorix_get_f_list(
     uint64_t first, uint64_t second, const vexa::runtime::RootList** out, uint64_t fourth,
     const char* options, uint64_t sixth) {
@@ -16,4 +18,9 @@ extern "C" __attribute__((visibility("default"))) int32_t quorix_get_f_list(
   return symbol == nullptr ? vexa::kFail
                            : reinterpret_cast<decltype(&quorix_get_f_list)>(symbol)(
                                  first, second, out, fourth, options, sixth);
+}
+
+extern "C" __attribute__((visibility("default"))) int32_t velmora_pse_configure(
+    const char* /*file*/, const char* /*password*/) {
+  return vexa::kOk;
 }

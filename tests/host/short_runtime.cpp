@@ -1,16 +1,20 @@
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <future>
+#include <thread>
 
 #include "runtime/heap.h"
 
 // The reference runtime on a heap that refuses: the allocation of the number that VEXA_FAILS_AT
-// names (1: the first), and every one of more bytes than VEXA_MOST_BYTES. Without them it refuses
-// nothing.
+// names (1: the first), and every one of more bytes than VEXA_MOST_BYTES, or of more than
+// VEXA_MOST_ELSEWHERE in another thread than the first. Such a thread that asks for more than
+// VEXA_HOLDS_ABOVE waits for ever. Without them the heap is as large as any.
 namespace {
 
-uint64_t numberIn(const char* variable) {
+uint64_t numberIn(const char* variable, uint64_t otherwise) {
   const char* const text = std::getenv(variable);
-  return text == nullptr ? 0 : std::strtoull(text, nullptr, 10);
+  return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
 }
 
 class ShortHeap final : public vexa::velmora::HeapObserver {
@@ -20,17 +24,24 @@ class ShortHeap final : public vexa::velmora::HeapObserver {
   ShortHeap& operator=(const ShortHeap&) = delete;
 
   bool mayAllocate(uint64_t size) override {
-    return ++count_ != failsAt_ && (mostBytes_ == 0 || size <= mostBytes_);
+    const bool isFirst = std::this_thread::get_id() == first_;
+    if (!isFirst && size > holdsAbove_) {
+      std::promise<void>().get_future().wait();
+    }
+    return ++count_ != failsAt_ && size <= (isFirst ? mostBytes_ : mostElsewhere_);
   }
   void onFree(const uint8_t* /*block*/, uint64_t /*size*/) override {}
   void onError(const char* message) override {
-    std::fputs(message, stderr);
+    std::fprintf(stderr, "heap: %s\n", message);
     std::abort();
   }
 
  private:
-  const uint64_t failsAt_ = numberIn("VEXA_FAILS_AT");
-  const uint64_t mostBytes_ = numberIn("VEXA_MOST_BYTES");
+  const uint64_t failsAt_ = numberIn("VEXA_FAILS_AT", 0);
+  const uint64_t mostBytes_ = numberIn("VEXA_MOST_BYTES", UINT64_MAX);
+  const uint64_t mostElsewhere_ = numberIn("VEXA_MOST_ELSEWHERE", mostBytes_);
+  const uint64_t holdsAbove_ = numberIn("VEXA_HOLDS_ABOVE", UINT64_MAX);
+  const std::thread::id first_ = std::this_thread::get_id();
   std::atomic<uint64_t> count_{0};
 };
 

@@ -219,6 +219,16 @@ TEST(AllowedOrigins, AnAddressLiteralMatchesExactly) {
   EXPECT_FALSE(origins.covers("https://[2001:db8::2]:8443"));
 }
 
+TEST(AllowedOrigins, LettersMayBeOfEitherCase) {
+  const std::string lower = "abcdefghijklmnopqrstuvwxyz";
+  const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  EXPECT_TRUE(allowed("http://" + upper + ".localhost").covers("http://" + lower + ".localhost"));
+  AllowedOrigins origins([&](const std::string& sample, const std::string&) {
+    return sample == "https://" + lower + ".example";
+  });
+  EXPECT_NO_THROW(origins.add("https://" + upper + ".EXAMPLE"));
+}
+
 TEST(AllowedOrigins, TheUsualPortMayBeWritten) {
   EXPECT_TRUE(allowed("https://[::1]:443").covers("https://[::1]"));
   EXPECT_TRUE(allowed("http://localhost:80").covers("http://localhost"));
