@@ -161,7 +161,7 @@ def check_worker(checks, command):
 
 def check(checks, options):
     built = pathlib.Path(options.command[-1]).parent
-    module = next(built.glob("*vexabase.*"))
+    [module] = [path for path in built.glob("*vexabase.*") if path.suffix in (".dll", ".so")]
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         make_chain(folder)
