@@ -173,7 +173,7 @@ int32_t CScrambler::Unscramble(const runtime::ByteBuffer* in, runtime::ByteBuffe
 int32_t CScrambler::CopyKeyTo(IScrambler* target) {
   return base::traced("CScrambler::CopyKeyTo", [&] {
     base::ComPtr<CScrambler> own;
-    if (target == nullptr || failed(target->QueryInterface(&kScramblerId, own.putVoid()))) {
+    if (target == nullptr || failed(target->QueryInterface(&kScramblerId, own.putVoid())) || !own) {
       return kInvalidArgument;
     }
     if (own.get() == this) {

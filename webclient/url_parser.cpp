@@ -180,7 +180,7 @@ bool URLParser::compare(IURLParser* other, const URLParser* own) {
     }
     base::ComPtr<URLParser> asked;
     if (own == nullptr) {
-      if (failed(other->QueryInterface(&kUrlParserId, asked.putVoid()))) {
+      if (failed(other->QueryInterface(&kUrlParserId, asked.putVoid())) || !asked) {
         return false;
       }
       own = asked.get();

@@ -185,6 +185,7 @@ TEST_F(ScramblerCopies, NeedATarget) {
 // An IScrambler of somebody else.
 struct ForeignScrambler {
   void* const* table;
+  int32_t answer;  // when it is asked for anything
   int asked;
 };
 
@@ -195,13 +196,15 @@ TEST_F(ScramblerCopies, RefuseATargetOfAnotherImplementation) {
     ++self->asked;
     EXPECT_FALSE(*id == IID_IScrambler);
     *out = nullptr;
-    return kNoInterface;
+    return self->answer;
   };
   table[0] = reinterpret_cast<void*>(queryInterface);
-  ForeignScrambler foreign{table.data(), 0};
   RawScrambler source(12, 0, 256);
-  EXPECT_EQ(source.copyKeyTo(&foreign), kInvalidArgument);
-  EXPECT_EQ(foreign.asked, 1);
+  for (const int32_t answer : {kNoInterface, kFalse, kOk}) {  // successes without an object, too
+    ForeignScrambler foreign{table.data(), answer, 0};
+    EXPECT_EQ(source.copyKeyTo(&foreign), kInvalidArgument);
+    EXPECT_EQ(foreign.asked, 1);
+  }
 }
 
 TEST_F(ScramblerCopies, DoNotHoldTheTarget) {

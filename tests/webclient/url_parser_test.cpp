@@ -317,6 +317,7 @@ TEST_F(UrlParser, AsksTheOtherObjectForItsPortThroughItsTable) {
 // An IURLParser of somebody else, which has no data of ours behind its table.
 struct ForeignParser {
   void* const* table;
+  int32_t answer;  // when it is asked for anything
   int asked;
 };
 
@@ -327,17 +328,19 @@ TEST_F(UrlParser, DoesNotLookIntoAnotherImplementation) {
     ++self->asked;
     EXPECT_FALSE(*id == IID_IURLParser);
     *out = nullptr;
-    return kNoInterface;
+    return self->answer;
   };
   bool (*const isValid)(ForeignParser*) = [](ForeignParser*) { return true; };
   int32_t (*const getPort)(ForeignParser*) = [](ForeignParser*) { return 80; };
   table[0] = reinterpret_cast<void*>(queryInterface);
   table[4] = reinterpret_cast<void*>(getPort);
   table[6] = reinterpret_cast<void*>(isValid);
-  ForeignParser foreign{table.data(), 0};
   RawUrlParser url("http://a");
-  EXPECT_FALSE(url.cmp(&foreign));
-  EXPECT_EQ(foreign.asked, 1);
+  for (const int32_t answer : {kNoInterface, kFalse, kOk}) {  // successes without an object, too
+    ForeignParser foreign{table.data(), answer, 0};
+    EXPECT_FALSE(url.cmp(&foreign));
+    EXPECT_EQ(foreign.asked, 1);
+  }
 }
 
 TEST_F(UrlParser, DoesNotHoldTheOtherObject) {
