@@ -79,6 +79,22 @@ TEST_F(StackSecretsTest, DerivationLeavesNoKey) {
   EXPECT_EQ(stack.count(piecesOf(derived(velmora::KeyPurpose::kKey, sizeof(key)))), 0);
 }
 
+TEST_F(StackSecretsTest, DerivationByPbkdf2LeavesNoKey) {
+  const std::string password = "a password that is long enough to be found";
+  for (const int digest : {GCRY_MD_SHA1, GCRY_MD_SHA256, GCRY_MD_SHA512}) {
+    std::string key(32, '\0');
+    SearchedStack stack;
+    stack.run([&] {
+      velmora::DerivationBudget budget;
+      EXPECT_EQ(velmora::derivePbkdf2(digest, {viewOf(password), viewOf(kSalt), kIterations},
+                                      budget, {reinterpret_cast<uint8_t*>(key.data()), key.size()}),
+                kOk);
+    });
+    EXPECT_EQ(stack.count(piecesOf(key)), 0) << digest;
+    EXPECT_EQ(stack.count(piecesOf(password)), 0) << digest;
+  }
+}
+
 TEST_F(StackSecretsTest, AMacLeavesNoKey) {
   const velmora::Password password("secret");
   const velmora::MacDigest* const digest = velmora::findMacDigest("SHA-1");
