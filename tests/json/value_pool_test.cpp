@@ -50,6 +50,17 @@ TEST_F(JsonMemory, OneRootBlockHoldsASmallParsedTree) {
   EXPECT_EQ(spy.liveBlocks() - before, 1);
 }
 
+TEST_F(JsonMemory, WhatCannotBeParsedLeavesNothingOfTheObjectBefore) {
+  auto object = parse("{}");
+  const test::ExactBytes broken("{");
+  EXPECT_EQ(parseText(broken.buffer(), object), kFail);
+  EXPECT_EQ(object.get(), nullptr);
+  object = parse("{}");
+  spy.failAllocation(1);
+  EXPECT_EQ(parseText(broken.buffer(), object), kOutOfMemory);
+  EXPECT_EQ(object.get(), nullptr);
+}
+
 TEST_F(JsonMemory, AHeldChildOutlivesItsTree) {
   auto object = parse(R"({"child":{"name":"value","list":[1,"two"]}})");
   ComPtr<IJsonObject> child;
