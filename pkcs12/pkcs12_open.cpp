@@ -80,7 +80,7 @@ class PfxReader {
   }
 
   // The certificates with the id of a key are listed, and each puts its public key in the place of
-  // the one before.
+  // the one before. Whether ids are equal is for the runtime to say: once for all of a group.
   int32_t takeCertificatesOf(const runtime::ByteBuffer& id) {
     CertificateBags::Group* const group = certificateBags_.withId(id);
     if (group == nullptr || bound.commonTypes->BufferCompare(

@@ -1,5 +1,6 @@
 #include "webclient/proxy_discovery.h"
 
+#include <string_view>
 #include <utility>
 
 #include "base/string.h"
@@ -160,17 +161,13 @@ class ProxySearch {
 
   int32_t useStaticProxy() {
     log(base::kTraceInfo, u"static proxy settings detected.");
-    int32_t result = split();
-    if (failed(result)) {
-      return result;
+    if (failed(split())) {
+      return kOutOfMemory;
     }
-    if (bypassesLocalHosts(result) && isLocalHost(host_)) {
+    if (exemptsLocalHosts() && isLocalHost(host_)) {
       log(base::kTraceInfo, u"ignore local addresses enabled and detected. bypass static proxy");
       decided_ = true;
       return kOk;
-    }
-    if (failed(result)) {
-      return result;
     }
     // Unlike the local case, a host that is listed leaves the question open.
     if (const int32_t bypassed = matchBypass(staticBypass_); bypassed != 0) {
@@ -182,7 +179,7 @@ class ProxySearch {
     }
     if (setting.find(u"=") == runtime::kNotFound) {
       proxy_ = std::move(setting);
-    } else if (result = findSchemeProxy(setting); failed(result) || !decided_) {
+    } else if (const int32_t result = findSchemeProxy(setting); failed(result) || !decided_) {
       return result;
     }
     decided_ = true;
@@ -199,16 +196,9 @@ class ProxySearch {
   }
   bool hasHost() const { return !host_.empty(); }
 
-  bool bypassesLocalHosts(int32_t& result) const {
-    if (!staticBypass_) {
-      return false;
-    }
-    base::WideString bypass;
-    if (failed(bypass.assign(staticBypass_.get()))) {
-      result = kOutOfMemory;
-      return false;
-    }
-    return bypass.find(u"<local>") != runtime::kNotFound;
+  bool exemptsLocalHosts() const {
+    return staticBypass_ &&
+           std::u16string_view(staticBypass_.get()).find(u"<local>") != std::u16string_view::npos;
   }
 
   // "scheme=host:port;...": the entry of the URL's scheme, or else that of http.

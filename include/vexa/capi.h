@@ -24,7 +24,8 @@ struct CapiList {
   // Puts the certificates into "CA". With checkRoot, kUntrustedRoot stops at a self-signed one
   // that Windows does not trust.
   int32_t (*CspImportCACerts)(uint32_t checkRoot, const runtime::CertificateList* certificates);
-  // Removes every certificate of the container from "MY", and the container itself. Always 0.
+  // Removes every certificate of the container from "MY", and the container itself; nothing for
+  // null. Always 0.
   int32_t (*CspDeleteOwnCerts)(const char16_t* container);
   // Puts the certificate into "MY" under a friendly name, after what "MY" held for the container.
   // With a key (may be null): makes the container anew and imports the key. What it opens stays

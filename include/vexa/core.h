@@ -49,7 +49,8 @@ struct CoreList {
   int32_t (*reserved14)(uint32_t, uint8_t);  // returns 0
   // A password-protected PKCS#12 file (RFC 7292) of a key with its chain; the list begins with the
   // key's own certificate. `password` may be null, which is another password than an empty one.
-  // kInvalidArgument: another argument is null. Otherwise the runtime's result.
+  // kInvalidArgument: another argument is null, or the first certificate. Otherwise the runtime's
+  // result.
   int32_t (*CreatePkcs12)(const runtime::StringObject* name, const runtime::KeyObject* key,
                           const runtime::CertificateList* certificates,
                           const runtime::StringObject* password, runtime::ByteBuffer** out);

@@ -17,10 +17,11 @@ enum OwnCertificateAttribute : uint32_t {
   kOwnField1 = 240,
 };
 
-// One of the user's own certificates.
+// One of the user's own certificates. Reading needs no lock; nobody reads while a record is set.
 class IOwnCertificate : public IAttributes {
  public:
-  // Slot 5. Takes over a record of the PSE and releases the one before, unless it is the same. kOk.
+  // Slot 5. Takes over a record of the PSE (null: none) and releases the one before, unless it is
+  // the same. kOk.
   virtual int32_t SetRecord(runtime::OwnCertificateRecord* record) = 0;
   // Slot 6. 1 when it is that very record, else 0.
   virtual int32_t IsSame(runtime::OwnCertificateRecord* record) = 0;
