@@ -243,6 +243,10 @@ TEST_F(HttpRequestLines, ReplacedBytesAreSearchedFromTheirStart) {
   EXPECT_EQ(request.replace("Origin: o\r\n\r\n"), kOk);
   EXPECT_EQ(request.parse("!"), kOk) << "its end stands where no line end was before";
   EXPECT_EQ(request.header("Origin"), "o");
+  renew();
+  EXPECT_EQ(request.parse("GET / HTTP/1.1\r\n"), kMoreNeeded);
+  EXPECT_EQ(request.replace("\r\n"), kOk);
+  EXPECT_EQ(request.parse("!"), kOk) << "the first byte may begin a line end";
 }
 
 TEST_F(HttpRequestLines, MoreBytesThanThereCanBeAreRefused) {

@@ -184,6 +184,18 @@ TEST_F(HttpRequest, LookUpsNeedANameAndAPlace) {
   EXPECT_EQ(request.getQueryParameter(nullptr, &value), kFail);
 }
 
+TEST_F(HttpRequest, ALookUpThatFailsGivesNull) {
+  char other[] = "other";
+  for (const char* name : {static_cast<const char*>(nullptr), "x"}) {
+    char* value = other;
+    EXPECT_EQ(request.getHeader(name, &value), kFail);
+    EXPECT_EQ(value, nullptr);
+    value = other;
+    EXPECT_EQ(request.getQueryParameter(name, &value), kFail);
+    EXPECT_EQ(value, nullptr);
+  }
+}
+
 TEST_F(HttpRequest, ANameThatCannotBeNormalisedIsReportedAsShortMemory) {
   ASSERT_EQ(request.parse("GET /a?x=1 HTTP/1.1\r\nOrigin: o\r\n\r\n"), kOk);
   failNormaliseAt(1);
