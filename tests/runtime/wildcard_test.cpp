@@ -89,6 +89,32 @@ TEST_F(WildcardTest, FindsEveryPieceWhereverItStands) {
   }
 }
 
+// Texts made of parts of the piece, so that it nearly fits at many places.
+TEST_F(WildcardTest, FindsAPieceAmongItsOwnParts) {
+  std::mt19937 random(7);
+  int found = 0;
+  constexpr int kTexts = 30'000;
+  for (int i = 0; i < kTexts; ++i) {
+    std::u16string piece(1 + random() % 12, u'a');
+    for (char16_t& unit : piece) {
+      unit = static_cast<char16_t>(u'a' + random() % (i % 2 == 0 ? 2 : 3));
+    }
+    piece += i % 3 == 0 ? piece : u"";
+    std::u16string text;
+    for (uint64_t parts = random() % 4 + 1; parts != 0; --parts) {
+      const size_t from = random() % piece.size();
+      text += piece.substr(from, random() % (piece.size() + 1));
+    }
+    text += random() % 2 == 0 ? piece + piece.substr(0, random() % piece.size()) : u"";
+    const bool expected = text.find(piece) != std::u16string::npos;
+    ASSERT_EQ(matches(text, u'*' + piece + u'*'), expected)
+        << shown(piece) << " in " << shown(text);
+    found += expected ? 1 : 0;
+  }
+  EXPECT_GT(found, kTexts / 4);
+  EXPECT_LT(found, kTexts * 3 / 4);
+}
+
 // Tried place by place, each of these would take hours.
 TEST_F(WildcardTest, APieceThatNearlyFitsEverywhereIsSearchedOnce) {
   constexpr size_t kText = 1'000'000;

@@ -133,5 +133,15 @@ TEST_F(BerTest, AnIndefiniteElementEndsWithTwoZeros) {
   EXPECT_FALSE(reads("\x24\x80\x04\x01x"));
 }
 
+TEST_F(BerTest, OneZeroIsNotTheEnd) {
+  const ExactBytes ber(
+      fromHex("3080"
+              "000178"
+              "0000"));
+  Bytes der;
+  ASSERT_TRUE(velmora::derFromBer(viewOf(ber), der));
+  EXPECT_EQ(hexOf(der), "3003000178");
+}
+
 }  // namespace
 }  // namespace vexa::test

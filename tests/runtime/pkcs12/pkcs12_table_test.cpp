@@ -218,6 +218,15 @@ TEST_F(Pkcs12Test, EmptyNamesAndIdsAreNotWritten) {
   EXPECT_EQ(opened.bags->bag->localKeyId, nullptr);
 }
 
+TEST_F(Pkcs12Test, ANodeWithoutABagIsPassedOver) {
+  const HeldParameters made = parameters();
+  ASSERT_EQ(spy.pkcs12Types.BagNodeCreate(&made->contents), kOk);
+  addCertificate(made.get(), samples::kLeaf);
+  const Opened opened = open(encode(made.get(), "x"), "x");
+  ASSERT_EQ(opened.result, kOk);
+  EXPECT_EQ(opened.count(), 1);
+}
+
 TEST_F(Pkcs12Test, AFileWithoutBagsIsAFile) {
   const Opened opened = open(encode(parameters().get(), "x"), "x");
   EXPECT_EQ(opened.result, kOk);
@@ -246,6 +255,20 @@ TEST_F(Pkcs12Test, IncompleteParametersAreRefused) {
   HeldParameters digest = usual();
   types.TextRelease(std::exchange(digest->macDigest, nullptr));
   expectRefused(digest.get());
+
+  for (char* runtime::PfxParameters::*const name :
+       {&runtime::PfxParameters::bagEncryption1, &runtime::PfxParameters::bagEncryption2}) {
+    HeldParameters nameless = usual();
+    types.TextRelease(std::exchange(nameless.get()->*name, nullptr));
+    expectRefused(nameless.get());
+  }
+  HeldParameters otherDigest = usual();
+  types.TextRelease(otherDigest->macDigest);
+  otherDigest->macDigest = types.TextDuplicate("MD5");
+  expectRefused(otherDigest.get());
+  HeldParameters noCertificate = parameters();
+  addBag(noCertificate.get(), runtime::kCertificateBag);
+  expectRefused(noCertificate.get());
 
   HeldParameters content = parameters();
   addBag(content.get(), runtime::kKeyBag);
