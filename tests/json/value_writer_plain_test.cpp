@@ -153,5 +153,22 @@ TEST_F(JsonPlainWriter, WritesTheSameTrees) {
   }
 }
 
+// Words of nothing but one byte, as names and as values.
+TEST_F(JsonPlainWriter, WritesRunsOfEachByte) {
+  for (int byte = 1; byte < 256; ++byte) {
+    const RawObject object = createObject();
+    std::string expected = "{\n";
+    for (const size_t length : {1u, 3u, 4u, 5u, 7u, 8u, 9u, 15u, 16u, 17u, 32u, 64u, 65u}) {
+      const std::string run(length, static_cast<char>(byte));
+      ASSERT_EQ(object.setString(run.c_str(), run.c_str()), kOk);
+      expected += length == 1 ? "" : ",\n";
+      appendEscaped(expected, run);
+      expected += " : ";
+      appendEscaped(expected, run);
+    }
+    ASSERT_EQ(textOf(object), expected + "\n}\n") << byte;
+  }
+}
+
 }  // namespace
 }  // namespace vexa::test
