@@ -139,6 +139,16 @@ TEST_F(Collector, WithoutEncodingsTheRuntimeTellsWhatIsEqual) {
   EXPECT_EQ(contentOf(collector), (Certificates{first, second, third}));
 }
 
+TEST_F(Collector, OnesWithoutAnEncodingStandAmongOthers) {
+  FakeCertificate& third = make({1, 3});
+  for (FakeCertificate* const bare : {&first, &third}) {
+    bare->isEncoded = false;
+  }
+  addAll({&first, &second, &third, &first, &second, &third});
+  listAll();
+  EXPECT_EQ(contentOf(collector), (Certificates{first, second, third}));
+}
+
 TEST_F(Collector, AnEmptyEncodingAndOneThatIsLongerDiffer) {
   FakeCertificate& empty = make({});
   FakeCertificate& shorter = make({1, 1});

@@ -409,6 +409,9 @@ TEST_F(Index, AllKeysAreGoneThroughInOneWalk) {
   }
   uintptr_t newest = kKeys;
   for (void* key = nullptr; chains.keyAt(kKeys - newest, &key) == kOk;) {
+    void* again = nullptr;
+    ASSERT_EQ(chains.keyAt(kKeys - newest, &again), kOk);
+    ASSERT_EQ(again, key);
     ASSERT_EQ(reinterpret_cast<uintptr_t>(key), --newest);
   }
   EXPECT_EQ(newest, 0u);
