@@ -78,6 +78,49 @@ TEST_F(NotifyTableTest, WhatOthersSentStaysOnItsLine) {
                           "1 a: ä \uFFFD \u2027\u202F \U0001F600 \\x1B"));
 }
 
+// The first and the last character of each range that is written in digits, and their neighbours.
+TEST_F(NotifyTableTest, RangesOfHarmfulCharactersEndWhereTheyShould) {
+  struct Each {
+    const char* text;
+    const char* written;
+  };
+  const Each kCases[] = {
+      {"\x01", "\\x01"},
+      {"\x1F", "\\x1F"},
+      {" ", " "},
+      {"~", "~"},
+      {"\x7F", "\\x7F"},
+      {"\u0080", "\\x80"},
+      {"\u009F", "\\x9F"},
+      {"\u00A0", "\u00A0"},
+      {"\u061B", "\u061B"},
+      {"\u061C", "\\u061C"},
+      {"\u061D", "\u061D"},
+      {"\u200A", "\u200A"},
+      {"\u200B", "\\u200B"},
+      {"\u200F", "\\u200F"},
+      {"\u2010", "\u2010"},
+      {"\u2027", "\u2027"},
+      {"\u2028", "\\u2028"},
+      {"\u202E", "\\u202E"},
+      {"\u202F", "\u202F"},
+      {"\u2065", "\u2065"},
+      {"\u2066", "\\u2066"},
+      {"\u2069", "\\u2069"},
+      {"\u206A", "\u206A"},
+      {"\uFEFE", "\uFEFE"},
+      {"\uFEFF", "\\uFEFF"},
+      {"\uFF00", "\uFF00"},
+      {"\U0010FFFF", "\U0010FFFF"},
+  };
+  std::vector<std::string> expected;
+  for (const Each& each : kCases) {
+    notify.Message(1, "a", 0, "<%s>", each.text);
+    expected.push_back(std::string("1 a: <") + each.written + ">");
+  }
+  EXPECT_EQ(lines(), expected);
+}
+
 TEST_F(NotifyTableTest, LongMessagesAreWhole) {
   const std::string text(5000, 'x');
   notify.Message(1, "a", 0, "%s", text.c_str());

@@ -253,6 +253,9 @@ TEST_F(IssueTest, SettersSayWhatWasWrong) {
   const uint8_t ones[21] = {1};
   EXPECT_EQ(velmora_certificate_set_serial(made.get(), ones, 20), kOk);
   EXPECT_EQ(velmora_certificate_set_serial(made.get(), ones, 21), kInvalidArgument);
+  EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240101T000000", "20250101"),
+            kInvalidArgument);
+  EXPECT_EQ(reason(), "a time is written YYYYMMDDThhmmss");
   EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240101", "20250101T000000"),
             kInvalidArgument);
   EXPECT_EQ(reason(), "a time is written YYYYMMDDThhmmss");

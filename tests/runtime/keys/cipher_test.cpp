@@ -138,11 +138,14 @@ constexpr char kFipsKey[] = "000102030405060708090a0b0c0d0e0f";
 constexpr char kNistKey[] = "2b7e151628aed2a6abf7158809cf4f3c";
 
 // FIPS 197, appendix C; SP 800-38A, appendix F; RFC 2144, appendix B.1; the worked example of DES
-// that everybody prints, whose key 133457799bbcdff1 has these seven bytes without its parity.
+// that everybody prints, whose key 133457799bbcdff1 has these seven bytes without its parity; SP
+// 800-17, table 1.
 INSTANTIATE_TEST_SUITE_P(
     All, CipherVector,
     ::testing::Values(
         VectorCase{"Des", 1, "12695bc9b7b7f8", 0, "", 0, "0123456789abcdef", "85e813540f0ab405"},
+        VectorCase{"DesWithAWeakKey", 1, "00000000000000", 0, "", 0, "95f8a5e5dd31d900",
+                   "8000000000000000"},
         VectorCase{"TripleDesSpread", 2, "12695bc9b7b7f812695bc9b7b7f812695bc9b7b7f8", 0, "", 0,
                    "0123456789abcdef", "85e813540f0ab405"},
         VectorCase{"TripleDesAsGiven", 7, "133457799bbcdff1133457799bbcdff1133457799bbcdff1", 0, "",

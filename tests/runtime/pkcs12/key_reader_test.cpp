@@ -1,4 +1,5 @@
 #include "runtime/crypto_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
 
@@ -184,6 +185,21 @@ TEST_F(Pkcs12ProblemTest, SaysWhatStandsInTheWay) {
   EXPECT_EQ(problemOf("text", "secret"), kVelmoraNotPkcs12);
   EXPECT_EQ(problemOf(samples::kLeaf, "secret"), kVelmoraNotPkcs12);
   EXPECT_EQ(problemOf(samples::kNoMacPfx, "secret"), kVelmoraPkcs12NoMac);
+}
+
+TEST_F(Pkcs12ProblemTest, AnUnknownAlgorithmOrTooManyIterationsAreUnsupported) {
+  std::string other(samples::kRc4Pfx);
+  const size_t digest = other.rfind(fromHex("06052b0e03021a"));
+  ASSERT_NE(digest, std::string::npos);
+  other[digest + 6] = 0x7F;
+  EXPECT_EQ(problemOf(other, "secret"), kVelmoraPkcs12Unsupported);
+  const std::string safe = fromHex("300506032a0304");
+  EXPECT_EQ(problemOf(pfxOver(element("30", safe), "secret"), "secret"), kVelmoraPkcs12Damaged);
+  const std::string unknownSafe = element("30", fromHex("06032a0304") + element("a0", ""));
+  EXPECT_EQ(problemOf(pfxOver(element("30", unknownSafe), "secret"), "secret"),
+            kVelmoraPkcs12Unsupported);
+  const RoundLimit none(0);
+  EXPECT_EQ(problemOf(samples::kRc4Pfx, "secret"), kVelmoraPkcs12Unsupported);
 }
 
 TEST_F(Pkcs12ProblemTest, NullIsRefused) {
