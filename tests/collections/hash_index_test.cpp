@@ -475,6 +475,17 @@ TEST_F(Index, ForgetsWhatIsRemovedWhileItComesBack) {
   }
 }
 
+TEST_F(Index, UpTo64EntriesDoWithoutIt) {
+  const auto texts = meetingTexts(65);
+  HashChains chains(collections::borrowedTextHelper, collections::borrowedTextHelper, 31);
+  for (size_t i = 0; i < 64; ++i) {
+    ASSERT_EQ(chains.put(const_cast<char*>(texts[i].c_str()), nullptr), kOk);
+  }
+  EXPECT_EQ(spy.liveBlocks(), 64 + 1) << "entries, buckets";
+  ASSERT_EQ(chains.put(const_cast<char*>(texts[64].c_str()), nullptr), kOk);
+  EXPECT_EQ(spy.liveBlocks(), 65 + 2) << "and lists";
+}
+
 TEST_F(Index, EmptiedTablesGiveItsMemoryBack) {
   const auto texts = meetingTexts(300);
   HashChains chains(collections::borrowedTextHelper, collections::borrowedTextHelper, 31);

@@ -152,6 +152,14 @@ Keys keysOfOneDigest() {
   return keys;
 }
 
+TEST_F(JsonRepeatedKeys, AreComparedWithEachOtherUpToEight) {
+  Keys keys = honestKeys();
+  keys.resize(8);
+  EXPECT_EQ(stepsFor(keys), 8u * 7 / 2);
+  keys.push_back("another");
+  EXPECT_LT(stepsFor(keys), 9u * 8 / 2);
+}
+
 TEST_F(JsonRepeatedKeys, CostAFewStepsWhenNobodyChoseThem) {
   EXPECT_LE(stepsFor(honestKeys()), 2 * kMany);
 }
