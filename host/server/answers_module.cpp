@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 #include <vector>
 
 #include "catalog.h"
@@ -28,17 +29,21 @@ std::string infoText(const Module& module) {
   return info.text();
 }
 
+// More would cost what their pairs do: a JSON object looks for each key among all it has.
+constexpr size_t kMostEchoed = 1000;
+
 // Names of the query's parameters: the request itself is asked for them by name only.
 std::vector<std::string> parameterNames(std::string_view uri) {
   std::vector<std::string> names;
+  std::set<std::string_view> known;
   const size_t start = uri.find('?');
   std::string_view query = start == std::string_view::npos ? "" : uri.substr(start + 1);
   while (!query.empty()) {
     const size_t end = std::min(query.find('&'), query.size());
     const std::string_view pair = query.substr(0, end);
-    std::string name(pair.substr(0, pair.find('=')));
-    if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) {
-      names.push_back(std::move(name));
+    const std::string_view name = pair.substr(0, pair.find('='));
+    if (!name.empty() && known.insert(name).second) {
+      names.emplace_back(name);
     }
     query.remove_prefix(std::min(end + 1, query.size()));
   }
@@ -81,12 +86,16 @@ Outcome answerInfo(const Call& call) {
 }
 
 Outcome answerEcho(const Call& call) {
+  const std::vector<std::string> names = parameterNames(call.request.getURI());
+  if (names.size() > kMostEchoed) {
+    return problem(call.endpoint.module(), 400, "there are more than 1000 parameters");
+  }
   JsonObjectRef echo(call.endpoint.module());
   echo.setText("method", call.request.getMethod());
   echo.setText("path", call.request.getPath());
   echo.setText("protocol", call.request.getProtocolVersion());
   JsonObjectRef parameters = echo.addObject("parameters");
-  for (const std::string& name : parameterNames(call.request.getURI())) {
+  for (const std::string& name : names) {
     if (const auto value = queryParameter(call, name.c_str())) {
       parameters.setText(name, *value);
     }

@@ -43,6 +43,12 @@ def check_answers(checks, host):
     echoed = as_json(answer.body) or {}
     checks.expect("/v1/echo names the parameters",
                   echoed.get("parameters", {}).get("name") == "a b", echoed)
+    most = "&".join(f"p{number}" for number in range(1000))
+    checks.expect("... a thousand of them", len(
+        as_json(host.ask("/v1/echo?" + most + "&p0").body)["parameters"]) == 1000)
+    checks.expect("... and refuses more", as_json(host.ask("/v1/echo?more&" + most).body) ==
+                  {"title": "Bad Request", "status": 400,
+                   "detail": "there are more than 1000 parameters"})
     content = {"text": "grüße", "list": [1, True, None], "deep": {"x": -7}}
     answer = host.ask("POST /v1/json", body=json.dumps(content, ensure_ascii=False).encode())
     show("POST /v1/json", answer)
