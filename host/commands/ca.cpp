@@ -1,4 +1,5 @@
-#include <ctime>
+#include <chrono>
+#include <cstdio>
 #include <optional>
 
 #include "certificates.h"
@@ -12,6 +13,11 @@ namespace vexahost {
 namespace {
 
 namespace runtime = vexa::runtime;
+using std::chrono::days;
+using std::chrono::seconds;
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+using std::chrono::year_month_day;
 
 struct IssueRequest {
   std::string issuer;  // PKCS#12, or else:
@@ -69,9 +75,15 @@ Function* require(const Module& module, const char* name) {
 #define VEXAHOST_RUNTIME(name) require<decltype(name)>(module, #name)
 
 // A library time: UTC, YYYYMMDDThhmmss.
-std::string libraryTime(time_t time) {
-  char text[16] = {};
-  std::strftime(text, sizeof(text), "%Y%m%dT%H%M%S", std::gmtime(&time));
+std::string libraryTime(sys_seconds time) {
+  const auto day = std::chrono::floor<days>(time);
+  const year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(time - day);
+  char text[64] = {};
+  std::snprintf(text, sizeof(text), "%04d%02u%02uT%02d%02d%02d", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()));
   return text;
 }
 
@@ -86,6 +98,25 @@ std::string libraryTime(const std::string& text) {
     }
   }
   return time.size() == kDateDigits ? time + "T000000" : time;
+}
+
+// The other way round; nothing for what is no library time.
+std::optional<sys_seconds> timeOf(const std::string& text) {
+  int year = 0;
+  unsigned month = 0;
+  unsigned day = 0;
+  unsigned hour = 0;
+  unsigned minute = 0;
+  unsigned second = 0;
+  if (std::sscanf(text.c_str(), "%4d%2u%2uT%2u%2u%2u", &year, &month, &day, &hour, &minute,
+                  &second) != 6) {
+    return std::nullopt;
+  }
+  const year_month_day date{std::chrono::year(year), std::chrono::month(month),
+                            std::chrono::day(day)};
+  return date.ok() ? std::optional<sys_seconds>(sys_days(date) + std::chrono::hours(hour) +
+                                                std::chrono::minutes(minute) + seconds(second))
+                   : std::nullopt;
 }
 
 // A certificate under construction.
@@ -124,15 +155,24 @@ class Draft {
 };
 #define VEXAHOST_SET(draft, name, ...) (draft).set<decltype(name)>(#name, __VA_ARGS__)
 
+// So many days behind the beginning; behind now, when nothing was said of that.
+std::string endOf(const std::string& start, const IssueRequest& request, sys_seconds now) {
+  constexpr sys_days kTooLate = std::chrono::year(10000) / 1 / 1;  // X.509 has four digits
+  const sys_seconds end =
+      (request.notBefore.empty() ? now : timeOf(start).value_or(now)) + days(request.days);
+  if (end >= kTooLate) {
+    throw HostError("the validity: it ends after the year 9999", ExitStatus::kUsage);
+  }
+  return libraryTime(end);
+}
+
 void setValidity(Draft& draft, const IssueRequest& request) {
-  constexpr time_t kDay = 24 * 60 * 60;
-  constexpr time_t kClockSlack = 60;
-  const time_t now = std::time(nullptr);
+  constexpr seconds kClockSlack(60);
+  const auto now = std::chrono::floor<seconds>(std::chrono::system_clock::now());
   const std::string start =
       request.notBefore.empty() ? libraryTime(now - kClockSlack) : libraryTime(request.notBefore);
-  const std::string end = request.notAfter.empty()
-                              ? libraryTime(now + kDay * static_cast<time_t>(request.days))
-                              : libraryTime(request.notAfter);
+  const std::string end =
+      request.notAfter.empty() ? endOf(start, request, now) : libraryTime(request.notAfter);
   VEXAHOST_SET(draft, velmora_certificate_set_validity, "the validity", ExitStatus::kUsage,
                start.c_str(), end.c_str());
 }
@@ -298,13 +338,14 @@ void addContentOptions(CLI::App& command, IssueRequest& request) {
   command.add_option("--san", request.alternativeNames,
                      "Alternative name: DNS:www.example.org, email:jane@example.org, "
                      "URI:https://example.org/ or IP:192.0.2.1; repeatable");
-  CLI::Option* const days = command.add_option("--days", request.days, "Validity")
-                                ->check(CLI::Range(1, 36500))
-                                ->capture_default_str();
+  CLI::Option* const daysOption =
+      command.add_option("--days", request.days, "Validity, from its beginning on")
+          ->check(CLI::Range(1, 36500))
+          ->capture_default_str();
   command.add_option("--not-before", request.notBefore,
                      "Valid from, such as 2030-01-31 or 2030-01-31T12:00:00Z; from now on if not "
                      "given");
-  command.add_option("--not-after", request.notAfter, "Valid until")->excludes(days);
+  command.add_option("--not-after", request.notAfter, "Valid until")->excludes(daysOption);
   command.add_flag("--ca", request.isCa, "The certificate is itself an authority's (--for ca)");
 }
 

@@ -16,6 +16,8 @@ constexpr size_t kMaxDnsName = 253;
 constexpr size_t kMaxDnsLabel = 63;
 constexpr size_t kIpv4Length = 4;
 constexpr size_t kIpv6Groups = 8;
+constexpr size_t kIpv6Digits = 4;
+constexpr char kLeadingZero[] = "behind IP: stands a number that begins with zero";
 
 bool isPlainAscii(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
@@ -90,12 +92,30 @@ bool appendIpv4(std::string_view text, Bytes& out) {
   return true;
 }
 
-// Groups of hexadecimal digits between colons; nothing at all for no text.
+// Whether an IPv4 address has a number such as 010, which some readers take for 8 (RFC
+// 6943, 3.1.1).
+bool hasLeadingZero(std::string_view address) {
+  if (address.find(':') != std::string_view::npos) {
+    return false;
+  }
+  for (size_t start = 0; start < address.size();) {
+    const size_t end = std::min(address.find('.', start), address.size());
+    if (address[start] == '0' && end - start > 1) {
+      return true;
+    }
+    start = end + 1;
+  }
+  return false;
+}
+
+// Groups of one to four hexadecimal digits between colons; nothing at all for no text.
 bool appendGroups(std::string_view text, Bytes& out) {
   while (!text.empty()) {
     const size_t colon = text.find(':');
+    const std::string_view digits = text.substr(0, colon);
     uint32_t group = 0;
-    if (!takeNumber(text.substr(0, colon), 16, 0xFFFF, group) || colon + 1 == text.size()) {
+    if (digits.size() > kIpv6Digits || !takeNumber(digits, 16, 0xFFFF, group) ||
+        colon + 1 == text.size()) {
       return false;
     }
     out.append(static_cast<uint8_t>(group >> 8));
@@ -161,6 +181,10 @@ int32_t appendAlternativeName(std::string_view text, Bytes& out, const char*& re
       continue;
     }
     text.remove_prefix(kind.prefix.size());
+    if (kind.number == kIpName && hasLeadingZero(text)) {
+      reason = kLeadingZero;
+      return kInvalidArgument;
+    }
     Bytes address;
     if (kind.isValid != nullptr ? !kind.isValid(text) : !appendAddress(text, address)) {
       reason = kind.problem;

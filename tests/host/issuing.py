@@ -116,6 +116,14 @@ def check_contents(checks, host, folder):
                       end - begin == timedelta(days=days, minutes=1), text)
         status, text = openssl(folder, "verify", "-CAfile", "ca.pem", "days.pem")
         checks.expect("... and is valid now", status == 0, text)
+    for begin, days, dates in [
+        ("2030-01-31T12:34:56Z", "29", "Jan 31 12:34:56 2030 GMT, Mar  1 12:34:56 2030 GMT"),
+        ("9999-12-30", "1", "Dec 30 00:00:00 9999 GMT, Dec 31 00:00:00 9999 GMT"),
+    ]:
+        issue(host, "CN=Days", "days.pem", *jane, "--not-before", begin, "--days", days)
+        _, text = openssl(folder, "x509", "-in", "days.pem", "-noout", "-dates")
+        told = ", ".join(line.partition("=")[2] for line in text.splitlines())
+        checks.expect(f"{days} days from {begin} on", told == dates, (text, host.error))
     status, _ = issue(host, "CN=Chain", "chain.pem", *new_curve, issuer=[
         "--issuer-key", "jane.key", "--issuer-cert", "jane.pem", "--issuer-cert", "ca.pem"])
     checks.expect("--issuer-cert takes the signer's first", status == 3 and

@@ -93,12 +93,47 @@ TEST_F(AlternativeName, OfAnAddressIsItsBytes) {
   EXPECT_EQ(encoded("IP:1:2:3:4::6:7:8"), "871000010002000300040000000600070008");
   EXPECT_EQ(encoded("IP:::2:3:4:5:6:7:8"), "871000000002000300040005000600070008");
   EXPECT_EQ(encoded("IP:1:2:3:4:5:6:7:FFFF"), "87100001000200030004000500060007ffff");
-  for (const char* const wrong :
-       {"IP:0.1.10.256", "IP:1.2.3.", "IP:1.2.3.4.", "IP:.1.2.3", "IP:1..2.3", "IP:-1.2.3.4",
-        "IP:10000::", "IP:::1:", "IP::1::", "IP:1:::", "IP:1:2:3:4:5:6:7:8::",
-        "IP:1:2:3:4::5:6:7:8", "IP:1:2:3:4:5:6:7", "IP:1:2:3:4:5:6:7:8:9", "IP:::1::2", "IP:1:"}) {
+  for (const char* const wrong : {"IP:0.1.10.256",
+                                  "IP:1.2.3.",
+                                  "IP:1.2.3.4.",
+                                  "IP:.1.2.3",
+                                  "IP:1..2.3",
+                                  "IP:-1.2.3.4",
+                                  "IP:10000::",
+                                  "IP:00001::",
+                                  "IP:::01234",
+                                  "IP:00.1.2.3",
+                                  "IP:01.2.3.4",
+                                  "IP:1.02.3.4",
+                                  "IP:1.2.003.4",
+                                  "IP:1.2.3.04",
+                                  "IP:1.2.3.00",
+                                  "IP:::1:",
+                                  "IP::1::",
+                                  "IP:1:::",
+                                  "IP:1:2:3:4:5:6:7:8::",
+                                  "IP:1:2:3:4::5:6:7:8",
+                                  "IP:1:2:3:4:5:6:7",
+                                  "IP:1:2:3:4:5:6:7:8:9",
+                                  "IP:::1::2",
+                                  "IP:1:"}) {
     EXPECT_FALSE(isTaken(wrong)) << wrong;
   }
+}
+
+TEST_F(AlternativeName, OfAnAddressSaysWhatIsAmbiguous) {
+  constexpr std::string_view kZero = "behind IP: stands a number that begins with zero";
+  constexpr std::string_view kNone = "behind IP: stands no IPv4 or IPv6 address";
+  for (const auto& [text, expected] :
+       {std::pair("IP:01.2.3.4", kZero), std::pair("IP:1.2.3.010", kZero),
+        std::pair("IP:0.0.0", kNone), std::pair("IP:0001:2", kNone), std::pair("IP:", kNone)}) {
+    velmora::Bytes out;
+    const char* reason = nullptr;
+    EXPECT_EQ(velmora::appendAlternativeName(text, out, reason), kInvalidArgument);
+    EXPECT_EQ(reason, expected) << text;
+  }
+  EXPECT_EQ(encoded("IP:0.0.0.0"), "870400000000");
+  EXPECT_EQ(encoded("IP:0001::"), "871000010000000000000000000000000000");
 }
 
 TEST_F(AlternativeName, OfAHostHasNoMoreThanOneStarInFront) {
