@@ -88,9 +88,16 @@ int compareBytes(const runtime::ByteBuffer& a, const runtime::ByteBuffer& b) {
 }
 
 int32_t renewData(runtime::ByteBuffer** out, uint64_t size, RootBlock<uint8_t>& old) {
-  auto block = RootBlock<uint8_t>::ofBytes(std::max<uint64_t>(size, 1));
-  if (!block || (*out == nullptr && !makeRecord(out))) {
+  Buffer made;
+  if (*out == nullptr && !makeRecord(made.put())) {
     return kOutOfMemory;
+  }
+  auto block = RootBlock<uint8_t>::ofBytes(std::max<uint64_t>(size, 1));
+  if (!block) {
+    return kOutOfMemory;
+  }
+  if (made) {
+    *out = made.release();
   }
   old.reset(std::exchange((*out)->data, block.release()));
   (*out)->length = size;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "support/module_fixture.h"
 #include "support/sweep.h"
@@ -104,6 +105,21 @@ TEST_F(Base64, DecodingCapacityMultipliesFirst) {
     EXPECT_EQ(out->length, capacity) << length;
     release();
   }
+}
+
+TEST_F(Base64, TheRecordIsMadeBeforeItsBlock) {
+  static auto* const allocate = spy.root.Allocate;
+  static std::vector<uint64_t> sizes;
+  spy.root.Allocate = [](uint64_t size) {
+    sizes.push_back(size);
+    return allocate(size);
+  };
+  sizes.clear();
+  ASSERT_EQ(encode("abc"), kOk);
+  EXPECT_EQ(sizes, (std::vector<uint64_t>{sizeof(ByteBuffer), 66}));
+  sizes.clear();
+  ASSERT_EQ(encode("abc"), kOk);  // into the same record
+  EXPECT_EQ(sizes, std::vector<uint64_t>{66});
 }
 
 TEST_F(Base64, AFailureKeepsTheBlockAndTheCapacityLength) {
