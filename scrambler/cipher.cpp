@@ -42,6 +42,10 @@ int32_t runCipher(const runtime::CipherItem* parameters, const runtime::ByteBuff
       return result;
     }
     result = bound.crypt->Cipher(parameters, input.data, input.length, (*out)->data, *out);
+    if ((*out)->length > size) {  // more than there is room for, which nobody may read or wipe
+      (*out)->length = size;
+      result = kFail;
+    }
   }
   if (failed(result)) {
     const base::SecretBuffer dropped(std::exchange(*out, nullptr));

@@ -370,6 +370,29 @@ TEST_F(ScramblerCalls, FailedCipherWipesAndReleasesTheOutput) {
   spy.onFree = nullptr;
 }
 
+int32_t cipherResult = kOk;
+
+// The block is not touched beyond its end, which the sanitizer would see.
+TEST_F(ScramblerCalls, ALengthBeyondTheOutputIsAFailedCipher) {
+  RawScrambler scrambler(12, 0, 256);
+  spy.crypt.Cipher = [](const runtime::CipherItem*, const uint8_t*, uint64_t, uint8_t*,
+                        runtime::ByteBuffer* record) {
+    ++record->length;
+    return cipherResult;
+  };
+  const ExactBytes in("data");
+  const runtime::ByteBuffer record = in.buffer();
+  for (const int32_t result : {kOk, kFail}) {
+    cipherResult = result;
+    OutBuffer out;
+    EXPECT_EQ(scrambler.scramble(&record, out.put()), kFail);
+    EXPECT_EQ(out.get(), nullptr);
+  }
+  char16_t* text = nullptr;
+  EXPECT_EQ(scrambler.unscrambleString(&record, &text), kFail);
+  EXPECT_EQ(text, nullptr);
+}
+
 TEST_F(ScramblerCalls, FailedSizeQueryIsAFailedCipher) {
   RawScrambler scrambler(12, 0, 256);
   spy.crypt.GetOutputSize = [](const runtime::CipherItem*, uint64_t, uint64_t*) {
