@@ -191,6 +191,13 @@ TEST_F(HttpRequestLines, ReadTokenTakesThePendingBytesUpToTheSeparator) {
   EXPECT_STREQ(token.text(), "tw");
 }
 
+TEST_F(HttpRequestLines, BeforeTheFirstParseThereIsNoToken) {
+  base::String token;
+  EXPECT_EQ(request.readToken("x", token.get()), kFail);
+  EXPECT_EQ(request.append("axb"), kOk);
+  EXPECT_EQ(request.readToken("x", token.get()), kFail) << "they are for the next parse";
+}
+
 // The 13 bytes that are pending stand in front now; the place that was reached is 20 bytes behind
 // the start of the block, its end 29, wherever the block is.
 TEST_F(HttpRequestLines, ThePlaceIsKeptWhenThePendingBytesGrow) {
