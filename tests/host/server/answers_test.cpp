@@ -23,7 +23,7 @@ class AnswersTest : public testing::Test {
 
   Module module_{{.module = std::filesystem::absolute("../bin") / vexa::kModuleFile}};
   asio::io_context context_{1};
-  const ServeOptions options_;
+  const ServeOptions options_{};
   Endpoint endpoint_{context_, module_, options_, 8420};
 };
 
