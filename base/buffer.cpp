@@ -96,7 +96,7 @@ int32_t renewData(runtime::ByteBuffer** out, uint64_t size, RootBlock<uint8_t>& 
   if (!block) {
     return kOutOfMemory;
   }
-  if (made) {
+  if (*out == nullptr) {
     *out = made.release();
   }
   old.reset(std::exchange((*out)->data, block.release()));

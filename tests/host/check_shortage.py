@@ -140,6 +140,7 @@ def check_worker(checks, command):
     asking = [endpoint.connect() for _ in range(18)]
     asking[0].sendall(endpoint.head("GET /v1/proxy?url=http://a.example/" + "x" * 3000 +
                                     " HTTP/1.1", token))
+    endpoint.ask("/v1/info")  # what was sent before it has come, too
     for connection in asking[1:]:
         connection.sendall(endpoint.head("GET /v1/proxy?url=http://a.example/ HTTP/1.1", token))
     answers = answers_already(asking)
