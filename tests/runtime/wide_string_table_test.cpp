@@ -235,6 +235,7 @@ TEST_F(WideStringTableTest, InvalidUtf8IsReplaced) {
       {"\xC0\x80", u"\uFFFD\uFFFD"},                      // overlong
       {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},            // overlong
       {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},            // a surrogate
+      {"\xE1\x7F\x80", u"\uFFFD\x7F\uFFFD"},              // no second byte
       {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
       {"\xF5", u"\uFFFD"},
       {"\xE2\x82z", u"\uFFFDz"},
