@@ -38,13 +38,8 @@ bool equalInConstantTime(ByteView a, ByteView b) {
   return difference == 0;
 }
 
-int compareBytes(ByteView a, ByteView b) {
-  const size_t common = std::min(a.size(), b.size());
-  const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
-  if (order != 0) {
-    return order < 0 ? -1 : 1;
-  }
-  return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+bool beforeBytes(ByteView a, ByteView b) {
+  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
 }
 
 void wipe(void* block, size_t length) {

@@ -14,8 +14,8 @@ using ByteView = std::span<const uint8_t>;
 bool equalBytes(ByteView a, ByteView b);
 // For authentication codes: the time depends on the lengths alone.
 bool equalInConstantTime(ByteView a, ByteView b);
-// -1, 0 or 1: byte order, a prefix before what it begins.
-int compareBytes(ByteView a, ByteView b);
+// The order of dictionaries: a prefix stands before what it begins.
+bool beforeBytes(ByteView a, ByteView b);
 
 // Overwrites with zeros in a way that the compiler keeps.
 void wipe(void* block, size_t length);

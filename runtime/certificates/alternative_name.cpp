@@ -9,15 +9,12 @@
 namespace vexa::velmora {
 namespace {
 
-// The numbers of GeneralName's alternatives.
-enum : uint8_t { kEmailName = 1, kDnsName = 2, kUriName = 6, kIpName = 7 };
-
 constexpr size_t kMaxDnsName = 253;
 constexpr size_t kMaxDnsLabel = 63;
 constexpr size_t kIpv4Length = 4;
 constexpr size_t kIpv6Groups = 8;
 constexpr size_t kIpv6Digits = 4;
-constexpr char kLeadingZero[] = "behind IP: stands a number that begins with zero";
+constexpr char kNoAddress[] = "behind IP: stands no IPv4 or IPv6 address";
 
 bool isPlainAscii(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
@@ -77,35 +74,43 @@ bool takeNumber(std::string_view text, int base, uint32_t most, uint32_t& out) {
   return read.ec == std::errc() && read.ptr == end && out <= most;
 }
 
-bool appendIpv4(std::string_view text, Bytes& out) {
+ByteView viewOf(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+// Each of the following appends a name's content, or answers why the text is none.
+
+const char* appendDnsName(std::string_view text, Bytes& out) {
+  out.append(viewOf(text));
+  return isDnsName(text) ? nullptr : "behind DNS: stands no host name";
+}
+
+const char* appendEmail(std::string_view text, Bytes& out) {
+  out.append(viewOf(text));
+  return isEmail(text) ? nullptr : "behind email: stands no mail address";
+}
+
+const char* appendUri(std::string_view text, Bytes& out) {
+  out.append(viewOf(text));
+  return isUri(text) ? nullptr : "behind URI: stands no address with a scheme";
+}
+
+const char* appendIpv4(std::string_view text, Bytes& out) {
   for (size_t i = 0; i < kIpv4Length; ++i) {
     const size_t dot = text.find('.');
+    const std::string_view digits = text.substr(0, dot);
     const bool isLast = i + 1 == kIpv4Length;
+    if (digits.size() > 1 && digits.front() == '0') {  // 010 is 8 to some (RFC 6943, 3.1.1)
+      return "behind IP: stands a number that begins with zero";
+    }
     uint32_t number = 0;
-    if ((dot == std::string_view::npos) != isLast ||
-        !takeNumber(text.substr(0, dot), 10, 0xFF, number)) {
-      return false;
+    if ((dot == std::string_view::npos) != isLast || !takeNumber(digits, 10, 0xFF, number)) {
+      return kNoAddress;
     }
     out.append(static_cast<uint8_t>(number));
     text.remove_prefix(isLast ? text.size() : dot + 1);
   }
-  return true;
-}
-
-// Whether an IPv4 address has a number such as 010, which some readers take for 8 (RFC
-// 6943, 3.1.1).
-bool hasLeadingZero(std::string_view address) {
-  if (address.find(':') != std::string_view::npos) {
-    return false;
-  }
-  for (size_t start = 0; start < address.size();) {
-    const size_t end = std::min(address.find('.', start), address.size());
-    if (address[start] == '0' && end - start > 1) {
-      return true;
-    }
-    start = end + 1;
-  }
-  return false;
+  return nullptr;
 }
 
 // Groups of one to four hexadecimal digits between colons; nothing at all for no text.
@@ -126,39 +131,33 @@ bool appendGroups(std::string_view text, Bytes& out) {
 }
 
 // RFC 4291, 2.2, forms 1 and 2.
-bool appendIpv6(std::string_view text, Bytes& out) {
+const char* appendIpv6(std::string_view text, Bytes& out) {
   Bytes front;
   Bytes back;
   const size_t gap = text.find("::");
-  if (!appendGroups(text.substr(0, gap), front)) {
-    return false;
-  }
   const bool hasGap = gap != std::string_view::npos;
-  if (hasGap && !appendGroups(text.substr(gap + 2), back)) {
-    return false;
+  if (!appendGroups(text.substr(0, gap), front) ||
+      (hasGap && !appendGroups(text.substr(gap + 2), back))) {
+    return kNoAddress;
   }
   const size_t given = front.size() + back.size();
   if (front.failed() || back.failed()) {
     out.fail();
-    return true;
+    return nullptr;
   }
   if (hasGap ? given >= 2 * kIpv6Groups : given != 2 * kIpv6Groups) {
-    return false;
+    return kNoAddress;
   }
   out.append(front.view());
   for (size_t i = given; i < 2 * kIpv6Groups; ++i) {
     out.append(uint8_t{0});
   }
   out.append(back.view());
-  return true;
+  return nullptr;
 }
 
-bool appendAddress(std::string_view text, Bytes& out) {
+const char* appendAddress(std::string_view text, Bytes& out) {
   return text.find(':') == std::string_view::npos ? appendIpv4(text, out) : appendIpv6(text, out);
-}
-
-ByteView viewOf(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
 }  // namespace
@@ -166,36 +165,25 @@ ByteView viewOf(std::string_view text) {
 int32_t appendAlternativeName(std::string_view text, Bytes& out, const char*& reason) {
   struct Kind {
     std::string_view prefix;
-    uint8_t number;
-    bool (*isValid)(std::string_view);
-    const char* problem;
+    uint8_t number;  // of the alternative in GeneralName
+    const char* (*append)(std::string_view, Bytes&);
   };
   static constexpr Kind kKinds[] = {
-      {"DNS:", kDnsName, isDnsName, "behind DNS: stands no host name"},
-      {"email:", kEmailName, isEmail, "behind email: stands no mail address"},
-      {"URI:", kUriName, isUri, "behind URI: stands no address with a scheme"},
-      {"IP:", kIpName, nullptr, "behind IP: stands no IPv4 or IPv6 address"},
+      {"email:", 1, appendEmail},
+      {"DNS:", 2, appendDnsName},
+      {"URI:", 6, appendUri},
+      {"IP:", 7, appendAddress},
   };
   for (const Kind& kind : kKinds) {
     if (!text.starts_with(kind.prefix)) {
       continue;
     }
-    text.remove_prefix(kind.prefix.size());
-    if (kind.number == kIpName && hasLeadingZero(text)) {
-      reason = kLeadingZero;
-      return kInvalidArgument;
+    Bytes content;
+    reason = kind.append(text.substr(kind.prefix.size()), content);
+    if (reason != nullptr) {
+      return content.failed() ? kOutOfMemory : kInvalidArgument;
     }
-    Bytes address;
-    if (kind.isValid != nullptr ? !kind.isValid(text) : !appendAddress(text, address)) {
-      reason = kind.problem;
-      return address.failed() ? kOutOfMemory : kInvalidArgument;
-    }
-    DerWriter writer(out);
-    if (kind.number == kIpName) {
-      writer.element(contextTag(kind.number, false), address);
-    } else {
-      writer.element(contextTag(kind.number, false), viewOf(text));
-    }
+    DerWriter(out).element(contextTag(kind.number, false), content);
     return out.failed() ? kOutOfMemory : kOk;
   }
   reason = "an alternative name begins with DNS:, email:, URI: or IP:";

@@ -150,7 +150,7 @@ class NameTextReader {
 
   bool writeSorted(std::span<DerElement> attributes, DerWriter& writer) {
     std::sort(attributes.begin(), attributes.end(),
-              [](const auto& a, const auto& b) { return compareBytes(typeOf(a), typeOf(b)) < 0; });
+              [](const auto& a, const auto& b) { return beforeBytes(typeOf(a), typeOf(b)); });
     const auto twice = std::adjacent_find(
         attributes.begin(), attributes.end(),
         [](const auto& a, const auto& b) { return equalBytes(typeOf(a), typeOf(b)); });
@@ -158,7 +158,7 @@ class NameTextReader {
       return refuse("a type stands twice between two commas");
     }
     std::sort(attributes.begin(), attributes.end(),
-              [](const auto& a, const auto& b) { return compareBytes(a.whole, b.whole) < 0; });
+              [](const auto& a, const auto& b) { return beforeBytes(a.whole, b.whole); });
     for (const DerElement& attribute : attributes) {
       writer.raw(attribute.whole);
     }

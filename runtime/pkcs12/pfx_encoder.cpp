@@ -194,7 +194,7 @@ class PfxEncoder {
     if (name.size() == 0 && id.size() == 0) {
       return;
     }
-    const bool nameFirst = compareBytes(name.view(), id.view()) < 0;
+    const bool nameFirst = beforeBytes(name.view(), id.view());
     const size_t set = writer.begin(kSet);
     writer.raw(nameFirst ? name.view() : id.view());
     writer.raw(nameFirst ? id.view() : name.view());

@@ -7,8 +7,6 @@
 namespace vexa::velmora {
 namespace {
 
-bool beforeBytes(ByteView a, ByteView b) { return compareBytes(a, b) < 0; }
-
 ByteView subjectOf(runtime::Certificate* certificate) {
   const runtime::Name* const name = certificate->table->GetSubject(certificate);
   return name == nullptr ? ByteView() : encodingOf(name);
@@ -17,8 +15,8 @@ ByteView subjectOf(runtime::Certificate* certificate) {
 }  // namespace
 
 bool KeyIndex::before(const Numbers& a, const Numbers& b) {
-  const int order = compareBytes(a.modulus, b.modulus);
-  return order != 0 ? order < 0 : beforeBytes(a.exponent, b.exponent);
+  return equalBytes(a.modulus, b.modulus) ? beforeBytes(a.exponent, b.exponent)
+                                          : beforeBytes(a.modulus, b.modulus);
 }
 
 KeyIndex::KeyIndex(const runtime::BagNode* bags) {

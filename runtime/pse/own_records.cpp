@@ -53,8 +53,6 @@ ByteView encodingOf(runtime::Certificate* certificate) {
   return viewOf(*certificate->table->GetEncoding(certificate));
 }
 
-bool beforeBytes(ByteView a, ByteView b) { return compareBytes(a, b) < 0; }
-
 // What is to be listed.
 struct Listed {
   runtime::Certificate* certificate;
