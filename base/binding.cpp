@@ -34,6 +34,9 @@ int32_t CLoadAPI_SEC_PKCS12::Load() {
   if (failed(result)) {
     return result;
   }
+  if (bound.pkcs12->GetTypes == nullptr) {
+    return kFail;
+  }
   auto& companion = bound.pkcs12Types;
   const void* const previous = companion.pointer;
   const int32_t answer = bound.pkcs12->GetTypes(

@@ -1,5 +1,7 @@
 #include "base/module_entry.h"
 
+#include <array>
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -21,9 +23,22 @@ constexpr char kRuntimeLibrary[] = "velmora";
 struct ModuleState {
   HMODULE library = nullptr;     // set only while the module loaded velmora itself
   char* ownDirectory = nullptr;  // a copy on the process heap
+  const runtime::RootList* givenRoot = nullptr;
+  runtime::RootList completedRoot = {};  // stands in for one that lacks functions
   uint32_t initCount = 0;
+  bool isBusy = false;  // in a start or an end
 };
 constinit ModuleState state;
+
+// What a start or an end asks of the runtime may call the module's exports again. Half bound, the
+// module starts and ends nothing more.
+class Busy {
+ public:
+  Busy() { state.isBusy = true; }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+  ~Busy() { state.isBusy = false; }
+};
 
 int32_t storeOwnDirectory() {
   if (state.ownDirectory != nullptr) {
@@ -48,12 +63,32 @@ void forgetOwnDirectory() {
 
 void unloadRuntime() { const Library unloaded(std::exchange(state.library, nullptr)); }
 
+// The list itself, or a copy in which the functions that it lacks are there and fail.
+const runtime::RootList* completed(const runtime::RootList* root) {
+  using Slots = std::array<void*, sizeof(runtime::RootList) / sizeof(void*)>;
+  const auto failing = std::bit_cast<Slots>(Unbound<runtime::RootList>::table);
+  auto slots = std::bit_cast<Slots>(*root);
+  bool isWhole = true;
+  for (size_t i = 0; i < slots.size(); ++i) {
+    if (slots[i] == nullptr && failing[i] != nullptr) {
+      slots[i] = failing[i];
+      isWhole = false;
+    }
+  }
+  if (isWhole) {
+    return root;
+  }
+  state.completedRoot = std::bit_cast<runtime::RootList>(slots);
+  return &state.completedRoot;
+}
+
 // Null unbinds it.
 void setRoot(const runtime::RootList* root) {
   if (root == nullptr && isBound()) {
     ++bound.era;
   }
-  bound.root = root != nullptr ? root : &Unbound<runtime::RootList>::table;
+  state.givenRoot = root;
+  bound.root = root != nullptr ? completed(root) : &Unbound<runtime::RootList>::table;
 }
 
 // Loads velmora and asks it for the root list. A library without the export is let go again: kept,
@@ -98,9 +133,10 @@ void unbindTables() {
   forgetOwnDirectory();
   unloadRegistry().Final();
   const runtime::RootList* const root = bound.root;
+  const runtime::RootList* const givenRoot = state.givenRoot;
   setRoot(nullptr);
   if (state.library != nullptr) {
-    root->ReleaseRoot(root);
+    root->ReleaseRoot(givenRoot);
     unloadRuntime();
   }
 }
@@ -108,17 +144,22 @@ void unbindTables() {
 }  // namespace
 
 int32_t moduleInit(const runtime::RootList* root, GetModuleInterfaceFunction* lookup) {
-  if (!isBound()) {
-    setRoot(root);
-  }
   if (lookup != nullptr) {
     *lookup = GetModuleInterface;
+  }
+  if (state.isBusy) {
+    return kFail;
+  }
+  const Busy busy;
+  if (!isBound()) {
+    setRoot(root);
   }
   return bindTables();
 }
 
 int32_t moduleFinal() {
-  if (state.initCount != 0 && --state.initCount == 0) {
+  if (!state.isBusy && state.initCount != 0 && --state.initCount == 0) {
+    const Busy busy;
     unbindTables();
   }
   return kOk;

@@ -14,18 +14,26 @@ namespace vexa::certs {
 namespace {
 
 base::StaticCriticalSection bindLock;
+constinit bool isBinding = false;  // under that lock, which lets its own thread in again
 
 int32_t bindPseTable() {
   base::ScopedLock lock(bindLock);
   if (base::bound.pse) {
     return kOk;
   }
+  if (isBinding) {
+    return kFail;  // the runtime, asked for the table, asks for what needs it
+  }
+  isBinding = true;
+  const uint32_t era = base::bound.era;
   const int32_t result =
       base::bound.root->GetInterface(nullptr, runtime::kPseName, &base::bound.pse.pointer);
-  if (result != kOk || base::bound.pse.pointer == nullptr) {
+  isBinding = false;
+  const bool isGone = era != base::bound.era;  // the root list, and with it what it handed out
+  if (result != kOk || base::bound.pse.pointer == nullptr || isGone) {
     base::bound.pse = {};
   }
-  return result;
+  return isGone ? kFail : result;
 }
 
 using Items = base::RootVector<base::ComPtr<COwnCertificate>>;

@@ -259,6 +259,40 @@ TEST_F(OwnCertificates, AFailedBindingIsReturnedAsItStands) {
   raw::release(own());
 }
 
+TEST_F(OwnCertificates, WhoAsksWhileTheTableIsBoundIsRefused) {
+  static const ClassFactoryList* classes;
+  static decltype(spy.root.GetInterface) bind;
+  classes = list<ClassFactoryList>(kClassFactoryListName);
+  bind = spy.root.GetInterface;
+  spy.root.GetInterface = [](const char* component, const char* name, const void** table) {
+    void* out = &classes;
+    EXPECT_EQ(classes->CreateInstance(kOwnCertificatesClassName, &IID_IOwnCertificates, &out),
+              kFail);
+    EXPECT_EQ(out, nullptr);
+    return bind(component, name, table);
+  };
+  raw::release(own());
+  raw::release(own());
+  EXPECT_THAT(spy.rootCallNames(), ElementsAre("SEC_PSE_1"));
+}
+
+TEST_F(OwnCertificates, ATableThatIsBoundWhileTheModuleEndsIsNotKept) {
+  auto* const bind = spy.root.GetInterface;
+  spy.root.GetInterface = [](const char*, const char*, const void** table) {
+    EXPECT_EQ(module_final(), kOk);
+    *table = &SpyRuntime::current().pse;
+    return kOk;
+  };
+  void* out = this;
+  EXPECT_EQ(create(kOwnCertificatesClassName, IID_IOwnCertificates, &out), kFail);
+  EXPECT_EQ(out, nullptr);
+  spy.root.GetInterface = bind;
+  ASSERT_EQ(module_init(&spy.root, nullptr), kOk);
+  spy.clearRootCalls();
+  raw::release(own());
+  EXPECT_THAT(spy.rootCallNames(), ElementsAre("SEC_PSE_1")) << "bound anew";
+}
+
 // --- Refresh ---
 
 TEST_F(OwnCertificates, TheContainerIsEmptyUntilTheFirstRefresh) {

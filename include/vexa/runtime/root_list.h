@@ -6,6 +6,11 @@ namespace vexa::runtime {
 
 // The root function list: heap and access to every other table. Owned by whoever supplied it.
 // Allocate, Reallocate and Free may be called from any thread at any time.
+//
+// No function of a runtime, of whatever table, may throw or unload the library that holds it: the
+// module catches nothing, and returns into that library. None that is declared here or in another
+// table may be null. Module starts and ends that such a function calls for are refused while the
+// module starts or ends.
 struct RootList {
   // Gives the whole list back. Called only by whoever obtained it through GetRootListFunction.
   void (*ReleaseRoot)(const RootList* self);
