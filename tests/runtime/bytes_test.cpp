@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 namespace {
@@ -11,9 +12,6 @@ namespace {
 using velmora::Bytes;
 using velmora::ByteView;
 
-ByteView viewOf(std::string_view text) {
-  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
 std::string textOf(const Bytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

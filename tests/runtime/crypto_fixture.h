@@ -107,6 +107,19 @@ class CryptoTest : public RuntimeTest {
     return key;
   }
 
+  // A certificate with what every signature needs; without a key, that is set later.
+  static OwnedCertificate draft(const char* subject, const runtime::PublicKey* key = nullptr) {
+    OwnedCertificate made;
+    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
+    EXPECT_EQ(velmora_certificate_set_subject(made.get(), subject), kOk);
+    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
+              kOk);
+    if (key != nullptr) {
+      EXPECT_EQ(velmora_certificate_set_public_key(made.get(), key), kOk);
+    }
+    return made;
+  }
+
   const runtime::CommonTypes& types = spy.commonTypes;
 };
 

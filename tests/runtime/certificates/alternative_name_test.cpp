@@ -4,18 +4,13 @@
 #include <string_view>
 
 #include "runtime/crypto_fixture.h"
+#include "support/characters.h"
 #include "support/sweep.h"
 
 // Each character in each kind of alternative name.
 namespace vexa::test {
 namespace {
 
-constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
-
-bool isIn(std::string_view set, char c) { return set.find(c) != std::string_view::npos; }
-bool isLetterOrDigit(char c) { return isIn(kLetters, c) || isIn(kDigits, c); }
 bool isVisible(char c) { return c > ' ' && c < '\x7F'; }
 
 class AlternativeName : public CryptoTest {

@@ -18,15 +18,7 @@ class BuilderTest : public CryptoTest {
   }
 
   // Everything that signing needs.
-  OwnedCertificate prepared(const char* subject) {
-    OwnedCertificate made;
-    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
-    EXPECT_EQ(velmora_certificate_set_subject(made.get(), subject), kOk);
-    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
-              kOk);
-    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
-    return made;
-  }
+  OwnedCertificate prepared(const char* subject) { return draft(subject, &key->publicKey); }
 
   HeldKey key;
 };

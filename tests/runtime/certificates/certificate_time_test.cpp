@@ -1,7 +1,7 @@
 #include "runtime/certificates/certificate_time.h"
 
 #include "runtime/crypto_fixture.h"
-#include "runtime/pkcs12/pfx_maker.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 namespace {
@@ -42,7 +42,7 @@ TEST(CertificateTime, BothTypesAreRead) {
         TimeCase{kGeneralizedTime, "205001010000Z", nullptr},
         TimeCase{0x0C, "491231235959Z", nullptr}}) {
     velmora::LibraryTimeText time;
-    const velmora::DerElement element{each.tag, viewOfText(each.content), {}};
+    const velmora::DerElement element{each.tag, viewOf(each.content), {}};
     EXPECT_EQ(velmora::readTime(element, time), each.text != nullptr) << each.content;
     EXPECT_STREQ(time.text, each.text != nullptr ? each.text : "") << each.content;
   }

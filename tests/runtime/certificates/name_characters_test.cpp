@@ -4,15 +4,13 @@
 #include "runtime/certificates/name.h"
 #include "runtime/crypto_fixture.h"
 #include "runtime/der/der_maker.h"
+#include "support/characters.h"
 
 // Each character in the text of a name, and each shape of its encoding.
 namespace vexa::test {
 namespace {
 
 constexpr std::string_view kSpecial = "\"+,;<>\\";
-constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
-
-bool isIn(std::string_view set, char c) { return set.find(c) != std::string_view::npos; }
 
 class NameCharacters : public CryptoTest {
  protected:

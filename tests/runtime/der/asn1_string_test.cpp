@@ -4,6 +4,7 @@
 
 #include "runtime/crypto_fixture.h"
 #include "runtime/der/der_tags.h"
+#include "runtime/views.h"
 #include "support/sweep.h"
 
 namespace vexa::test {
@@ -11,7 +12,6 @@ namespace {
 
 using velmora::Bytes;
 
-velmora::ByteView viewOf(const ExactBytes& bytes) { return {bytes.data(), bytes.size()}; }
 std::string textOf(const Bytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

@@ -1,13 +1,13 @@
 #include "runtime/der/ber.h"
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 namespace {
 
 using velmora::Bytes;
 
-velmora::ByteView viewOf(const ExactBytes& bytes) { return {bytes.data(), bytes.size()}; }
 std::string hexOf(const Bytes& bytes) { return toHex(bytes.data(), bytes.size()); }
 
 class BerTest : public RuntimeTest {};

@@ -2,14 +2,13 @@
 
 #include "runtime/crypto_fixture.h"
 #include "runtime/der/der_writer.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 namespace {
 
 using velmora::Bytes;
 using velmora::DerReader;
-
-velmora::ByteView viewOf(const ExactBytes& bytes) { return {bytes.data(), bytes.size()}; }
 
 class DerReaderTest : public RuntimeTest {};
 

@@ -3,13 +3,12 @@
 #include <string>
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 namespace {
 
 using velmora::Bytes;
-
-velmora::ByteView viewOf(const ExactBytes& bytes) { return {bytes.data(), bytes.size()}; }
 
 struct Pair {
   const char* dotted;

@@ -1,7 +1,7 @@
 
 #include "runtime/bytes.h"
+#include "runtime/keys/key_pieces.h"
 #include "runtime/keys/own_memory.h"
-#include "runtime/keys/secret_pieces.h"
 #include "runtime/pkcs12/pfx_fixture.h"
 
 // Whether anything of a private key is left in the process when the key is gone. Reads the
@@ -13,36 +13,8 @@ class KeySecretsTest : public PfxTest {
  protected:
   void SetUp() override;
 
-  Pieces piecesOfRsa(const HeldKey& key) {
-    Pieces pieces;
-    runtime::RsaPrivateKey* numbers = nullptr;
-    EXPECT_EQ(
-        types.RsaPrivateKeyDecode(key->privateKey.bytes, key->privateKey.bitLength / 8, &numbers),
-        kOk);
-    for (const runtime::BigInteger* secret :
-         {&numbers->privateExponent, &numbers->prime1, &numbers->prime2}) {
-      pieces.add(secret->bytes, secret->length);
-    }
-    types.RsaPrivateKeyRelease(numbers);
-    return pieces;
-  }
-
-  // ECPrivateKey begins with 30 77 02 01 01 04 20 on this curve.
-  Pieces piecesOfP256(const HeldKey& key) {
-    constexpr uint64_t kSecretAt = 7;
-    constexpr uint64_t kSecretLength = 32;
-    Pieces pieces;
-    pieces.add(key->privateKey.bytes + kSecretAt, kSecretLength);
-    return pieces;
-  }
-
   void signWith(const HeldKey& key) {
-    OwnedCertificate made;
-    ASSERT_EQ(velmora_certificate_create(made.put()), kOk);
-    ASSERT_EQ(velmora_certificate_set_subject(made.get(), "CN=x"), kOk);
-    ASSERT_EQ(velmora_certificate_set_validity(made.get(), "20240101T000000", "20250101T000000"),
-              kOk);
-    ASSERT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+    const OwnedCertificate made = draft("CN=x", &key->publicKey);
     ASSERT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kOk);
   }
 
@@ -76,7 +48,7 @@ void KeySecretsTest::SetUp() {
 TEST_F(KeySecretsTest, NothingOfAnRsaKeyIsLeftBehind) {
   HeldKey key;
   ASSERT_EQ(velmora_key_generate_rsa(2048, key.put()), kOk);
-  const Pieces pieces = piecesOfRsa(key);
+  const Pieces pieces = keyPieces(*key.get());
   ASSERT_GT(pieces.count(), 40u);
   EXPECT_GT(countInMemory(pieces), 0) << "the search finds a key that is there";
   signWith(key);
@@ -87,7 +59,7 @@ TEST_F(KeySecretsTest, NothingOfAnRsaKeyIsLeftBehind) {
 TEST_F(KeySecretsTest, NothingOfAKeyOnACurveIsLeftBehind) {
   HeldKey key;
   ASSERT_EQ(velmora_key_generate_ec("P-256", key.put()), kOk);
-  const Pieces pieces = piecesOfP256(key);
+  const Pieces pieces = keyPieces(*key.get());
   EXPECT_GT(countInMemory(pieces), 0) << "the search finds a key that is there";
   signWith(key);
   key.reset();
@@ -97,7 +69,7 @@ TEST_F(KeySecretsTest, NothingOfAKeyOnACurveIsLeftBehind) {
 TEST_F(KeySecretsTest, NothingOfAKeyInAFileIsLeftBehind) {
   HeldKey key;
   ASSERT_EQ(velmora_key_generate_rsa(2048, key.put()), kOk);
-  const Pieces pieces = piecesOfRsa(key);
+  const Pieces pieces = keyPieces(*key.get());
   passThroughFile(key);
   key.reset();
   EXPECT_EQ(countInMemory(pieces), 0);

@@ -6,8 +6,8 @@
 #include "runtime/keys/signing.h"
 #include "runtime/pkcs12/password_derivation.h"
 #include "runtime/pkcs12/pfx_fixture.h"
-#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 namespace {
@@ -33,12 +33,7 @@ class LibraryFailureTest : public PfxTest {
 
   // Signs a certificate of this key with it.
   int32_t sign(const runtime::KeyObject* key) {
-    OwnedCertificate made;
-    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
-    EXPECT_EQ(velmora_certificate_set_subject(made.get(), "CN=Jane"), kOk);
-    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
-              kOk);
-    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
+    const OwnedCertificate made = draft("CN=Jane", &key->publicKey);
     const int32_t result = velmora_certificate_sign(made.get(), key, nullptr);
     EXPECT_EQ(made->table->GetEncoding(made.get()) != nullptr, result == kOk);
     return result;
@@ -195,7 +190,7 @@ TEST_F(LibraryFailureTest, OfAnExpressionThatIsNotBuiltIsShortMemory) {
   for (const uint64_t n : {1u, 2u}) {
     velmora::Bytes signature;
     failing_libgcrypt::failAt(n, GPG_ERR_ENOMEM);
-    EXPECT_EQ(velmora::signSha256(rsa->privateKey, viewOfText("x"), signature), kOutOfMemory) << n;
+    EXPECT_EQ(velmora::signSha256(rsa->privateKey, viewOf("x"), signature), kOutOfMemory) << n;
     failing_libgcrypt::neverFail();
     EXPECT_EQ(signature.size(), 0u);
   }

@@ -28,13 +28,7 @@ TEST_F(TooOldTest, NoKeyIsMade) {
 
 TEST_F(TooOldTest, NothingIsSigned) {
   const OwnedCertificate leaf = certificate(samples::kLeaf);
-  OwnedCertificate made;
-  ASSERT_EQ(velmora_certificate_create(made.put()), kOk);
-  ASSERT_EQ(velmora_certificate_set_subject(made.get(), "CN=Jane"), kOk);
-  ASSERT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
-            kOk);
-  ASSERT_EQ(velmora_certificate_set_public_key(made.get(), leaf->table->GetPublicKey(leaf.get())),
-            kOk);
+  const OwnedCertificate made = draft("CN=Jane", leaf->table->GetPublicKey(leaf.get()));
   const HeldKey key = privateKey(samples::kLeafKey);
   EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), nullptr), kFail);
   EXPECT_EQ(made->table->GetEncoding(made.get()), nullptr);
@@ -117,19 +111,18 @@ TEST_F(TooOldTest, NothingIsEncryptedWithAPassword) {
   velmora::Bytes algorithm, out;
   velmora::DerWriter writer(algorithm);
   EXPECT_EQ(velmora::passwordEncrypt(*velmora::findPasswordScheme("pbeWithSHA1And128BitRC4"),
-                                     secret, 1, viewOfText("plain"), budget, writer, out),
+                                     secret, 1, viewOf("plain"), budget, writer, out),
             kFail);
   // pbeWithSHA1And128BitRC4 with a salt of eight bytes, one iteration
   const std::string parameters = fromHex(
       "060a2a864886f70d010c0101"
       "300d0408000102030405060702"
       "0101");
-  EXPECT_EQ(
-      velmora::passwordDecrypt(viewOfText(parameters), secret, viewOfText("text"), budget, out),
-      kFail);
+  EXPECT_EQ(velmora::passwordDecrypt(viewOf(parameters), secret, viewOf("text"), budget, out),
+            kFail);
   EXPECT_EQ(out.size(), 0u);
   EXPECT_FALSE(velmora::openCipher(GCRY_CIPHER_ARCFOUR, GCRY_CIPHER_MODE_STREAM,
-                                   viewOfText("sixteen bytes ..")));
+                                   viewOf("sixteen bytes ..")));
 }
 
 TEST_F(TooOldTest, NoKeyIsLedToItsPublicHalfOrIdentified) {
@@ -146,7 +139,7 @@ TEST_F(TooOldTest, NoKeyIsLedToItsPublicHalfOrIdentified) {
 TEST_F(TooOldTest, NoBytesAreSigned) {
   const HeldKey key = privateKey(samples::kLeafKey);
   velmora::Bytes signature;
-  EXPECT_EQ(velmora::signSha256(key->privateKey, viewOfText("x"), signature), kFail);
+  EXPECT_EQ(velmora::signSha256(key->privateKey, viewOf("x"), signature), kFail);
   EXPECT_EQ(signature.size(), 0u);
 }
 

@@ -11,6 +11,14 @@ namespace vexa::test {
 // The memory of this process as the system shows it.
 class SystemView {
  public:
+  // A system call under Wine saves the registers in memory of the process, with whatever they hold.
+  SystemView() {
+    asm volatile(
+        "xorps %%xmm0, %%xmm0; xorps %%xmm1, %%xmm1; xorps %%xmm2, %%xmm2;"
+        "xorps %%xmm3, %%xmm3; xorps %%xmm4, %%xmm4; xorps %%xmm5, %%xmm5" ::
+            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5");
+  }
+
   // What can be written, page by page.
   std::vector<std::pair<uint64_t, uint64_t>> ranges() const {
     std::vector<std::pair<uint64_t, uint64_t>> found;

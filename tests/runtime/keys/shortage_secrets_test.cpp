@@ -3,6 +3,7 @@
 #include "base/holders.h"
 #include "capi/key_blob.h"
 #include "pkcs12/pkcs12.h"
+#include "runtime/keys/key_pieces.h"
 #include "runtime/keys/repeated_key.h"
 #include "runtime/keys/searched_stack.h"
 #include "runtime/pkcs12/password_derivation.h"
@@ -37,48 +38,18 @@ class ShortageSecrets : public PfxTest {
     uint64_t refused = 1;
     for (uint64_t n = 1; refused != 0; ++n) {
       for (const bool andAllAfter : {false, true}) {
-        int inBlocks = 0;
-        SearchedStack stack;
-        stack.run([&] {
-          inBlocks = 0;
-          spy.onFree = [&](const uint8_t* block, uint64_t size) {
-            inBlocks += pieces.countInPlain(block, size);
-          };
+        const std::string when = "when allocation " + std::to_string(n) + " failed";
+        expectNothingLeft(spy, pieces, when, [&] {
           allocation_gate::failAt(n, andAllAfter);
           const int32_t result = operation();
           refused = allocation_gate::refused();
           allocation_gate::neverFail();
-          spy.onFree = nullptr;
           EXPECT_TRUE(refused != 0 || result == kOk) << "with memory that suffices";
         });
-        EXPECT_EQ(inBlocks, 0) << "in blocks, when allocation " << n << " failed";
-        EXPECT_EQ(stack.count(pieces), 0) << "on the stack, when allocation " << n << " failed";
       }
     }
   }
 
-  // The numbers of a private key in DER, and of its exponents and coefficient.
-  Pieces piecesOfRsa(std::string_view der) {
-    Pieces pieces;
-    runtime::RsaPrivateKey* numbers = nullptr;
-    EXPECT_EQ(types.RsaPrivateKeyDecode(reinterpret_cast<const uint8_t*>(der.data()), der.size(),
-                                        &numbers),
-              kOk);
-    for (const runtime::BigInteger* secret :
-         {&numbers->privateExponent, &numbers->prime1, &numbers->prime2, &numbers->exponent1,
-          &numbers->exponent2, &numbers->coefficient}) {
-      pieces.add(secret->bytes, secret->length);
-    }
-    types.RsaPrivateKeyRelease(numbers);
-    return pieces;
-  }
-  static Pieces piecesOfCurve(const runtime::KeyObject& key) {
-    constexpr uint64_t kSecretAt = 7;
-    constexpr uint64_t kSecretLength = 32;
-    Pieces pieces;
-    pieces.add(key.privateKey.bytes + kSecretAt, kSecretLength);
-    return pieces;
-  }
   // As it was given, and as the derivation of keys takes it.
   static void addPassword(Pieces& pieces) {
     const velmora::Password password(kPassword);
@@ -108,7 +79,7 @@ TEST_F(ShortageSecrets, OfANewRsaKey) {
   };
   HeldKey key;
   ASSERT_EQ(generate(key), kOk);
-  sweep(piecesOfRsa(privateBytes(*key.get())), [&] {
+  sweep(keyPieces(*key.get()), [&] {
     HeldKey made;
     const int32_t result = generate(made);
     EXPECT_TRUE(failed(result) || privateBytes(*made.get()) == privateBytes(*key.get()));
@@ -119,7 +90,7 @@ TEST_F(ShortageSecrets, OfANewRsaKey) {
 TEST_F(ShortageSecrets, OfANewKeyOnACurve) {
   HeldKey key;
   ASSERT_EQ(velmora_key_generate_ec("P-256", key.put()), kOk);
-  sweep(piecesOfCurve(*key.get()), [&] {
+  sweep(keyPieces(*key.get()), [&] {
     HeldKey made;
     const int32_t result = velmora_key_generate_ec("P-256", made.put());
     EXPECT_TRUE(failed(result) || privateBytes(*made.get()) == privateBytes(*key.get()));
@@ -136,7 +107,7 @@ class ShortageSecretsOfFiles : public ShortageSecrets {
     addRsaKey(made_.get(), samples::kLeafKey, 1);
     addRsaKey(made_.get(), samples::kLeafKey, 1);
     addCertificate(made_.get(), samples::kRoot);
-    pieces_ = piecesOfRsa(samples::kLeafKey);
+    pieces_ = keyPieces(samples::kLeafKey);
     addPassword(pieces_);
   }
   void TearDown() override {
@@ -176,8 +147,7 @@ TEST_F(ShortageSecrets, OfReadingAKey) {
     const runtime::ByteBuffer buffer = bufferOf(der);
     HeldKey key;
     ASSERT_EQ(velmora_key_read(&buffer, "secret", key.put(), nullptr), kOk);
-    const Pieces pieces = der == samples::kLeafKey ? piecesOfRsa(der) : piecesOfCurve(*key.get());
-    sweep(pieces, [&] {
+    sweep(keyPieces(*key.get()), [&] {
       HeldKey read;
       return velmora_key_read(&buffer, "secret", read.put(), nullptr);
     });
@@ -187,10 +157,10 @@ TEST_F(ShortageSecrets, OfReadingAKey) {
 TEST_F(ShortageSecrets, OfSigning) {
   HeldKey rsa, curve;
   ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, rsa.put()), kOk);
-  sweep(piecesOfRsa(privateBytes(*rsa.get())), [&] { return sign(rsa.get()); });
+  sweep(keyPieces(*rsa.get()), [&] { return sign(rsa.get()); });
   repeated_key::forget();
   ASSERT_EQ(velmora_key_generate_ec("P-256", curve.put()), kOk);
-  sweep(piecesOfCurve(*curve.get()), [&] { return sign(curve.get()); });
+  sweep(keyPieces(*curve.get()), [&] { return sign(curve.get()); });
 }
 
 // The module above the runtime.
@@ -229,7 +199,7 @@ TEST_F(ShortageSecretsOfTheModule, OfFiles) {
   const HeldKey key = leafKey();
   const OwnedCertificate leaf = certificate(samples::kLeaf);
   const runtime::CertificateList chain{leaf.get(), nullptr, 1};
-  Pieces pieces = piecesOfRsa(samples::kLeafKey);
+  Pieces pieces = keyPieces(samples::kLeafKey);
   addPassword(pieces);
   String name("Jane");
   String password(kPassword);
@@ -251,7 +221,7 @@ TEST_F(ShortageSecretsOfTheModule, OfFiles) {
 }
 
 TEST_F(ShortageSecretsOfTheModule, OfAKeyBlob) {
-  sweep(piecesOfRsa(samples::kLeafKey), [&] {
+  sweep(keyPieces(samples::kLeafKey), [&] {
     runtime::RsaPrivateKey* key = nullptr;
     int32_t result = types.RsaPrivateKeyDecode(
         reinterpret_cast<const uint8_t*>(samples::kLeafKey.data()), samples::kLeafKey.size(), &key);

@@ -7,6 +7,7 @@
 #include "runtime/der/der_maker.h"
 #include "runtime/keys/signing.h"
 #include "runtime/samples.h"
+#include "runtime/views.h"
 
 // Signatures and keys of which one part is another than it should be.
 namespace vexa::test {
@@ -15,9 +16,6 @@ namespace {
 using velmora::ByteView;
 using velmora::Verdict;
 
-ByteView viewOf(const std::string& bytes) {
-  return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
-}
 std::string textOf(ByteView bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

@@ -1,7 +1,9 @@
 #include "runtime/crypto_fixture.h"
 #include "runtime/keys/cipher.h"
+#include "runtime/keys/key_pieces.h"
 #include "runtime/keys/searched_stack.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "runtime/views.h"
 
 // Whether functions leave secrets on the stack that they ran on.
 namespace vexa::test {
@@ -9,10 +11,6 @@ namespace {
 
 using velmora::Bytes;
 using velmora::ByteView;
-
-ByteView viewOf(const std::string& bytes) {
-  return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
-}
 
 class StackSecretsTest : public CryptoTest {
  protected:
@@ -52,17 +50,7 @@ TEST_F(StackSecretsTest, KeyGenerationLeavesNoNumber) {
   HeldKey key;
   SearchedStack stack;
   stack.run([&] { EXPECT_EQ(velmora_key_generate_rsa(2048, key.put()), kOk); });
-  runtime::RsaPrivateKey* numbers = nullptr;
-  ASSERT_EQ(
-      types.RsaPrivateKeyDecode(key->privateKey.bytes, key->privateKey.bitLength / 8, &numbers),
-      kOk);
-  Pieces pieces;
-  for (const runtime::BigInteger* secret :
-       {&numbers->privateExponent, &numbers->prime1, &numbers->prime2}) {
-    pieces.add(secret->bytes, secret->length);
-  }
-  types.RsaPrivateKeyRelease(numbers);
-  EXPECT_EQ(stack.count(pieces), 0);
+  EXPECT_EQ(stack.count(keyPieces(*key.get())), 0);
 }
 
 TEST_F(StackSecretsTest, DerivationLeavesNoKey) {

@@ -4,6 +4,7 @@
 #include "runtime/keys/cipher.h"
 #include "runtime/keys/watched_wipes.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "runtime/views.h"
 
 // Whether functions wipe the secrets that they worked with.
 namespace vexa::test {
@@ -16,10 +17,6 @@ using watched_wipes::beginningWith;
 
 constexpr uint32_t kAes256 = 12;
 constexpr uint32_t kIterations = 3;
-
-ByteView viewOf(const std::string& bytes) {
-  return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
-}
 
 class WipedSecrets : public CryptoTest {
  protected:

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "runtime/pkcs12/pfx_maker.h"
+#include "runtime/der/der_maker.h"
 
 namespace vexa::test {
 namespace {

@@ -19,9 +19,9 @@ class PasswordDerivation : public CryptoTest {
                             const std::string& salt, uint32_t iterations, size_t length) {
     std::vector<uint8_t> out(length);
     DerivationBudget budget;
-    EXPECT_EQ(velmora::derivePkcs12(digest, purpose, {password, viewOfText(salt), iterations},
-                                    budget, out),
-              kOk);
+    EXPECT_EQ(
+        velmora::derivePkcs12(digest, purpose, {password, viewOf(salt), iterations}, budget, out),
+        kOk);
     return toHex(out.data(), out.size());
   }
 };
@@ -95,21 +95,19 @@ TEST_F(PasswordDerivation, OfPbkdf2IsThatOfOthers) {
     const Password password(each.password);
     std::vector<uint8_t> out(std::string_view(each.derived).size() / 2);
     DerivationBudget budget;
-    ASSERT_EQ(
-        velmora::derivePbkdf2(
-            each.digest, {password.utf8(), viewOfText(each.salt), each.iterations}, budget, out),
-        kOk);
+    ASSERT_EQ(velmora::derivePbkdf2(
+                  each.digest, {password.utf8(), viewOf(each.salt), each.iterations}, budget, out),
+              kOk);
     EXPECT_EQ(toHex(out.data(), out.size()), each.derived);
   }
 }
 
 int32_t fillByPkcs12(uint32_t iterations, DerivationBudget& budget, std::span<uint8_t> out) {
   return velmora::derivePkcs12(GCRY_MD_SHA1, KeyPurpose::kKey,
-                               {viewOfText("p"), viewOfText("s"), iterations}, budget, out);
+                               {viewOf("p"), viewOf("s"), iterations}, budget, out);
 }
 int32_t fillByPbkdf2(uint32_t iterations, DerivationBudget& budget, std::span<uint8_t> out) {
-  return velmora::derivePbkdf2(GCRY_MD_SHA1, {viewOfText("p"), viewOfText("s"), iterations}, budget,
-                               out);
+  return velmora::derivePbkdf2(GCRY_MD_SHA1, {viewOf("p"), viewOf("s"), iterations}, budget, out);
 }
 
 // Rounds: an iteration for each digest that is made.

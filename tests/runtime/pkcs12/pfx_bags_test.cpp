@@ -8,21 +8,12 @@
 namespace vexa::test {
 namespace {
 
-constexpr char kKeyBagId[] = "060b2a864886f70d010c0a0101";
-constexpr char kShroudedKeyBagId[] = "060b2a864886f70d010c0a0102";
-constexpr char kCertificateBagId[] = "060b2a864886f70d010c0a0103";
-constexpr char kCrlBagId[] = "060b2a864886f70d010c0a0104";
-constexpr char kX509[] = "060a2a864886f70d01091601";
-constexpr char kSdsi[] = "060a2a864886f70d01091602";
-constexpr char kFriendlyName[] = "06092a864886f70d010914";
-constexpr char kLocalKeyId[] = "06092a864886f70d010915";
 constexpr char kRsa[] = "300d06092a864886f70d0101010500";
 
 class PfxBags : public PfxTest {
  protected:
   Opened openBag(const char* idHex, const std::string& value, const std::string& attributes = {}) {
-    const std::string bag = element("30", fromHex(idHex) + element("a0", value) + attributes);
-    return open(pfxOver(element("30", dataInfo(element("30", bag))), "secret"));
+    return open(pfxOfBags(bagOf(idHex, value, attributes)));
   }
   void expectRefused(const char* idHex, const std::vector<std::string>& values) {
     for (const std::string& value : values) {
@@ -105,8 +96,7 @@ TEST_F(PfxBags, OfOtherKindsArePassedOver) {
 }
 
 TEST_F(PfxBags, AttributesAreIdsAndValues) {
-  const std::string value =
-      element("30", fromHex(kX509) + element("a0", element("04", std::string(samples::kPlain))));
+  const std::string value = x509Value(samples::kPlain);
   const auto withAttributes = [&](const std::string& attributes) {
     return openBag(kCertificateBagId, value, element("31", attributes));
   };

@@ -8,24 +8,14 @@
 namespace vexa::test {
 namespace {
 
-constexpr char kCertificateBag[] = "060b2a864886f70d010c0a0103";
-constexpr char kSafeContentsBag[] = "060b2a864886f70d010c0a0106";
-constexpr char kX509[] = "060a2a864886f70d01091601";
-constexpr char kLocalKeyId[] = "06092a864886f70d010915";
-
 class PfxDecoderTest : public PfxTest {
  protected:
-  // A file with one open safe of these bags.
-  Opened openBags(const std::string& bags) {
-    return open(pfxOver(element("30", dataInfo(element("30", bags))), "secret"));
-  }
+  Opened openBags(const std::string& bags) { return open(pfxOfBags(bags)); }
   static std::string certificateBag(const std::string& attributes = {}) {
-    const std::string value =
-        element("30", fromHex(kX509) + element("a0", element("04", std::string(samples::kPlain))));
-    return element("30", fromHex(kCertificateBag) + element("a0", value) + attributes);
+    return bagOf(kCertificateBagId, x509Value(samples::kPlain), attributes);
   }
   static std::string nested(const std::string& bags) {
-    return element("30", fromHex(kSafeContentsBag) + element("a0", element("30", bags)));
+    return bagOf(kSafeContentsBagId, element("30", bags));
   }
 };
 
@@ -142,7 +132,7 @@ TEST_F(PfxDecoderTest, SafesAreSequencesOfWhatBelongsThere) {
       element("30", dataInfo(element("30", element("31", "")))),
       element("30", dataInfo(element("30", certificateBag() + fromHex("0500")))),
       element("30", dataInfo(element("30", element("30", "")))),
-      element("30", dataInfo(element("30", element("30", fromHex(kCertificateBag))))),
+      element("30", dataInfo(element("30", element("30", fromHex(kCertificateBagId))))),
   };
   for (const std::string& safes : refused) {
     const Opened opened = open(pfxOver(safes, "secret"));
@@ -155,7 +145,7 @@ TEST_F(PfxDecoderTest, SafesAreSequencesOfWhatBelongsThere) {
 TEST_F(PfxDecoderTest, AFileHasItsPartsAndNoOthers) {
   const std::string safes = element("30", dataInfo(element("30", certificateBag())));
   const std::string whole = pfxOver(safes, "secret");
-  velmora::DerReader parts(*velmora::derContent(viewOfText(whole), velmora::kSequence));
+  velmora::DerReader parts(*velmora::derContent(viewOf(whole), velmora::kSequence));
   const auto next = [&parts] {
     const velmora::ByteView part = parts.takeAny()->whole;
     return std::string(reinterpret_cast<const char*>(part.data()), part.size());

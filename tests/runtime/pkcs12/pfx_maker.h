@@ -7,12 +7,20 @@
 #include "runtime/der/der_maker.h"
 #include "runtime/der/der_reader.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "runtime/views.h"
 
 namespace vexa::test {
 
-inline velmora::ByteView viewOfText(std::string_view bytes) {
-  return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
-}
+// Identifiers in DER, in hexadecimal digits.
+inline constexpr char kKeyBagId[] = "060b2a864886f70d010c0a0101";
+inline constexpr char kShroudedKeyBagId[] = "060b2a864886f70d010c0a0102";
+inline constexpr char kCertificateBagId[] = "060b2a864886f70d010c0a0103";
+inline constexpr char kCrlBagId[] = "060b2a864886f70d010c0a0104";
+inline constexpr char kSafeContentsBagId[] = "060b2a864886f70d010c0a0106";
+inline constexpr char kX509[] = "060a2a864886f70d01091601";
+inline constexpr char kSdsi[] = "060a2a864886f70d01091602";
+inline constexpr char kFriendlyName[] = "06092a864886f70d010914";
+inline constexpr char kLocalKeyId[] = "06092a864886f70d010915";
 
 // A ContentInfo with these bytes as data.
 inline std::string dataInfo(const std::string& content) {
@@ -28,8 +36,8 @@ inline std::string pfxOver(const std::string& safes, const char* password) {
   velmora::DerivationBudget budget;
   const velmora::Password secret(text.get());
   EXPECT_EQ(velmora::passwordMac(*velmora::findMacDigest("SHA-1"),
-                                 {secret.terminatedUtf16(), viewOfText(salt), 1}, viewOfText(safes),
-                                 budget, code),
+                                 {secret.terminatedUtf16(), viewOf(salt), 1}, viewOf(safes), budget,
+                                 code),
             kOk);
   const std::string digestInfo =
       element("30", fromHex("300906052b0e03021a0500") +
@@ -38,9 +46,23 @@ inline std::string pfxOver(const std::string& safes, const char* password) {
       "30", fromHex("020103") + dataInfo(safes) + element("30", digestInfo + element("04", salt)));
 }
 
+// The same with one open safe of these bags.
+inline std::string pfxOfBags(const std::string& bags) {
+  return pfxOver(element("30", dataInfo(element("30", bags))), "secret");
+}
+
+inline std::string bagOf(const char* idHex, const std::string& value,
+                         const std::string& attributes = {}) {
+  return element("30", fromHex(idHex) + element("a0", value) + attributes);
+}
+// What a bag holds of a certificate.
+inline std::string x509Value(std::string_view certificate) {
+  return element("30", fromHex(kX509) + element("a0", element("04", std::string(certificate))));
+}
+
 // The AuthenticatedSafe of a file.
 inline std::string safesOf(std::string_view pfx) {
-  velmora::DerReader outer(*velmora::derContent(viewOfText(pfx), velmora::kSequence));
+  velmora::DerReader outer(*velmora::derContent(viewOf(pfx), velmora::kSequence));
   outer.takeAny();  // the version
   velmora::DerReader info(outer.takeAny()->content);
   info.takeAny();  // the type

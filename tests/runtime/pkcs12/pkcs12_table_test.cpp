@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "runtime/pkcs12/pfx_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/pkcs12/pkcs12_table.h"
 #include "runtime/samples.h"
 #include "support/sweep.h"
@@ -185,8 +186,8 @@ TEST_F(Pkcs12Test, TheNamesChooseTheAlgorithms) {
 
 // A SET OF in DER (X.690, 11.6): the shorter one first, here.
 TEST_F(Pkcs12Test, AttributesAreInTheOrderOfTheirEncodings) {
-  const std::string name = fromHex("06092a864886f70d010914");
-  const std::string id = fromHex("06092a864886f70d010915");
+  const std::string name = fromHex(kFriendlyName);
+  const std::string id = fromHex(kLocalKeyId);
   for (const bool hasLongName : {false, true}) {
     HeldParameters made = parameters();
     runtime::SafeBag* const bag = addRsaKey(made.get(), samples::kLeafKey, 0);

@@ -33,13 +33,8 @@ class BagMatching : public PfxTest {
   static OwnedCertificate certify(const char* subject, const HeldKey& key,
                                   const HeldKey* issuerKey = nullptr,
                                   runtime::Certificate* issuer = nullptr) {
-    OwnedCertificate made;
-    EXPECT_EQ(velmora_certificate_create(made.put()), kOk);
-    EXPECT_EQ(velmora_certificate_set_subject(made.get(), subject), kOk);
-    EXPECT_EQ(velmora_certificate_set_validity(made.get(), "20240229T120000", "20501231T235959"),
-              kOk);
+    OwnedCertificate made = draft(subject, &key->publicKey);
     EXPECT_EQ(velmora_certificate_set_basic_constraints(made.get(), 1, -1), kOk);
-    EXPECT_EQ(velmora_certificate_set_public_key(made.get(), &key->publicKey), kOk);
     EXPECT_EQ(velmora_certificate_sign(made.get(),
                                        issuerKey != nullptr ? issuerKey->get() : key.get(), issuer),
               kOk);
