@@ -4,31 +4,15 @@
 #include <fstream>
 #include <string>
 
+#include "loaded_library.h"
 #include "pal/windows_api.h"
 
 namespace {
 
-std::string programFolder() {
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  return path;
-}
-
-std::string besideProgram(const char* name) {
-  char path[MAX_PATH] = {};
-  const std::string folder = programFolder();
-  folder.copy(path, sizeof(path) - 1);
-  PathAppendA(path, name);
-  return path;
-}
-
-constexpr char kLibrary[] = "pal_loaded_library" PAL_LIBRARY_EXTENSION;
-
 class LoadedLibrary : public testing::Test {
  protected:
   void SetUp() override {
-    module_ = LoadLibraryA(besideProgram(kLibrary).c_str());
+    module_ = LoadLibraryA(loadedLibrary().c_str());
     ASSERT_NE(module_, nullptr) << GetLastError();
   }
   void TearDown() override { EXPECT_TRUE(FreeLibrary(module_)); }
@@ -65,7 +49,7 @@ TEST_F(LoadedLibrary, ItsFileNameIsTheOneThatWasLoaded) {
   char path[MAX_PATH] = {};
   const DWORD length = GetModuleFileNameA(module_, path, sizeof(path));
   EXPECT_EQ(length, std::string(path).size());
-  EXPECT_EQ(lstrcmpiA(path, besideProgram(kLibrary).c_str()), 0) << path;
+  EXPECT_EQ(lstrcmpiA(path, loadedLibrary().c_str()), 0) << path;
 }
 
 TEST_F(LoadedLibrary, AnAddressInsideLeadsToItsHandle) {
@@ -83,7 +67,7 @@ TEST_F(LoadedLibrary, ACountedHandleIsReleasedOnItsOwn) {
 }
 
 TEST_F(LoadedLibrary, ASecondLoadGivesTheSameHandle) {
-  HMODULE again = LoadLibraryA(besideProgram(kLibrary).c_str());
+  HMODULE again = LoadLibraryA(loadedLibrary().c_str());
   EXPECT_EQ(again, module_);
   EXPECT_TRUE(FreeLibrary(again));
 }

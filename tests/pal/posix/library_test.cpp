@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "../loaded_library.h"
 #include "pal/posix/counters.h"
 #include "pal/windows_api.h"
 
@@ -35,20 +36,18 @@ TEST(PosixLibrary, AHandleThatWasNeverGivenIsRefused) {
 }
 
 TEST(PosixLibrary, AHandleThatWasLetGoIsRefused) {
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
-  const HMODULE module = LoadLibraryA(path);
+  const std::string path = loadedLibrary();
+  const HMODULE module = LoadLibraryA(path.c_str());
   ASSERT_NE(module, nullptr);
-  EXPECT_EQ(LoadLibraryA(path), module);
+  EXPECT_EQ(LoadLibraryA(path.c_str()), module);
   EXPECT_TRUE(FreeLibrary(module));
   EXPECT_NE(GetProcAddress(module, "loaded_answer"), nullptr) << "there is a reference still";
   EXPECT_TRUE(FreeLibrary(module));
   SetLastError(0);
   EXPECT_EQ(GetProcAddress(module, "loaded_answer"), nullptr);
   EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
-  EXPECT_EQ(GetModuleFileNameA(module, path, sizeof(path)), 0u);
+  char told[MAX_PATH] = {};
+  EXPECT_EQ(GetModuleFileNameA(module, told, sizeof(told)), 0u);
   EXPECT_FALSE(FreeLibrary(module));
 }
 
@@ -62,11 +61,8 @@ TEST(PosixLibrary, AHandleFromAnAddressHoldsNoReference) {
 }
 
 TEST(PosixLibrary, AnUncountedHandleDoesNotKeepItsLibrary) {
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
-  const HMODULE module = LoadLibraryA(path);
+  const std::string path = loadedLibrary();
+  const HMODULE module = LoadLibraryA(path.c_str());
   ASSERT_NE(module, nullptr);
   HMODULE found = nullptr;
   EXPECT_TRUE(GetModuleHandleExA(
@@ -74,7 +70,7 @@ TEST(PosixLibrary, AnUncountedHandleDoesNotKeepItsLibrary) {
       reinterpret_cast<const char*>(GetProcAddress(module, "loaded_answer")), &found));
   EXPECT_EQ(found, module);
   EXPECT_TRUE(FreeLibrary(module));
-  EXPECT_EQ(dlopen(path, RTLD_LAZY | RTLD_NOLOAD), nullptr) << "it is still loaded";
+  EXPECT_EQ(dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr) << "it is still loaded";
 }
 
 TEST(PosixLibrary, OnlyAddressesLeadToHandles) {
@@ -94,11 +90,7 @@ TEST(PosixLibrary, APathWithoutRoomIsNotWritten) {
 }
 
 TEST(PosixLibrary, ABackslashSeparatesLikeASlash) {
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
-  std::string written(path);
+  std::string written = loadedLibrary();
   std::replace(written.begin(), written.end(), '/', '\\');
   const HMODULE module = LoadLibraryA(written.c_str());
   EXPECT_NE(module, nullptr);
@@ -108,11 +100,7 @@ TEST(PosixLibrary, ABackslashSeparatesLikeASlash) {
 TEST(PosixLibrary, APointInAFolderIsNoExtension) {
   const std::string folder = testing::TempDir() + "vexa.folder";
   std::filesystem::create_directory(folder);
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
-  std::filesystem::copy_file(path, folder + "/copy.so",
+  std::filesystem::copy_file(loadedLibrary(), folder + "/copy.so",
                              std::filesystem::copy_options::overwrite_existing);
   const HMODULE module = LoadLibraryA((folder + "/copy").c_str());
   EXPECT_NE(module, nullptr);
@@ -121,10 +109,7 @@ TEST(PosixLibrary, APointInAFolderIsNoExtension) {
 }
 
 TEST(PosixLibrary, ARelativePathIsToldFromTheRootOn) {
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
+  const std::string path = loadedLibrary();
   const auto relative = std::filesystem::path(".") / std::filesystem::relative(path);
   const HMODULE module = LoadLibraryA(relative.c_str());
   ASSERT_NE(module, nullptr);
@@ -153,11 +138,8 @@ TEST(PosixLibrary, TheFirstFourBytesTellALibrary) {
 
 TEST(PosixLibrary, APointAtTheEndSaysThatThereIsNoExtension) {
   const std::string copy = testing::TempDir() + "vexa_library_without_extension";
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, sizeof(path));
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
-  std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::copy_file(loadedLibrary(), copy,
+                             std::filesystem::copy_options::overwrite_existing);
   EXPECT_EQ(LoadLibraryA(copy.c_str()), nullptr) << "with an extension there is no such file";
   const HMODULE module = LoadLibraryA((copy + ".").c_str());
   EXPECT_NE(module, nullptr);

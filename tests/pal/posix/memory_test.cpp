@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "../loaded_library.h"
 #include "../samples.h"
 #include "pal/posix/counters.h"
 #include "pal/windows_api.h"
@@ -128,16 +129,13 @@ TEST(PosixMemory, AStackOfAskedSize) {
 }
 
 TEST(PosixMemory, ALibraryThatCannotBeRememberedIsLetGo) {
-  char path[MAX_PATH] = {};
-  ASSERT_NE(GetModuleFileNameA(nullptr, path, sizeof(path)), 0u);
-  PathRemoveFileSpecA(path);
-  PathAppendA(path, "pal_loaded_library.so");
+  const std::string path = loadedLibrary();
   const std::size_t before = pal::posix::openLibraries();
   HMODULE module = nullptr;
-  sweep([&] { return (module = LoadLibraryA(path)) != nullptr; });
+  sweep([&] { return (module = LoadLibraryA(path.c_str())) != nullptr; });
   EXPECT_TRUE(FreeLibrary(module));
   EXPECT_EQ(pal::posix::openLibraries(), before);
-  EXPECT_EQ(dlopen(path, RTLD_LAZY | RTLD_NOLOAD), nullptr) << "it is still loaded";
+  EXPECT_EQ(dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr) << "it is still loaded";
 }
 
 TEST(PosixMemory, AHandleThatCannotBeRememberedIsLetGo) {
