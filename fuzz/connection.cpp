@@ -19,7 +19,7 @@
 //   1 what was collected is sent now      2 answers are read in small pieces from here on
 //   3 eleven seconds pass                 4 nothing more is sent
 //   5 the connection is torn down         6 three seconds pass
-//   7 stands for the endpoint's token     8 as the first byte: there are too many connections
+//   7 stands for the endpoint's token
 // Every complete request is answered once and in order, by an answer that a client can read; behind
 // the last one comes nothing but the end. Nothing is left of the connection then.
 namespace vexa::fuzz {
@@ -78,7 +78,7 @@ struct Served : vexahost::ConnectionRegistry {
 // The other end of a connection.
 class Client {
  public:
-  Client(Served& served, bool isTooMany) : served_(served) {
+  explicit Client(Served& served) : served_(served) {
     constexpr int kSmall = 1;  // the system makes the least of it that it knows
     int ends[2];
     require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0, "a pair of sockets");
@@ -87,8 +87,7 @@ class Client {
     end_ = ends[0];
     asio::ip::tcp::socket socket(served.context);
     socket.assign(asio::ip::tcp::v4(), ends[1]);
-    std::make_shared<vexahost::Connection>(std::move(socket), served.endpoint, served, isTooMany)
-        ->start();
+    std::make_shared<vexahost::Connection>(std::move(socket), served.endpoint, served)->start();
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
@@ -151,14 +150,11 @@ class Client {
 // Plays one script, and holds what comes back against what has to.
 class Play {
  public:
-  Play(Served& served, bool isTooMany)
+  explicit Play(Served& served)
       : model_(
-            [&served, isTooMany](const vexahost::Head& head) -> std::optional<vexahost::Refusal> {
-              const auto refusal = served.endpoint.policy().judge(head);
-              return refusal || !isTooMany ? refusal : vexahost::Refusal{503, ""};
-            },
+            [&served](const vexahost::Head& head) { return served.endpoint.policy().judge(head); },
             now),
-        client_(served, isTooMany),
+        client_(served),
         token_(served.endpoint.token().text()) {}
 
   void play(std::string_view script) {
@@ -284,10 +280,7 @@ class Play {
   bool mayBeCut_ = false;
 };
 
-void play(Served& served, std::string_view script) {
-  const bool isTooMany = script.starts_with('\x08');
-  Play(served, isTooMany).play(script.substr(isTooMany ? 1 : 0));
-}
+void play(Served& served, std::string_view script) { Play(served).play(script); }
 
 // One that has answered every path: some make what stays to the end of the module.
 Served& served() {

@@ -174,6 +174,7 @@ void Connection::send(Reply reply) {
   }
   ++requests_;
   logAnswer(reply.status);
+  begun_ = Clock::now();
   expireAfter(kWriteTime);
   const std::string_view bytes = message_.view();
   asio::async_write(socket_, asio::buffer(bytes),

@@ -18,12 +18,11 @@ constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 }  // namespace
 
 Connection::Connection(asio::ip::tcp::socket socket, Endpoint& endpoint,
-                       ConnectionRegistry& registry, bool isTooMany)
+                       ConnectionRegistry& registry)
     : socket_(std::move(socket)),
       timer_(socket_.get_executor()),
       endpoint_(endpoint),
       registry_(registry),
-      isTooMany_(isTooMany),
       message_(endpoint.module()) {
   registry_.add(*this);
 }
@@ -50,9 +49,10 @@ void Connection::abort() {
   timer_.cancel();
 }
 
-std::optional<Connection::Clock::time_point> Connection::owedNothingSince() const {
-  const bool isOwedNothing = state_ == State::kReading || state_ == State::kDraining;
-  return isOwedNothing && !isTooMany_ ? std::optional(begun_) : std::nullopt;
+std::optional<Connection::Clock::time_point> Connection::clientsTurnSince() const {
+  const bool isClientsTurn =
+      state_ == State::kReading || state_ == State::kWriting || state_ == State::kDraining;
+  return isClientsTurn ? std::optional(begun_) : std::nullopt;
 }
 
 // --- reading -----------------------------------------------------------------------------------
@@ -140,8 +140,6 @@ void Connection::letIn() {
   }
   if (const std::optional<Refusal> refusal = endpoint_.policy().judge(*head_)) {
     refuse(*refusal);
-  } else if (isTooMany_) {
-    refuse({503, "too many connections; try again"});
   }
 }
 

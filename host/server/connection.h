@@ -45,9 +45,7 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
  public:
   using Clock = std::chrono::steady_clock;
 
-  // `isTooMany`: its first request is answered 503.
-  Connection(asio::ip::tcp::socket socket, Endpoint& endpoint, ConnectionRegistry& registry,
-             bool isTooMany);
+  Connection(asio::ip::tcp::socket socket, Endpoint& endpoint, ConnectionRegistry& registry);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
   ~Connection();
@@ -55,9 +53,9 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   void start();
   // Drops the client, whatever it is waiting for.
   void abort();
-  // When no answer is due, as no request is there, or not all of it, or the last answer has gone:
-  // since when the client has had its place or begun its request. Never of one too many.
-  std::optional<Clock::time_point> owedNothingSince() const;
+  // Since when the client is the one to go on: it has its place and asks for nothing, sends its
+  // request or takes its answer. Nothing while it is the one that waits.
+  std::optional<Clock::time_point> clientsTurnSince() const;
 
  private:
   enum class State { kReading, kWaiting, kWorking, kWriting, kStreaming, kDraining, kClosed };
@@ -112,7 +110,6 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   Clock::time_point armed_ = Clock::time_point::max();
   Endpoint& endpoint_;
   ConnectionRegistry& registry_;
-  const bool isTooMany_;
   State state_ = State::kReading;
   bool isReading_ = false;
 
@@ -123,8 +120,8 @@ class Connection final : public std::enable_shared_from_this<Connection>, privat
   std::optional<Head> head_;
   bool wasContinued_ = false;
   uint32_t requests_ = 0;
-  bool isClosing_ = false;  // this answer is the last one
-  Clock::time_point begun_;
+  bool isClosing_ = false;   // this answer is the last one
+  Clock::time_point begun_;  // the time without a request, the request, the way of its answer
 
   vexa::InterfaceHolder<vexa::IHTTPRequest> request_;
   const Route* route_ = nullptr;

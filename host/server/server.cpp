@@ -10,8 +10,8 @@ namespace vexahost {
 namespace {
 
 constexpr size_t kMostConnections = 256;
-// Those above the limit are told so, up to this number.
-constexpr size_t kMostTold = 64;
+// Those that wait for the endpoint keep their places; there are always others that can make room.
+static_assert(EventHub::kMostListeners + Worker::kMostJobs + 1 < kMostConnections);
 constexpr std::chrono::milliseconds kStopTime{1'500};
 
 }  // namespace
@@ -42,33 +42,31 @@ bool Server::run() {
 }
 
 void Server::accept(asio::ip::tcp::socket socket) {
-  const bool isFull = connections_.size() >= kMostConnections && !makeRoom();
-  if (connections_.size() >= kMostConnections + kMostTold) {
-    return;  // which closes it
+  if (connections_.size() >= kMostConnections) {
+    makeRoom();
   }
   ConnectionRegistry& registry = *this;
   try {
-    std::make_shared<Connection>(std::move(socket), endpoint_, registry, isFull)->start();
+    std::make_shared<Connection>(std::move(socket), endpoint_, registry)->start();
   } catch (const std::exception& failure) {
     // This client is lost; the others are not.
     std::fprintf(stderr, "vexahost: a connection failed: %s\n", failure.what());
   }
 }
 
-// Whoever has been without an answer to wait for longest has to go: neither idle clients nor those
-// that send a request drop by drop keep others out. False: there is no such connection.
-bool Server::makeRoom() {
+// The client that has kept the endpoint waiting for longest has to go: neither idle ones, nor those
+// that send a request drop by drop or do not take their answer, keep others out.
+void Server::makeRoom() {
   Connection* longest = nullptr;
   for (Connection* const connection : connections_) {
-    const auto since = connection->owedNothingSince();
-    if (since && (longest == nullptr || *since < *longest->owedNothingSince())) {
+    const auto since = connection->clientsTurnSince();
+    if (since && (longest == nullptr || *since < *longest->clientsTurnSince())) {
       longest = connection;
     }
   }
   if (longest != nullptr) {
     longest->abort();
   }
-  return longest != nullptr;
 }
 
 void Server::stop() {

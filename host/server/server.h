@@ -28,7 +28,7 @@ class Server final : private ConnectionRegistry {
   void remove(Connection& connection) override { connections_.erase(&connection); }
 
   void accept(asio::ip::tcp::socket socket);
-  bool makeRoom();
+  void makeRoom();
   void stop();
 
   asio::io_context context_{1};

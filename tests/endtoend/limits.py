@@ -1,13 +1,15 @@
 """How much, how many and how long: the limits of the endpoint, and what happens beyond them."""
 
+import select
 import socket
 
-from endpoint import ALLOWED, BODY_LIMIT, Reader, answers_already, as_json
+from endpoint import ALLOWED, BODY_LIMIT, QUIET_SECONDS, Reader, answers_already, as_json
 
 MOST_CONNECTIONS = 256
-MOST_TOLD = 64  # that there are too many
+MOST_WAITING = 128  # of them, for a change
 MOST_REQUESTS = 1000  # of a connection
 MOST_UNREAD = 12  # answers of 6 MiB, of which 64 MiB may wait
+MOST_PAGES = 400  # more than a system keeps for a client that does not read
 
 
 def check_unfinished(checks, host):
@@ -30,13 +32,17 @@ def check_unfinished(checks, host):
         "POST /v1/echo", body=b"x" * BODY_LIMIT).status == 200)
 
 
+def large_question(host):
+    """Of each byte of its body the answer makes six."""
+    return host.head("POST /v1/echo HTTP/1.1",
+                     f"Content-Length: {BODY_LIMIT}") + b"\1" * BODY_LIMIT
+
+
 def check_unread(checks, host):
-    """Large answers that nobody takes: of each byte of these bodies six are made."""
-    request = host.head("POST /v1/echo HTTP/1.1", f"Content-Length: {BODY_LIMIT}")
-    request += b"\1" * BODY_LIMIT
+    """Large answers that nobody takes."""
     held, status = [], 200
     while status == 200 and len(held) < MOST_UNREAD:
-        held.append(deaf(host, request))
+        held.append(deaf(host, large_question(host)))
         status = Reader(held[-1]).head()[0]
     checks.expect("answers that nobody reads have a budget", status == 503, len(held))
     checks.expect("... which small ones need not", host.ask("/v1/info").status == 200)
@@ -96,27 +102,45 @@ def deaf(host, requests):
     return connection
 
 
+def bytes_of(connection):
+    """How many come until the other side closes or says no more for a moment."""
+    count = 0
+    try:
+        while select.select([connection], [], [], QUIET_SECONDS)[0]:
+            piece = connection.recv(1 << 20)
+            if not piece:
+                break
+            count += len(piece)
+    except OSError:
+        pass
+    return count
+
+
 def check_crowded(checks, host):
-    """As many connections as there may be, each of which waits for an answer."""
-    answered = host.head("GET / HTTP/1.1") * 400
-    busy = [deaf(host, answered) for _ in range(MOST_CONNECTIONS // 2)]
-    for _ in range(MOST_CONNECTIONS // 2):
-        connection = host.connect()
+    """As many connections as there may be, none of which is idle or sends."""
+    page = len(host.send(host.head("GET / HTTP/1.1", "Connection: close")).body)
+    oldest = deaf(host, large_question(host))
+    Reader(oldest).head()
+    unread = host.head("GET / HTTP/1.1") * MOST_PAGES
+    unheard = [deaf(host, unread) for _ in range(MOST_CONNECTIONS - MOST_WAITING - 1)]
+    polls = [host.connect() for _ in range(MOST_WAITING)]
+    for connection in polls:
         connection.sendall(host.head("GET /v1/status?wait=60 HTTP/1.1"))
-        busy.append(connection)
-    told = Crowd(host, MOST_TOLD)
-    with host.connect() as connection:
-        checks.expect("more than a few above are closed", Reader(connection).is_at_end())
-    answers = [told.answer(connection) for connection in told.connections]
-    checks.expect("... and those few are told that there are too many", all(
-        answer.status == 503 and b"too many connections" in answer.body and
-        answer.headers.get("retry-after") == "1" and answer.headers.get("connection") == "close" and
-        answer.headers.get("access-control-allow-origin") == ALLOWED for answer in answers),
-        [answer.status for answer in answers])
-    told.close()
-    for connection in busy:
+    answered = Crowd(host, 1)
+    checks.expect("clients that do not take their answers make room",
+                  answered.answer(answered.connections[0]).status == 200)
+    checks.expect("... those first that have not for longest",
+                  bytes_of(oldest) < 6 * BODY_LIMIT and
+                  bytes_of(unheard[-1]) > MOST_PAGES * page)
+    newest = Crowd(host, MOST_CONNECTIONS)
+    checks.expect("who waits for a change keeps its place among many more",
+                  newest.answer(newest.connections[-1]).status == 200 and
+                  not select.select(polls, [], [], 0)[0])
+    for crowd in (answered, newest):
+        crowd.close()
+    for connection in [oldest, *unheard, *polls]:
         connection.close()
-    checks.expect("... and there is room again when they have gone",
+    checks.expect("... and there is room for all when it has gone",
                   [host.ask("/v1/info").status for _ in range(3)][-1] == 200)
 
 
