@@ -184,7 +184,8 @@ void TextWriter::putEscaped(std::string_view text) {
     if (next == end) {
       return;
     }
-    if (kEscapes[static_cast<uint8_t>(*next)] != kPlain) {
+    // Where one is, more may follow, for which a look at words would be lost.
+    while (next != end && kEscapes[static_cast<uint8_t>(*next)] != kPlain) {
       putEscape(static_cast<uint8_t>(*next++));
     }
   }

@@ -1,8 +1,22 @@
 #include "cli/utf8.h"
 
-#include <algorithm>
-
 namespace vexahost {
+namespace {
+
+// How many bytes up to the first that is not UTF-8.
+size_t validLength(std::string_view bytes) {
+  size_t length = 0;
+  while (length < bytes.size()) {
+    const size_t next = firstCodePoint(bytes.substr(length)).length;
+    if (next == 0) {
+      break;
+    }
+    length += next;
+  }
+  return length;
+}
+
+}  // namespace
 
 CodePoint firstCodePoint(std::string_view text) {
   const auto lead = static_cast<uint8_t>(text[0]);
@@ -30,12 +44,17 @@ CodePoint firstCodePoint(std::string_view text) {
 std::string validUtf8(std::string_view bytes) {
   std::string text;
   text.reserve(bytes.size());
-  while (!bytes.empty()) {
-    const size_t length = firstCodePoint(bytes).length;
-    text += length != 0 ? bytes.substr(0, length) : std::string_view("\xEF\xBF\xBD");
-    bytes.remove_prefix(std::max<size_t>(length, 1));
+  while (true) {
+    const size_t good = validLength(bytes);
+    if (good != 0) {
+      text += bytes.substr(0, good);
+    }
+    if (good == bytes.size()) {
+      return text;
+    }
+    text += "\xEF\xBF\xBD";
+    bytes.remove_prefix(good + 1);
   }
-  return text;
 }
 
 }  // namespace vexahost

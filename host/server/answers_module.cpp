@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "catalog.h"
+#include "cli/utf8.h"
 #include "json_value.h"
 #include "server/answers.h"
 #include "server/problem.h"
@@ -97,7 +98,7 @@ Outcome answerEcho(const Call& call) {
   JsonObjectRef parameters = echo.addObject("parameters");
   for (const std::string& name : names) {
     if (const auto value = queryParameter(call, name.c_str())) {
-      parameters.setText(name, *value);
+      parameters.setText(validUtf8(name), *value);
     }
   }
   JsonObjectRef headers = echo.addObject("headers");

@@ -125,6 +125,10 @@ def check_whole_answers(checks, host):
          {"method": "GET", "path": "/v1/echo", "protocol": "HTTP/1.1",
           "parameters": {"b": "2", "c": ""}, "headers": {"Origin": ALLOWED, "Referer": "r"},
           "bodyLength": 0}),
+        ("/v1/echo?%E4=%FF&%c3%a4=%e2%82%ac",
+         {"method": "GET", "path": "/v1/echo", "protocol": "HTTP/1.1",
+          "parameters": {"\ufffd": "\ufffd", "ä": "€"},
+          "headers": {"Origin": ALLOWED, "Referer": "r"}, "bodyLength": 0}),
     ]:
         body = b"hi" if line.startswith("PUT") else None
         answer = host.ask(line, "Referer: r", f"Origin: {ALLOWED}", body=body)
