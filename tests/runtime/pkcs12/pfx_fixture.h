@@ -37,6 +37,15 @@ class PfxTest : public CryptoTest {
     return opened;
   }
 
+  // A file of these parameters. Null is no password.
+  std::string encode(runtime::PfxParameters* from, const char* password) {
+    HeldBuffer out;
+    String secret(password == nullptr ? "" : password);
+    EXPECT_EQ(spy.pkcs12.Encode(from, password == nullptr ? nullptr : secret.get(), out.put()),
+              kOk);
+    return bytesOf(out.get());
+  }
+
   // Parameters as a creator of files fills them, with no bags yet.
   HeldParameters parameters(const char* first = "pbeWithSHA1And128BitRC4",
                             const char* second = "pbeWithSHA1And3-KeyTripleDES-CBC") {

@@ -33,14 +33,6 @@ class Pkcs12Test : public PfxTest {
     return made;
   }
 
-  std::string encode(runtime::PfxParameters* from, const char* password) {
-    HeldBuffer out;
-    String secret(password == nullptr ? "" : password);
-    EXPECT_EQ(spy.pkcs12.Encode(from, password == nullptr ? nullptr : secret.get(), out.put()),
-              kOk);
-    return bytesOf(out.get());
-  }
-
   // Refused, with nothing handed out.
   void expectRefused(runtime::PfxParameters* from) {
     HeldBuffer out;
