@@ -39,19 +39,15 @@ struct WorkKey {
   uint8_t bytes[kMaxKey] = {};
 };
 
-// Seven bytes become the eight of a DES key: seven bits each, above a bit of odd parity.
+// Seven bytes become the eight of a DES key: seven bits each, above one of parity, at which nobody
+// looks.
 void spreadDesKey(const uint8_t* seven, uint8_t* eight) {
   uint64_t bits = 0;
   for (int i = 0; i < 7; ++i) {
     bits = bits << 8 | seven[i];
   }
   for (int i = 0; i < 8; ++i) {
-    const auto upper = static_cast<uint8_t>((bits >> (49 - 7 * i) & 0x7F) << 1);
-    int ones = 0;
-    for (int bit = 1; bit < 8; ++bit) {
-      ones += upper >> bit & 1;
-    }
-    eight[i] = static_cast<uint8_t>(upper | (ones % 2 == 0 ? 1 : 0));
+    eight[i] = static_cast<uint8_t>((bits >> (49 - 7 * i) & 0x7F) << 1);
   }
 }
 

@@ -108,6 +108,21 @@ TEST_F(IoTableTest, ADuplicateIsIndependent) {
   EXPECT_EQ(release(static_cast<runtime::Stream*>(copy)), 0u);
 }
 
+// Neither for nothing nor before it is full.
+TEST_F(IoTableTest, RoomIsTakenWhereItIsNeeded) {
+  runtime::Stream* const stream = create();
+  const uint64_t before = spy.allocations();
+  write(stream, "");
+  EXPECT_EQ(spy.allocations(), before);
+  write(stream, std::string(511, 'a'));
+  write(stream, "b");
+  EXPECT_EQ(spy.allocations(), before + 1);
+  write(stream, "c");
+  EXPECT_EQ(spy.allocations(), before + 2);
+  EXPECT_EQ(content(stream), std::string(511, 'a') + "bc");
+  release(stream);
+}
+
 TEST_F(IoTableTest, AFailedWriteKeepsWhatWasWritten) {
   runtime::Stream* const stream = create();
   write(stream, "ab");

@@ -127,6 +127,11 @@ TEST_F(NotifyTableTest, LongMessagesAreWhole) {
   EXPECT_THAT(lines(), ElementsAre("1 a: " + text));
 }
 
+TEST_F(NotifyTableTest, AnEmptyMessageIsALine) {
+  notify.Message(1, "a", 0, "%s", "");
+  EXPECT_THAT(lines(), ElementsAre("1 a: "));
+}
+
 TEST_F(NotifyTableTest, HigherLevelsAreLeftOut) {
   notify.Message(2, "a", 0, "two");
   setLevel(2);

@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <map>
+#include <string>
+#include <utility>
 
 #include "runtime/certificates/certificate.h"
 #include "runtime/keys/failing_libgcrypt.h"
@@ -6,6 +9,7 @@
 #include "runtime/keys/signing.h"
 #include "runtime/pkcs12/password_derivation.h"
 #include "runtime/pkcs12/pfx_fixture.h"
+#include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 #include "runtime/views.h"
 
@@ -15,20 +19,32 @@ namespace {
 class LibraryFailureTest : public PfxTest {
  protected:
   // Runs `operation` with the library's 1st call failing, with its 2nd, and so on, until it needs
-  // no more. It tells each failure by a negative result, and leaves nothing behind.
+  // no more. It leaves nothing behind. Returns what it answers to each failure, a letter for one.
   template <class Operation>
-  int sweep(Operation operation) {
-    int swept = 0;
-    for (bool hasFailed = true; hasFailed; ++swept) {
+  std::string sweep(Operation operation) {
+    std::string answers;
+    for (uint64_t n = 1;; ++n) {
       const int64_t before = spy.liveBlocks();
-      failing_libgcrypt::failAt(static_cast<uint64_t>(swept) + 1);
+      failing_libgcrypt::failAt(n);
       const int32_t result = operation();
-      hasFailed = failing_libgcrypt::hasFailed();
+      const bool hasFailed = failing_libgcrypt::hasFailed();
       failing_libgcrypt::neverFail();
-      EXPECT_EQ(spy.liveBlocks(), before) << "call " << swept + 1;
-      EXPECT_EQ(result < 0, hasFailed) << result << " from call " << swept + 1;
+      EXPECT_EQ(spy.liveBlocks(), before) << "call " << n;
+      if (!hasFailed) {
+        EXPECT_EQ(result, kOk);
+        return answers;
+      }
+      answers += letterOf(result);
     }
-    return swept - 1;
+  }
+  static char letterOf(int32_t result) {
+    constexpr std::pair<int32_t, char> kLetters[] = {
+        {kOk, '+'},          {kFail, 'F'},         {kInvalidArgument, 'I'},
+        {kOutOfMemory, 'M'}, {kAccessDenied, 'A'}, {kNotImplemented, 'N'}};
+    const auto* const known =
+        std::find_if(std::begin(kLetters), std::end(kLetters),
+                     [result](const auto& each) { return each.first == result; });
+    return known == std::end(kLetters) ? '?' : known->second;
   }
 
   // Signs a certificate of this key with it.
@@ -97,31 +113,31 @@ class LibraryFailureTest : public PfxTest {
 };
 
 TEST_F(LibraryFailureTest, OfGeneratingAnRsaKey) {
-  const int swept = sweep([&] {
+  const std::string answers = sweep([&] {
     HeldKey key;
     const int32_t result = velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, key.put());
     EXPECT_EQ(key.get() != nullptr, result == kOk);
     return result;
   });
-  EXPECT_GT(swept, 16) << "six numbers found and read, eight written";
+  EXPECT_EQ(answers, "FFFFFFFFFFFFFFMMMMMMMM") << "six numbers found and read, eight written";
 }
 
 TEST_F(LibraryFailureTest, OfGeneratingAKeyOnACurve) {
-  const int swept = sweep([&] {
+  const std::string answers = sweep([&] {
     HeldKey key;
     const int32_t result = velmora_key_generate_ec("P-256", key.put());
     EXPECT_EQ(key.get() != nullptr, result == kOk);
     return result;
   });
-  EXPECT_GT(swept, 8);
+  EXPECT_EQ(answers, "FFFFFMMIFFFFMMIFFFF");
 }
 
 TEST_F(LibraryFailureTest, OfSigning) {
   HeldKey rsa, curve;
   ASSERT_EQ(velmora_key_generate_weak_rsa(1024, kVelmoraShortKey, rsa.put()), kOk);
-  EXPECT_GT(sweep([&] { return sign(rsa.get()); }), 2);
+  EXPECT_EQ(sweep([&] { return sign(rsa.get()); }), "FMMFFFF");
   ASSERT_EQ(velmora_key_generate_ec("P-256", curve.put()), kOk);
-  EXPECT_GT(sweep([&] { return sign(curve.get()); }), 5);
+  EXPECT_EQ(sweep([&] { return sign(curve.get()); }), "MMIIIIIFMMFFFFFMM");
 }
 
 // Three expressions are built and a signature is verified. What cannot be asked has no answer; the
@@ -134,7 +150,7 @@ TEST_F(LibraryFailureTest, OfCheckingASignature) {
       return velmora::verifySignature(read.signatureAlgorithm, read.signedPart, read.signature,
                                       read.publicKey);
     };
-    EXPECT_EQ(sweep([&] { return verify() == velmora::Verdict::kValid ? kOk : kFail; }), 4);
+    EXPECT_EQ(sweep([&] { return verify() == velmora::Verdict::kValid ? kOk : kFail; }), "FFFF");
     for (const uint64_t n : {1u, 2u, 3u, 4u}) {
       failing_libgcrypt::failAt(n);
       EXPECT_EQ(verify(), n < 4 ? velmora::Verdict::kUnsupported : velmora::Verdict::kInvalid);
@@ -146,20 +162,22 @@ TEST_F(LibraryFailureTest, OfCheckingASignature) {
 TEST_F(LibraryFailureTest, OfFindingAPublicHalf) {
   HeldKey curve;
   ASSERT_EQ(velmora_key_generate_ec("P-256", curve.put()), kOk);
-  const int swept = sweep([&] { return velmora_key_check_pair(curve.get(), &curve->publicKey); });
-  EXPECT_EQ(swept, 7) << "the curve, two numbers, a point, its place and two numbers written";
+  const std::string answers =
+      sweep([&] { return velmora_key_check_pair(curve.get(), &curve->publicKey); });
+  EXPECT_EQ(answers, "MMIFFFF")
+      << "the curve, two numbers, a point, its place and two numbers written";
 }
 
 TEST_F(LibraryFailureTest, OfDrawingBytes) {
   uint8_t drawn[16];
-  EXPECT_EQ(sweep([&] { return spy.random.GetBytes(2, sizeof(drawn), 0, drawn); }), 1);
+  EXPECT_EQ(sweep([&] { return spy.random.GetBytes(2, sizeof(drawn), 0, drawn); }), "F");
   const uint32_t algorithm = 12;
   const uint32_t bits = 256;
   runtime::CipherItem second{
       runtime::kCipherAlgorithm, 0, const_cast<uint32_t*>(&algorithm), 0, 0, {}, nullptr, nullptr};
   const runtime::CipherItem first{
       runtime::kCipherKeyBits, 0, const_cast<uint32_t*>(&bits), 0, 0, {}, nullptr, &second};
-  const int swept = sweep([&] {
+  const std::string answers = sweep([&] {
     runtime::CipherItem out{runtime::kCipherKey, 0, nullptr, 0, 0, {}, nullptr, nullptr};
     const int32_t result = spy.crypt.GenerateKey(&first, &out, algorithm);
     EXPECT_EQ(out.value != nullptr, result == kOk);
@@ -167,7 +185,7 @@ TEST_F(LibraryFailureTest, OfDrawingBytes) {
     *key.put() = static_cast<runtime::SymmetricKey*>(out.value);
     return result;
   });
-  EXPECT_EQ(swept, 1);
+  EXPECT_EQ(answers, "F");
 }
 
 TEST_F(LibraryFailureTest, OfADerivationTellsShortMemoryApart) {
@@ -202,33 +220,96 @@ TEST_F(LibraryFailureTest, OfACipher) {
   makeKey(kAes256, 256);
   makeKey(kRc4, 128);
   const std::string plain = "a text of more than one block";
-  for (const uint32_t algorithm : {kAes256, kRc4}) {
-    for (const uint32_t mode : {0u, 1u, 2u}) {
-      std::string encrypted, decrypted;
-      EXPECT_GT(sweep([&] { return cipher(algorithm, mode, false, plain, encrypted); }), 2);
-      EXPECT_GT(sweep([&] { return cipher(algorithm, mode, true, encrypted, decrypted); }), 2);
-      EXPECT_EQ(decrypted, plain) << algorithm << " in mode " << mode;
-    }
+  struct Case {
+    uint32_t algorithm;
+    uint32_t mode;
+    const char* encrypting;
+    const char* decrypting;
+  };
+  for (const Case& each : {Case{kAes256, 0, "IIFF", "IIF"}, Case{kAes256, 1, "IIIFF", "IIIF"},
+                           Case{kAes256, 2, "IIFF", "IIFF"}, Case{kRc4, 0, "FFFF", "FFFF"},
+                           Case{kRc4, 1, "FFFF", "FFFF"}, Case{kRc4, 2, "FFFF", "FFFF"}}) {
+    const auto run = [&](bool reverse, const std::string& in, std::string& out) {
+      return sweep([&] { return cipher(each.algorithm, each.mode, reverse, in, out); });
+    };
+    std::string encrypted, decrypted;
+    EXPECT_EQ(run(false, plain, encrypted), each.encrypting) << each.algorithm << each.mode;
+    EXPECT_EQ(run(true, encrypted, decrypted), each.decrypting) << each.algorithm << each.mode;
+    EXPECT_EQ(decrypted, plain) << each.algorithm << " in mode " << each.mode;
   }
 }
 
 TEST_F(LibraryFailureTest, OfOpeningKeys) {
-  for (const std::string_view der : {samples::kAesKey, samples::kTripleDesKey}) {
+  struct Case {
+    std::string_view der;
+    const char* answers;
+  };
+  for (const auto& [der, expected] :
+       {Case{samples::kAesKey, "AAAAAMMNFFFF"}, Case{samples::kTripleDesKey, "AAAAMMNFFFF"}}) {
     const runtime::ByteBuffer buffer = bufferOf(der);
-    const int swept = sweep([&] {
+    const std::string answers = sweep([&] {
       HeldKey key;
       const int32_t result = velmora_key_read(&buffer, "secret", key.put(), nullptr);
       EXPECT_EQ(key.get() != nullptr, result == kOk);
       return result;
     });
-    EXPECT_GT(swept, 4);
+    EXPECT_EQ(answers, expected);
   }
 }
 
-TEST_F(LibraryFailureTest, OfOpeningFiles) {
-  for (const std::string_view pfx : {samples::kModernPfx, samples::kRc4Pfx}) {
-    EXPECT_GT(sweep([&] { return open(pfx); }), 6);
+TEST_F(LibraryFailureTest, OfEncryptingAndDecryptingWithAPassword) {
+  const velmora::Password password("secret");
+  struct Case {
+    const char* name;
+    const char* encrypting;
+    const char* decrypting;
+  };
+  for (const auto& [name, encrypting, decrypting] :
+       {Case{"pbeWithSHA1And128BitRC4", "FFFF", "FFF"},
+        Case{"pbeWithSHA1And3-KeyTripleDES-CBC", "FFFFF", "FFFF"}}) {
+    std::string identifier, text;
+    const std::string encrypted = sweep([&] {
+      velmora::DerivationBudget budget;
+      velmora::Bytes algorithm, cipher;
+      velmora::DerWriter writer(algorithm);
+      const int32_t result = velmora::passwordEncrypt(*velmora::findPasswordScheme(name), password,
+                                                      1, viewOf("plain"), budget, writer, cipher);
+      EXPECT_EQ(cipher.size() != 0, result == kOk);
+      identifier.assign(reinterpret_cast<const char*>(algorithm.data()), algorithm.size());
+      text.assign(reinterpret_cast<const char*>(cipher.data()), cipher.size());
+      return result;
+    });
+    EXPECT_EQ(encrypted, encrypting);
+    const auto algorithm = velmora::derContent(viewOf(identifier), velmora::kSequence);
+    ASSERT_TRUE(algorithm);
+    const std::string decrypted = sweep([&] {
+      velmora::DerivationBudget budget;
+      velmora::Bytes plain;
+      const int32_t result =
+          velmora::passwordDecrypt(*algorithm, password, viewOf(text), budget, plain);
+      EXPECT_EQ(plain.size(), result == kOk ? 5u : 0u);
+      return result;
+    });
+    EXPECT_EQ(decrypted, decrypting);
   }
+}
+
+TEST_F(LibraryFailureTest, OfAMac) {
+  const std::string answers = sweep([&] {
+    velmora::DerivationBudget budget;
+    velmora::Bytes code;
+    const int32_t result =
+        velmora::passwordMac(*velmora::findMacDigest("SHA-1"),
+                             {viewOf("secret"), viewOf("salt"), 1}, viewOf("data"), budget, code);
+    EXPECT_EQ(code.size(), result == kOk ? 20u : 0u);
+    return result;
+  });
+  EXPECT_EQ(answers, "FFF") << "opened, given its key and read";
+}
+
+TEST_F(LibraryFailureTest, OfOpeningFiles) {
+  EXPECT_EQ(sweep([&] { return open(samples::kModernPfx); }), "FFFFFFFFFFFFF");
+  EXPECT_EQ(sweep([&] { return open(samples::kRc4Pfx); }), "FFFFFFFFFF");
 }
 
 TEST_F(LibraryFailureTest, OfWritingAFile) {
@@ -236,13 +317,13 @@ TEST_F(LibraryFailureTest, OfWritingAFile) {
   made->iterations = 1;
   addCertificate(made.get(), samples::kRoot);
   String password("secret");
-  const int swept = sweep([&] {
+  const std::string answers = sweep([&] {
     HeldBuffer out;
     const int32_t result = spy.pkcs12.Encode(made.get(), password.get(), out.put());
     EXPECT_EQ(out.get() != nullptr, result == kOk);
     return result;
   });
-  EXPECT_GT(swept, 4);
+  EXPECT_EQ(answers, "FFFFFFFF");
 }
 
 }  // namespace

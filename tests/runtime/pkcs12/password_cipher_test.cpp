@@ -4,12 +4,19 @@
 
 #include <string>
 
-#include "runtime/der/der_maker.h"
+#include "runtime/pkcs12/pfx_maker.h"
+#include "support/sweep.h"
 
 namespace vexa::test {
 namespace {
 
 using velmora::Bytes;
+
+// RFC 7292, appendix C.
+constexpr const char* kSchemes[] = {
+    "pbeWithSHA1And128BitRC4",          "pbeWithSHA1And40BitRC4",
+    "pbeWithSHA1And3-KeyTripleDES-CBC", "pbeWithSHA1And2-KeyTripleDES-CBC",
+    "pbeWithSHA1And128BitRC2-CBC",      "pbeWithSHA1And40BitRC2-CBC"};
 
 // The parameters of PBES2 with AES-256, as a test wants them: DER elements in hexadecimal digits.
 struct Pbes2 {
@@ -123,6 +130,108 @@ TEST_F(PasswordCipher, PaddingIsOneToSixteenBytesOfItsLength) {
             kFail)
       << "seventeen bytes of 17";
   EXPECT_EQ(open({}, "dc4a30f4d58f5a3bf2d46c503cd5c9b8").result, kFail) << "none";
+}
+
+TEST_F(PasswordCipher, ATextOfAnyLengthIsReadBack) {
+  const velmora::Password password("secret");
+  for (const char* const name : kSchemes) {
+    for (size_t length = 0; length <= 17; ++length) {
+      const std::string plain(length, 'x');
+      velmora::DerivationBudget budget;
+      Bytes algorithm, cipher, out;
+      velmora::DerWriter writer(algorithm);
+      ASSERT_EQ(velmora::passwordEncrypt(*velmora::findPasswordScheme(name), password, 2,
+                                         viewOf(plain), budget, writer, cipher),
+                kOk);
+      const bool isStream = std::string_view(name).find("RC4") != std::string_view::npos;
+      EXPECT_EQ(cipher.size(), isStream ? length : (length / 8 + 1) * 8) << name;
+      const auto identifier = velmora::derContent(algorithm.view(), velmora::kSequence);
+      ASSERT_TRUE(identifier);
+      EXPECT_EQ(velmora::passwordDecrypt(*identifier, password, cipher.view(), budget, out), kOk);
+      EXPECT_EQ(toHex(out.data(), out.size()), toHex(plain.data(), length)) << name;
+    }
+  }
+}
+
+TEST_F(PasswordCipher, ASchemeHasASaltAndACountAlone) {
+  const velmora::Password password("secret");
+  const std::string salt = element("04", "saltsalt");
+  const std::string count = fromHex("020101");
+  for (const std::string& parameters :
+       {std::string(), element("30", ""), element("30", salt), element("30", count),
+        element("30", salt + fromHex("0201ff")), element("30", salt + count + fromHex("0500")),
+        element("31", salt + count)}) {
+    const ExactBytes algorithm(fromHex("060a2a864886f70d010c0103") + parameters);
+    velmora::DerivationBudget budget;
+    Bytes out;
+    EXPECT_EQ(
+        velmora::passwordDecrypt(viewOf(algorithm), password, viewOf("8 bytes."), budget, out),
+        kFail)
+        << toHex(parameters.data(), parameters.size());
+    EXPECT_EQ(budget.taken(), 0u);
+  }
+}
+
+// Over HMAC and RFC 7292, appendix B.2, written again in another language.
+TEST_F(PasswordCipher, AMacIsThatOfOthersWithEachDigest) {
+  struct Case {
+    const char* name;
+    const char* code;
+  };
+  const velmora::Password password("secret");
+  for (const Case& each :
+       {Case{"SHA-1", "5731f43d94b2b40c7a6830d96ce65028d7271821"},
+        Case{"SHA-224", "429b68373fb3e51ea9ac892078c2ad462f328d7b43d1be0ecfe3e2bc"},
+        Case{"SHA-256", "baf73ff903db60c74e179067bb7423db136ef5b4252997bc71432945c349efb5"},
+        Case{"SHA-384",
+             "f4e193a71e56373018ab78d5db5b52fccc802e8c8851e8cf9b596fa217685321184b542fea2a4c0ba481"
+             "f996abff09a2"},
+        Case{"SHA-512",
+             "6da9e8e6ea633fe600bf7234db3ae88e47e617ca281d8320687d7419d7db9304eb8fac47e6929bcaa503"
+             "6af435484dbe35fd8dd014e1d68470e5088bea9bd78d"}}) {
+    velmora::DerivationBudget budget;
+    Bytes code;
+    ASSERT_EQ(velmora::passwordMac(*velmora::findMacDigest(each.name),
+                                   {password.terminatedUtf16(), viewOf("saltsalt"), 2},
+                                   viewOf("data"), budget, code),
+              kOk);
+    EXPECT_EQ(toHex(code.data(), code.size()), each.code) << each.name;
+  }
+}
+
+TEST_F(PasswordCipher, ShortMemoryIsToldAndLeavesNothing) {
+  const std::string scheme = element("30", element("04", "saltsalt") + fromHex("020101"));
+  const std::string algorithm = fromHex("060a2a864886f70d010c0101") + scheme;
+  const velmora::Password password("secret");
+  const auto expectAllOrNothing = [](int32_t result, const Bytes& out) {
+    EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+    EXPECT_EQ(out.size() != 0, result == kOk);
+    return result == kOk;
+  };
+  sweepAllocations(spy, [&] {
+    velmora::DerivationBudget budget;
+    Bytes identifier, out;
+    velmora::DerWriter writer(identifier);
+    const int32_t result =
+        velmora::passwordEncrypt(*velmora::findPasswordScheme(kSchemes[0]), password, 1,
+                                 viewOf("plain"), budget, writer, out);
+    return expectAllOrNothing(result, out) && !identifier.failed();
+  });
+  sweepAllocations(spy, [&] {
+    velmora::DerivationBudget budget;
+    Bytes out;
+    const int32_t result =
+        velmora::passwordDecrypt(viewOf(algorithm), password, viewOf("cipher"), budget, out);
+    return expectAllOrNothing(result, out);
+  });
+  sweepAllocations(spy, [&] {
+    velmora::DerivationBudget budget;
+    Bytes out;
+    const int32_t result = velmora::passwordMac(*velmora::findMacDigest("SHA-1"),
+                                                {password.terminatedUtf16(), viewOf("salt"), 1},
+                                                viewOf("data"), budget, out);
+    return expectAllOrNothing(result, out);
+  });
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ class Pkcs12Test : public PfxTest {
   // Refused, with nothing handed out.
   void expectRefused(runtime::PfxParameters* from) {
     HeldBuffer out;
-    EXPECT_LT(spy.pkcs12.Encode(from, nullptr, out.put()), 0);
+    EXPECT_EQ(spy.pkcs12.Encode(from, nullptr, out.put()), kInvalidArgument);
     EXPECT_EQ(out.get(), nullptr);
   }
 };

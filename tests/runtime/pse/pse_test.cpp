@@ -133,6 +133,19 @@ TEST_F(PseTest, AChangedFileIsReadAfterReload) {
   EXPECT_NE(list(pse).get(), nullptr);
 }
 
+// However often somebody said that the file changed.
+TEST_F(PseTest, APseReadsTheFileAfterAnyNumberOfReloads) {
+  const HeldParameters made = parameters();
+  made->iterations = 1;
+  addRsaKey(made.get(), samples::kLeafKey, 0);
+  addCertificate(made.get(), samples::kLeaf);
+  use(encode(made.get(), "secret"));
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_EQ(velmora_pse_reload(), kOk);
+    ASSERT_NE(list(opened()).get(), nullptr) << i;
+  }
+}
+
 TEST_F(PseTest, AFileThatCannotBeReadLeavesWhatWasReadFromIt) {
   use(samples::kModernPfx);
   const auto pse = opened();
