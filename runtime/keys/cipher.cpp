@@ -46,8 +46,8 @@ void spreadDesKey(const uint8_t* seven, uint8_t* eight) {
   for (int i = 0; i < 7; ++i) {
     bits = bits << 8 | seven[i];
   }
-  for (int i = 0; i < 8; ++i) {
-    eight[i] = static_cast<uint8_t>((bits >> (49 - 7 * i) & 0x7F) << 1);
+  for (int shift = 49; shift >= 0; shift -= 7) {
+    *eight++ = static_cast<uint8_t>((bits >> shift & 0x7F) << 1);
   }
 }
 

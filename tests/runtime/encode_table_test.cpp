@@ -122,12 +122,12 @@ TEST_F(EncodeTableTest, MalformedInputIsRefused) {
 TEST_F(EncodeTableTest, NullArgumentsAreRefused) {
   uint8_t byte = 0;
   uint64_t length = 1;
-  EXPECT_LT(spy.encode.Base64Encode(nullptr, 1, &byte, &length, 0, 0, ""), 0);
-  EXPECT_LT(spy.encode.Base64Encode(&byte, 1, nullptr, &length, 0, 0, ""), 0);
-  EXPECT_LT(spy.encode.Base64Encode(&byte, 1, &byte, nullptr, 0, 0, ""), 0);
-  EXPECT_LT(spy.encode.Base64Decode(nullptr, 1, &byte, &length, 0, 0), 0);
-  EXPECT_LT(spy.encode.Base64Decode(&byte, 1, nullptr, &length, 0, 0), 0);
-  EXPECT_LT(spy.encode.Base64Decode(&byte, 1, &byte, nullptr, 0, 0), 0);
+  EXPECT_EQ(spy.encode.Base64Encode(nullptr, 1, &byte, &length, 0, 0, ""), kNullPointer);
+  EXPECT_EQ(spy.encode.Base64Encode(&byte, 1, nullptr, &length, 0, 0, ""), kNullPointer);
+  EXPECT_EQ(spy.encode.Base64Encode(&byte, 1, &byte, nullptr, 0, 0, ""), kNullPointer);
+  EXPECT_EQ(spy.encode.Base64Decode(nullptr, 1, &byte, &length, 0, 0), kNullPointer);
+  EXPECT_EQ(spy.encode.Base64Decode(&byte, 1, nullptr, &length, 0, 0), kNullPointer);
+  EXPECT_EQ(spy.encode.Base64Decode(&byte, 1, &byte, nullptr, 0, 0), kNullPointer);
 }
 
 // --- Blob setter ---
@@ -156,8 +156,8 @@ TEST_F(EncodeTableTest, AFailedBlobLeavesTheValue) {
   spy.failAllocation(1);
   EXPECT_EQ(spy.encode.SetBlob(&value, &byte, 1, 1), kOutOfMemory);
   EXPECT_EQ(value.data, nullptr);
-  EXPECT_LT(spy.encode.SetBlob(nullptr, &byte, 1, 0), 0);
-  EXPECT_LT(spy.encode.SetBlob(&value, nullptr, 1, 0), 0);
+  EXPECT_EQ(spy.encode.SetBlob(nullptr, &byte, 1, 0), kNullPointer);
+  EXPECT_EQ(spy.encode.SetBlob(&value, nullptr, 1, 0), kNullPointer);
 }
 
 TEST_F(EncodeTableTest, ABlobOfNothingHasNoBlock) {

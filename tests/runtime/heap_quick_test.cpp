@@ -82,7 +82,8 @@ TEST_F(QuickHeap, AReleasedBlockIsTheNextOneAndZeroAgain) {
 TEST_F(QuickHeap, TextsOfEveryLengthAreCopiedWhole) {
   for (size_t size = 1; size <= 300; ++size) {
     std::string text(size, '\0');
-    std::iota(text.begin(), text.end(), '\1');
+    // Other bytes than the block had from the text before.
+    std::iota(text.begin(), text.end(), static_cast<char>(size));
     const ExactBytes source(text);
     auto* const copy = static_cast<char*>(velmora::duplicateText(source.data(), size));
     EXPECT_EQ(std::string(copy, size), text) << size;

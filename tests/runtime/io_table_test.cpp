@@ -163,16 +163,16 @@ TEST_F(IoTableTest, ShortMemoryLeaksNothing) {
 
 TEST_F(IoTableTest, NullArgumentsAreRefused) {
   runtime::ByteBuffer* buffer = nullptr;
-  EXPECT_LT(spy.io.CreateMemoryStream(nullptr), 0);
-  EXPECT_LT(spy.io.Write(nullptr, "a", 1), 0);
-  EXPECT_LT(spy.io.GetContent(nullptr, &buffer), 0);
+  EXPECT_EQ(spy.io.CreateMemoryStream(nullptr), kNullPointer);
+  EXPECT_EQ(spy.io.Write(nullptr, "a", 1), kNullPointer);
+  EXPECT_EQ(spy.io.GetContent(nullptr, &buffer), kNullPointer);
   runtime::Stream* const stream = create();
-  EXPECT_LT(spy.io.Write(stream, nullptr, 1), 0);
-  EXPECT_LT(spy.io.GetContent(stream, nullptr), 0);
-  EXPECT_LT(call<int32_t>(stream, 4, static_cast<void**>(nullptr)), 0);
-  EXPECT_LT(spy.io.Write(stream, "a", ~uint64_t{0}), 0);
+  EXPECT_EQ(spy.io.Write(stream, nullptr, 1), kNullPointer);
+  EXPECT_EQ(spy.io.GetContent(stream, nullptr), kNullPointer);
+  EXPECT_EQ(call<int32_t>(stream, 4, static_cast<void**>(nullptr)), kNullPointer);
+  EXPECT_EQ(spy.io.Write(stream, "a", ~uint64_t{0}), kOutOfMemory);
   write(stream, "a");
-  EXPECT_LT(spy.io.Write(stream, "a", ~uint64_t{0}), 0);
+  EXPECT_EQ(spy.io.Write(stream, "a", ~uint64_t{0}), kOutOfMemory);
   release(stream);
 }
 

@@ -173,7 +173,7 @@ TEST_F(NotifyTableTest, AMissingSourceIsUnknown) {
   notify.Message(1, nullptr, 0, "x");
   EXPECT_EQ(notify.GetLevel(nullptr, 1), 1u);
   EXPECT_THAT(lines(), ElementsAre("1 unknown: x"));
-  EXPECT_LT(velmora_set_source_level(nullptr, 1), 0);
+  EXPECT_EQ(velmora_set_source_level(nullptr, 1), kNullPointer);
 }
 
 TEST_F(NotifyTableTest, AFileThatCannotBeOpenedChangesNothing) {

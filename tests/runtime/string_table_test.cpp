@@ -73,7 +73,7 @@ TEST_F(StringTableTest, CreateGivesAnEmptyString) {
   EXPECT_EQ(strings.AssignText(string, "abc"), kOk);
   strings.Destroy(string);
   strings.Destroy(nullptr);
-  EXPECT_LT(strings.Create(nullptr), 0);
+  EXPECT_EQ(strings.Create(nullptr), kNullPointer);
 }
 
 TEST_F(StringTableTest, ClearLeavesNullAndZero) {
@@ -134,19 +134,19 @@ TEST_F(StringTableTest, GetTextAndLengthBearNull) {
 
 TEST_F(StringTableTest, NullStringsAreRefused) {
   String string;
-  EXPECT_LT(strings.AssignBytes(nullptr, "a", 1), 0);
-  EXPECT_LT(strings.AssignBytes(string.get(), nullptr, 1), 0);
-  EXPECT_LT(strings.AssignBytes(string.get(), "a", ~uint64_t{0}), 0);
-  EXPECT_LT(strings.AssignText(nullptr, "a"), 0);
-  EXPECT_LT(strings.AppendText(nullptr, "a"), 0);
-  EXPECT_LT(strings.Normalise(nullptr), 0);
-  EXPECT_LT(strings.Trim(nullptr), 0);
-  EXPECT_LT(strings.Decode(nullptr, string.get()), 0);
-  EXPECT_LT(strings.Decode(string.get(), nullptr), 0);
-  EXPECT_LT(strings.SplitFirst(nullptr, "=", string.get(), string.get()), 0);
-  EXPECT_LT(strings.SplitFirst(string.get(), nullptr, string.get(), string.get()), 0);
-  EXPECT_LT(strings.SplitFirst(string.get(), "=", nullptr, string.get()), 0);
-  EXPECT_LT(strings.SplitFirst(string.get(), "=", string.get(), nullptr), 0);
+  EXPECT_EQ(strings.AssignBytes(nullptr, "a", 1), kNullPointer);
+  EXPECT_EQ(strings.AssignBytes(string.get(), nullptr, 1), kNullPointer);
+  EXPECT_EQ(strings.AssignBytes(string.get(), "a", ~uint64_t{0}), kOutOfMemory);
+  EXPECT_EQ(strings.AssignText(nullptr, "a"), kNullPointer);
+  EXPECT_EQ(strings.AppendText(nullptr, "a"), kNullPointer);
+  EXPECT_EQ(strings.Normalise(nullptr), kNullPointer);
+  EXPECT_EQ(strings.Trim(nullptr), kNullPointer);
+  EXPECT_EQ(strings.Decode(nullptr, string.get()), kNullPointer);
+  EXPECT_EQ(strings.Decode(string.get(), nullptr), kNullPointer);
+  EXPECT_EQ(strings.SplitFirst(nullptr, "=", string.get(), string.get()), kNullPointer);
+  EXPECT_EQ(strings.SplitFirst(string.get(), nullptr, string.get(), string.get()), kNullPointer);
+  EXPECT_EQ(strings.SplitFirst(string.get(), "=", nullptr, string.get()), kNullPointer);
+  EXPECT_EQ(strings.SplitFirst(string.get(), "=", string.get(), nullptr), kNullPointer);
 }
 
 // --- Comparison ---

@@ -41,11 +41,11 @@ TEST_F(TimeTableTest, MalformedTextsLeaveTheCount) {
 
 TEST_F(TimeTableTest, NullLeavesTheCount) {
   uint64_t count = 77;
-  EXPECT_LT(spy.time.ToUnixSeconds(nullptr, &count), 0);
+  EXPECT_EQ(spy.time.ToUnixSeconds(nullptr, &count), kNullPointer);
   EXPECT_EQ(count, 77u);
-  EXPECT_LT(spy.time.ToUnixSeconds(reinterpret_cast<const runtime::LibraryTime*>("19700101T000000"),
+  EXPECT_EQ(spy.time.ToUnixSeconds(reinterpret_cast<const runtime::LibraryTime*>("19700101T000000"),
                                    nullptr),
-            0);
+            kNullPointer);
 }
 
 }  // namespace

@@ -62,9 +62,9 @@ TEST_F(UrlTableTest, SplitLeavesBothEmptyWhenMemoryIsShort) {
 
 TEST_F(UrlTableTest, NullArgumentsAreRefused) {
   WideString out;
-  EXPECT_LT(spy.url.Split(nullptr, out.get(), out.get()), 0);
-  EXPECT_LT(spy.url.Split(u"http://a", nullptr, out.get()), 0);
-  EXPECT_LT(spy.url.Split(u"http://a", out.get(), nullptr), 0);
+  EXPECT_EQ(spy.url.Split(nullptr, out.get(), out.get()), kNullPointer);
+  EXPECT_EQ(spy.url.Split(u"http://a", nullptr, out.get()), kNullPointer);
+  EXPECT_EQ(spy.url.Split(u"http://a", out.get(), nullptr), kNullPointer);
 }
 
 }  // namespace

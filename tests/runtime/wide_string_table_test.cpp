@@ -264,20 +264,20 @@ TEST_F(WideStringTableTest, LoneSurrogatesAreReplaced) {
 TEST_F(WideStringTableTest, OtherCodePagesAreRefused) {
   WideString wide(u"a");
   String narrow;
-  EXPECT_LT(wides.FromMultiByte(wide.get(), 1252, "b"), 0);
-  EXPECT_LT(wides.ToMultiByte(wide.get(), 1252, narrow.get()), 0);
+  EXPECT_EQ(wides.FromMultiByte(wide.get(), 1252, "b"), kInvalidArgument);
+  EXPECT_EQ(wides.ToMultiByte(wide.get(), 1252, narrow.get()), kInvalidArgument);
   EXPECT_EQ(wide.str(), u"a");
 }
 
 TEST_F(WideStringTableTest, NullStringsAreRefused) {
   WideString wide;
   String narrow;
-  EXPECT_LT(wides.FromMultiByte(nullptr, runtime::kUtf8, "a"), 0);
-  EXPECT_LT(wides.ToMultiByte(nullptr, runtime::kUtf8, narrow.get()), 0);
-  EXPECT_LT(wides.ToMultiByte(wide.get(), runtime::kUtf8, nullptr), 0);
-  EXPECT_LT(wides.AssignUnits(nullptr, u"a", 1), 0);
-  EXPECT_LT(wides.Create(nullptr), 0);
-  EXPECT_LT(wides.AssignUnits(wide.get(), nullptr, 1), 0);
+  EXPECT_EQ(wides.FromMultiByte(nullptr, runtime::kUtf8, "a"), kNullPointer);
+  EXPECT_EQ(wides.ToMultiByte(nullptr, runtime::kUtf8, narrow.get()), kNullPointer);
+  EXPECT_EQ(wides.ToMultiByte(wide.get(), runtime::kUtf8, nullptr), kNullPointer);
+  EXPECT_EQ(wides.AssignUnits(nullptr, u"a", 1), kNullPointer);
+  EXPECT_EQ(wides.Create(nullptr), kNullPointer);
+  EXPECT_EQ(wides.AssignUnits(wide.get(), nullptr, 1), kNullPointer);
 }
 
 TEST_F(WideStringTableTest, FailedConversionsLeaveTheirTargetAlone) {

@@ -123,7 +123,7 @@ TEST_F(CertificateTest, WhatIsNoCertificateIsRefused) {
         "-----BEGIN CERTIFICATE-----\n" + body, std::string("-----BEGIN CERTIFICATE-----"),
         std::string("-----BEGIN X-----\nAAAA\n-----END X-----\n"), base64(der + '\0')}) {
     runtime::Certificate* out = reinterpret_cast<runtime::Certificate*>(this);
-    EXPECT_LT(decode(input, &out), 0) << input;
+    EXPECT_EQ(decode(input, &out), kFail) << input;
     EXPECT_EQ(out, nullptr);
   }
   runtime::Certificate* out = nullptr;
@@ -199,7 +199,7 @@ TEST_F(CertificateTest, EveryTruncationIsRefused) {
   const std::string der(samples::kLeaf);
   for (size_t length = 0; length < der.size(); ++length) {
     runtime::Certificate* out = nullptr;
-    EXPECT_LT(decode(std::string_view(der).substr(0, length), &out), 0) << length;
+    EXPECT_EQ(decode(std::string_view(der).substr(0, length), &out), kFail) << length;
     EXPECT_EQ(out, nullptr);
   }
 }

@@ -1,5 +1,7 @@
 #include "runtime/certificates/certificate_time.h"
 
+#include <cstring>
+
 #include "runtime/crypto_fixture.h"
 #include "runtime/views.h"
 
@@ -45,6 +47,36 @@ TEST(CertificateTime, BothTypesAreRead) {
     const velmora::DerElement element{each.tag, viewOf(each.content), {}};
     EXPECT_EQ(velmora::readTime(element, time), each.text != nullptr) << each.content;
     EXPECT_STREQ(time.text, each.text != nullptr ? each.text : "") << each.content;
+  }
+}
+
+// RFC 5280, 4.1.2.5: UTCTime through 2049.
+TEST(CertificateTime, TheShortTypeIsWrittenFrom1950To2049) {
+  struct Case {
+    const char* text;
+    uint8_t tag;
+    const char* content;
+  };
+  using velmora::kGeneralizedTime;
+  using velmora::kUtcTime;
+  for (const Case& each : {Case{"19400101T010203", kGeneralizedTime, "19400101010203Z"},
+                           Case{"19491231T235959", kGeneralizedTime, "19491231235959Z"},
+                           Case{"19500101T000000", kUtcTime, "500101000000Z"},
+                           Case{"19991231T235959", kUtcTime, "991231235959Z"},
+                           Case{"20491231T235959", kUtcTime, "491231235959Z"},
+                           Case{"20500101T000000", kGeneralizedTime, "20500101000000Z"}}) {
+    velmora::LibraryTimeText time;
+    std::strcpy(time.text, each.text);
+    velmora::Bytes out;
+    velmora::DerWriter writer(out);
+    velmora::writeTime(time, writer);
+    velmora::DerReader reader(out.view());
+    const auto written = reader.take(each.tag);
+    ASSERT_TRUE(written) << each.text;
+    EXPECT_TRUE(reader.atEnd());
+    EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(written->content.data()),
+                               written->content.size()),
+              each.content);
   }
 }
 

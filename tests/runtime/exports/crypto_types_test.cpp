@@ -37,7 +37,7 @@ TEST_F(CryptoTypesTest, WhatIsNoCertificateClearsTheOut) {
   for (const runtime::ByteBuffer& bytes :
        {runtime::ByteBuffer{0, nullptr}, runtime::ByteBuffer{3, nullptr}, bufferOf("text")}) {
     auto* decoded = root.get();
-    EXPECT_LT(types.CertificateDecode(&bytes, &decoded), 0);
+    EXPECT_EQ(types.CertificateDecode(&bytes, &decoded), kFail);
     EXPECT_EQ(decoded, nullptr);
   }
 }

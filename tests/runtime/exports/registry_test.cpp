@@ -20,7 +20,7 @@ const runtime::RootList& root() {
 
 TEST(RuntimeRoot, TheExportFillsTheList) {
   EXPECT_EQ(&root(), &velmora::rootList);
-  EXPECT_LT(quorix_get_f_list(0, 0, nullptr, 0, "", 0), 0);
+  EXPECT_EQ(quorix_get_f_list(0, 0, nullptr, 0, "", 0), kNullPointer);
 }
 
 TEST(RuntimeRoot, SlotsHaveTheirNumbers) {
@@ -64,7 +64,7 @@ TEST_P(RuntimeInterface, IsHandedOutAndTakenBack) {
 TEST_P(RuntimeInterface, BelongsToItsComponentOnly) {
   const char* const other = GetParam().component == nullptr ? "vexastring" : nullptr;
   const void* table = &table;
-  EXPECT_LT(root().GetInterface(other, GetParam().name, &table), 0);
+  EXPECT_EQ(root().GetInterface(other, GetParam().name, &table), kFail);
   EXPECT_EQ(table, nullptr);
 }
 
@@ -89,17 +89,17 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(RuntimeRoot, UnknownInterfacesLeaveNull) {
   const void* table = &table;
-  EXPECT_LT(root().GetInterface(nullptr, "SEC_IO_2", &table), 0);
+  EXPECT_EQ(root().GetInterface(nullptr, "SEC_IO_2", &table), kFail);
   EXPECT_EQ(table, nullptr);
   table = &table;
-  EXPECT_LT(root().GetInterface("other", "ClassFactory.1", &table), 0);
+  EXPECT_EQ(root().GetInterface("other", "ClassFactory.1", &table), kFail);
   EXPECT_EQ(table, nullptr);
 }
 
 TEST(RuntimeRoot, NullArgumentsAreRefused) {
   const void* table = nullptr;
-  EXPECT_LT(root().GetInterface(nullptr, nullptr, &table), 0);
-  EXPECT_LT(root().GetInterface(nullptr, "SEC_IO_1", nullptr), 0);
+  EXPECT_EQ(root().GetInterface(nullptr, nullptr, &table), kNullPointer);
+  EXPECT_EQ(root().GetInterface(nullptr, "SEC_IO_1", nullptr), kNullPointer);
 }
 
 TEST(RuntimeRoot, ReleasingNothingIsHarmless) {

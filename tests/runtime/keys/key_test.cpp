@@ -226,12 +226,12 @@ TEST_F(KeyTest, EveryTruncationOfARsaKeyIsRefused) {
   for (size_t length = 0; length < der.size(); ++length) {
     runtime::RsaPrivateKey* key = nullptr;
     const ExactBytes exact(std::string_view(der).substr(0, length));
-    EXPECT_LT(types.RsaPrivateKeyDecode(exact.data(), exact.size(), &key), 0) << length;
+    EXPECT_EQ(types.RsaPrivateKeyDecode(exact.data(), exact.size(), &key), kFail) << length;
     EXPECT_EQ(key, nullptr);
   }
   runtime::RsaPrivateKey* key = nullptr;
   const ExactBytes longer(der + '\0');
-  EXPECT_LT(types.RsaPrivateKeyDecode(longer.data(), longer.size(), &key), 0);
+  EXPECT_EQ(types.RsaPrivateKeyDecode(longer.data(), longer.size(), &key), kFail);
 }
 
 TEST_F(KeyTest, ReleasedPrivateKeysAreWiped) {

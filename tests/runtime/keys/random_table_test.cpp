@@ -31,9 +31,9 @@ TEST_F(RandomTableTest, NothingIsAValidLength) {
 
 TEST_F(RandomTableTest, OtherKindsAndNullAreRefused) {
   uint8_t byte = 9;
-  EXPECT_LT(spy.random.GetBytes(1, 1, 0, &byte), 0);
+  EXPECT_EQ(spy.random.GetBytes(1, 1, 0, &byte), kInvalidArgument);
   EXPECT_EQ(byte, 9);
-  EXPECT_LT(spy.random.GetBytes(2, 1, 0, nullptr), 0);
+  EXPECT_EQ(spy.random.GetBytes(2, 1, 0, nullptr), kNullPointer);
 }
 
 }  // namespace

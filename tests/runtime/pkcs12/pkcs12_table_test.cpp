@@ -96,7 +96,7 @@ TEST_P(Pkcs12Sample, Opens) {
 TEST_P(Pkcs12Sample, RefusesAnotherPassword) {
   for (const char* password : {static_cast<const char*>(nullptr), "", "Secret", "secret "}) {
     const Opened opened = open(GetParam().pfx, password);
-    EXPECT_LT(opened.result, 0);
+    EXPECT_EQ(opened.result, kFail);
     EXPECT_EQ(opened.verified, 0);
     EXPECT_EQ(opened.bags.get(), nullptr);
   }
@@ -284,7 +284,7 @@ TEST_F(Pkcs12Test, ARightMacOverDamagedContentIsVerifiedButFails) {
   key->algorithm.parameters.length = 1;
   key->algorithm.parameters.data[0] = 0x30;
   const Opened opened = open(encode(made.get(), "x"), "x");
-  EXPECT_LT(opened.result, 0);
+  EXPECT_EQ(opened.result, kFail);
   EXPECT_EQ(opened.verified, 1);
   EXPECT_EQ(opened.bags.get(), nullptr);
 }
@@ -295,7 +295,7 @@ TEST_F(Pkcs12Test, TheFlagIsWrittenInEveryCase) {
   EXPECT_EQ(spy.pkcs12.Decode(nullptr, nullptr, nullptr, &bags, &verified), kNullPointer);
   EXPECT_EQ(verified, 0);
   const Opened opened = open("no PKCS#12", "x");
-  EXPECT_LT(opened.result, 0);
+  EXPECT_EQ(opened.result, kFail);
   EXPECT_EQ(opened.verified, 0);
 }
 
@@ -333,7 +333,7 @@ TEST_F(Pkcs12Test, EveryTruncationIsRefused) {
     const std::string pfx(sample);
     for (size_t length = 0; length < pfx.size(); ++length) {
       const Opened opened = open(pfx.substr(0, length), "secret");
-      EXPECT_LT(opened.result, 0) << length;
+      EXPECT_EQ(opened.result, kFail) << length;
       EXPECT_EQ(opened.bags.get(), nullptr);
     }
   }
