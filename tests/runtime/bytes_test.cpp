@@ -76,6 +76,8 @@ TEST_F(BytesTest, AssigningReplacesAndMovingLeavesNothing) {
   other = std::move(bytes);
   EXPECT_EQ(textOf(other), "newer");
   EXPECT_EQ(textOf(bytes), "");  // NOLINT(bugprone-use-after-move)
+  bytes.append(viewOf("anew"));
+  EXPECT_EQ(textOf(bytes), "anew");
   Bytes third(std::move(other));
   EXPECT_EQ(textOf(third), "newer");
   EXPECT_EQ(textOf(other), "");  // NOLINT(bugprone-use-after-move)

@@ -141,17 +141,18 @@ TEST_F(IoTableTest, ShortMemoryLeaksNothing) {
     if (result != kOk) {
       return false;
     }
-    runtime::ByteBuffer* buffer = nullptr;
-    void* copy = nullptr;
+    auto* buffer = reinterpret_cast<runtime::ByteBuffer*>(stream);
+    void* copy = stream;
     result = spy.io.Write(stream, "abc", 3);
-    if (result == kOk) {
-      result = spy.io.GetContent(stream, &buffer);
-    }
-    if (result == kOk) {
-      result = call<int32_t>(stream, 4, &copy);
+    EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
+    const int32_t content = spy.io.GetContent(stream, &buffer);
+    EXPECT_EQ(buffer != nullptr, content == kOk);
+    const int32_t duplicate = call<int32_t>(stream, 4, &copy);
+    EXPECT_EQ(copy != nullptr, duplicate == kOk);
+    for (const int32_t each : {content, duplicate}) {
+      result = result == kOk ? each : result;
     }
     EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
-    EXPECT_EQ(copy != nullptr, result == kOk);
     spy.commonTypes.BufferRelease(buffer);
     if (copy != nullptr) {
       release(static_cast<runtime::Stream*>(copy));

@@ -74,6 +74,22 @@ TEST_F(ObjectSlots, AreDuplicatedToAPlaceAlone) {
   }
 }
 
+TEST_F(ObjectSlots, AreNotDuplicatedWithoutMemory) {
+  for (const Each& each : objects_) {
+    void* copy = each.object;
+    spy.failAllocation(1);
+    const int32_t result = call<int32_t>(each.object, 4, &copy);
+    spy.allowAllocations();
+    if (copy == each.object) {
+      EXPECT_EQ(result, kOk) << each.type << " is shared";
+      EXPECT_EQ(call<uint32_t>(copy, 2), 1u);
+    } else {
+      EXPECT_EQ(result, kOutOfMemory) << each.type;
+      EXPECT_EQ(copy, nullptr) << each.type;
+    }
+  }
+}
+
 TEST_F(ObjectSlots, HaveThreeWithoutAMeaningThatSucceed) {
   void* const none = nullptr;
   for (const Each& each : objects_) {
