@@ -1,34 +1,20 @@
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <new>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "pal/posix/certstore.h"
+#include "pal/posix/certificate_properties.h"
 #include "pal/posix/counters.h"
 #include "pal/posix/der.h"
 
 namespace {
 
 using pal::posix::DerResult;
-
-struct KeyProviderInfo {
-  std::optional<std::u16string> container;
-  std::optional<std::u16string> provider;
-  DWORD type = 0;
-  DWORD flags = 0;
-  DWORD keySpec = 0;
-};
-
-struct Properties {
-  std::optional<KeyProviderInfo> keyProvider;
-  std::optional<std::vector<BYTE>> friendlyName;
-};
+using pal::posix::Properties;
 
 // A certificate in memory. All contexts that were got from one store entry share it, and with it
 // the properties.
@@ -128,57 +114,6 @@ std::u16string storeKey(LPCWSTR name) {
   return key;
 }
 
-std::optional<std::u16string> textOf(LPCWSTR text) {
-  return text == nullptr ? std::nullopt : std::optional<std::u16string>(text);
-}
-
-std::size_t bytesOf(const std::optional<std::u16string>& text) {
-  return text ? (text->size() + 1) * sizeof(WCHAR) : 0;
-}
-
-// Puts a copy of `text` at `cursor` and moves on; null for no text.
-LPWSTR place(const std::optional<std::u16string>& text, BYTE*& cursor) {
-  if (!text) {
-    return nullptr;
-  }
-  const LPWSTR placed = reinterpret_cast<LPWSTR>(cursor);
-  std::memcpy(cursor, text->c_str(), bytesOf(text));
-  cursor += bytesOf(text);
-  return placed;
-}
-
-void write(const KeyProviderInfo& info, BYTE* data) {
-  BYTE* texts = data + sizeof(CRYPT_KEY_PROV_INFO);
-  CRYPT_KEY_PROV_INFO record{};
-  record.pwszContainerName = place(info.container, texts);
-  record.pwszProvName = place(info.provider, texts);
-  record.dwProvType = info.type;
-  record.dwFlags = info.flags;
-  record.dwKeySpec = info.keySpec;
-  std::memcpy(data, &record, sizeof(record));
-}
-
-bool setKeyProvider(Properties& properties, const CRYPT_KEY_PROV_INFO* info) {
-  if (info == nullptr) {
-    properties.keyProvider.reset();
-    return true;
-  }
-  if (info->cProvParam != 0) {
-    return false;
-  }
-  properties.keyProvider = {textOf(info->pwszContainerName), textOf(info->pwszProvName),
-                            info->dwProvType, info->dwFlags, info->dwKeySpec};
-  return true;
-}
-
-void setFriendlyName(Properties& properties, const CRYPT_DATA_BLOB* blob) {
-  if (blob == nullptr) {
-    properties.friendlyName.reset();
-  } else {
-    properties.friendlyName = std::vector<BYTE>(blob->pbData, blob->pbData + blob->cbData);
-  }
-}
-
 auto findIdentity(Store& store, const std::string& identity) {
   return std::find_if(store.entries.begin(), store.entries.end(), [&identity](const Entry& entry) {
     return entry.certificate->identity == identity;
@@ -190,15 +125,6 @@ const Entry& append(Store& store, const Certificate& certificate) {
   store.entries.push_back({store.lastNumber + 1, std::move(copy)});
   ++store.lastNumber;
   return store.entries.back();
-}
-
-void addMissing(Properties& properties, const Properties& from) {
-  if (!properties.keyProvider) {
-    properties.keyProvider = from.keyProvider;
-  }
-  if (!properties.friendlyName) {
-    properties.friendlyName = from.friendlyName;
-  }
 }
 
 // The entry that stands for `added` afterwards; null when the disposition forbids it.
@@ -325,7 +251,7 @@ BOOL WINAPI CertGetCertificateContextProperty(PCCERT_CONTEXT context, DWORD prop
   const auto& name = properties.friendlyName;
   std::size_t needed = 0;
   if (property == CERT_KEY_PROV_INFO_PROP_ID && info) {
-    needed = sizeof(CRYPT_KEY_PROV_INFO) + bytesOf(info->container) + bytesOf(info->provider);
+    needed = sizeOf(*info);
   } else if (property == CERT_FRIENDLY_NAME_PROP_ID && name) {
     needed = name->size();
   } else {

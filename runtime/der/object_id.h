@@ -76,6 +76,17 @@ inline bool operator==(ByteView content, const KnownId& known) {
   return equalBytes(content, known.content());
 }
 
+// The row of a table whose `objectId` is this one; null when there is none.
+template <class Entry, size_t Count>
+const Entry* findByObjectId(const Entry (&entries)[Count], ByteView content) {
+  for (const Entry& entry : entries) {
+    if (content == entry.objectId) {
+      return &entry;
+    }
+  }
+  return nullptr;
+}
+
 bool isObjectId(ByteView content);
 
 // Appends the dotted text; false when the content is malformed.

@@ -4,6 +4,7 @@
 #include "runtime/der/asn1_string.h"
 #include "runtime/keys/system_random.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "runtime/pkcs12/password_mac.h"
 #include "runtime/pkcs12/pkcs12_ids.h"
 #include "runtime/string_bytes.h"
 

@@ -1,7 +1,7 @@
 #include <functional>
 
 #include "runtime/keys/failing_libgcrypt.h"
-#include "runtime/keys/key_pieces.h"
+#include "runtime/keys/sample_keys.h"
 #include "runtime/keys/searched_stack.h"
 #include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/samples.h"
@@ -42,15 +42,7 @@ TEST_F(FailureSecrets, OfSigning) {
 }
 
 TEST_F(FailureSecrets, OfReadingAKey) {
-  for (const std::string_view der : {samples::kAesKey, samples::kTripleDesKey, samples::kLeafKey}) {
-    const runtime::ByteBuffer buffer = bufferOf(der);
-    HeldKey key;
-    ASSERT_EQ(velmora_key_read(&buffer, "secret", key.put(), nullptr), kOk);
-    sweep(keyPieces(*key.get()), [&] {
-      HeldKey read;
-      return velmora_key_read(&buffer, "secret", read.put(), nullptr);
-    });
-  }
+  sweepReadingOfKeys([this](const auto&... of) { sweep(of...); });
 }
 
 TEST_F(FailureSecrets, OfFiles) {

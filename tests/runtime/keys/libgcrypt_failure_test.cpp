@@ -7,7 +7,7 @@
 #include "runtime/keys/failing_libgcrypt.h"
 #include "runtime/keys/signature.h"
 #include "runtime/keys/signing.h"
-#include "runtime/pkcs12/password_derivation.h"
+#include "runtime/pkcs12/password_cipher.h"
 #include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"

@@ -3,8 +3,8 @@
 #include "base/holders.h"
 #include "capi/key_blob.h"
 #include "pkcs12/pkcs12.h"
-#include "runtime/keys/key_pieces.h"
 #include "runtime/keys/repeated_key.h"
+#include "runtime/keys/sample_keys.h"
 #include "runtime/keys/searched_stack.h"
 #include "runtime/pkcs12/password_derivation.h"
 #include "runtime/pkcs12/pfx_fixture.h"
@@ -143,15 +143,7 @@ TEST_F(ShortageSecretsOfFiles, OfOpeningOne) {
 }
 
 TEST_F(ShortageSecrets, OfReadingAKey) {
-  for (const std::string_view der : {samples::kLeafKey, samples::kAesKey, samples::kTripleDesKey}) {
-    const runtime::ByteBuffer buffer = bufferOf(der);
-    HeldKey key;
-    ASSERT_EQ(velmora_key_read(&buffer, "secret", key.put(), nullptr), kOk);
-    sweep(keyPieces(*key.get()), [&] {
-      HeldKey read;
-      return velmora_key_read(&buffer, "secret", read.put(), nullptr);
-    });
-  }
+  sweepReadingOfKeys([this](const auto&... of) { sweep(of...); });
 }
 
 TEST_F(ShortageSecrets, OfSigning) {

@@ -3,6 +3,7 @@
 #include "runtime/keys/key_pieces.h"
 #include "runtime/keys/searched_stack.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "runtime/pkcs12/password_mac.h"
 #include "runtime/views.h"
 
 // Whether functions leave secrets on the stack that they ran on.

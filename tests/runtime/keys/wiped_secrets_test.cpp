@@ -4,6 +4,7 @@
 #include "runtime/keys/cipher.h"
 #include "runtime/keys/watched_wipes.h"
 #include "runtime/pkcs12/password_cipher.h"
+#include "runtime/pkcs12/password_mac.h"
 #include "runtime/views.h"
 
 // Whether functions wipe the secrets that they worked with.

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "runtime/der/der_maker.h"
+#include "runtime/pkcs12/password_mac.h"
 #include "runtime/pkcs12/pfx_maker.h"
 #include "support/sweep.h"
 

@@ -1,6 +1,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "runtime/pkcs12/password_cipher.h"
 #include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"

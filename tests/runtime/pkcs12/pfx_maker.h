@@ -6,7 +6,7 @@
 #include "runtime/crypto_fixture.h"
 #include "runtime/der/der_maker.h"
 #include "runtime/der/der_reader.h"
-#include "runtime/pkcs12/password_cipher.h"
+#include "runtime/pkcs12/password_mac.h"
 #include "runtime/views.h"
 
 namespace vexa::test {
