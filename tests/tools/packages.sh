@@ -7,7 +7,7 @@ declare -A packages=(
   [native]="g++ cmake ninja-build ccache libgtest-dev libgmock-dev googletest libasio-dev
     libcli11-dev libgcrypt20-dev libssl-dev nlohmann-json3-dev openssl curl git python3"
   [windows]="g++-mingw-w64-x86-64-posix wine wine64 libgcrypt-mingw-w64-dev
-    libgpg-error-mingw-w64-dev"
+    libgpg-error-mingw-w64-dev lld-14"
   [lint]="clang-format-14 clang-tidy-14 shellcheck"
   [checks]="ca-certificates libnss3-tools iproute2 clang-14 lld-14 pkg-config doxygen"
   [browser]="chromium"
