@@ -16,7 +16,7 @@ import subprocess
 import tempfile
 import threading
 
-from chromium import Chromium, where_there_is_chromium
+from chromium import Chromium, Page, where_there_is_chromium
 from endpoint import COMMAND, Host, run_checks
 
 # Secure origins, as host patterns demand; the browser is told where these names are.
@@ -94,6 +94,16 @@ def check_pages(checks, host, browser, pages):
     said = browser.run_in_page(origin, call(host, "/v1/nothing", "{method: 'DELETE'}"))
     checks.expect("... reads a 404 to something that needs a preflight", said.startswith("404"),
                   said)
+    tabs = []
+    for _ in range(6):  # as many connections as a browser opens to one host
+        tabs.append(tab := Page(browser))
+        tab.go(origin)
+        said = tab.run(second)
+        checks.expect("... in one more tab", said == "changes 0", said)
+    said = tabs[-1].run(call(host, "/v1/status", "{signal: AbortSignal.timeout(10000)}"))
+    checks.expect("... which leaves it the way for other requests", said.startswith("200"), said)
+    for tab in tabs:
+        tab.close()
     token = f"{{headers: {{Authorization: 'Bearer {host.token}'}}}}"
     said = browser.run_in_page(origin, call(host, "/v1/certificates", token))
     checks.expect("... and shows the token", said.startswith("200"), said)

@@ -124,6 +124,29 @@ def check_screens(checks, page, pictures):
                 (pictures / f"{name}-{scheme}.png").write_bytes(page.picture())
 
 
+def check_tabs(checks, browser, host):
+    """A browser opens six connections to one host, for all its tabs together."""
+    tabs = []
+    for _ in range(6):
+        tabs.append(tab := Page(browser))
+        tab.go(f"http://127.0.0.1:{host.port}/")
+        told = read(tab, "timeline")
+        checks.expect("the console in one more tab is live", "watching" in told, told)
+    told = tabs[-1].run("fetch('/v1/info', {signal: AbortSignal.timeout(10000)})"
+                        ".then(answer => answer.status, error => error.name)")
+    checks.expect("... and the tabs that are not seen leave it the way", told == 200, told)
+    tabs[0].show()
+    told = tabs[0].run("""new Promise(go => {
+      const look = () => events && events.readyState === 1 ? go(
+        document.getElementById('timeline').innerText) : setTimeout(look, 20);
+      look();
+    })""")
+    checks.expect("a tab that is seen again goes on, and tells nothing twice",
+                  told.count("watching") == 1, told)
+    for tab in tabs:
+        tab.close()
+
+
 def check(checks, options):
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
@@ -141,6 +164,7 @@ def check(checks, options):
             check_keys(checks, page)
             check_screens(checks, page, options.pictures)
             page.close()
+            check_tabs(checks, browser, host)
         finally:
             browser.close()
         checks.expect("the host ends cleanly", host.stop() == 0 and host.left_no_block(),

@@ -95,6 +95,10 @@ class Page:
         self.run("new Promise(go => document.readyState === 'complete' ? go() "
                  ": addEventListener('load', go))")
 
+    def show(self):
+        """Brings its tab to the front; the others are hidden then."""
+        self._browser.call("Target.activateTarget", targetId=self._target)
+
     def run(self, script):
         """The value of the script's promise, or the text of what it threw."""
         result = self.call("Runtime.evaluate", expression=script, awaitPromise=True,
