@@ -30,16 +30,17 @@ using GetModuleInterfaceFunction = int32_t (*)(const char* hostName, const char*
 // is filled even when the call fails. Calls nest and must be serialised by the host; each call
 // that got as far as binding needs its module_final, a call that failed to find velmora does not.
 //   kOk           bound (again).
-//   kFail         velmora, its export or one of the tables could not be had; or the call came out of
-//                 the runtime in the middle of a start or an end, and needs no module_final.
+//   kFail         velmora, its export or one of the tables could not be had; or the call came out
+//                 of the runtime in the middle of a start or an end, and needs no module_final.
 //   kOutOfMemory  the module found none while it was loaded; no start of it succeeds then.
 //   other         what SEC_PKCS12_1 answers that has no companion table.
 using ModuleInitFunction = int32_t (*)(const runtime::RootList* root,
                                        GetModuleInterfaceFunction* lookup);
 
 // Export "module_final". Always kOk; a call without its module_init, or in the middle of a start or
-// an end, changes nothing. The last one releases the singletons and every bound table. What objects
-// still held by the host hold then leaks; they can be released at any time, after another start too.
+// an end, changes nothing. The last one releases the singletons and every bound table. What
+// objects still held by the host hold then leaks; they can be released at any time, after another
+// start too.
 using ModuleFinalFunction = int32_t (*)();
 
 inline constexpr char kModuleInitExport[] = "module_init";
