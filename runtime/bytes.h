@@ -50,7 +50,13 @@ class Bytes {
   ByteView view() const { return {data_, size_}; }
 
   void append(ByteView bytes);
-  void append(uint8_t byte) { append(ByteView(&byte, 1)); }
+  void append(uint8_t byte) {
+    if (size_ < capacity_ && !failed_) {
+      data_[size_++] = byte;
+    } else {
+      append(ByteView(&byte, 1));
+    }
+  }
   // Puts `bytes` before the byte at `position`.
   void insert(size_t position, ByteView bytes);
   // Growth is zero-filled.

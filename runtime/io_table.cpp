@@ -17,7 +17,8 @@ extern const runtime::ObjectHeader streamHeader;
 struct MemoryStream final : Counted<runtime::Stream> {
   static constexpr char kTypeName[] = "MemoryStream";
   static constexpr uint64_t kFirstCapacity = 512;
-  static constexpr uint64_t kGrowth = 4;  // a stream lives shortly: moves cost more than room
+  // A stream lives shortly: moves cost more than room, while that is not much.
+  static constexpr uint64_t kMuch = 1 << 20;
 
   MemoryStream() : Counted(&streamHeader) {}
 
@@ -41,7 +42,8 @@ struct MemoryStream final : Counted<runtime::Stream> {
     if (count > ~uint64_t{0} - length) {
       return false;
     }
-    const uint64_t wanted = std::max({length + count, capacity * kGrowth, kFirstCapacity});
+    const uint64_t roomy = capacity < kMuch ? 4 * capacity : capacity + capacity / 4;
+    const uint64_t wanted = std::max({length + count, roomy, kFirstCapacity});
     auto* const grown = static_cast<uint8_t*>(reallocateBlock(bytes.get(), wanted));
     if (grown == nullptr) {
       return false;

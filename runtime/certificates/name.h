@@ -27,7 +27,7 @@ ByteView encodingOf(const runtime::Name* name);
 bool equalNames(const runtime::Name* a, const runtime::Name* b);
 
 // Appends the text form of RFC 4514, UTF-8, the last relative name first. Control characters are
-// escaped.
+// escaped. The text is at most six times as long as the encoding.
 void appendNameText(const runtime::Name* name, Bytes& out);
 
 // An attribute type with a name of its own ("CN").

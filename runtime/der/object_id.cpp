@@ -1,33 +1,26 @@
 #include "runtime/der/object_id.h"
 
+#include <algorithm>
 #include <charconv>
+#include <new>
 
 namespace vexa::velmora {
 namespace {
 
+// The content stands behind the object, in one block: a certificate may have very many of them.
 struct ObjectIdObject : Counted<runtime::ObjectId> {
   static constexpr char kTypeName[] = "ObjectId";
   static const runtime::ObjectHeader kTable;
 
-  ObjectIdObject() : Counted(&kTable) {}
+  explicit ObjectIdObject(size_t length) : Counted(&kTable), contentLength(length) {}
 
-  Bytes content;
+  uint8_t* content() { return reinterpret_cast<uint8_t*>(this + 1); }
+  const uint8_t* content() const { return reinterpret_cast<const uint8_t*>(this + 1); }
+
+  const size_t contentLength;
 };
 constinit const runtime::ObjectHeader ObjectIdObject::kTable =
     CountedHeader<ObjectIdObject>::table();
-
-int32_t makeFrom(Bytes&& content, runtime::ObjectId** out) {
-  if (content.failed()) {
-    return kOutOfMemory;
-  }
-  auto* const object = makeOnHeap<ObjectIdObject>();
-  if (object == nullptr) {
-    return kOutOfMemory;
-  }
-  object->content = std::move(content);
-  *out = object;
-  return kOk;
-}
 
 void appendDecimal(uint64_t value, Bytes& out) {
   char digits[20];
@@ -88,9 +81,14 @@ bool appendObjectIdText(ByteView content, Bytes& out) {
 }
 
 int32_t makeObjectId(ByteView content, runtime::ObjectId** out) {
-  Bytes copy;
-  copy.append(content);
-  return makeFrom(std::move(copy), out);
+  void* const block = allocateBlock(sizeof(ObjectIdObject) + content.size());
+  if (block == nullptr) {
+    return kOutOfMemory;
+  }
+  auto* const object = new (block) ObjectIdObject(content.size());
+  std::copy(content.begin(), content.end(), object->content());
+  *out = object;
+  return kOk;
 }
 
 int32_t makeObjectId(const char* dotted, runtime::ObjectId** out) {
@@ -98,11 +96,12 @@ int32_t makeObjectId(const char* dotted, runtime::ObjectId** out) {
   if (!encodeObjectId(dotted, [&content](uint8_t byte) { content.append(byte); })) {
     return kInvalidArgument;
   }
-  return makeFrom(std::move(content), out);
+  return content.failed() ? kOutOfMemory : makeObjectId(content.view(), out);
 }
 
 ByteView contentOf(const runtime::ObjectId* identifier) {
-  return static_cast<const ObjectIdObject*>(identifier)->content.view();
+  const auto& object = *static_cast<const ObjectIdObject*>(identifier);
+  return {object.content(), object.contentLength};
 }
 
 bool equalIds(const runtime::ObjectId* a, const runtime::ObjectId* b) {

@@ -8,7 +8,8 @@ namespace vexa::velmora {
 // Reads a PKCS#12 file (RFC 7292). Appends the bags in the order of the file; shrouded keys come
 // decrypted. Bags other than keys and X.509 certificates are left out. `verified`: a MAC is there
 // and fits; without one, nothing is decrypted and the file is refused. The list is only made on
-// success. All derivations of the file together may take kMaxRounds.
+// success. All derivations of the file together may take kMaxRounds, and all that is read of it at
+// most 24 bytes of memory for each byte of the file, and 4 KiB.
 int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bags, bool& verified);
 
 // What stands in the way of reading a file, found by reading it.

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -236,57 +234,6 @@ TEST_F(JsonMemory, ValuesNestedBySettersAreWrittenWithoutTheStack) {
 
 // --- how much memory a parse takes ---
 
-// Counts the bytes of the root list's blocks while it lives. One at a time: table entries have no
-// self.
-class ByteCount {
- public:
-  explicit ByteCount(test::SpyRuntime& spy) : spy_(spy), real_(spy.root) {
-    current_ = this;
-    spy.root.Allocate = [](uint64_t size) {
-      return current_->note(current_->real_.Allocate(size), size);
-    };
-    // The old block and the new one may be there at once.
-    spy.root.Reallocate = [](void* block, uint64_t size) {
-      void* const grown = current_->real_.Reallocate(block, size);
-      current_->note(grown, size);
-      current_->forget(grown != nullptr && grown != block ? block : nullptr);
-      return grown;
-    };
-    spy.root.Free = [](void* block) {
-      current_->forget(block);
-      current_->real_.Free(block);
-    };
-  }
-  ByteCount(const ByteCount&) = delete;
-  ByteCount& operator=(const ByteCount&) = delete;
-  ~ByteCount() { spy_.root = real_; }
-
-  uint64_t now() const { return now_; }
-  uint64_t most() const { return most_; }
-
- private:
-  void* note(void* block, uint64_t size) {
-    if (block != nullptr) {
-      now_ += size - std::exchange(sizes_[block], size);
-      most_ = std::max(most_, now_);
-    }
-    return block;
-  }
-  void forget(void* block) {
-    if (const auto found = sizes_.find(block); found != sizes_.end()) {
-      now_ -= found->second;
-      sizes_.erase(found);
-    }
-  }
-
-  inline static ByteCount* current_ = nullptr;
-  test::SpyRuntime& spy_;
-  const runtime::RootList real_;
-  std::map<void*, uint64_t> sizes_;
-  uint64_t now_ = 0;
-  uint64_t most_ = 0;
-};
-
 std::string repeated(std::string_view opening, std::string_view element, std::string_view closing) {
   std::string text(opening);
   while (text.size() < 512 * 1024) {
@@ -322,12 +269,14 @@ TEST_F(JsonMemory, AParseTakesABoundedMultipleOfItsText) {
       differentKeys("\"\""),
   };
   for (const std::string& text : texts) {
-    ByteCount bytes(spy);
+    const auto size = static_cast<int64_t>(text.size());
+    const int64_t before = spy.liveBytes();
+    spy.forgetMostBytes();
     auto object = parse(text);
-    EXPECT_LE(bytes.most(), text.size() * 32 + 64 * 1024) << text.substr(0, 40);
-    EXPECT_LE(bytes.now(), text.size() * 16 + 64 * 1024) << text.substr(0, 40);
+    EXPECT_LE(spy.mostBytes() - before, size * 32 + 64 * 1024) << text.substr(0, 40);
+    EXPECT_LE(spy.liveBytes() - before, size * 16 + 64 * 1024) << text.substr(0, 40);
     object.reset();
-    EXPECT_EQ(bytes.now(), 0u);
+    EXPECT_EQ(spy.liveBytes(), before);
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -59,11 +60,20 @@ void PrintTo(const TraceLine& line, std::ostream* out) {
 // The heap tells what happens; the process has one heap and so one watch.
 class SpyHeapWatch final : public velmora::HeapObserver {
  public:
-  bool mayAllocate(uint64_t /*size*/) override {
+  bool mayAllocate(uint64_t size) override {
     ++theSpy->allocations_;
-    return allocation_gate::pass();
+    if (!allocation_gate::pass()) {
+      return false;
+    }
+    const auto bytes = static_cast<int64_t>(std::max<uint64_t>(size, 1));  // as the heap has it
+    const int64_t now = theSpy->liveBytes_ += bytes;
+    for (int64_t most = theSpy->mostBytes_;
+         now > most && !theSpy->mostBytes_.compare_exchange_weak(most, now);) {
+    }
+    return true;
   }
   void onFree(const uint8_t* block, uint64_t size) override {
+    theSpy->liveBytes_ -= static_cast<int64_t>(size);
     if (theSpy->onFree) {
       theSpy->onFree(block, size);
     }

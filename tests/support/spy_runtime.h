@@ -96,6 +96,11 @@ class SpyRuntime final {
   // It fails and so do all behind it.
   void failAllocationsFrom(uint64_t n);
   void allowAllocations();
+  // Bytes of the blocks that are alive, and the most at a time since forgetMostBytes; a block that
+  // grows counts twice while it moves.
+  int64_t liveBytes() const { return liveBytes_; }
+  int64_t mostBytes() const { return mostBytes_; }
+  void forgetMostBytes() { mostBytes_ = liveBytes(); }
   // Sees each block that is about to be freed, before it is filled.
   std::function<void(const uint8_t* block, uint64_t size)> onFree;
   // Wrong releases. A test that provokes some takes them; the rest fail the test.
@@ -142,6 +147,8 @@ class SpyRuntime final {
   std::map<std::string, uint32_t> sourceLevels_;
   std::vector<std::string> heapErrors_;
   std::atomic<uint64_t> allocations_{0};
+  std::atomic<int64_t> liveBytes_{0};
+  std::atomic<int64_t> mostBytes_{0};
   int64_t baseBlocks_;
 };
 

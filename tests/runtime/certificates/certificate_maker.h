@@ -37,4 +37,25 @@ inline std::string extension(const std::string& fields) {
   return element("a3", element("30", element("30", fields)));
 }
 
+// The smallest certificate that can be read.
+inline CertificateFields smallestFields() {
+  CertificateFields fields;
+  fields.version.clear();
+  fields.signedAlgorithm = fields.algorithm = fromHex("300306012a");
+  fields.key = element("30", fromHex("300306012a03020001"));
+  return fields;
+}
+
+// The extended key usage of as many purposes as there is room for, the shortest ones.
+inline std::string manyPurposes(size_t room) {
+  const std::string purposes = element("30", asManyOf(fromHex("06012a"), room));
+  return extension(fromHex("0603551d25") + element("04", purposes));
+}
+
+// Names of one relative name with one attribute.
+inline std::string nameOf(const char* typeHex, const std::string& value) {
+  return element("30", element("31", element("30", fromHex(typeHex) + value)));
+}
+inline std::string commonName(const std::string& value) { return nameOf("0603550403", value); }
+
 }  // namespace vexa::test

@@ -23,4 +23,13 @@ inline std::string element(const char* tagHex, const std::string& content) {
   return header + content;
 }
 
+// As many of these parts as there is room for.
+inline std::string asManyOf(const std::string& part, size_t room) {
+  std::string parts;
+  while (parts.size() + part.size() <= room) {
+    parts += part;
+  }
+  return parts;
+}
+
 }  // namespace vexa::test
