@@ -8,8 +8,8 @@
 namespace vexahost {
 
 std::string libraryTime(std::chrono::sys_seconds time);
-// The same from "2030-12-31", "2030-12-31T23:59:59Z" or a library time. What is none of these the
-// runtime refuses.
+// The same from "2030-12-31", "2030-12-31T23:59:59Z" or a library time. What is none of these makes
+// something else.
 std::string libraryTime(const std::string& text);
 // Nothing for what is no library time.
 std::optional<std::chrono::sys_seconds> fromLibraryTime(const std::string& text);

@@ -1,7 +1,9 @@
 #include "cli/console.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 
 #include "cli/utf8.h"
 #include "vexa/holders.h"
@@ -20,16 +22,29 @@
 namespace vexahost {
 namespace {
 
-// C0 and C1 control characters, marks of direction, separators of lines and paragraphs.
+struct Range {
+  uint32_t first;
+  uint32_t last;
+};
+// Control characters, marks of direction, separators of lines and paragraphs, and what takes no
+// room: names that differ are to look so. (Variation selectors stay: emoji are full of them.)
+constexpr Range kHarmful[] = {
+    {0x00, 0x1F},     {0x7F, 0x9F},     {0xAD, 0xAD},     {0x034F, 0x034F},
+    {0x061C, 0x061C}, {0x115F, 0x1160}, {0x17B4, 0x17B5}, {0x180E, 0x180E},
+    {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0x3164, 0x3164},
+    {0xFEFF, 0xFEFF}, {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB}, {0xE0000, 0xE007F},
+};
+
 bool isHarmful(uint32_t value) {
-  return value < 0x20 || (value >= 0x7F && value <= 0x9F) || value == 0x061C ||
-         (value >= 0x200B && value <= 0x200F) || (value >= 0x2028 && value <= 0x202E) ||
-         (value >= 0x2066 && value <= 0x2069) || value == 0xFEFF;
+  return std::any_of(std::begin(kHarmful), std::end(kHarmful), [value](const Range& range) {
+    return value >= range.first && value <= range.last;
+  });
 }
 
 std::string escaped(uint32_t value) {
   char text[16] = {};
-  std::snprintf(text, sizeof(text), value < 0x100 ? "\\x%02X" : "\\u%04X", value);
+  const char* const form = value < 0x100 ? "\\x%02X" : value < 0x10000 ? "\\u%04X" : "\\U%08X";
+  std::snprintf(text, sizeof(text), form, value);
   return text;
 }
 

@@ -20,8 +20,8 @@ std::filesystem::path pathOf(std::string_view utf8);
 std::string textOf(const std::filesystem::path& path);
 
 // Makes control characters and invalid UTF-8 harmless for a terminal and for line-based readers:
-// "\x1B", "\x0A"; those that turn the direction of writing as "\u202E". A backslash stays, so this
-// is for showing, not for reading back.
+// "\x1B", "\x0A"; those that turn the direction of writing or cannot be seen as "\u202E" or
+// "\U000E0001". A backslash stays, so this is for showing, not for reading back.
 std::string visible(std::string_view text);
 
 }  // namespace vexahost

@@ -40,6 +40,17 @@ const Profile& profileOf(const IssueRequest& request) {
   return std::end(kProfiles)[-1];
 }
 
+std::string timeOf(const char* option, const std::string& text) {
+  const std::string time = libraryTime(text);
+  const auto read = fromLibraryTime(time);
+  if (!read || libraryTime(*read) != time) {
+    throw HostError(std::string(option) + ": " + text +
+                        " is no time such as 2030-01-31 or 2030-01-31T12:00:00Z",
+                    ExitStatus::kUsage);
+  }
+  return time;
+}
+
 // So many days behind the beginning; behind now, when nothing was said of that.
 std::string endOf(const std::string& start, const IssueRequest& request, sys_seconds now) {
   constexpr sys_days kTooLate = std::chrono::year(10000) / 1 / 1;  // X.509 has four digits
@@ -92,10 +103,10 @@ void Draft::setContent(const IssueRequest& request) {
 void Draft::setValidity(const IssueRequest& request) {
   constexpr seconds kClockSlack(60);
   const auto now = std::chrono::floor<seconds>(std::chrono::system_clock::now());
-  const std::string start =
-      request.notBefore.empty() ? libraryTime(now - kClockSlack) : libraryTime(request.notBefore);
-  const std::string end =
-      request.notAfter.empty() ? endOf(start, request, now) : libraryTime(request.notAfter);
+  const std::string start = request.notBefore.empty() ? libraryTime(now - kClockSlack)
+                                                      : timeOf("--not-before", request.notBefore);
+  const std::string end = request.notAfter.empty() ? endOf(start, request, now)
+                                                   : timeOf("--not-after", request.notAfter);
   VEXAHOST_SET(velmora_certificate_set_validity, "the validity", ExitStatus::kUsage, start.c_str(),
                end.c_str());
 }
