@@ -71,7 +71,7 @@ class ClassFactories : public ISingleton {
 
 ClassFactories& classFactories();
 
-// Slot 1 and 2 of "ClassFactory.1", and the search with a component named.
+// Slots 1 and 2 of "ClassFactory.1", and the search with a component named.
 int32_t CreateInstance(const char* className, const Guid* id, void** object);
 int32_t SetCreateHook(CreateHookFunction hook);
 int32_t CreateComponentInstance(const char* component, const char* className, const Guid* id,

@@ -101,7 +101,7 @@ class CComObject final : public T {
   // An interface without a reference, or null.
   void* find(const Guid& id) { return findInterface(static_cast<T*>(this), T::InterfaceMap(), id); }
 
-  // A new object with count 0 in memory of the caller's, destroyed without flags.
+  // A new object with count 0 in memory of the caller's; DeletingDestructor(0) ends it.
   static CComObject* Construct(void* block) { return new (block) CComObject; }
 
   int32_t QueryInterface(const Guid* id, void** out) override {

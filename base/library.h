@@ -11,14 +11,14 @@ inline constexpr uint32_t kPathCapacity = 261;
 
 // Where LoadModuleLibrary looks.
 enum LibrarySearch : uint32_t {
-  kSearchSystem = 0,     // beside the directory given, in its sibling "lib", then the system's
+  kSearchSystem = 0,     // in the directory given, in its sibling "lib", then in the system's
   kSearchOwn = 1,        // in the directory given
-  kSearchSiblingLib = 2  // when that is called "bin", in the sibling "lib"
+  kSearchSiblingLib = 2  // when that is called "bin", in its sibling "lib"; when "lib", there
 };
 
 // Loads a library, ".dll" added to a name without an extension. A name with a backslash is loaded
-// exactly as given. `scratch` (capacity kPathCapacity) may be null. Null when nothing loaded, or
-// when the name has 259 characters or more.
+// exactly as given. `scratch`, of `scratchSize` characters, takes the path in the system's
+// directory; it may be null. Null when nothing loaded, or when the name has 259 characters or more.
 HMODULE LoadModuleLibrary(const char* name, const char* directory, uint32_t flags, char* scratch,
                           uint32_t scratchSize);
 

@@ -28,7 +28,7 @@ class TextTable {
   }
 
  private:
-  HashChains::Node first_[4];  // as many entries as most tables have need no block
+  HashChains::Node first_[4];  // most tables hold no more entries, and need no block for them
   HashChains chains_;
 };
 

@@ -13,9 +13,9 @@ namespace vexa::json {
 inline uint64_t digestKey(std::string_view key, const base::SecretMix& mix) { return mix(key); }
 
 // Finds the members of an object whose keys stand before them already. A few are compared with each
-// other; more are looked up in a hash table, whose places nobody knows who writes a text. Should
-// many keys meet in it all the same, the steps there are counted: when they get more than a few for
-// each member, the keys are sorted instead.
+// other; more are looked up in a hash table, in which nobody who writes a text can tell the places
+// of its keys. Should many of them meet there all the same, the steps are counted: when they get
+// more than a few for each member, the keys are sorted instead.
 class RepeatedKeys {
  public:
   using Digest = uint64_t (*)(std::string_view key, const base::SecretMix& mix);

@@ -51,7 +51,7 @@ class ValuePool {
  private:
   struct Block {
     Block* previous;
-    uint64_t unused;  // so that items lie on their own size
+    uint64_t unused;  // so that items lie at multiples of their size
   };
   static_assert(sizeof(Block) == sizeof(Item));
 

@@ -39,8 +39,8 @@ struct Counted : Base {
   std::atomic<uint32_t> references{1};
 };
 
-// The header of the table of `T`, which derives from Counted and has kTypeName. `duplicate` is
-// kOperation 4; null: the object never changes, so that a duplicate is one more reference.
+// The header of the table of `T`, which derives from Counted and has kTypeName. `duplicate` is slot
+// 4; without it the object never changes, and a duplicate is one more reference.
 template <class T>
 struct CountedHeader {
   static T* self(runtime::Object* object) { return static_cast<T*>(static_cast<void*>(object)); }

@@ -224,7 +224,8 @@ class Module {
     return result;
   }
 
-  // Ends the module; its library stays loaded until the destructor. Called once.
+  // Ends the module, whose library stays loaded until the destructor. Nothing else may be called
+  // then.
   void close() {
     if (state_ != nullptr) {
       state_->end();

@@ -183,8 +183,9 @@ struct JsonApiList {
   //   - Numbers have a sign ("+" too), digits and perhaps a fraction, which is dropped, and no
   //     exponent. They saturate at the ends of 32 bits. A number whose sign is set off by blanks is
   //     0.
-  // Whatever the text is, time grows no faster than its length by the logarithm of it, and memory
-  // stays below 32 bytes for each byte of it, half of that once it is parsed, and 64 KiB more.
+  // Whatever the text is, time grows no faster than its length times the logarithm of that, and
+  // memory stays below 32 bytes for each byte of it, half of that once it is parsed, and 64 KiB
+  // more.
   int32_t (*Parse)(const runtime::ByteBuffer* text, IJsonObject** object);
 };
 template <>

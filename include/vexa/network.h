@@ -8,7 +8,8 @@ namespace vexa {
 inline constexpr char kNetworkListName[] = "vexa.misc.base.network.1";
 
 // The list "vexa.misc.base.network.1": the proxy for a URL, by the user's Windows Internet
-// settings. No slot keeps state; any thread may call any of them.
+// settings, the tests of hosts that belong to it, and the path of a cookie. No slot keeps state;
+// any thread may call any of them.
 struct NetworkList {
   GetModuleInfoFunction GetModuleInfo;
   // A cookie with a path attribute as a client sends it back: "a=b; Path=/x; Secure" becomes

@@ -11,7 +11,7 @@ namespace vexa::velmora {
 // `encoding` is the DER of an RDNSequence. One without any name gives null and 0. kFail: malformed.
 int32_t makeName(ByteView encoding, runtime::Name** out);
 
-// Real names have a dozen relative names; ones with more than so many are refused.
+// Real names have a dozen relative names at most; those with more than this are refused.
 inline constexpr size_t kMaxRelativeNames = 1024;
 
 // From the text form of RFC 4514, the last relative name first. Values become the string types of

@@ -9,8 +9,8 @@ inline constexpr KnownId kEcPublicKey = "1.2.840.10045.2.1";
 
 struct Curve {
   KnownId objectId;
-  const char* name;         // with NIST
-  const char* libraryName;  // with libgcrypt
+  const char* name;         // NIST's
+  const char* libraryName;  // libgcrypt's
   size_t orderBytes;        // also those of a coordinate
 };
 inline constexpr Curve kCurves[] = {
@@ -20,14 +20,7 @@ inline constexpr Curve kCurves[] = {
 };
 
 // Null: not known.
-inline const Curve* findCurve(ByteView objectId) {
-  for (const Curve& curve : kCurves) {
-    if (objectId == curve.objectId) {
-      return &curve;
-    }
-  }
-  return nullptr;
-}
+inline const Curve* findCurve(ByteView objectId) { return findByObjectId(kCurves, objectId); }
 inline const Curve* findCurve(std::string_view name) {
   for (const Curve& curve : kCurves) {
     if (name == curve.name) {

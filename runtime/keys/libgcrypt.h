@@ -8,11 +8,11 @@
 // libgcrypt: started once, its handles held by owners.
 namespace vexa::velmora {
 
-// Starts libgcrypt on first use, from any thread; false when it cannot be used. Its memory
-// is ours: every block is wiped before it is given back, so that no number of a private key
-// outlives its use. Blocks are not locked: nothing else in the process is. Where the system has no
-// memory left for it, libgcrypt ends the process in most places, as in its arithmetic: the root
-// heap tells of a shortage, the library rarely does.
+// Starts libgcrypt on first use, from any thread; false when it cannot be used. Its memory is ours:
+// every block is wiped before it is given back, so that no number of a private key outlives its
+// use. Blocks are not locked: nothing else in the process is. Where the system has no memory left
+// for it, libgcrypt ends the process in most places, as in its arithmetic: the root heap tells of a
+// shortage, the library rarely does.
 bool libraryReady();
 
 using Sexp = FunctionHolder<gcry_sexp, gcry_sexp_release>;

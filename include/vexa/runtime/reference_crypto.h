@@ -16,9 +16,8 @@ extern "C" {
 VELMORA_EXPORT int32_t velmora_pse_configure(const char* file, const char* password);
 
 // The file changed: live PSEs read it again when they are next asked. As long as that fails, they
-// show what they read from this file before, if anything. The result tells whether it
-// can be read now: kAccessDenied, or kFail for a wrong password or a file that is not PKCS#12 with
-// a MAC.
+// show what they read from this file before, if anything. The result tells whether it can be read
+// now: kAccessDenied when not, kFail for a wrong password or a file that is not PKCS#12 with a MAC.
 VELMORA_EXPORT int32_t velmora_pse_reload();
 
 // --- Keys and certificates. One thread at a time per object. ---

@@ -28,7 +28,8 @@ struct RootList {
   // Content kept, growth not cleared. A null block is allocated. On failure null, and the old
   // block stays valid.
   void* (*Reallocate)(void* block, uint64_t size);
-  // Null is ignored. Releases every block that the runtime handed out.
+  // Null is ignored. Releases every block that the runtime handed out, but for texts that
+  // TextDuplicate of SEC_COMMONTYPES_1 made.
   void (*Free)(void* block);
 };
 VEXA_FIXED_SLOT(RootList, ReleaseRoot, 0);
