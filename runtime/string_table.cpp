@@ -83,10 +83,10 @@ int32_t normalise(StringObject* string) {
   return kOk;
 }
 
-// The byte that the escape at `at` stands for. Negative for what is not decoded: an incomplete or
-// invalid escape, and the zero byte, which would end the text early.
+// The byte that the escape stands for whose percent sign is at `at`. Negative for what is not
+// decoded: an incomplete or invalid escape, and the zero byte, which would end the text early.
 int escapedByte(std::string_view text, size_t at) {
-  if (text[at] != '%' || text.size() - at < 3) {
+  if (text.size() - at < 3) {
     return -1;
   }
   const int high = hexDigit(text[at + 1]);

@@ -77,7 +77,7 @@ int32_t readFile(const std::string& file, Bytes& out) {
   std::ifstream stream(std::filesystem::path(text, text + file.size()), std::ios::binary);
   stream.seekg(0, std::ios::end);
   const std::streamoff size = stream.tellg();
-  if (!stream || size < 0 || size > kMaxFileSize) {
+  if (size < 0 || size > kMaxFileSize) {  // negative: it could not be opened or measured
     return kAccessDenied;
   }
   stream.seekg(0);

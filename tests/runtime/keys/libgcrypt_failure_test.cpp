@@ -244,16 +244,16 @@ TEST_F(LibraryFailureTest, OfOpeningKeys) {
     std::string_view der;
     const char* answers;
   };
-  for (const auto& [der, expected] :
+  for (const Case& each :
        {Case{samples::kAesKey, "AAAAAMMNFFFF"}, Case{samples::kTripleDesKey, "AAAAMMNFFFF"}}) {
-    const runtime::ByteBuffer buffer = bufferOf(der);
+    const runtime::ByteBuffer buffer = bufferOf(each.der);
     const std::string answers = sweep([&] {
       HeldKey key;
       const int32_t result = velmora_key_read(&buffer, "secret", key.put(), nullptr);
       EXPECT_EQ(key.get() != nullptr, result == kOk);
       return result;
     });
-    EXPECT_EQ(answers, expected);
+    EXPECT_EQ(answers, each.answers);
   }
 }
 
@@ -264,22 +264,22 @@ TEST_F(LibraryFailureTest, OfEncryptingAndDecryptingWithAPassword) {
     const char* encrypting;
     const char* decrypting;
   };
-  for (const auto& [name, encrypting, decrypting] :
-       {Case{"pbeWithSHA1And128BitRC4", "FFFF", "FFF"},
-        Case{"pbeWithSHA1And3-KeyTripleDES-CBC", "FFFFF", "FFFF"}}) {
+  for (const Case& each : {Case{"pbeWithSHA1And128BitRC4", "FFFF", "FFF"},
+                           Case{"pbeWithSHA1And3-KeyTripleDES-CBC", "FFFFF", "FFFF"}}) {
+    const velmora::PasswordScheme& scheme = *velmora::findPasswordScheme(each.name);
     std::string identifier, text;
     const std::string encrypted = sweep([&] {
       velmora::DerivationBudget budget;
       velmora::Bytes algorithm, cipher;
       velmora::DerWriter writer(algorithm);
-      const int32_t result = velmora::passwordEncrypt(*velmora::findPasswordScheme(name), password,
-                                                      1, viewOf("plain"), budget, writer, cipher);
+      const int32_t result =
+          velmora::passwordEncrypt(scheme, password, 1, viewOf("plain"), budget, writer, cipher);
       EXPECT_EQ(cipher.size() != 0, result == kOk);
       identifier.assign(reinterpret_cast<const char*>(algorithm.data()), algorithm.size());
       text.assign(reinterpret_cast<const char*>(cipher.data()), cipher.size());
       return result;
     });
-    EXPECT_EQ(encrypted, encrypting);
+    EXPECT_EQ(encrypted, each.encrypting);
     const auto algorithm = velmora::derContent(viewOf(identifier), velmora::kSequence);
     ASSERT_TRUE(algorithm);
     const std::string decrypted = sweep([&] {
@@ -290,7 +290,7 @@ TEST_F(LibraryFailureTest, OfEncryptingAndDecryptingWithAPassword) {
       EXPECT_EQ(plain.size(), result == kOk ? 5u : 0u);
       return result;
     });
-    EXPECT_EQ(decrypted, decrypting);
+    EXPECT_EQ(decrypted, each.decrypting);
   }
 }
 

@@ -10,13 +10,26 @@
 #include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/samples.h"
 
+namespace {
+int asked = 0;
+}  // namespace
+
 // The library of this program is too old, whatever is asked for.
-extern "C" const char* gcry_check_version(const char*) { return nullptr; }
+extern "C" const char* gcry_check_version(const char*) {
+  ++asked;
+  return nullptr;
+}
 
 namespace vexa::test {
 namespace {
 
 class TooOldTest : public PfxTest {};
+
+TEST_F(TooOldTest, ItIsAskedOnce) {
+  EXPECT_FALSE(velmora::libraryReady());
+  EXPECT_FALSE(velmora::libraryReady());
+  EXPECT_EQ(asked, 1);
+}
 
 TEST_F(TooOldTest, NoKeyIsMade) {
   HeldKey made;
