@@ -64,10 +64,10 @@ Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& ke
   }
 
   const auto pair = derSequence(signature, {kInteger, kInteger});
-  const auto r = pair ? derUnsigned((*pair)[0].content) : std::nullopt;
-  const auto s = pair ? derUnsigned((*pair)[1].content) : std::nullopt;
-  if (!r || !s || r->empty() || s->empty() || r->size() > curve->orderBytes ||
-      s->size() > curve->orderBytes) {
+  // Empty: zero, negative or none at all.
+  const ByteView r = pair ? derUnsigned((*pair)[0].content).value_or(ByteView()) : ByteView();
+  const ByteView s = pair ? derUnsigned((*pair)[1].content).value_or(ByteView()) : ByteView();
+  if (r.empty() || s.empty() || r.size() > curve->orderBytes || s.size() > curve->orderBytes) {
     return Verdict::kInvalid;
   }
   const ByteView point = bytesOf(key);
@@ -80,8 +80,8 @@ Verdict verifyEc(ByteView hash, ByteView signature, const runtime::PublicKey& ke
                       lengthArgument(point), point.data());
   const Sexp data =
       buildExpression("(data (flags raw) (value %b))", lengthArgument(value), value.data());
-  const Sexp numbers = buildExpression("(sig-val (ecdsa (r %b) (s %b)))", lengthArgument(*r),
-                                       r->data(), lengthArgument(*s), s->data());
+  const Sexp numbers = buildExpression("(sig-val (ecdsa (r %b) (s %b)))", lengthArgument(r),
+                                       r.data(), lengthArgument(s), s.data());
   return check(numbers, data, keyExpression);
 }
 

@@ -35,10 +35,12 @@ int32_t toDer(ByteView ber, Bytes& storage, ByteView& der) {
 
 class PfxDecoder {
  public:
-  PfxDecoder(const Password& password, bool& verified) : password_(password), verified_(verified) {}
+  explicit PfxDecoder(const Password& password) : password_(password) {}
 
   runtime::BagNode* release() { return bags_.release(); }
 
+  // Whether a MAC is there and fits.
+  bool isVerified() const { return verified_; }
   // What the reading that failed ran into; what it returned tells the rest.
   PfxProblem problem() const { return problem_; }
 
@@ -285,7 +287,7 @@ class PfxDecoder {
 
   const Password& password_;
   DerivationBudget budget_;
-  bool& verified_;
+  bool verified_ = false;
   PfxProblem problem_ = PfxProblem::kNotPfx;
   PfxBags bags_;
 };
@@ -293,9 +295,9 @@ class PfxDecoder {
 }  // namespace
 
 int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bags, bool& verified) {
-  verified = false;
-  PfxDecoder reader(password, verified);
+  PfxDecoder reader(password);
   const int32_t result = reader.read(pfx);
+  verified = reader.isVerified();
   if (!failed(result)) {
     *bags = reader.release();
   }
@@ -303,8 +305,7 @@ int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bag
 }
 
 PfxProblem problemOfPfx(ByteView pfx, const Password& password) {
-  bool verified = false;
-  PfxDecoder reader(password, verified);
+  PfxDecoder reader(password);
   const int32_t result = reader.read(pfx);
   if (!failed(result)) {
     return PfxProblem::kNone;

@@ -56,7 +56,8 @@ class PfxEncoder {
     return known ? kOk : kInvalidArgument;
   }
 
-  // The certificates in one encrypted safe, then the keys in a plain one.
+  // The certificates in one encrypted safe, then the keys in a plain one. Of a shortage of memory,
+  // `out` tells.
   int32_t authenticatedSafe(Bytes& out) {
     Bytes certificates;
     Bytes keys;
@@ -79,7 +80,7 @@ class PfxEncoder {
       dataContent(keys, writer);
     }
     writer.end(mark);
-    return out.failed() ? kOutOfMemory : kOk;
+    return kOk;
   }
 
   // SafeContents = SEQUENCE OF SafeBag, of the bags of one type; empty when there is none.

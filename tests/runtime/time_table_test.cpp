@@ -39,6 +39,18 @@ TEST_F(TimeTableTest, MalformedTextsLeaveTheCount) {
   }
 }
 
+// The neighbours of the digits among the characters.
+TEST_F(TimeTableTest, EachPlaceTakesDigitsAlone) {
+  const std::string good = "20000101T101010";
+  for (size_t at = 0; at < good.size(); ++at) {
+    for (const char c : {'/', ':', 'T', 'x'}) {
+      std::string text = good;
+      text[at] = c;
+      EXPECT_EQ(seconds(text.c_str()) == 77, text != good) << text;
+    }
+  }
+}
+
 TEST_F(TimeTableTest, NullLeavesTheCount) {
   uint64_t count = 77;
   EXPECT_EQ(spy.time.ToUnixSeconds(nullptr, &count), kNullPointer);

@@ -22,13 +22,16 @@ class ObjectSlots : public CryptoTest {
     runtime::CipherItem out{runtime::kCipherKey, 0, nullptr, 0, 0, {}, nullptr, nullptr};
     ASSERT_EQ(spy.crypt.GenerateKey(&first, &out, algorithm), kOk);
     *key_.put() = static_cast<runtime::SymmetricKey*>(out.value);
+    draft_ = draft("CN=x");
     objects_ = {{certificate_.get(), "Certificate"},
+                {draft_.get(), "Certificate"},
                 {certificate_->table->GetSubject(certificate_.get()), "Name"},
                 {identifier_.get(), "ObjectId"},
                 {key_.get(), "SymmetricKey"}};
   }
   void TearDown() override {
     certificate_.reset();
+    draft_.reset();
     identifier_.reset();
     key_.reset();
     CryptoTest::TearDown();
@@ -42,6 +45,7 @@ class ObjectSlots : public CryptoTest {
 
  private:
   OwnedCertificate certificate_;
+  OwnedCertificate draft_;
   Owned<runtime::ObjectId> identifier_;
   Owned<runtime::SymmetricKey> key_;
 };

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "runtime/pkcs12/pfx_encoder.h"
 #include "runtime/pkcs12/pfx_fixture.h"
 #include "runtime/pkcs12/pfx_maker.h"
 #include "runtime/pkcs12/pkcs12_table.h"
@@ -390,6 +391,16 @@ TEST_F(Pkcs12Test, EveryFailedAllocationIsSurvivedWhenWriting) {
     return result == kOk;
   });
   EXPECT_GT(swept, 20);
+}
+
+TEST_F(Pkcs12Test, AnEncodingThatFailedSaysSo) {
+  const HeldParameters made = usual();
+  made->iterations = 1;
+  const velmora::Password password("x");
+  sweepAllocations(spy, [&] {
+    velmora::Bytes out;
+    return velmora::encodePfx(*made.get(), password, out) == kOk;
+  });
 }
 
 TEST_F(Pkcs12Test, EveryFailedAllocationIsSurvivedWhenReading) {
