@@ -161,7 +161,21 @@ TEST_F(PfxDecoderTest, AFileHasItsPartsAndNoOthers) {
       << "the one iteration that is meant without a number";
   const std::string salt = element("04", "saltsalt");
   const std::string digestInfo = macContent.substr(0, macContent.size() - salt.size());
+  const std::string dataType = fromHex("06092a864886f70d010701");
+  const std::string signedType = fromHex("06092a864886f70d010702");
+  const std::string octets = element("04", safes);
+  const auto withContent = [&](const std::string& other) {
+    return element("30", version + element("30", other) + mac);
+  };
+  ASSERT_EQ(open(withContent(dataType + element("a0", octets))).result, kOk);
   const std::string refused[] = {
+      withContent(""),
+      withContent(dataType),
+      withContent(signedType + element("a0", octets)),
+      withContent(dataType + element("a1", octets)),
+      withContent(dataType + element("a0", element("0c", safes))),
+      withContent(dataType + element("a0", octets + fromHex("0500"))),
+      withContent(dataType + element("a0", octets) + fromHex("0500")),
       element("31", version + content + mac),
       element("30", content + mac),
       element("30", fromHex("020102") + content + mac),
@@ -185,6 +199,20 @@ TEST_F(PfxDecoderTest, AFileHasItsPartsAndNoOthers) {
     EXPECT_EQ(opened.verified, 0);
     EXPECT_EQ(opened.bags.get(), nullptr);
   }
+}
+
+TEST_F(PfxDecoderTest, WhatIsNotWorkedWithIsNotImplemented) {
+  const std::string octets = element("04", element("30", certificateBag()));
+  const std::string info = element("30", fromHex("06092a864886f70d010702") + element("a0", octets));
+  const Opened safe = open(pfxOver(element("30", info), "secret"));
+  EXPECT_EQ(safe.result, kNotImplemented) << "a safe that is signed";
+  EXPECT_EQ(safe.verified, 1);
+  const std::string digestInfo =
+      element("30", fromHex("300406022a03") + element("04", std::string(20, 'x')));
+  const Opened mac = open(element("30", fromHex("020103") + dataInfo(element("30", "")) +
+                                            element("30", digestInfo + element("04", "saltsalt"))));
+  EXPECT_EQ(mac.result, kNotImplemented) << "a digest that nobody knows";
+  EXPECT_EQ(mac.verified, 0);
 }
 
 TEST_F(PfxDecoderTest, EncryptedDataHasItsPartsAndNoOthers) {
