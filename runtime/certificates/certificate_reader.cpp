@@ -151,13 +151,11 @@ class CertificateReader {
     if (!identifier) {
       return kFail;
     }
-    bool critical = false;
     if (reader.nextIs(kBoolean)) {
-      const auto mark = reader.take(kBoolean);
-      if (!mark || mark->content.size() != 1) {
+      const auto critical = reader.take(kBoolean);
+      if (!critical || critical->content.size() != 1) {
         return kFail;
       }
-      critical = mark->content[0] != 0;
     }
     const auto value = reader.take(kOctetString);
     if (!value || !reader.atEnd()) {
@@ -169,7 +167,7 @@ class CertificateReader {
       return kOk;
     }
     if (identifier->content == kKeyUsageId) {
-      return keyUsage(value->content, critical);
+      return keyUsage(value->content);
     }
     if (identifier->content == kExtendedKeyUsageId) {
       return extendedKeyUsage(value->content);
@@ -181,7 +179,7 @@ class CertificateReader {
   }
 
   // A BIT STRING, the first flag in the highest bit.
-  int32_t keyUsage(ByteView value, bool critical) {
+  int32_t keyUsage(ByteView value) {
     const auto bits = derContent(value, kBitString);
     if (!bits || bits->empty() || certificate_.keyUsage) {
       return kFail;
@@ -196,7 +194,6 @@ class CertificateReader {
       flags[i] = (bytes[i / 8] >> (7 - i % 8)) & 1;
     }
     certificate_.keyUsage = flags;
-    certificate_.keyUsageCritical = critical;
     return kOk;
   }
 

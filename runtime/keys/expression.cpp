@@ -3,6 +3,8 @@
 namespace vexa::velmora {
 namespace {
 
+constexpr size_t kMaxNumber = 2048;
+
 // The bytes of a number; wiped.
 class NumberBytes {
  public:
@@ -17,7 +19,7 @@ class NumberBytes {
   ByteView view() const { return {bytes_, length_}; }
 
  private:
-  uint8_t bytes_[2048 + 1];
+  uint8_t bytes_[kMaxNumber];
   size_t length_ = 0;
   bool isComplete_ = false;
 };

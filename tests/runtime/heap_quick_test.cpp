@@ -125,6 +125,9 @@ TEST_F(QuickHeap, ALargeBlockThatShrinksMuchGivesItsRoomBack) {
   for (const uint64_t size : {200'000u, 70'000u, 1000u, 10u}) {
     block = reallocate(block, size);
     EXPECT_LE(velmora::headerOf(block)->capacity(), size + size / 4 + 1024);
+    EXPECT_EQ(velmora::headerOf(block)->sizeClass() == velmora::kNoClass,
+              size > velmora::kLargestOfClass)
+        << size;
     EXPECT_EQ(std::count(block, block + size, 9), static_cast<int64_t>(size));
   }
   velmora::freeBlock(block);

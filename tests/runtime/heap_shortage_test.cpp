@@ -93,6 +93,22 @@ TEST_P(HeapShortage, ABlockThatCannotGrowStaysAsItWas) {
   }
 }
 
+// What no system has is not asked for.
+TEST_P(HeapShortage, TheLargestBlockIsHalfATebibyte) {
+  constexpr uint64_t kLargest = uint64_t{1} << 39;
+  uint8_t* const block = allocate(40);
+  for (const uint64_t size : {kLargest, kLargest + 1, ~uint64_t{0}}) {
+    granted = 0;
+    EXPECT_EQ(velmora::allocateBlock(size), nullptr);
+    EXPECT_EQ(granted < 0, size == kLargest) << size;
+    granted = 0;
+    EXPECT_EQ(velmora::reallocateBlock(block, size), nullptr);
+    EXPECT_EQ(granted < 0, size == kLargest) << size;
+    granted = -1;
+  }
+  velmora::freeBlock(block);
+}
+
 // Where it lies when nobody watches, and not at all when somebody wants to see it move.
 TEST_P(HeapShortage, ABlockShrinksWithoutMemoryUnlessItMustMove) {
   for (const uint64_t size : {60'000u, 300'000u, 1'000'000u}) {

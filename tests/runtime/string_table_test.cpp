@@ -288,10 +288,24 @@ TEST_F(StringTableTest, TrimTakesFourBytesFromBothEnds) {
 
 TEST_F(StringTableTest, DecodeReplacesEscapes) {
   constexpr Rewrite kCases[] = {
-      {"/a%20b", "/a b"}, {"%3F%26%3d", "?&="}, {"%2541", "%41"},       {"a+b", "a+b"},
-      {"%", "%"},         {"%4", "%4"},         {"%4g", "%4g"},         {"%g4", "%g4"},
-      {"%00", "%00"},     {"%%41", "%A"},       {"%C3%A4", "\xC3\xA4"}, {"%ff", "\xFF"},
-      {"", ""},           {"a%4", "a%4"},       {"%41%42%4", "AB%4"},   {"%4%41", "%4A"},
+      {"/a%20b", "/a b"},
+      {"%3F%26%3d", "?&="},
+      {"%2541", "%41"},
+      {"a+b", "a+b"},
+      {"%", "%"},
+      {"%4", "%4"},
+      {"%4g", "%4g"},
+      {"%g4", "%g4"},
+      {"%00", "%00"},
+      {"%%41", "%A"},
+      {"%C3%A4", "\xC3\xA4"},
+      {"%ff", "\xFF"},
+      {"", ""},
+      {"a%4", "a%4"},
+      {"a%", "a%"},
+      {"ab%", "ab%"},
+      {"%41%42%4", "AB%4"},
+      {"%4%41", "%4A"},
   };
   for (const Rewrite& test : kCases) {
     String source(test.in);

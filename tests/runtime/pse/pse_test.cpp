@@ -193,6 +193,7 @@ TEST_F(PseTest, WhatCannotBeReadSaysWhy) {
 TEST_F(PseTest, AFileOfMoreThan64MebibytesIsNotRead) {
   constexpr uint64_t kMost = 64 << 20;
   use("");
+  EXPECT_EQ(velmora_pse_reload(), kFail) << "empty, and read";
   std::filesystem::resize_file(file_, kMost);
   EXPECT_EQ(velmora_pse_reload(), kFail) << "read, and no such file";
   std::filesystem::resize_file(file_, kMost + 1);
