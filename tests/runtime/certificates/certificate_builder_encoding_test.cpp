@@ -1,25 +1,15 @@
 #include <set>
 #include <string>
 
+#include "runtime/certificates/builder_fixture.h"
 #include "runtime/certificates/certificate_maker.h"
-#include "runtime/crypto_fixture.h"
-#include "runtime/samples.h"
 
 // What stands in a built certificate, bit by bit.
 namespace vexa::test {
 namespace {
 
-class BuilderEncoding : public CryptoTest {
+class BuilderEncoding : public BuilderTest {
  protected:
-  BuilderEncoding() : key(privateKey(samples::kLeafKey)) {
-    const OwnedCertificate leaf = certificate(samples::kLeaf);
-    EXPECT_EQ(types.PublicKeyCopy(&key->publicKey, leaf->table->GetPublicKey(leaf.get())), kOk);
-  }
-  void TearDown() override {
-    key.reset();
-    CryptoTest::TearDown();
-  }
-
   // Everything that signing needs but a key.
   static OwnedCertificate prepared() { return draft("CN=x"); }
 
@@ -52,8 +42,6 @@ class BuilderEncoding : public CryptoTest {
     EXPECT_EQ(velmora_certificate_sign(made.get(), key.get(), issuer.get()), kOk);
     return made->table->IsSelfSigned(made.get()) != 0;
   }
-
-  HeldKey key;
 };
 
 // A named bit list ends with its last flag (X.690, 11.2.2).
