@@ -106,15 +106,18 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace vexahost
 
 int main(int argc, char** argv) {
+  const struct Console {
+    Console() { vexahost::prepareConsole(); }
+    ~Console() { vexahost::restoreConsole(); }
+  } console;
   try {
-    vexahost::prepareConsole();
     return vexahost::run(vexahost::commandLine(argc, argv));
   } catch (const vexahost::HostError& error) {
     std::fflush(stdout);
-    std::fprintf(stderr, "vexahost: %s\n", vexahost::visible(error.what()).c_str());
+    vexahost::complain(vexahost::visible(error.what()));
     return static_cast<int>(error.status());
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "vexahost: %s\n", error.what());
+    vexahost::complain(error.what());
     return static_cast<int>(vexahost::ExitStatus::kSystem);
   }
 }

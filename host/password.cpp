@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "cli/console.h"
 #include "cli/exit_status.h"
 #include "files.h"
 #include "secret.h"
@@ -77,16 +78,41 @@ void readFirstLine(const std::string& path, std::string& out) {
   wipe(content);
 }
 
+void append(std::string& secret, std::string_view piece) {
+  const size_t size = secret.size() + piece.size();
+  if (size > secret.capacity()) {
+    growSecret(secret, 2 * size);
+  }
+  secret += piece;
+}
+
+#ifdef _WIN32
+// The next line that is typed. False: there is none.
+bool readTyped(HANDLE console, std::string& out) {
+  std::string next = typedCharacter(console);
+  const bool isThere = !next.empty() && next != "\x1A";  // Ctrl-Z
+  for (; isThere && !next.empty() && next != "\n"; next = typedCharacter(console)) {
+    append(out, next);
+  }
+  return isThere;
+}
+#endif
+
 // The next line of the standard input, byte by byte: a buffer would keep it. False: there is none.
 bool readLine(std::string& out) {
+#ifdef _WIN32
+  // As bytes, consoles know the characters of a code page alone.
+  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+  if (DWORD mode = 0; GetConsoleMode(input, &mode)) {
+    return readTyped(input, out);
+  }
+#endif
   std::setvbuf(stdin, nullptr, _IONBF, 0);
   int c = std::getc(stdin);
   const bool isThere = c != EOF;
   for (; c != EOF && c != '\n'; c = std::getc(stdin)) {
-    if (out.size() == out.capacity()) {
-      growSecret(out, 2 * out.size());
-    }
-    out += static_cast<char>(c);
+    const char byte = static_cast<char>(c);
+    append(out, {&byte, 1});
   }
   return isThere;
 }
@@ -112,12 +138,14 @@ const std::string& Password::get(const char* prompt) {
     const NoEcho quiet;
     if (!fromInput_) {
       std::fprintf(stderr, "%s: ", prompt);
+      std::fflush(stderr);
     }
     if (!readLine(text_)) {
       throw HostError("there is no password on the standard input", ExitStatus::kPassword);
     }
     if (!fromInput_) {
       std::fprintf(stderr, "\n");
+      std::fflush(stderr);
     }
   }
   if (!text_.empty() && text_.back() == '\r') {

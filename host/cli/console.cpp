@@ -67,6 +67,21 @@ std::string narrow(std::wstring_view wide) {
   return text;
 }
 
+// Of the console, which this program shares with the one that started it.
+UINT inputCodePage = CP_UTF8;
+UINT outputCodePage = CP_UTF8;
+
+void restoreCodePages() {
+  SetConsoleCP(inputCodePage);
+  SetConsoleOutputCP(outputCodePage);
+}
+
+// Before the system ends the program, as Ctrl-C does.
+BOOL WINAPI restoreAtControl(DWORD /*event*/) {
+  restoreCodePages();
+  return FALSE;
+}
+
 }  // namespace
 
 std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
@@ -80,11 +95,38 @@ std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
 }
 
 void prepareConsole() {
+  inputCodePage = GetConsoleCP();
+  outputCodePage = GetConsoleOutputCP();
+  SetConsoleCtrlHandler(restoreAtControl, TRUE);
   SetConsoleCP(CP_UTF8);
   SetConsoleOutputCP(CP_UTF8);
   for (FILE* const stream : {stdin, stdout, stderr}) {
     _setmode(_fileno(stream), _O_BINARY);
   }
+  // Without buffers the C library hands a console byte after byte.
+  for (FILE* const stream : {stdout, stderr}) {
+    std::setvbuf(stream, nullptr, _IOFBF, BUFSIZ);
+  }
+}
+
+void restoreConsole() {
+  std::fflush(stdout);
+  std::fflush(stderr);
+  restoreCodePages();
+}
+
+std::string typedCharacter(void* console) {
+  wchar_t units[2] = {};
+  DWORD count = 0;
+  for (size_t length = 1; length <= std::size(units); ++length) {
+    if (!ReadConsoleW(console, &units[length - 1], 1, &count, nullptr) || count == 0) {
+      return {};
+    }
+    if (length == 2 || !IS_HIGH_SURROGATE(units[0])) {
+      return narrow({units, length});
+    }
+  }
+  return {};
 }
 
 #else
@@ -95,7 +137,14 @@ std::vector<std::string> commandLine(int argc, char** argv) {
 
 void prepareConsole() {}
 
+void restoreConsole() {}
+
 #endif
+
+void complain(std::string_view line) {
+  std::fprintf(stderr, "vexahost: %.*s\n", static_cast<int>(line.size()), line.data());
+  std::fflush(stderr);
+}
 
 std::filesystem::path pathOf(std::string_view utf8) {
   return {std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size())};

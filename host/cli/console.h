@@ -14,6 +14,16 @@ std::vector<std::string> commandLine(int argc, char** argv);
 
 // Has the console read and write UTF-8, and leaves line ends as they are written.
 void prepareConsole();
+// Writes what is still to be written, and leaves the console as it was found.
+void restoreConsole();
+
+// A line for the standard error, in one piece: a console makes nothing of a part of a character.
+void complain(std::string_view line);
+
+#ifdef _WIN32
+// The next character that is typed at a console, in UTF-8; empty at the end of the input.
+std::string typedCharacter(void* console);
+#endif
 
 // The path that a UTF-8 text names.
 std::filesystem::path pathOf(std::string_view utf8);

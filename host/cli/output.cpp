@@ -45,6 +45,7 @@ void Output::done(const Json& data, std::string_view text) {
 void Output::progress(std::string_view text) {
   if (!isQuiet_ && isTerminal(stderr)) {
     std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+    std::fflush(stderr);
   }
 }
 

@@ -73,7 +73,7 @@ void serve(const Options& options, ServeRequest& request) {
     if (!hasEnded) {
       // Only the system can end a proxy question that a server somewhere does not answer.
       std::printf("vexahost: stopped; a question for a proxy was still open\n");
-      std::fflush(stdout);
+      restoreConsole();
       std::_Exit(0);
     }
   }

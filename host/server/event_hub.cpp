@@ -1,9 +1,9 @@
 #include "server/event_hub.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
+#include "cli/console.h"
 #include "server/change_signal.h"
 
 namespace vexahost {
@@ -55,7 +55,7 @@ void EventHub::take() {
   const bool isWatching =
       vexa::succeeded(monitor_->Reset()) && vexa::succeeded(monitor_->StartChangeThread(seconds_));
   if (!isWatching) {
-    std::fprintf(stderr, "vexahost: the network monitor failed; no more changes are told\n");
+    complain("the network monitor failed; no more changes are told");
   }
   watch();
   tell(std::exchange(nextCause_, Cause::kNetwork));

@@ -1,11 +1,12 @@
 // First: Asio brings <windows.h> with the sockets that must come before it.
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
-#include <cstdio>
 #include <future>
+#include <string>
 #include <thread>
 #include <utility>
 
+#include "cli/console.h"
 #include "server/power_events.h"
 
 namespace vexahost {
@@ -18,8 +19,7 @@ class PowerEvents::Window {
       : context_(context), told_(std::move(told)), thread_([this] { run(); }) {
     window_ = made_.get_future().get();
     if (window_ == nullptr) {
-      std::fprintf(stderr, "vexahost: Windows tells nothing of sleep and wake-up (error %lu)\n",
-                   error_);
+      complain("Windows tells nothing of sleep and wake-up (error " + std::to_string(error_) + ")");
     }
   }
   Window(const Window&) = delete;

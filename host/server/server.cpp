@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
+#include <string>
 #include <utility>
 #include <vector>
+
+#include "cli/console.h"
 
 namespace vexahost {
 namespace {
@@ -30,7 +32,7 @@ bool Server::run() {
   listener_.start([this](asio::ip::tcp::socket socket) { accept(std::move(socket)); },
                   [this] {
                     if (!std::exchange(hasComplained_, true)) {
-                      std::fprintf(stderr, "vexahost: no room for more connections\n");
+                      complain("no room for more connections");
                     }
                     makeRoom();
                   });
@@ -50,7 +52,7 @@ void Server::accept(asio::ip::tcp::socket socket) {
     std::make_shared<Connection>(std::move(socket), endpoint_, registry)->start();
   } catch (const std::exception& failure) {
     // This client is lost; the others are not.
-    std::fprintf(stderr, "vexahost: a connection failed: %s\n", failure.what());
+    complain(std::string("a connection failed: ") + failure.what());
   }
 }
 

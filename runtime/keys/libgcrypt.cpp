@@ -18,6 +18,7 @@ namespace {
 void logFromLibrary(void*, int level, const char* format, va_list arguments) {
   if (level >= GCRY_LOG_WARN && level != GCRY_LOG_DEBUG) {
     std::vfprintf(stderr, format, arguments);
+    std::fflush(stderr);  // after the worst it aborts
   }
 }
 
