@@ -1,6 +1,7 @@
 #include "runtime/der/ber.h"
 
 #include "runtime/crypto_fixture.h"
+#include "runtime/der/der_maker.h"
 #include "runtime/views.h"
 
 namespace vexa::test {
@@ -46,17 +47,36 @@ TEST_F(BerTest, BerThatEndsEarlyOrGoesOnIsRefused) {
   }
 }
 
+// The first level and thirty-two below it, of either kind of length, whole or in pieces.
 TEST_F(BerTest, BerNestedTooDeeplyIsRefused) {
-  std::string deep;
-  for (int i = 0; i < 100; ++i) {
-    deep += fromHex("3080");
+  struct Case {
+    const char* name;
+    const char* header;
+    const char* innermost;
+    bool isIndefinite;
+  };
+  for (const Case& each :
+       {Case{"sequences", "30", "0500", false}, Case{"open sequences", "3080", "0500", true},
+        Case{"pieces", "24", "0400", false}, Case{"open pieces", "2480", "0400", true}}) {
+    std::string ber = fromHex(each.innermost);
+    for (int depth = 1; depth <= 40; ++depth) {
+      ber = each.isIndefinite ? fromHex(each.header) + ber + std::string(2, '\0')
+                              : element(each.header, ber);
+      const ExactBytes exact(ber);
+      Bytes der;
+      EXPECT_EQ(velmora::derFromBer(viewOf(exact), der), depth <= 32) << depth << each.name;
+    }
   }
-  for (int i = 0; i < 100; ++i) {
-    deep += fromHex("0000");
+}
+
+TEST_F(BerTest, WhatIsNoStringStaysInItsParts) {
+  for (const char* const tag : {"23", "25", "30", "31", "35", "38", "a0", "a4"}) {
+    const std::string content = fromHex("040161040162");
+    const ExactBytes ber(fromHex(tag) + fromHex("80") + content + std::string(2, '\0'));
+    Bytes der;
+    EXPECT_TRUE(velmora::derFromBer(viewOf(ber), der)) << tag;
+    EXPECT_EQ(hexOf(der), std::string(tag) + "06040161040162");
   }
-  const ExactBytes ber(deep);
-  Bytes der;
-  EXPECT_FALSE(velmora::derFromBer(viewOf(ber), der));
 }
 
 TEST_F(BerTest, EveryTypeOfStringMayComeInPieces) {
