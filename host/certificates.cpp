@@ -68,7 +68,10 @@ std::string nameText(const Module& module, runtime::Name* name) {
   uint32_t problem = kVelmoraPkcs12Password;
   if (auto* const tell =
           module.runtimeFunction<decltype(velmora_pkcs12_problem)>("velmora_pkcs12_problem")) {
-    check(tell(&file, password.c_str(), &problem), ("reading " + path).c_str());
+    check(tell(&file, password.c_str(), &problem), ("opening " + path).c_str());
+  }
+  if (problem == kVelmoraPkcs12Fine) {  // memory was short, and is there again
+    check(vexa::kOutOfMemory, ("opening " + path).c_str());
   }
   switch (problem) {
     case kVelmoraNotPkcs12:
@@ -81,7 +84,7 @@ std::string nameText(const Module& module, runtime::Name* name) {
     case kVelmoraPkcs12Unsupported:
       throw HostError(path + ": the PKCS#12 file uses an algorithm that is not known here",
                       ExitStatus::kUnsupported);
-    case kVelmoraPkcs12Fine:
+    case kVelmoraPkcs12NoKey:
       throw HostError(path + ": the PKCS#12 file holds no key", ExitStatus::kInput);
     default:
       throw HostError(path + ": the password is wrong, or the file is damaged",
@@ -201,7 +204,7 @@ void KeyAndChain::append(const Module& module, runtime::Certificate* certificate
 KeyAndChain openPkcs12(const Module& module, const std::string& path, const std::string& password) {
   const std::string content = readFile(path);
   const runtime::ByteBuffer data = vexa::borrow(content);
-  TextCopy secret(module, password);
+  SecretCopy secret(module, password);
   KeyAndChain result(module.tables());
   const int32_t opened =
       core(module).OpenPkcs12(&data, secret.get(), result.key.put(), result.certificates.put());
@@ -215,7 +218,7 @@ KeyAndChain openPkcs12(const Module& module, const std::string& path, const std:
 std::string createPkcs12(const Module& module, const KeyAndChain& content, const std::string& name,
                          const std::string& password) {
   TextCopy friendlyName(module, name);
-  TextCopy secret(module, password);
+  SecretCopy secret(module, password);
   vexa::BufferHolder file(module.tables());
   check(core(module).CreatePkcs12(friendlyName.get(), content.key.get(), content.certificates.get(),
                                   secret.get(), file.put()),

@@ -1,6 +1,7 @@
 #include "own_certificates.h"
 
 #include "certificates.h"
+#include "vexa/pse.h"
 #include "vexa/runtime/reference_crypto.h"
 
 namespace vexahost {
@@ -38,6 +39,10 @@ void configurePse(const Module& module, const std::string& path, const std::stri
 }
 
 std::vector<OwnCertificate> ownCertificates(const Module& module) {
+  // Without a PSE, for which there may have been no memory, the module would list nothing.
+  if (module.make<vexa::IPse>()->GetPSE() == nullptr) {
+    throw HostError("the PSE cannot be had; memory may have been short");
+  }
   const auto container = module.make<vexa::IOwnCertificates>();
   refresh(*container.get());
   uint32_t count = 0;

@@ -2,9 +2,11 @@
 
 namespace vexahost {
 
-void wipe(std::string& text) {
-  volatile char* const bytes = text.data();
-  for (size_t i = 0; i < text.size(); ++i) {
+void wipe(std::string& text) { wipe(text.data(), text.size()); }
+
+void wipe(char* text, size_t length) {
+  volatile char* const bytes = text;
+  for (size_t i = 0; i < length; ++i) {
     bytes[i] = '\0';
   }
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "module.h"
+#include "secret.h"
 
 // Texts of the module, of its runtime, and of the host.
 namespace vexahost {
@@ -24,6 +25,15 @@ class TextCopy : public vexa::String {
   TextCopy(const Module& module, std::string_view text) : vexa::String(module.strings()) {
     check(assign(text), "copying a text");
   }
+};
+
+// The same of a password. Wiped when it goes.
+class SecretCopy : public TextCopy {
+ public:
+  using TextCopy::TextCopy;
+  SecretCopy(const SecretCopy&) = delete;
+  SecretCopy& operator=(const SecretCopy&) = delete;
+  ~SecretCopy() { wipe(const_cast<char*>(view().data()), view().size()); }
 };
 
 // UTF-8 to the UTF-16 that the module takes, and back, by the string component.

@@ -18,10 +18,30 @@ constexpr std::u16string_view kProviders[] = {
     u"Microsoft Strong Cryptographic Provider",
 };
 
-// The private half of a key pair, as it was imported. There is room for one of each use.
+// The private half of a key pair, as it was imported, or none. Wiped when it goes.
+class PrivateHalf {
+ public:
+  PrivateHalf() = default;
+  PrivateHalf(const BYTE* blob, DWORD size) : blob_(blob, blob + size) {}
+  PrivateHalf(const PrivateHalf&) = delete;
+  PrivateHalf& operator=(const PrivateHalf&) = delete;
+  ~PrivateHalf() {
+    if (isThere()) {
+      explicit_bzero(blob_.data(), blob_.size());
+    }
+  }
+
+  bool isThere() const { return !blob_.empty(); }
+  void swap(PrivateHalf& other) noexcept { blob_.swap(other.blob_); }
+
+ private:
+  std::vector<BYTE> blob_;
+};
+
+// There is room for a key of each use.
 struct Container {
-  std::vector<BYTE> exchangeKey;
-  std::vector<BYTE> signatureKey;
+  PrivateHalf exchangeKey;
+  PrivateHalf signatureKey;
 };
 
 // A container's name, and whether it is one of the machine's.
@@ -176,8 +196,8 @@ std::size_t storedKeys() {
   const std::lock_guard lock(state().mutex);
   std::size_t count = 0;
   for (const auto& [name, container] : state().containers) {
-    count +=
-        (container->exchangeKey.empty() ? 0u : 1u) + (container->signatureKey.empty() ? 0u : 1u);
+    count += (container->exchangeKey.isThere() ? 1u : 0u) +
+             (container->signatureKey.isThere() ? 1u : 0u);
   }
   return count;
 }
@@ -239,7 +259,7 @@ BOOL WINAPI CryptImportKey(HCRYPTPROV provider, const BYTE* blob, DWORD size, HC
   std::memcpy(&header, blob, sizeof(header));
   Container& container = *found->second;
   try {
-    std::vector<BYTE> kept(blob, blob + size);
+    PrivateHalf kept(blob, size);
     *key = open_locked(state().keys, found->second);
     (header.aiKeyAlg == CALG_RSA_SIGN ? container.signatureKey : container.exchangeKey).swap(kept);
     return TRUE;

@@ -127,7 +127,8 @@ int32_t velmora_pkcs12_problem(const runtime::ByteBuffer* file, const char* pass
                 static_cast<uint32_t>(PfxProblem::kDamaged) == kVelmoraPkcs12Damaged &&
                 static_cast<uint32_t>(PfxProblem::kNoMac) == kVelmoraPkcs12NoMac &&
                 static_cast<uint32_t>(PfxProblem::kUnsupported) == kVelmoraPkcs12Unsupported &&
-                static_cast<uint32_t>(PfxProblem::kPassword) == kVelmoraPkcs12Password);
+                static_cast<uint32_t>(PfxProblem::kPassword) == kVelmoraPkcs12Password &&
+                static_cast<uint32_t>(PfxProblem::kNoKey) == kVelmoraPkcs12NoKey);
   if (file == nullptr || problem == nullptr) {
     return kNullPointer;
   }
@@ -135,8 +136,12 @@ int32_t velmora_pkcs12_problem(const runtime::ByteBuffer* file, const char* pass
   if (secret.failed()) {
     return kOutOfMemory;
   }
-  *problem = static_cast<uint32_t>(problemOfPfx(viewOf(*file), secret));
-  return kOk;
+  PfxProblem found = PfxProblem::kNone;
+  const int32_t result = findPfxProblem(viewOf(*file), secret, found);
+  if (!failed(result)) {
+    *problem = static_cast<uint32_t>(found);
+  }
+  return result;
 }
 
 const char* velmora_certificate_reason(const runtime::Certificate* certificate) {

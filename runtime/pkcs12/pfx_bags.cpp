@@ -72,6 +72,7 @@ int32_t PfxBags::addKey(ByteView info, bool shrouded, ByteView attributes) {
   if (failed(result)) {
     return result;
   }
+  haveKey_ = true;
   bag->shrouded = shrouded ? 1 : 0;
   result = pkcs12TypesTable.PrivateKeyInfoCreate(&bag->key);
   if (!failed(result)) {

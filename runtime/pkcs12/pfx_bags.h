@@ -10,6 +10,7 @@ namespace vexa::velmora {
 class PfxBags {
  public:
   runtime::BagNode* release() { return bags_.release(); }
+  bool haveKey() const { return haveKey_; }
 
   // PrivateKeyInfo (RFC 5958); of a shrouded bag what was encrypted.
   int32_t addKey(ByteView info, bool shrouded, ByteView attributes);
@@ -20,6 +21,7 @@ class PfxBags {
   int32_t append(uint32_t type, ByteView attributes, runtime::SafeBag*& bag);
 
   Chain<BagList> bags_;
+  bool haveKey_ = false;
 };
 
 }  // namespace vexa::velmora

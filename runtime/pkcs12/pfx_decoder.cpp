@@ -38,6 +38,7 @@ class PfxDecoder {
   explicit PfxDecoder(const Password& password) : password_(password) {}
 
   runtime::BagNode* release() { return bags_.release(); }
+  bool hasKey() const { return bags_.haveKey(); }
 
   // Whether a MAC is there and fits.
   bool isVerified() const { return verified_; }
@@ -304,15 +305,23 @@ int32_t decodePfx(ByteView pfx, const Password& password, runtime::BagNode** bag
   return result;
 }
 
-PfxProblem problemOfPfx(ByteView pfx, const Password& password) {
+int32_t findPfxProblem(ByteView pfx, const Password& password, PfxProblem& problem) {
   PfxDecoder reader(password);
   const int32_t result = reader.read(pfx);
-  if (!failed(result)) {
-    return PfxProblem::kNone;
+  switch (result) {
+    case kOk:
+      problem = reader.hasKey() ? PfxProblem::kNone : PfxProblem::kNoKey;
+      return kOk;
+    case kOutOfMemory:
+      return result;
+    case kNotImplemented:
+    case kInvalidArgument:  // too many iterations
+      problem = PfxProblem::kUnsupported;
+      return kOk;
+    default:
+      problem = reader.problem();
+      return kOk;
   }
-  // The derivations refuse a count of iterations with kInvalidArgument.
-  return result == kNotImplemented || result == kInvalidArgument ? PfxProblem::kUnsupported
-                                                                 : reader.problem();
 }
 
 }  // namespace vexa::velmora

@@ -20,7 +20,9 @@ enum class PfxProblem {
   kNoMac,        // nothing vouches for its content
   kUnsupported,  // an algorithm or a count of iterations that is not worked with here
   kPassword,     // the MAC does not fit: another password, or other bytes
+  kNoKey,        // it can be read, and there is no key in it
 };
-PfxProblem problemOfPfx(ByteView pfx, const Password& password);
+// kOutOfMemory: it cannot be told.
+int32_t findPfxProblem(ByteView pfx, const Password& password, PfxProblem& problem);
 
 }  // namespace vexa::velmora

@@ -57,6 +57,7 @@ enum VelmoraPkcs12Problem : uint32_t {
   kVelmoraPkcs12NoMac = 3,        // nothing vouches for its content
   kVelmoraPkcs12Unsupported = 4,  // an algorithm that is not known, or too many iterations
   kVelmoraPkcs12Password = 5,     // the MAC does not fit: another password, or changed bytes
+  kVelmoraPkcs12NoKey = 6,        // it can be read, and there is no key in it
 };
 // `password` is UTF-8; null: none. Reads the whole file. Returns 0, kNullPointer or kOutOfMemory.
 VELMORA_EXPORT int32_t velmora_pkcs12_problem(const vexa::runtime::ByteBuffer* file,

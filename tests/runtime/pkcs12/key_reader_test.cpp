@@ -185,6 +185,21 @@ TEST_F(Pkcs12ProblemTest, SaysWhatStandsInTheWay) {
   EXPECT_EQ(problemOf("text", "secret"), kVelmoraNotPkcs12);
   EXPECT_EQ(problemOf(samples::kLeaf, "secret"), kVelmoraNotPkcs12);
   EXPECT_EQ(problemOf(samples::kNoMacPfx, "secret"), kVelmoraPkcs12NoMac);
+  EXPECT_EQ(problemOf(pfxOver(element("30", dataInfo(element("30", ""))), "secret"), "secret"),
+            kVelmoraPkcs12NoKey);
+}
+
+TEST_F(Pkcs12ProblemTest, ShortMemoryIsNoneOfThem) {
+  const std::string file(samples::kRc4Pfx);
+  const runtime::ByteBuffer buffer = bufferOf(file);
+  const int swept = sweepAllocations(spy, [&] {
+    uint32_t problem = 99;
+    const int32_t result = velmora_pkcs12_problem(&buffer, "secret", &problem);
+    EXPECT_EQ(result == kOk ? kOutOfMemory : result, kOutOfMemory);
+    EXPECT_EQ(problem, result == kOk ? uint32_t{kVelmoraPkcs12Fine} : 99);
+    return result == kOk;
+  });
+  EXPECT_GT(swept, 3);
 }
 
 TEST_F(Pkcs12ProblemTest, AnUnknownAlgorithmOrTooManyIterationsAreUnsupported) {
