@@ -181,7 +181,6 @@ DWORD WINAPI GetCurrentThreadId() {
 }
 
 void WINAPI Sleep(DWORD milliseconds) {
-  stopIfTerminated();
   if (milliseconds == INFINITE) {
     stopForever();
   }
