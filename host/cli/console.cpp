@@ -137,7 +137,7 @@ std::vector<std::string> commandLine(int argc, char** argv) {
 
 void prepareConsole() {}
 
-void restoreConsole() {}
+void restoreConsole() { std::fflush(stdout); }
 
 #endif
 
