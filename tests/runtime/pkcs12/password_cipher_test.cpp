@@ -20,7 +20,8 @@ constexpr const char* kSchemes[] = {
     "pbeWithSHA1And3-KeyTripleDES-CBC", "pbeWithSHA1And2-KeyTripleDES-CBC",
     "pbeWithSHA1And128BitRC2-CBC",      "pbeWithSHA1And40BitRC2-CBC"};
 
-// The parameters of PBES2 with AES-256, as a test wants them: DER elements in hexadecimal digits.
+// The parameters of PBES2, with AES-256 where nothing else is said, as a test wants them: DER
+// elements in hexadecimal digits.
 struct Pbes2 {
   std::string salt = "040873616c7473616c74";
   std::string iterations = "020102";
@@ -28,6 +29,7 @@ struct Pbes2 {
   std::string function = "";
   std::string more = "";
   std::string iv = "0410000102030405060708090a0b0c0d0e0f";
+  std::string cipher = "060960864801650304012a";
 };
 
 // PBES2 as RFC 8018 has it, over what OpenSSL encrypted with the keys of Python's PBKDF2.
@@ -46,7 +48,7 @@ class PasswordCipher : public CryptoTest {
             element("30", fromHex(parameters.salt + parameters.iterations + parameters.keyLength +
                                   parameters.function + parameters.more)));
     const std::string encryption =
-        element("30", fromHex("060960864801650304012a") + fromHex(parameters.iv));
+        element("30", fromHex(parameters.cipher) + fromHex(parameters.iv));
     const ExactBytes algorithm(fromHex("06092a864886f70d01050d") +
                                element("30", derivation + encryption));
     const ExactBytes cipher(fromHex(cipherHex));
@@ -100,6 +102,27 @@ TEST_F(PasswordCipher, ItsParametersSayHowTheKeyIsDerived) {
     EXPECT_EQ(opened.result, kOk) << each.cipher;
     EXPECT_EQ(opened.text, "a plain text");
   }
+}
+
+// AES-128, AES-192 and triple DES; HMAC with SHA-224, SHA-384 and SHA-512.
+TEST_F(PasswordCipher, EachCipherAndEachFunctionIsKnown) {
+  struct Case {
+    Pbes2 parameters;
+    const char* cipher;
+  };
+  for (const Case& each :
+       {Case{{.cipher = "0609608648016503040102"}, "89262bfa3a29833d072c2337945cef16"},
+        Case{{.cipher = "0609608648016503040116"}, "50500ee55b6518044b9453f1b6b10b71"},
+        Case{{.iv = "04080001020304050607", .cipher = "06082a864886f70d0307"},
+             "5dcf495b8c123e1b89ebe9b21f4e1374"},
+        Case{{.function = "300c06082a864886f70d02080500"}, "779850dbf12a4b052a97a9a681697025"},
+        Case{{.function = "300c06082a864886f70d020a0500"}, "be702a3a31cde52f757caa2450218709"},
+        Case{{.function = "300c06082a864886f70d020b0500"}, "066b09914e765166b997d4712d43bcb9"}}) {
+    const Opened opened = open(each.parameters, each.cipher);
+    EXPECT_EQ(opened.result, kOk) << each.cipher;
+    EXPECT_EQ(opened.text, "a plain text");
+  }
+  EXPECT_EQ(open({.cipher = "06032a0304"}, kSha1Cipher).result, kNotImplemented);
 }
 
 TEST_F(PasswordCipher, ParametersThatDoNotFitAreRefused) {
