@@ -34,6 +34,8 @@ class ReadyFile {
     std::error_code error;
     std::filesystem::rename(pathOf(partial), pathOf(path), error);
     if (error) {
+      std::error_code ignored;
+      std::filesystem::remove(pathOf(partial), ignored);
       throw HostError(path + ": cannot be written", ExitStatus::kOutput);
     }
   }

@@ -521,7 +521,7 @@ def check_crowd(checks, host, clients=8, requests=20):
     checks.expect(f"{clients} clients at once each get their own answers", not wrong, wrong[:1])
 
 
-def check_starts(checks, command, host):
+def check_starts(checks, command, host, folder):
     for pattern in ("nonsense", "*", "", "http://app.example:3000", "https://*.com"):
         failed = Host(command, "--allow-origin", pattern)
         status = failed.wait()
@@ -533,6 +533,13 @@ def check_starts(checks, command, host):
     checks.expect("a port in use is an error that is explained", status == 7 and
                   any("another program has it; --port 0" in line for line in failed.lines),
                   failed.lines)
+    taken = folder / "taken"
+    taken.mkdir()
+    failed = Host(command, "--ready-file", str(taken))
+    status = failed.wait()
+    checks.expect("a ready file that cannot be written is one, too, and leaves nothing behind",
+                  status == 5 and not list(folder.glob("taken.*")) and
+                  any("taken: cannot be written" in line for line in failed.lines), failed.lines)
 
 
 def check_printed_log(checks, command):
@@ -662,7 +669,7 @@ def check_host(checks, options, folder):
     check_limits(checks, host)
     if options.descriptors:
         check_descriptors(checks, options.command)
-    check_starts(checks, options.command, host)
+    check_starts(checks, options.command, host, folder)
     check_printed_log(checks, options.command)
     checks.expect("after all that, /v1/info still answers", host.ask("/v1/info").status == 200)
     check_end(checks, host, folder)

@@ -26,6 +26,7 @@ from generator.reader import read_sdk  # pylint: disable=wrong-import-position
 
 TEXTS = pathlib.Path(__file__).parent / "texts"
 DESCRIPTION = ROOT / "tests/endtoend/openapi.json"
+DOCUMENT = ROOT / "docs/endpoint.md"
 INCLUDE = pathlib.Path("/usr/include")
 CA_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 
@@ -132,8 +133,9 @@ def check_versions(checks, host):
                   f"json {libraries['json']}\n", (text, data))
 
 
-def check_help_on_routes(checks, host):
-    """The help of `serve` tells every path that the endpoint's description has."""
+def check_help_on_serve(checks, host):
+    """The help of `serve` tells every path that the endpoint's description has, and every option that
+    its document has."""
     paths = json.loads(DESCRIPTION.read_text(encoding="utf-8"))["paths"]
     lines = ["What it answers (docs/endpoint.md):"]
     for path, operations in paths.items():
@@ -143,12 +145,17 @@ def check_help_on_routes(checks, host):
     _, text = host.run("help", "serve")
     told = text[text.find(lines[0]):].splitlines()[:len(lines)]
     checks.expect("help serve tells the paths", told == lines, told)
+    options = set(re.findall(r"^  (?:-h,)?(--[a-z-]+)", text, re.M)) - {"--help"}
+    rows = re.findall(r"^\| (`--.*?) \|", DOCUMENT.read_text(encoding="utf-8"), re.M)
+    described = set(re.findall(r"`(--[a-z-]+)", " ".join(rows)))
+    checks.expect("... and the options that docs/endpoint.md describes", options == described,
+                  options ^ described)
 
 
 def check_command_line(checks, host, folder):
     """What every command has in common: versions, JSON, exit statuses, the texts about itself."""
     check_versions(checks, host)
-    check_help_on_routes(checks, host)
+    check_help_on_serve(checks, host)
     (folder / "a-folder").mkdir()
     status, text = host.run("--version", "--json")
     versions = json.loads(text)

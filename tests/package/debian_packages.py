@@ -1,6 +1,7 @@
 """The Debian packages as one who got them uses them. The functions tell `checks` what they found."""
 
 import gzip
+import os
 import re
 import subprocess
 import tarfile
@@ -88,6 +89,34 @@ def check_host(checks, root, version):
     checks.expect("... and bash completes it", status == 0 and "vexahost" in text, text)
 
 
+def check_installing(checks, packages, folder):
+    """Installed into a system of their own, upgraded over themselves, and removed again."""
+    if os.geteuid() != 0:
+        checks.skip("only root installs packages")
+        return
+    system = folder / "system"
+    database = system / "var/lib/dpkg"
+    for name in ("updates", "info", "triggers"):
+        (database / name).mkdir(parents=True)
+    for name in ("status", "available"):
+        (database / name).touch()
+
+    def dpkg(*arguments):
+        # What they depend on is installed outside.
+        return run("dpkg", f"--root={system}", "--force-depends", "--force-not-root",
+                   "--log=/dev/null", *arguments)
+
+    files = [str(package) for package in packages.values()]
+    for what in ("are installed", "are upgraded"):
+        status, text = dpkg("--install", *files)
+        checks.expect(f"the packages {what}", status == 0, text)
+        checks.expect("... with every file as it was packed", dpkg("--verify") == (0, ""))
+    status, text = dpkg("--purge", *packages)
+    left = [str(path) for path in system.rglob("*")
+            if database not in [path, *path.parents] and path not in database.parents]
+    checks.expect("... and are removed without a trace", status == 0 and not left, (text, left))
+
+
 def check(checks, files, version, folder):
     """All three packages, unpacked into an empty folder below `folder`."""
     root = folder / "unpacked"
@@ -98,6 +127,7 @@ def check(checks, files, version, folder):
         subprocess.run(["dpkg-deb", "-x", str(package), str(root)], check=True)
     missing = [name for name in FILES if not (root / name).is_file()]
     checks.expect("the packages have what they must have", not missing, missing)
+    check_installing(checks, packages, folder)
     check_lint(checks, packages, root)
     check_links(checks, root / "usr/share/doc/vexabase")
     check_no_folder_of_ours(checks, root)
