@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "vexa/module.h"
 #include "vexa/shared_library.h"
@@ -24,10 +25,19 @@ inline constexpr char kWrongRuntimeFile[] = "velmora_without_export.so";
 // Tests run in build/<preset>/tests.
 inline fs::path builtFiles() { return fs::absolute(fs::path("..") / "bin"); }
 
-inline SharedLibrary loadLibrary(fs::path file) {
+// An absolute path in the form in which Windows takes it, however long it is.
+inline fs::path ofAnyLength(fs::path path) {
+#if defined(_WIN32)
+  return L"\\\\?\\" + path.make_preferred().native();
+#else
+  return path;
+#endif
+}
+
+inline SharedLibrary loadLibrary(const fs::path& file) {
 #if defined(_WIN32)
   if (file.native().size() >= MAX_PATH) {
-    file = L"\\\\?\\" + file.make_preferred().native();
+    return SharedLibrary::load(ofAnyLength(file));
   }
 #endif
   return SharedLibrary::load(file);
@@ -50,7 +60,7 @@ class Installation {
  public:
   Installation() {
     static int number = 0;
-    // Under Wine ids of processes come again, and folders with long paths may have stayed.
+    // Under Wine ids of processes come again, and folders of those that were ended may have stayed.
     do {
       root_ = fs::absolute("installation_" + std::to_string(processId()) + "_" +
                            std::to_string(number++));
@@ -60,6 +70,7 @@ class Installation {
   Installation& operator=(const Installation&) = delete;
   ~Installation() {
     std::error_code ignored;  // what is still loaded cannot be removed
+    removeLongOnes();
     fs::remove_all(root_, ignored);
   }
 
@@ -92,10 +103,25 @@ class Installation {
       fs::rename(target, target.string() + ".old");
     }
     fs::copy_file(builtFiles() / file, target);
+    files_.push_back(target);
     return target;
   }
 
  private:
+  // What the C++ library cannot remove on Windows: it walks through no folder of such a length.
+  void removeLongOnes() const {
+#if defined(_WIN32)
+    for (const fs::path& file : files_) {
+      if (file.native().size() < MAX_PATH) {
+        continue;
+      }
+      DeleteFileW(ofAnyLength(file).c_str());
+      for (fs::path folder = file.parent_path(); folder != root_; folder = folder.parent_path()) {
+        RemoveDirectoryW(ofAnyLength(folder).c_str());  // the last file's folder is empty
+      }
+    }
+#endif
+  }
   // Several test programs run at a time, in one folder.
   static unsigned long processId() {
 #if defined(_WIN32)
@@ -106,6 +132,7 @@ class Installation {
   }
 
   fs::path root_;
+  mutable std::vector<fs::path> files_;
 };
 
 }  // namespace vexa::test

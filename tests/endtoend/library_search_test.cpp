@@ -127,6 +127,16 @@ TEST(LibrarySearch, FailsInALongerFolderAndLooksNowhereElse) {
   }
 }
 
+TEST(LibrarySearch, TriesLeaveNoFolderBehind) {
+  fs::path root;
+  {
+    const Installation installation;
+    root = installation.put("bin", kModuleFile).parent_path().parent_path();
+    installation.put(installation.folderFor(kModuleFile, 300).c_str(), kModuleFile);
+  }
+  EXPECT_FALSE(fs::exists(root));
+}
+
 TEST(LibrarySearch, LooksNeitherInTheCurrentFolderNorInTheSystems) {
   const Installation installation;
   const fs::path module = installation.put("bin", kModuleFile);
