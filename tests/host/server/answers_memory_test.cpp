@@ -100,7 +100,7 @@ class InspectMemory : public testing::Test {
 TEST_F(InspectMemory, OfManySmallCertificatesIsAMultipleOfTheBody) {
   CertificateFields fields = smallestFields();
   expectManyBounded(fields);
-  for (const size_t length : {1, 16, 100}) {
+  for (const size_t length : {1u, 16u, 100u}) {
     fields.subject = fields.issuer = commonName(element("14", std::string(length, '\x9f')));
     expectManyBounded(fields);
   }
