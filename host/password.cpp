@@ -1,6 +1,8 @@
 #include "password.h"
 
+#include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <string_view>
 
 #include "cli/console.h"
@@ -21,6 +23,17 @@
 namespace vexahost {
 namespace {
 
+#ifndef _WIN32
+constexpr int kEndings[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+termios shownMode{};  // what the terminal goes back to when one of them ends the program
+
+extern "C" void endShowing(int number) {
+  tcsetattr(STDIN_FILENO, TCSANOW, &shownMode);
+  std::signal(number, SIG_DFL);
+  std::raise(number);
+}
+#endif
+
 // Turns the echo of the terminal off while it lives.
 class NoEcho {
  public:
@@ -36,16 +49,27 @@ class NoEcho {
     }
   }
 #else
-  NoEcho() : isTerminal_(tcgetattr(STDIN_FILENO, &mode_) == 0) {
-    if (isTerminal_) {
-      termios quiet = mode_;
-      quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-      tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+  NoEcho() : isTerminal_(tcgetattr(STDIN_FILENO, &shownMode) == 0) {
+    if (!isTerminal_) {
+      return;
     }
+    for (size_t i = 0; i < std::size(kEndings); ++i) {
+      before_[i] = std::signal(kEndings[i], endShowing);
+      if (before_[i] == SIG_IGN) {
+        std::signal(kEndings[i], SIG_IGN);
+      }
+    }
+    termios quiet = shownMode;
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
   }
   ~NoEcho() {
-    if (isTerminal_) {
-      tcsetattr(STDIN_FILENO, TCSANOW, &mode_);
+    if (!isTerminal_) {
+      return;
+    }
+    tcsetattr(STDIN_FILENO, TCSANOW, &shownMode);
+    for (size_t i = 0; i < std::size(kEndings); ++i) {
+      std::signal(kEndings[i], before_[i]);
     }
   }
 #endif
@@ -57,7 +81,7 @@ class NoEcho {
   HANDLE input_;
   DWORD mode_ = 0;
 #else
-  termios mode_{};
+  decltype(std::signal(0, SIG_DFL)) before_[std::size(kEndings)] = {};
 #endif
   bool isTerminal_;
 };

@@ -67,6 +67,21 @@ def type_passwords(command, folder, arguments, *passwords):
     return status, shown.decode(errors="replace").replace("\r\n", "\n"), echoed, echoes
 
 
+def end_question(command, folder, number):
+    """(status, whether the terminal shows what is typed at the question, and after the signal)."""
+    terminal, other = pty.openpty()
+    with subprocess.Popen([*command, "p12", "open", "jane.p12"], cwd=folder, stdin=other,
+                          stdout=other, stderr=other) as process:
+        read_until(terminal, b": ")
+        echoed = bool(termios.tcgetattr(other)[3] & termios.ECHO)
+        process.send_signal(number)
+        status = process.wait(SECONDS)
+        echoes = bool(termios.tcgetattr(other)[3] & termios.ECHO)
+    os.close(other)
+    os.close(terminal)
+    return status, echoed, echoes
+
+
 def check_passwords(checks, host, folder):
     make_chain(folder)
     host.run("p12", "create", "--key", "jane.key", "--cert", "jane.pem", "--cert", "ca.pem",
@@ -81,6 +96,10 @@ def check_passwords(checks, host, folder):
                   shown)
     checks.expect("nobody sees it", not echoed and PASSWORD not in shown, shown)
     checks.expect("the terminal shows again what is typed", echoes)
+    for number in (signal.SIGINT, signal.SIGTERM):
+        status, echoed, echoes = end_question(host.command, folder, number)
+        checks.expect(f"... also when {number.name} ends the question",
+                      (status, echoed, echoes) == (-number, False, True), (status, echoed, echoes))
     status, shown, *_ = type_passwords(host.command, folder, ["p12", "open", "jane.p12"], "wrong")
     checks.expect("a wrong one gives status 4", status == 4, (status, shown))
     check_questions(checks, host, folder)
