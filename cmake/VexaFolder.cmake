@@ -3,11 +3,14 @@ add_library(vexa_warnings INTERFACE)
 target_compile_options(
   vexa_warnings INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-Wall;-Wextra;-Wconversion;-Wshadow;-Werror>)
 
-# ccache leaves the link alone and makes a second build of the same sources nearly free.
+# ccache leaves the link alone and makes a second build of the same sources nearly free. What a source
+# includes it learns from the compiler and runs no preprocessor before it; the sloppiness is what it
+# asks for where headers are precompiled.
 find_program(CCACHE ccache)
 if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  set(launcher env CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
 # vexa_include_root(NAME OUT): makes build/<preset>/roots/NAME, a folder that holds a link NAME to
@@ -41,11 +44,15 @@ function(vexa_folder name)
   endif()
 endfunction()
 
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  add_library(vexa_sanitizer_settings OBJECT ${CMAKE_SOURCE_DIR}/cmake/sanitizer_settings.c)
+endif()
+
 # vexa_program(NAME a.cpp ...): an executable. With sanitizers it carries their settings inside, so
 # that it behaves alike whoever starts it.
 function(vexa_program name)
   add_executable(${name} ${ARGN})
-  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
-    target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/sanitizer_settings.c)
+  if(TARGET vexa_sanitizer_settings)
+    target_sources(${name} PRIVATE $<TARGET_OBJECTS:vexa_sanitizer_settings>)
   endif()
 endfunction()

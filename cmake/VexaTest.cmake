@@ -35,6 +35,11 @@ function(vexa_test name)
   endif()
   vexa_program(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock_main vexa_warnings)
+  if(VEXA_TEST_HEADERS)
+    set_property(SOURCE ${arg_SOURCES} APPEND PROPERTY OBJECT_DEPENDS ${VEXA_TEST_HEADERS}.gch)
+    set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER
+      "${VEXA_TOOLS}/with_headers.sh;${VEXA_TEST_HEADERS};${CMAKE_CXX_COMPILER_LAUNCHER}")
+  endif()
 
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   vexa_run_gtest(${name} LABELS ${folder})

@@ -85,8 +85,12 @@ class States:
         self._dependencies = read_dependencies(build)
         self._digests = {}
         version = subprocess.run([CLANG_TIDY, "--version"], capture_output=True, text=True, check=True)
+        # What is precompiled counts for all: ninja does not tell who uses it.
+        precompiled = [build / name for made, names in self._dependencies.items()
+                       if made.endswith(".gch") for name in names]
         self._base = version.stdout + " ".join(options) + "".join(
-            self._digest(path) for path in sorted([root / ".clang-tidy", *root.glob("*/.clang-tidy")]))
+            self._digest(path) for path in
+            sorted([root / ".clang-tidy", *root.glob("*/.clang-tidy"), *precompiled]))
 
     def _digest(self, path):
         if path not in self._digests:
