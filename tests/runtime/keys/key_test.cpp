@@ -326,6 +326,12 @@ TEST_F(KeyTest, WeakSizesMustBeAskedFor) {
   EXPECT_GE(numbers->modulus.bytes[0], 2);
   EXPECT_LE(numbers->modulus.bytes[0], 3);
   types.RsaPrivateKeyRelease(numbers);
+  // Even, with any remainder by three.
+  for (const uint32_t bits : {1028u, 1030u}) {
+    EXPECT_EQ(velmora_key_generate_weak_rsa(bits, kVelmoraShortKey | kVelmoraUnevenKey, key.put()),
+              kOk)
+        << bits;
+  }
 }
 
 TEST_F(KeyTest, KeysAreMadeOnEachCurve) {
