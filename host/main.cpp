@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -72,9 +73,10 @@ int run(const std::vector<std::string>& arguments) {
   for (const auto add :
        {addListsCommand, addServeCommand, addJsonCommand, addUrlCommand, addTimeCommand,
         addScrambleCommand, addProxyCommand, addMonitorCommand, addCertsCommand, addOwnCommand,
-        addP12Command, addCaCommand, addCapiCommand, addHelpCommand}) {
-    add(app, options);
+        addP12Command, addCaCommand, addCapiCommand}) {
+    add(Command(app), options);
   }
+  addHelpCommand(app, options);
   app.parse_complete_callback([&options] { options.module.module = pathOf(options.modulePath); });
   try {
     std::vector<std::string> words = separateTopic(arguments);

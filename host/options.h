@@ -1,8 +1,9 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
+#include "cli/command.h"
+#include "cli/exit_status.h"
 #include "cli/output.h"
 #include "module.h"
 
@@ -21,18 +22,18 @@ struct Options {
   void checkFailed() { exitStatus = static_cast<int>(ExitStatus::kNo); }
 };
 
-void addCaCommand(CLI::App& app, Options& options);
-void addCapiCommand(CLI::App& app, Options& options);
-void addCertsCommand(CLI::App& app, Options& options);
-void addJsonCommand(CLI::App& app, Options& options);
-void addListsCommand(CLI::App& app, Options& options);
-void addMonitorCommand(CLI::App& app, Options& options);
-void addOwnCommand(CLI::App& app, Options& options);
-void addP12Command(CLI::App& app, Options& options);
-void addProxyCommand(CLI::App& app, Options& options);
-void addScrambleCommand(CLI::App& app, Options& options);
-void addServeCommand(CLI::App& app, Options& options);
-void addTimeCommand(CLI::App& app, Options& options);
-void addUrlCommand(CLI::App& app, Options& options);
+void addCaCommand(Command app, Options& options);
+void addCapiCommand(Command app, Options& options);
+void addCertsCommand(Command app, Options& options);
+void addJsonCommand(Command app, Options& options);
+void addListsCommand(Command app, Options& options);
+void addMonitorCommand(Command app, Options& options);
+void addOwnCommand(Command app, Options& options);
+void addP12Command(Command app, Options& options);
+void addProxyCommand(Command app, Options& options);
+void addScrambleCommand(Command app, Options& options);
+void addServeCommand(Command app, Options& options);
+void addTimeCommand(Command app, Options& options);
+void addUrlCommand(Command app, Options& options);
 
 }  // namespace vexahost

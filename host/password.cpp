@@ -145,11 +145,11 @@ bool readLine(std::string& out) {
 
 Password::~Password() { wipe(text_); }
 
-void Password::addOptions(CLI::App& command, const std::string& name) {
-  auto* const file =
-      command.add_option("--" + name + "-file", file_, "File whose first line is the password");
-  command.add_flag("--" + name + "-stdin", fromInput_, "Read the password from standard input")
-      ->excludes(file);
+void Password::addOptions(Command command, const std::string& name) {
+  const Option file =
+      command.option("--" + name + "-file", file_, "File whose first line is the password");
+  command.flag("--" + name + "-stdin", fromInput_, "Read the password from standard input")
+      .excludes(file);
 }
 
 const std::string& Password::get(const char* prompt) {

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "cli/command.h"
 
 namespace vexahost {
 
@@ -15,7 +16,7 @@ class Password {
   ~Password();
 
   // Adds --NAME-file and --NAME-stdin to a command.
-  void addOptions(CLI::App& command, const std::string& name = "password");
+  void addOptions(Command command, const std::string& name = "password");
   // Gets it, once. `prompt` is shown when the user is asked. Throws HostError.
   const std::string& get(const char* prompt);
 

@@ -1,5 +1,6 @@
 #include "version.h"
 
+#include <CLI/Version.hpp>
 #include <asio/version.hpp>
 
 #include "cli/console.h"

@@ -1,5 +1,6 @@
 #include "cli/manual.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "cli/exit_status.h"

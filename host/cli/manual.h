@@ -1,7 +1,11 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
 
 // Texts made from the description of the command line itself, so that they cannot go out of date.
 namespace vexahost {

@@ -27,64 +27,62 @@ void checkRequest(const IssueRequest& request) {
   }
 }
 
-void addContentOptions(CLI::App& command, IssueRequest& request) {
-  command.add_option("--subject", request.subject, "Name, such as CN=Jane,O=Orlind,C=DE")
-      ->required();
+void addContentOptions(Command command, IssueRequest& request) {
+  command.option("--subject", request.subject, "Name, such as CN=Jane,O=Orlind,C=DE").required();
   command
-      .add_option("--for", request.profile,
-                  "Whom the certificate is for: sets key usage and purposes")
-      ->check(CLI::IsMember({"server", "client", "ca", "person"}));
+      .option("--for", request.profile, "Whom the certificate is for: sets key usage and purposes")
+      .oneOf({"server", "client", "ca", "person"});
   command
-      .add_option("--usage", request.usage,
-                  "Key usage code: 0 to 8 a single flag, 16 signature, 17 encryption, 18 both; "
-                  "without it and --for signature, or that of an authority")
-      ->check(CLI::IsMember({0, 1, 2, 3, 4, 5, 6, 7, 8, 16, 17, 18}));
-  command.add_option("--eku", request.purposes,
-                     "Purpose: serverAuth, clientAuth, codeSigning, emailProtection, timeStamping, "
-                     "OCSPSigning or an object identifier; repeatable");
-  command.add_option("--san", request.alternativeNames,
-                     "Alternative name: DNS:www.example.org, email:jane@example.org, "
-                     "URI:https://example.org/ or IP:192.0.2.1; repeatable");
-  CLI::Option* const daysOption =
-      command.add_option("--days", request.days, "Validity, from its beginning on")
-          ->check(CLI::Range(1, 36500))
-          ->capture_default_str();
-  command.add_option("--not-before", request.notBefore,
-                     "Valid from, such as 2030-01-31 or 2030-01-31T12:00:00Z; from now on if not "
-                     "given");
-  command.add_option("--not-after", request.notAfter, "Valid until")->excludes(daysOption);
-  command.add_flag("--ca", request.isCa, "The certificate is itself an authority's (--for ca)");
+      .option("--usage", request.usage,
+              "Key usage code: 0 to 8 a single flag, 16 signature, 17 encryption, 18 both; "
+              "without it and --for signature, or that of an authority")
+      .oneOf({0, 1, 2, 3, 4, 5, 6, 7, 8, 16, 17, 18});
+  command.option("--eku", request.purposes,
+                 "Purpose: serverAuth, clientAuth, codeSigning, emailProtection, timeStamping, "
+                 "OCSPSigning or an object identifier; repeatable");
+  command.option("--san", request.alternativeNames,
+                 "Alternative name: DNS:www.example.org, email:jane@example.org, "
+                 "URI:https://example.org/ or IP:192.0.2.1; repeatable");
+  const Option daysOption =
+      command.option("--days", request.days, "Validity, from its beginning on")
+          .between(1, 36500)
+          .showsDefault();
+  command.option("--not-before", request.notBefore,
+                 "Valid from, such as 2030-01-31 or 2030-01-31T12:00:00Z; from now on if not "
+                 "given");
+  command.option("--not-after", request.notAfter, "Valid until").excludes(daysOption);
+  command.flag("--ca", request.isCa, "The certificate is itself an authority's (--for ca)");
 }
 
-void addKeyOptions(CLI::App& command, IssueRequest& request) {
-  command.add_option("--like", request.like, "Certify the public key of this certificate");
-  command.add_option("--p12-out", request.keyOut,
-                     "Certify a new key and write it with its chain (PKCS#12)");
-  command.add_option("--key-bits", request.keyBits, "Size of the new key")->capture_default_str();
-  command.add_option("--curve", request.curve, "Make the new key on this curve instead")
-      ->check(CLI::IsMember({"P-256", "P-384", "P-521"}));
-  command.add_flag("--weak-key", request.allowsWeakKey,
-                   "Allow --key-bits from 1024, and such as are no multiple of 8");
+void addKeyOptions(Command command, IssueRequest& request) {
+  command.option("--like", request.like, "Certify the public key of this certificate");
+  command.option("--p12-out", request.keyOut,
+                 "Certify a new key and write it with its chain (PKCS#12)");
+  command.option("--key-bits", request.keyBits, "Size of the new key").showsDefault();
+  command.option("--curve", request.curve, "Make the new key on this curve instead")
+      .oneOf({"P-256", "P-384", "P-521"});
+  command.flag("--weak-key", request.allowsWeakKey,
+               "Allow --key-bits from 1024, and such as are no multiple of 8");
 }
 
 }  // namespace
 
-void addCaCommand(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("ca", "Certification authority");
-  command->require_subcommand(1);
-  CLI::App* const issueCommand = command->add_subcommand("issue", "Issue a certificate");
+void addCaCommand(Command app, Options& options) {
+  Command command = app.command("ca", "Certification authority");
+  command.needsCommand();
+  Command issueCommand = command.command("issue", "Issue a certificate");
   const auto request = std::make_shared<IssueRequest>();
-  issueCommand->add_option("--issuer", request->issuer, "PKCS#12 file of the issuer");
-  issueCommand->add_option("--issuer-key", request->issuerKey,
-                           "Or the issuer's private key, PEM; it may be encrypted");
-  issueCommand->add_option("--issuer-cert", request->issuerCertificates,
-                           "... with its certificate first, PEM; repeatable");
-  addContentOptions(*issueCommand, *request);
-  addKeyOptions(*issueCommand, *request);
-  issueCommand->add_option("--out", request->out, "Certificate to write, PEM")->required();
-  request->issuerPassword.addOptions(*issueCommand, "issuer-password");
-  request->newPassword.addOptions(*issueCommand, "p12-password");
-  issueCommand->callback([&options, request] {
+  issueCommand.option("--issuer", request->issuer, "PKCS#12 file of the issuer");
+  issueCommand.option("--issuer-key", request->issuerKey,
+                      "Or the issuer's private key, PEM; it may be encrypted");
+  issueCommand.option("--issuer-cert", request->issuerCertificates,
+                      "... with its certificate first, PEM; repeatable");
+  addContentOptions(issueCommand, *request);
+  addKeyOptions(issueCommand, *request);
+  issueCommand.option("--out", request->out, "Certificate to write, PEM").required();
+  request->issuerPassword.addOptions(issueCommand, "issuer-password");
+  request->newPassword.addOptions(issueCommand, "p12-password");
+  issueCommand.onRun([&options, request] {
     checkRequest(*request);
     issue(options, *request);
   });

@@ -82,31 +82,29 @@ void list(Options& options) {
 
 }  // namespace
 
-void addCapiCommand(CLI::App& app, Options& options) {
-  CLI::App* const command =
-      app.add_subcommand("capi", "The Windows certificate stores and key containers");
-  command->require_subcommand(1);
+void addCapiCommand(Command app, Options& options) {
+  Command command = app.command("capi", "The Windows certificate stores and key containers");
+  command.needsCommand();
 
-  CLI::App* const importCommand = command->add_subcommand("import", "Import a PKCS#12 file");
+  Command importCommand = command.command("import", "Import a PKCS#12 file");
   const auto request = std::make_shared<ImportRequest>();
-  importCommand->add_option("file", request->file, "PKCS#12 file")->required();
-  importCommand->add_option("--container", request->container, "Key container")->required();
-  importCommand->add_flag("--check-root", request->checkRoot, "Refuse a root that is not trusted");
-  importCommand->add_flag("--exportable", request->exportable, "The key may be exported again");
-  request->password.addOptions(*importCommand);
-  importCommand->callback([&options, request] { import(options, *request); });
+  importCommand.option("file", request->file, "PKCS#12 file").required();
+  importCommand.option("--container", request->container, "Key container").required();
+  importCommand.flag("--check-root", request->checkRoot, "Refuse a root that is not trusted");
+  importCommand.flag("--exportable", request->exportable, "The key may be exported again");
+  request->password.addOptions(importCommand);
+  importCommand.onRun([&options, request] { import(options, *request); });
 
-  CLI::App* const deleteCommand =
-      command->add_subcommand("delete", "Delete a container with its certificates, or CA ones");
+  Command deleteCommand =
+      command.command("delete", "Delete a container with its certificates, or CA ones");
   const auto container = std::make_shared<std::string>();
   const auto issuer = std::make_shared<std::string>();
-  CLI::Option_group* const what = deleteCommand->add_option_group("what");
-  what->add_option("--container", *container, "Key container");
-  what->add_option("--issuer", *issuer, "CA certificates of this issuer, \"CN=Root,O=Example\"");
-  what->require_option(1, 2);
-  deleteCommand->callback([&options, container, issuer] { remove(options, *container, *issuer); });
+  Command what = deleteCommand.group("what", 1, 2);
+  what.option("--container", *container, "Key container");
+  what.option("--issuer", *issuer, "CA certificates of this issuer, \"CN=Root,O=Example\"");
+  deleteCommand.onRun([&options, container, issuer] { remove(options, *container, *issuer); });
 
-  command->add_subcommand("list", "Certificates of the stores MY and CA")->callback([&options] {
+  command.command("list", "Certificates of the stores MY and CA").onRun([&options] {
     list(options);
   });
 }

@@ -48,11 +48,11 @@ void printFiles(Options& options, const std::vector<std::string>& paths) {
 
 }  // namespace
 
-void addCertsCommand(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("certs", "What certificates may be used for");
+void addCertsCommand(Command app, Options& options) {
+  Command command = app.command("certs", "What certificates may be used for");
   const auto paths = std::make_shared<std::vector<std::string>>();
-  command->add_option("files", *paths, "PEM or DER files")->required();
-  command->callback([&options, paths] { printFiles(options, *paths); });
+  command.option("files", *paths, "PEM or DER files").required();
+  command.onRun([&options, paths] { printFiles(options, *paths); });
 }
 
 }  // namespace vexahost

@@ -22,11 +22,11 @@ void rewrite(Options& options, const std::string& path) {
 
 }  // namespace
 
-void addJsonCommand(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("json", "Read a JSON object and write it again");
+void addJsonCommand(Command app, Options& options) {
+  Command command = app.command("json", "Read a JSON object and write it again");
   const auto path = std::make_shared<std::string>();
-  command->add_option("file", *path, "File; - is the standard input")->required();
-  command->callback([&options, path] { rewrite(options, *path); });
+  command.option("file", *path, "File; - is the standard input").required();
+  command.onRun([&options, path] { rewrite(options, *path); });
 }
 
 }  // namespace vexahost

@@ -48,9 +48,10 @@ void printLists(Options& options) {
 
 }  // namespace
 
-void addListsCommand(CLI::App& app, Options& options) {
-  app.add_subcommand("lists", "Every offered list with its slots, every class")
-      ->callback([&options] { printLists(options); });
+void addListsCommand(Command app, Options& options) {
+  app.command("lists", "Every offered list with its slots, every class").onRun([&options] {
+    printLists(options);
+  });
 }
 
 }  // namespace vexahost

@@ -74,14 +74,13 @@ void watch(Options& options, uint32_t seconds) {
 
 }  // namespace
 
-void addMonitorCommand(CLI::App& app, Options& options) {
-  CLI::App* const command =
-      app.add_subcommand("monitor", "A line for every change of the network, until Ctrl-C");
+void addMonitorCommand(Command app, Options& options) {
+  Command command = app.command("monitor", "A line for every change of the network, until Ctrl-C");
   const auto seconds = std::make_shared<uint32_t>(10);
-  command->add_option("--interval", *seconds, "Seconds between two looks")
-      ->check(CLI::Range(1, 3600))
-      ->capture_default_str();
-  command->callback([&options, seconds] { watch(options, *seconds); });
+  command.option("--interval", *seconds, "Seconds between two looks")
+      .between(1, 3600)
+      .showsDefault();
+  command.onRun([&options, seconds] { watch(options, *seconds); });
 }
 
 }  // namespace vexahost

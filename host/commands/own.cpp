@@ -29,12 +29,12 @@ void printOwn(Options& options, OwnQuestion& question) {
 
 }  // namespace
 
-void addOwnCommand(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("own", "The user's own certificates");
+void addOwnCommand(Command app, Options& options) {
+  Command command = app.command("own", "The user's own certificates");
   const auto question = std::make_shared<OwnQuestion>();
-  command->add_option("--pse", question->pse, "PKCS#12 file that holds them")->required();
-  question->password.addOptions(*command);
-  command->callback([&options, question] { printOwn(options, *question); });
+  command.option("--pse", question->pse, "PKCS#12 file that holds them").required();
+  question->password.addOptions(command);
+  command.onRun([&options, question] { printOwn(options, *question); });
 }
 
 }  // namespace vexahost

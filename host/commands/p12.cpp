@@ -64,31 +64,30 @@ void open(Options& options, OpenRequest& request) {
 
 }  // namespace
 
-void addP12Command(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("p12", "PKCS#12 files");
-  command->require_subcommand(1);
+void addP12Command(Command app, Options& options) {
+  Command command = app.command("p12", "PKCS#12 files");
+  command.needsCommand();
 
-  CLI::App* const createCommand = command->add_subcommand(
-      "create", "Pack a key with its chain; OpenSSL opens the file with -legacy");
+  Command createCommand =
+      command.command("create", "Pack a key with its chain; OpenSSL opens the file with -legacy");
   const auto created = std::make_shared<CreateRequest>();
-  createCommand->add_option("--key", created->keyFile, "Private key of the first certificate, PEM")
-      ->required();
+  createCommand.option("--key", created->keyFile, "Private key of the first certificate, PEM")
+      .required();
   createCommand
-      ->add_option("--cert", created->certificateFiles,
-                   "Certificates, the key's own first; repeatable")
-      ->required();
-  createCommand->add_option("--name", created->name, "Friendly name");
-  createCommand->add_option("--out", created->out, "File to write")->required();
-  created->keyPassword.addOptions(*createCommand, "key-password");
-  created->password.addOptions(*createCommand);
-  createCommand->callback([&options, created] { create(options, *created); });
+      .option("--cert", created->certificateFiles, "Certificates, the key's own first; repeatable")
+      .required();
+  createCommand.option("--name", created->name, "Friendly name");
+  createCommand.option("--out", created->out, "File to write").required();
+  created->keyPassword.addOptions(createCommand, "key-password");
+  created->password.addOptions(createCommand);
+  createCommand.onRun([&options, created] { create(options, *created); });
 
-  CLI::App* const openCommand = command->add_subcommand("open", "Show what a file holds");
+  Command openCommand = command.command("open", "Show what a file holds");
   const auto opened = std::make_shared<OpenRequest>();
-  openCommand->add_option("file", opened->file, "PKCS#12 file")->required();
-  openCommand->add_option("--certs-out", opened->certificatesOut, "Write the certificates, PEM");
-  opened->password.addOptions(*openCommand);
-  openCommand->callback([&options, opened] { open(options, *opened); });
+  openCommand.option("file", opened->file, "PKCS#12 file").required();
+  openCommand.option("--certs-out", opened->certificatesOut, "Write the certificates, PEM");
+  opened->password.addOptions(openCommand);
+  openCommand.onRun([&options, opened] { open(options, *opened); });
 }
 
 }  // namespace vexahost

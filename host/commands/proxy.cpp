@@ -35,14 +35,13 @@ void discover(Options& options, const std::string& url, bool why) {
 
 }  // namespace
 
-void addProxyCommand(CLI::App& app, Options& options) {
-  CLI::App* const command =
-      app.add_subcommand("proxy", "Which proxy the user's settings choose for a URL");
+void addProxyCommand(Command app, Options& options) {
+  Command command = app.command("proxy", "Which proxy the user's settings choose for a URL");
   const auto url = std::make_shared<std::string>();
   const auto why = std::make_shared<bool>(false);
-  command->add_option("url", *url, "URL")->required();
-  command->add_flag("--why", *why, "Show how it was decided (the trace, on standard error)");
-  command->callback([&options, url, why] { discover(options, *url, *why); });
+  command.option("url", *url, "URL").required();
+  command.flag("--why", *why, "Show how it was decided (the trace, on standard error)");
+  command.onRun([&options, url, why] { discover(options, *url, *why); });
 }
 
 }  // namespace vexahost

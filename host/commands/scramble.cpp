@@ -80,9 +80,9 @@ void selfTest(Options& options) {
 
 }  // namespace
 
-void addScrambleCommand(CLI::App& app, Options& options) {
-  app.add_subcommand("scramble", "Self-test of every cipher; shows sizes and digests only")
-      ->callback([&options] { selfTest(options); });
+void addScrambleCommand(Command app, Options& options) {
+  app.command("scramble", "Self-test of every cipher; shows sizes and digests only")
+      .onRun([&options] { selfTest(options); });
 }
 
 }  // namespace vexahost

@@ -89,30 +89,30 @@ void serve(const Options& options, ServeRequest& request) {
 
 }  // namespace
 
-void addServeCommand(CLI::App& app, Options& options) {
-  CLI::App* const command =
-      app.add_subcommand("serve", "The local HTTP endpoint, on 127.0.0.1 and [::1], until Ctrl-C");
-  command->footer(routeHelp());
+void addServeCommand(Command app, Options& options) {
+  Command command =
+      app.command("serve", "The local HTTP endpoint, on 127.0.0.1 and [::1], until Ctrl-C");
+  command.setFooter(routeHelp());
   const auto request = std::make_shared<ServeRequest>();
   ServeOptions& endpoint = request->endpoint;
   endpoint.port = 8420;
-  command->add_option("--port", endpoint.port, "Port to listen on; 0 takes any free one")
-      ->check(CLI::Range(0, 65535))
-      ->capture_default_str();
-  command->add_option("--allow-origin", endpoint.allowedOrigins,
-                      "Origin whose pages may call, such as https://*.example.com or, for "
-                      "development, http://localhost:3000; repeatable");
+  command.option("--port", endpoint.port, "Port to listen on; 0 takes any free one")
+      .between(0, 65535)
+      .showsDefault();
+  command.option("--allow-origin", endpoint.allowedOrigins,
+                 "Origin whose pages may call, such as https://*.example.com or, for "
+                 "development, http://localhost:3000; repeatable");
   command
-      ->add_option("--monitor-interval", endpoint.monitorSeconds,
-                   "Seconds between two looks at the network")
-      ->check(CLI::Range(1, 3600))
-      ->capture_default_str();
-  command->add_option("--log", endpoint.log, "File that gets a line a request; - is the output");
-  command->add_option("--ready-file", endpoint.readyFile,
-                      "File that is there, with the port in it, while the endpoint answers");
-  command->add_option("--pse", request->pse, "PKCS#12 file with the own certificates");
-  request->password.addOptions(*command);
-  command->callback([&options, request] { serve(options, *request); });
+      .option("--monitor-interval", endpoint.monitorSeconds,
+              "Seconds between two looks at the network")
+      .between(1, 3600)
+      .showsDefault();
+  command.option("--log", endpoint.log, "File that gets a line a request; - is the output");
+  command.option("--ready-file", endpoint.readyFile,
+                 "File that is there, with the port in it, while the endpoint answers");
+  command.option("--pse", request->pse, "PKCS#12 file with the own certificates");
+  request->password.addOptions(command);
+  command.onRun([&options, request] { serve(options, *request); });
 }
 
 }  // namespace vexahost

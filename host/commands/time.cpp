@@ -18,14 +18,14 @@ void convert(Options& options, const Conversion& conversion) {
 
 }  // namespace
 
-void addTimeCommand(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("time", "Convert a time between units and epochs");
+void addTimeCommand(Command app, Options& options) {
+  Command command = app.command("time", "Convert a time between units and epochs");
   const auto conversion = std::make_shared<Conversion>();
   const std::string help = "Format: " + timeFormatNames() + ", or a word such as 0x21";
-  command->add_option("value", conversion->value, "Unsigned number, or \"now\"")->required();
-  command->add_option("--from", conversion->from, help)->capture_default_str();
-  command->add_option("--to", conversion->to, help)->capture_default_str();
-  command->callback([&options, conversion] { convert(options, *conversion); });
+  command.option("value", conversion->value, "Unsigned number, or \"now\"").required();
+  command.option("--from", conversion->from, help).showsDefault();
+  command.option("--to", conversion->to, help).showsDefault();
+  command.onRun([&options, conversion] { convert(options, *conversion); });
 }
 
 }  // namespace vexahost

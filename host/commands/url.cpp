@@ -59,14 +59,14 @@ void examine(Options& options, const UrlQuestion& question) {
 
 }  // namespace
 
-void addUrlCommand(CLI::App& app, Options& options) {
-  CLI::App* const command = app.add_subcommand("url", "What a URL is made of, and what covers it");
+void addUrlCommand(Command app, Options& options) {
+  Command command = app.command("url", "What a URL is made of, and what covers it");
   const auto question = std::make_shared<UrlQuestion>();
-  command->add_option("url", question->url, "http:// or https:// URL")->required();
-  command->add_option("--pattern", question->patterns,
-                      "Host pattern such as https://*.example.com; repeatable");
-  command->add_option("--same-as", question->sameAs, "URL to compare the origin with");
-  command->callback([&options, question] { examine(options, *question); });
+  command.option("url", question->url, "http:// or https:// URL").required();
+  command.option("--pattern", question->patterns,
+                 "Host pattern such as https://*.example.com; repeatable");
+  command.option("--same-as", question->sameAs, "URL to compare the origin with");
+  command.onRun([&options, question] { examine(options, *question); });
 }
 
 }  // namespace vexahost

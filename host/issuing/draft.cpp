@@ -41,7 +41,7 @@ const Profile& profileOf(const IssueRequest& request) {
 }
 
 std::string timeOf(const char* option, const std::string& text) {
-  const std::string time = libraryTime(text);
+  std::string time = libraryTime(text);
   const auto read = fromLibraryTime(time);
   if (!read || libraryTime(*read) != time) {
     throw HostError(std::string(option) + ": " + text +

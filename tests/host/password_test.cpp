@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -128,7 +129,7 @@ void expectNothingStays(const PasswordFile& file, const char* option) {
   CLI::App app;
   {
     Password password;
-    password.addOptions(app);
+    password.addOptions(Command(app));
     std::vector<std::string> arguments = {option};
     if (arguments[0] == "--password-file") {
       arguments.insert(arguments.begin(), PasswordFile::name());
