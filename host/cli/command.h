@@ -36,8 +36,8 @@ class Command {
 
   // One below this.
   Command command(const std::string& name, const std::string& help);
-  // `value`: a string, a number, or a vector of these, which takes any number of values. It
-  // receives what was given before the command runs. A name without "-" is that of an operand.
+  // `value`: of a type that command.cpp names; a vector takes any number of values. It receives
+  // what was given before the command runs. A name without "-" is that of an operand.
   template <class T>
   Option option(const std::string& name, T& value, const std::string& help);
   Option flag(const std::string& name, bool& value, const std::string& help);
