@@ -9,12 +9,12 @@
 #include "vexa/core.h"
 #include "vexa/runtime/reference.h"
 
-// Of the sanitizers, where the program has one: both are told of each block of the process.
+// Of AddressSanitizer: both are told of each block of the process.
 extern "C" {
-[[gnu::weak]] int __sanitizer_install_malloc_and_free_hooks(
-    void (*allocated)(const volatile void* block, size_t size),
-    void (*freed)(const volatile void* block));
-[[gnu::weak]] size_t __sanitizer_get_allocated_size(const volatile void* block);
+int __sanitizer_install_malloc_and_free_hooks(void (*allocated)(const volatile void* block,
+                                                                size_t size),
+                                              void (*freed)(const volatile void* block));
+size_t __sanitizer_get_allocated_size(const volatile void* block);
 }
 
 // How much memory the endpoint takes to look at certificates that were made to take much.
@@ -50,14 +50,9 @@ void countFreed(const volatile void* block) {
 class InspectMemory : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    if (__sanitizer_install_malloc_and_free_hooks != nullptr) {
-      ASSERT_NE(__sanitizer_install_malloc_and_free_hooks(countAllocated, countFreed), 0);
-    }
+    ASSERT_NE(__sanitizer_install_malloc_and_free_hooks(countAllocated, countFreed), 0);
   }
   void SetUp() override {
-    if (__sanitizer_install_malloc_and_free_hooks == nullptr) {
-      GTEST_SKIP() << "nobody tells of each block here";
-    }
     // As it is where nobody looks for mistakes.
     module_.runtimeFunction<decltype(velmora_watch_heap)>("velmora_watch_heap")(0);
   }
